@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# `make run`: the main job of the build in $1.
+set -euo pipefail
+build_dir=$1
+exec "$build_dir/src/cli/corvane" locations

@@ -1,0 +1,40 @@
+#include "cli/Command.h"
+#include "cli/Commands.h"
+
+#include <QCoreApplication>
+
+namespace corvane::cli {
+
+const std::vector<Command>& commandTable() {
+    static const std::vector<Command> table{
+        {"locations",
+         "Print where Corvane Clean looks for the home folder, its own files and tools",
+         defineLocationsCommand},
+    };
+    return table;
+}
+
+int runCommandLine(int argc, char** argv) {
+    CLI::App app{"Corvane Clean gives back the disk space that developer tools leave behind, "
+                 "without losing work.",
+                 "corvane"};
+    app.set_version_flag("--version",
+                         "corvane " + QCoreApplication::applicationVersion().toStdString());
+    app.require_subcommand(0, 1);
+    int status = exitOk;
+    for (const Command& command : commandTable())
+        command.define(*app.add_subcommand(command.name, command.help), status);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        const int code = app.exit(error);
+        return code == 0 ? exitOk : exitRefusedOrBadArguments;
+    }
+    if (app.get_subcommands().empty()) {
+        std::cout << app.help();
+        return exitOk;
+    }
+    return status;
+}
+
+} // namespace corvane::cli

@@ -1,0 +1,75 @@
+#include "platform/JsonFile.h"
+
+#include "platform/Paths.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QTimeZone>
+
+namespace corvane::JsonFile {
+namespace {
+
+// 2001-01-01T00:00:00Z in seconds since 1970.
+constexpr qint64 referenceDateUnixSeconds = 978307200;
+
+} // namespace
+
+QByteArray serialized(const QJsonValue& value) {
+    if (value.isObject())
+        return QJsonDocument(value.toObject()).toJson(QJsonDocument::Indented);
+    if (value.isArray())
+        return QJsonDocument(value.toArray()).toJson(QJsonDocument::Indented);
+    // A bare scalar: wrap it in an array to reuse Qt's number and string formatting.
+    QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return text.mid(1, text.size() - 2) + '\n';
+}
+
+QString writeAtomically(const QString& path, const QByteArray& contents) {
+    const QString parent = Paths::parentPath(path);
+    if (!QDir().mkpath(parent))
+        return QStringLiteral("Could not create the folder %1").arg(parent);
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    if (file.write(contents) != contents.size()) {
+        file.cancelWriting();
+        return file.errorString();
+    }
+    if (!file.commit())
+        return file.errorString();
+    return {};
+}
+
+QString write(const QString& path, const QJsonValue& value) {
+    return writeAtomically(path, serialized(value));
+}
+
+std::optional<QJsonValue> read(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    if (error.error != QJsonParseError::NoError)
+        return std::nullopt;
+    if (document.isObject())
+        return QJsonValue(document.object());
+    return QJsonValue(document.array());
+}
+
+double secondsSinceReferenceDate(const QDateTime& date) {
+    return static_cast<double>(date.toMSecsSinceEpoch()) / 1000.0 -
+           static_cast<double>(referenceDateUnixSeconds);
+}
+
+QDateTime dateFromReferenceSeconds(double seconds) {
+    const double unixSeconds = seconds + static_cast<double>(referenceDateUnixSeconds);
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(unixSeconds * 1000.0),
+                                          QTimeZone::utc());
+}
+
+} // namespace corvane::JsonFile

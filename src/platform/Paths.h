@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+
+// Path helpers shared by every subsystem. File locations are absolute path strings without a
+// trailing slash (except "/" itself).
+namespace corvane::Paths {
+
+// Removes "." and ".." components, repeated and trailing slashes. No symbolic link is resolved.
+QString standardized(const QString& path);
+
+// On macOS "/tmp" and "/var" are links into "/private"; paths that begin with "/tmp/" or "/var/"
+// get the "/private" prefix so both spellings compare equal. Elsewhere the path is unchanged.
+QString withPrivatePrefix(const QString& path, bool macRules);
+QString withPrivatePrefix(const QString& path);
+
+// Standardized and prefixed: the form in which paths from agent history are compared.
+QString normalized(const QString& path);
+
+// True when `path` equals `folder` or lies inside it ("/a/b" is not under "/a/bc" nor the other
+// way round).
+bool isUnder(const QString& path, const QString& folder);
+
+// The last path component ("" for "/").
+QString lastComponent(const QString& path);
+
+// The folder that holds `path` ("/" for a top-level entry).
+QString parentPath(const QString& path);
+
+// `folder` + "/" + `name`, without doubling the slash after "/".
+QString joined(const QString& folder, const QString& name);
+
+} // namespace corvane::Paths

@@ -1,0 +1,328 @@
+#include "scanning/ProcessRunner.h"
+
+#include "platform/Paths.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+namespace corvane {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// How often a waiting call looks at its cancellation token and the clock when the child is quiet.
+constexpr int pollIntervalMs = 50;
+
+// Writing to a child that closed its input must give EPIPE, not kill the whole application.
+void ignoreBrokenPipesOnce() {
+    static std::once_flag once;
+    std::call_once(once, [] { std::signal(SIGPIPE, SIG_IGN); });
+}
+
+QString errorText(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// Owns one file descriptor and closes it once.
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int fd)
+        : fd_(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { close(); }
+
+    int get() const { return fd_; }
+    bool isOpen() const { return fd_ >= 0; }
+    void close() {
+        if (fd_ >= 0)
+            ::close(fd_);
+        fd_ = -1;
+    }
+    void reset(int fd) {
+        close();
+        fd_ = fd;
+    }
+
+private:
+    int fd_ = -1;
+};
+
+struct Pipe {
+    Descriptor read;
+    Descriptor write;
+};
+
+// Both ends are close-on-exec, so no child inherits pipes meant for another one.
+bool openPipe(Pipe& pipe) {
+    int fds[2];
+#ifdef __linux__
+    if (::pipe2(fds, O_CLOEXEC) != 0)
+        return false;
+#else
+    if (::pipe(fds) != 0)
+        return false;
+    ::fcntl(fds[0], F_SETFD, FD_CLOEXEC);
+    ::fcntl(fds[1], F_SETFD, FD_CLOEXEC);
+#endif
+    pipe.read.reset(fds[0]);
+    pipe.write.reset(fds[1]);
+    return true;
+}
+
+void setNonBlocking(int fd) {
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+}
+
+// The inherited environment with every override replacing the variable of the same name.
+std::vector<QByteArray> mergedEnvironment(const QHash<QString, QString>& overrides) {
+    std::vector<QByteArray> entries;
+    for (char** entry = environ; entry && *entry; ++entry) {
+        const QByteArray text(*entry);
+        const QString name = QString::fromLocal8Bit(text.left(text.indexOf('=')));
+        if (!overrides.contains(name))
+            entries.push_back(text);
+    }
+    for (auto it = overrides.cbegin(); it != overrides.cend(); ++it)
+        entries.push_back(it.key().toLocal8Bit() + '=' + it.value().toLocal8Bit());
+    return entries;
+}
+
+std::vector<char*> pointersTo(std::vector<QByteArray>& strings) {
+    std::vector<char*> pointers;
+    pointers.reserve(strings.size() + 1);
+    for (QByteArray& text : strings)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// Starts the child with the three pipe ends as its standard streams and default signal handling.
+pid_t spawnChild(const QString& executable, const QStringList& arguments,
+                 const QHash<QString, QString>& overrides, Pipe& input, Pipe& output, Pipe& error) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input.read.get(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output.write.get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, error.write.get(), STDERR_FILENO);
+
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    sigset_t emptyMask;
+    sigemptyset(&emptyMask);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setsigmask(&attributes, &emptyMask);
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+#ifdef POSIX_SPAWN_CLOEXEC_DEFAULT
+    flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
+#endif
+    posix_spawnattr_setflags(&attributes, flags);
+
+    const QByteArray path = executable.toLocal8Bit();
+    std::vector<QByteArray> argumentStrings{path};
+    for (const QString& argument : arguments)
+        argumentStrings.push_back(argument.toLocal8Bit());
+    std::vector<QByteArray> environmentStrings = mergedEnvironment(overrides);
+    std::vector<char*> argv = pointersTo(argumentStrings);
+    std::vector<char*> envp = pointersTo(environmentStrings);
+
+    pid_t pid = -1;
+    const int status =
+        ::posix_spawn(&pid, path.constData(), &actions, &attributes, argv.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    if (status != 0)
+        throw ProcessRunnerError::launchFailed(errorText(status));
+    return pid;
+}
+
+// Reads what is available; returns false once the pipe is at its end.
+bool drain(Descriptor& fd, QByteArray& into) {
+    char buffer[65536];
+    for (;;) {
+        const ssize_t count = ::read(fd.get(), buffer, sizeof buffer);
+        if (count > 0) {
+            into.append(buffer, count);
+            continue;
+        }
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            return true;
+        fd.close();
+        return false;
+    }
+}
+
+// Writes what the pipe accepts; closes the pipe when all is written or the child stopped reading.
+void feed(Descriptor& fd, const QByteArray& data, qsizetype& written) {
+    while (written < data.size()) {
+        const ssize_t count = ::write(fd.get(), data.constData() + written,
+                                      static_cast<size_t>(data.size() - written));
+        if (count > 0) {
+            written += count;
+            continue;
+        }
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            return;
+        break; // EPIPE and other errors: the child no longer reads, which is its business.
+    }
+    fd.close();
+}
+
+int waitForExit(pid_t pid, int options) {
+    int status = 0;
+    pid_t reaped;
+    do {
+        reaped = ::waitpid(pid, &status, options);
+    } while (reaped < 0 && errno == EINTR);
+    return reaped == pid ? status : -1;
+}
+
+// One child from launch to reaping.
+class ChildSession {
+public:
+    ChildSession(pid_t pid, Pipe& input, Pipe& output, Pipe& error, const QByteArray& stdinData,
+                 double timeout, const CancellationToken& cancellation)
+        : pid_(pid)
+        , stdin_(input.write)
+        , stdout_(output.read)
+        , stderr_(error.read)
+        , stdinData_(stdinData)
+        , deadline_(Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                       std::chrono::duration<double>(timeout)))
+        , cancellation_(cancellation) {}
+
+    ProcessResult runToEnd() {
+        setNonBlocking(stdout_.get());
+        setNonBlocking(stderr_.get());
+        setNonBlocking(stdin_.get());
+        if (stdinData_.isEmpty())
+            stdin_.close();
+        int status = -1;
+        while (stdout_.isOpen() || stderr_.isOpen()) {
+            pollOnce();
+            terminateWhenDue();
+            if (status = waitForExit(pid_, WNOHANG); status != -1) {
+                // The child is gone; take what it left in the pipes and stop, even if a
+                // grandchild still holds them open.
+                if (stdout_.isOpen())
+                    drain(stdout_, result_.standardOutput);
+                if (stderr_.isOpen())
+                    drain(stderr_, result_.standardError);
+                break;
+            }
+        }
+        stdin_.close();
+        if (status == -1)
+            status = waitForExit(pid_, 0);
+        if (timedOut_)
+            throw ProcessRunnerError::timedOut();
+        if (WIFSIGNALED(status)) {
+            result_.terminationSignal = WTERMSIG(status);
+            result_.exitCode = 128 + WTERMSIG(status);
+        } else {
+            result_.exitCode = WEXITSTATUS(status);
+        }
+        return std::move(result_);
+    }
+
+private:
+    void pollOnce() {
+        pollfd fds[3];
+        nfds_t count = 0;
+        auto add = [&](Descriptor& fd, short events) {
+            if (fd.isOpen())
+                fds[count++] = pollfd{fd.get(), events, 0};
+        };
+        add(stdout_, POLLIN);
+        add(stderr_, POLLIN);
+        add(stdin_, POLLOUT);
+        const int ready = ::poll(fds, count, pollIntervalMs);
+        if (ready <= 0)
+            return;
+        for (nfds_t index = 0; index < count; ++index) {
+            if (fds[index].revents == 0)
+                continue;
+            if (fds[index].fd == stdout_.get())
+                drain(stdout_, result_.standardOutput);
+            else if (fds[index].fd == stderr_.get())
+                drain(stderr_, result_.standardError);
+            else if (fds[index].fd == stdin_.get())
+                feed(stdin_, stdinData_, stdinWritten_);
+        }
+    }
+
+    // One SIGTERM, for the time limit or for cancellation; no escalation.
+    void terminateWhenDue() {
+        if (terminationSent_)
+            return;
+        const bool expired = Clock::now() >= deadline_;
+        if (!expired && !cancellation_.isCancelled())
+            return;
+        timedOut_ = expired;
+        terminationSent_ = true;
+        ::kill(pid_, SIGTERM);
+    }
+
+    pid_t pid_;
+    Descriptor& stdin_;
+    Descriptor& stdout_;
+    Descriptor& stderr_;
+    const QByteArray& stdinData_;
+    qsizetype stdinWritten_ = 0;
+    Clock::time_point deadline_;
+    CancellationToken cancellation_;
+    bool terminationSent_ = false;
+    bool timedOut_ = false;
+    ProcessResult result_;
+};
+
+} // namespace
+
+ProcessResult ProcessRunner::run(const QString& executable, const QStringList& arguments,
+                                 const std::optional<QByteArray>& stdinData,
+                                 const QHash<QString, QString>& environmentOverrides,
+                                 double timeout, const CancellationToken& cancellation) {
+    ignoreBrokenPipesOnce();
+    Pipe input;
+    Pipe output;
+    Pipe error;
+    if (!openPipe(input) || !openPipe(output) || !openPipe(error))
+        throw ProcessRunnerError::launchFailed(errorText(errno));
+
+    const pid_t pid = spawnChild(executable, arguments, environmentOverrides, input, output, error);
+    // Only the child keeps these ends; our copies would hide the end of its output.
+    input.read.close();
+    output.write.close();
+    error.write.close();
+
+    const QByteArray noInput;
+    ChildSession child(pid, input, output, error, stdinData ? *stdinData : noInput, timeout,
+                       cancellation);
+    return child.runToEnd();
+}
+
+QString ProcessRunner::toolSearchPath(const QString& executable) {
+    return Paths::parentPath(executable) +
+           QStringLiteral(":/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin");
+}
+
+} // namespace corvane

@@ -1,0 +1,40 @@
+#include "platform/Paths.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+TEST(Paths, StandardizingRemovesDotsAndTrailingSlashes) {
+    EXPECT_EQ(Paths::standardized(QStringLiteral("/a/./b/../c/")), QStringLiteral("/a/c"));
+    EXPECT_EQ(Paths::standardized(QStringLiteral("/a//b")), QStringLiteral("/a/b"));
+    EXPECT_EQ(Paths::standardized(QStringLiteral("/")), QStringLiteral("/"));
+}
+
+TEST(Paths, PrivatePrefixOnlyUnderMacRulesAndOnlyForTmpAndVar) {
+    EXPECT_EQ(Paths::withPrivatePrefix(QStringLiteral("/tmp/x"), true),
+              QStringLiteral("/private/tmp/x"));
+    EXPECT_EQ(Paths::withPrivatePrefix(QStringLiteral("/var/folders/a"), true),
+              QStringLiteral("/private/var/folders/a"));
+    EXPECT_EQ(Paths::withPrivatePrefix(QStringLiteral("/tmpfoo/x"), true),
+              QStringLiteral("/tmpfoo/x"));
+    EXPECT_EQ(Paths::withPrivatePrefix(QStringLiteral("/private/tmp/x"), true),
+              QStringLiteral("/private/tmp/x"));
+    EXPECT_EQ(Paths::withPrivatePrefix(QStringLiteral("/tmp/x"), false), QStringLiteral("/tmp/x"));
+}
+
+TEST(Paths, UnderMeansEqualOrBelowAfterASeparator) {
+    EXPECT_TRUE(Paths::isUnder(QStringLiteral("/a/b"), QStringLiteral("/a/b")));
+    EXPECT_TRUE(Paths::isUnder(QStringLiteral("/a/b/c"), QStringLiteral("/a/b")));
+    EXPECT_TRUE(Paths::isUnder(QStringLiteral("/a/b/c"), QStringLiteral("/a/b/")));
+    EXPECT_FALSE(Paths::isUnder(QStringLiteral("/a/bc"), QStringLiteral("/a/b")));
+    EXPECT_FALSE(Paths::isUnder(QStringLiteral("/a"), QStringLiteral("/a/b")));
+    EXPECT_TRUE(Paths::isUnder(QStringLiteral("/x"), QStringLiteral("/")));
+}
+
+TEST(Paths, ComponentsOfAPath) {
+    EXPECT_EQ(Paths::lastComponent(QStringLiteral("/a/b c")), QStringLiteral("b c"));
+    EXPECT_EQ(Paths::parentPath(QStringLiteral("/a/b")), QStringLiteral("/a"));
+    EXPECT_EQ(Paths::parentPath(QStringLiteral("/a")), QStringLiteral("/"));
+    EXPECT_EQ(Paths::joined(QStringLiteral("/"), QStringLiteral("a")), QStringLiteral("/a"));
+    EXPECT_EQ(Paths::joined(QStringLiteral("/a"), QStringLiteral("b")), QStringLiteral("/a/b"));
+}

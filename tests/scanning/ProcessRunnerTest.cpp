@@ -1,0 +1,158 @@
+#include "scanning/ProcessRunner.h"
+
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <cerrno>
+#include <future>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <thread>
+
+using namespace corvane;
+
+namespace {
+
+const QString sh = QStringLiteral("/bin/sh");
+
+ProcessResult shell(const QByteArray& script, std::optional<QByteArray> input = std::nullopt,
+                    QHash<QString, QString> overrides = {}, double timeout = 30) {
+    return ProcessRunner::run(sh, {QStringLiteral("-c"), QString::fromUtf8(script)}, input,
+                              overrides, timeout);
+}
+
+int openDescriptorCount() {
+    return static_cast<int>(
+        QDir(QStringLiteral("/dev/fd"))
+            .entryList(QDir::NoDotAndDotDot | QDir::System | QDir::Files | QDir::AllEntries)
+            .size());
+}
+
+} // namespace
+
+TEST(ProcessRunner, MegabytesOnBothPipesAtOnceDoNotDeadlock) {
+    const ProcessResult result = shell("head -c 5000000 /dev/zero; head -c 4000000 /dev/zero >&2; "
+                                       "head -c 3000000 /dev/zero; echo done >&2");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.standardOutput.size(), 8'000'000);
+    EXPECT_EQ(result.standardError.size(), 4'000'005);
+}
+
+TEST(ProcessRunner, InputIsDeliveredAndAChildThatIgnoresItStillFinishes) {
+    const QByteArray large(8'000'000, 'x');
+    EXPECT_EQ(shell("wc -c", large).standardOutput.trimmed(), QByteArray("8000000"));
+    const ProcessResult ignoring = shell("exec 0<&-; echo ignored", large);
+    EXPECT_EQ(ignoring.exitCode, 0);
+    EXPECT_EQ(ignoring.standardOutput, QByteArray("ignored\n"));
+}
+
+TEST(ProcessRunner, StandardInputIsAlwaysAPipeNeverOurOwn) {
+    // With no data the child reads an immediate end of input instead of waiting on our terminal.
+    EXPECT_EQ(shell("cat; echo end").standardOutput, QByteArray("end\n"));
+    EXPECT_EQ(shell("test -p /dev/stdin && echo pipe").standardOutput, QByteArray("pipe\n"));
+}
+
+TEST(ProcessRunner, ExitStatusIsAResultAndSignalsAreReported) {
+    const ProcessResult failed = shell("echo oops >&2; exit 1");
+    EXPECT_EQ(failed.exitCode, 1);
+    EXPECT_EQ(failed.standardError, QByteArray("oops\n"));
+    EXPECT_EQ(failed.terminationSignal, 0);
+
+    const ProcessResult killed = shell("echo partial; kill -KILL $$");
+    EXPECT_EQ(killed.terminationSignal, SIGKILL);
+    EXPECT_EQ(killed.exitCode, 128 + SIGKILL);
+    EXPECT_EQ(killed.standardOutput, QByteArray("partial\n"));
+}
+
+TEST(ProcessRunner, SleepingPastTheLimitTimesOut) {
+    QElapsedTimer clock;
+    clock.start();
+    try {
+        shell("sleep 20", std::nullopt, {}, 0.3);
+        FAIL() << "expected a time-out";
+    } catch (const ProcessRunnerError& error) {
+        EXPECT_EQ(error.kind(), ProcessRunnerError::Case::timedOut);
+    }
+    EXPECT_LT(clock.elapsed(), 5000);
+}
+
+TEST(ProcessRunner, PathOverrideReplacesPathAndOtherVariablesPassThrough) {
+    ::setenv("CORVANE_TEST_MARKER", "inherited", 1);
+    const ProcessResult result =
+        ProcessRunner::run(QStringLiteral("/usr/bin/env"), {}, std::nullopt,
+                           {{QStringLiteral("PATH"), QStringLiteral("/opt/tool/bin:/bin")}});
+    const QList<QByteArray> lines = result.standardOutput.split('\n');
+    EXPECT_TRUE(lines.contains("PATH=/opt/tool/bin:/bin"));
+    EXPECT_EQ(lines.count("PATH=/opt/tool/bin:/bin"), 1);
+    EXPECT_TRUE(lines.contains("CORVANE_TEST_MARKER=inherited"));
+    ::unsetenv("CORVANE_TEST_MARKER");
+}
+
+TEST(ProcessRunner, EmptyArgumentListRunsTheProgramAlone) {
+    const ProcessResult result = ProcessRunner::run(QStringLiteral("/bin/true"), {});
+    EXPECT_EQ(result.exitCode, 0);
+}
+
+TEST(ProcessRunner, MissingOrNonExecutableProgramsFailToLaunchWithTheSystemsText) {
+    try {
+        ProcessRunner::run(QStringLiteral("/nonexistent/tool"), {});
+        FAIL() << "expected launchFailed";
+    } catch (const ProcessRunnerError& error) {
+        EXPECT_EQ(error.kind(), ProcessRunnerError::Case::launchFailed);
+        EXPECT_EQ(error.description(), QString::fromLocal8Bit(std::strerror(ENOENT)));
+    }
+    const QString plain = test::makeTempDir() + QStringLiteral("/not-executable");
+    test::writeFile(plain, "echo hi\n");
+    try {
+        ProcessRunner::run(plain, {});
+        FAIL() << "expected launchFailed";
+    } catch (const ProcessRunnerError& error) {
+        EXPECT_EQ(error.kind(), ProcessRunnerError::Case::launchFailed);
+        EXPECT_EQ(error.description(), QString::fromLocal8Bit(std::strerror(EACCES)));
+    }
+}
+
+TEST(ProcessRunner, CancellingEndsALongChildPromptly) {
+    CancellationToken token;
+    QElapsedTimer clock;
+    clock.start();
+    auto running = std::async(std::launch::async, [&] {
+        return ProcessRunner::run(sh, {QStringLiteral("-c"), QStringLiteral("sleep 30")},
+                                  std::nullopt, {}, 60, token);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    token.cancel();
+    const ProcessResult result = running.get();
+    EXPECT_EQ(result.terminationSignal, SIGTERM);
+    EXPECT_LT(clock.elapsed(), 3000);
+}
+
+TEST(ProcessRunner, AChildThatClosesItsPipesEarlyOrLeavesAGrandchildBehindDoesNotHang) {
+    const ProcessResult closed = shell("exec 1>&- 2>&-; sleep 0.2; exit 3");
+    EXPECT_EQ(closed.exitCode, 3);
+    QElapsedTimer clock;
+    clock.start();
+    const ProcessResult detached = shell("(sleep 5 &) ; echo parent");
+    EXPECT_EQ(detached.standardOutput, QByteArray("parent\n"));
+    EXPECT_LT(clock.elapsed(), 4000);
+}
+
+TEST(ProcessRunner, AThousandCallsLeakNoDescriptorsAndLeaveNoZombies) {
+    const int before = openDescriptorCount();
+    for (int call = 0; call < 1000; ++call)
+        ASSERT_EQ(ProcessRunner::run(QStringLiteral("/bin/true"), {}).exitCode, 0);
+    try {
+        ProcessRunner::run(QStringLiteral("/nonexistent"), {});
+    } catch (const ProcessRunnerError&) {
+    }
+    EXPECT_EQ(openDescriptorCount(), before);
+    errno = 0;
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(ProcessRunner, ToolSearchPathStartsWithTheToolsFolder) {
+    EXPECT_EQ(ProcessRunner::toolSearchPath(QStringLiteral("/opt/homebrew/bin/brew")),
+              QStringLiteral("/opt/homebrew/bin:/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin"));
+}

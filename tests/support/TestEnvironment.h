@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+namespace corvane::test {
+
+// The temporary folder that stands in for the user's home in this test process.
+QString fakeHome();
+
+// Points HOME, XDG_DATA_HOME, XDG_CONFIG_HOME and XDG_CACHE_HOME at fresh temporary folders;
+// returns false (and says why on standard error) when that could not be made safe.
+bool isolateFromRealHome();
+void removeFakeHome();
+
+// A fresh folder inside the fake home, removed with it.
+QString makeTempDir(const QString& prefix = QStringLiteral("t"));
+
+// Writes `contents` to `path`, creating folders on the way.
+void writeFile(const QString& path, const QByteArray& contents = {});
+
+// Writes an executable shell script (for stand-ins of tools that cannot run here).
+void writeScript(const QString& path, const QByteArray& body);
+
+} // namespace corvane::test
