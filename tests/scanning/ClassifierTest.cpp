@@ -1,8 +1,5 @@
 #include "scanning/Classifier.h"
 
-#include "scanning/ArtifactCatalog.h"
-#include "scanning/GitIgnoreEvaluator.h"
-#include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -87,22 +84,4 @@ TEST(Classifier, SortsByNameIgnoringCaseAndKeepsOrderOfEqualNames) {
         order.append(item.url.mid(root.size() + 1));
     EXPECT_EQ(order, (QStringList{s("Alpha"), s("alpha"), s("beta"), s("b/build"), s("a/build"),
                                   s("Gamma")}));
-}
-
-TEST(Classifier, GenericNameIsSafeOnlyWhereTheRepositoryIgnoresIt) {
-    const QString repo = test::makeRepo();
-    test::commitFiles(repo, {{s(".gitignore"), "/app/build/\n"},
-                             {s("app/package.json"), "{}"},
-                             {s("lib/package.json"), "{}"}});
-    QDir().mkpath(repo + s("/app/build"));
-    QDir().mkpath(repo + s("/lib/build"));
-    const QStringList candidates{repo + s("/app/build"), repo + s("/lib/build")};
-    const QSet<QString> ignored = GitIgnoreEvaluator::ignoredPaths(repo, candidates);
-
-    const QList<CleanableItem> items =
-        Classifier::classify(projectAt(repo, repo), candidates, ignored, true);
-    ASSERT_EQ(items.size(), 2);
-    EXPECT_EQ(items[0].url, repo + s("/app/build"));
-    EXPECT_EQ(items[0].confidence, CleanConfidence::safe);
-    EXPECT_EQ(items[1].confidence, CleanConfidence::caution);
 }
