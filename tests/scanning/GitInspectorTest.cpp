@@ -84,9 +84,9 @@ TEST(GitStatusParsing, TrickyPathsAndRecordsThatOnlyLookLikeOthers) {
         "# branch.head (detached)",
         "# stash 2",
         "2 R. N... 100644 100644 100644 aaaa bbbb R100 moved.txt",
-        "1 foo", // the old path of the rename, not a change
+        "1 .M N... 1 1 1 a b c.txt", // the old path of the rename, not a change
         "2 C. N... 100644 100644 100644 aaaa bbbb C75 copy.txt",
-        "# x", // the old path again: a file may be named like a header
+        "? x", // the old path again: a file may be named like any record
         "1 .M S.M. 160000 160000 160000 aaaa bbbb vendor/sub module",
         "1 AD N... 000000 100644 000000 aaaa bbbb added then removed.txt",
         "? line\nbreak.txt",
