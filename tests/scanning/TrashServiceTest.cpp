@@ -33,7 +33,8 @@ void link(const QString& target, const QString& linkPath) {
 
 TEST(TrashService, MovesItemsIntoTheUsersTrashAndRecordsWhereTheyCameFrom) {
     const QString root = test::makeTempDir(QStringLiteral("trash-root"));
-    const QString item = root + QStringLiteral("/app/node_modules");
+    // A name no other test trashes, to find it among whatever the Trash holds.
+    const QString item = root + QStringLiteral("/app/node_modules-of-the-first-test");
     test::writeFile(item + QStringLiteral("/left-pad/index.js"), "module.exports = 1;\n");
 
     const TrashOutcome outcome = TrashService::trash({item}, root);
@@ -43,7 +44,8 @@ TEST(TrashService, MovesItemsIntoTheUsersTrashAndRecordsWhereTheyCameFrom) {
     EXPECT_FALSE(isPresent(item));
 #ifdef Q_OS_LINUX
     const QDir files(trashFolder() + QStringLiteral("/files"));
-    const QStringList entries = files.entryList({QStringLiteral("node_modules*")}, QDir::Dirs);
+    const QStringList entries =
+        files.entryList({QStringLiteral("node_modules-of-the-first-test*")}, QDir::Dirs);
     ASSERT_EQ(entries.size(), 1);
     EXPECT_TRUE(QFile::exists(files.filePath(entries[0]) + QStringLiteral("/left-pad/index.js")));
     QFile info(trashFolder() + QStringLiteral("/info/") + entries[0] +
