@@ -10,6 +10,10 @@ const std::vector<Command>& commandTable() {
         {"locations",
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},
+        {"caches",
+         "List the developer caches outside your projects with their sizes; `caches clean ID...` "
+         "moves some to the Trash",
+         defineCachesCommand},
     };
     return table;
 }

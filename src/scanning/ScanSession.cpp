@@ -409,9 +409,11 @@ TrashPlan ScanSession::trashPlan(const QList<QString>& paths) const {
             continue;
         plan.itemURLs.append(path);
         const auto item = itemAtPath.constFind(path);
-        if (item == itemAtPath.cend())
+        const auto size =
+            item == itemAtPath.cend() ? sizeByItem_.cend() : sizeByItem_.constFind(*item);
+        if (size == sizeByItem_.cend())
             plan.unmeasuredPaths.append(path);
-        else if (const auto size = sizeByItem_.constFind(*item); size != sizeByItem_.cend())
+        else
             plan.sizeByURL.insert(path, *size);
     }
     return plan;
@@ -572,6 +574,13 @@ qint64 ScanSession::measuredBytes() const {
     qint64 total = 0;
     for (const qint64 bytes : sizeByItem_)
         total = checkedSum(total, bytes);
+    return total;
+}
+
+qint64 ScanSession::measuredCacheBytes() const {
+    qint64 total = 0;
+    for (const GlobalCacheItem& cache : globalCaches_)
+        total = checkedSum(total, cacheSizeByID_.value(cache.id(), 0));
     return total;
 }
 

@@ -113,6 +113,8 @@ public:
     qint64 selectedBytes() const;
     // Bytes measured so far by the running or last scan.
     qint64 measuredBytes() const;
+    // Bytes of the listed caches measured so far.
+    qint64 measuredCacheBytes() const;
 
 signals:
     void rootURLChanged();

@@ -105,8 +105,8 @@ struct TrashPlan {
     QString cacheRoot;
     // Measured bytes by URL; a URL without an entry counts 0.
     QHash<QString, qint64> sizeByURL;
-    // Paths given by hand that are no item of the scan; they are measured before they move, so
-    // the reclaimed size counts them.
+    // Paths given by hand whose size the scan does not know; they are measured before they move,
+    // so the reclaimed size counts them.
     QList<QString> unmeasuredPaths;
 
     bool isEmpty() const { return itemURLs.isEmpty() && cacheURLs.isEmpty(); }
