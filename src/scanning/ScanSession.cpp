@@ -181,8 +181,14 @@ void ScanSession::rescan() {
 }
 
 void ScanSession::startScan(const QString& root) {
-    // Destroying the previous stream cancels its scan; none of its events arrive after this.
-    scanStream_.reset();
+    // The previous scan is cancelled and cut off now, so none of its events arrive after this.
+    // Its stream is only destroyed at the next scan: this may run inside its own delivery (a view
+    // rescanning when a scan completes).
+    if (scanStream_) {
+        scanStream_->cancel();
+        disconnect(scanStream_.get(), nullptr, this, nullptr);
+    }
+    retiredStream_ = std::move(scanStream_);
     unsigned changes = clear(projects_, projectsChange) | clear(itemsByProject_, itemsChange) |
                        clear(gitDetailsByProject_, gitChange) | clear(sizeByItem_, sizesChange) |
                        clear(selectedItemIDs_, selectedItemsChange) |

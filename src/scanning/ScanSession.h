@@ -158,6 +158,7 @@ private:
     ScanStarter starter_;
     ScanOptions scanOptions_;
     std::unique_ptr<ScanStream> scanStream_;
+    std::unique_ptr<ScanStream> retiredStream_;
     std::shared_ptr<MainThreadMailbox> mailbox_;
     CancellationToken jobCancellation_;
     int cacheGeneration_ = 0;

@@ -442,3 +442,23 @@ TEST(ScanSessionLifetime, AResultArrivingAfterTheSessionIsGoneIsDropped) {
     QCoreApplication::processEvents();
     EXPECT_FALSE(toasts.current());
 }
+
+TEST_F(ScanSessionTest, ARescanStartedWhenAScanCompletesBeginsCleanly) {
+    startScan();
+    const Project first = makeProject(root + QStringLiteral("/first"));
+    bool rescanned = false;
+    QObject::connect(&session, &ScanSession::isScanningChanged, &session, [this, &rescanned] {
+        if (!session.isScanning() && !rescanned) {
+            rescanned = true;
+            session.rescan();
+        }
+    });
+    scans.feed({ScanEvent::projectDiscovered(first), ScanEvent::scanCompleted()});
+
+    ASSERT_EQ(scans.roots.size(), 2);
+    EXPECT_TRUE(session.isScanning());
+    EXPECT_TRUE(session.projects().isEmpty());
+    const Project second = makeProject(root + QStringLiteral("/second"));
+    scans.feed({ScanEvent::projectDiscovered(second), ScanEvent::scanCompleted()});
+    EXPECT_EQ(session.projects(), QList<Project>{second});
+}
