@@ -14,6 +14,10 @@ const std::vector<Command>& commandTable() {
          "Show the git state of the working tree that holds PATH and which folders directly "
          "inside it would be offered, and why",
          defineInspectCommand},
+        {"caches",
+         "List the developer caches outside your projects with their sizes; `caches clean ID...` "
+         "moves some to the Trash",
+         defineCachesCommand},
     };
     return table;
 }
