@@ -30,7 +30,6 @@ FailuresPanel::FailuresPanel(const ScanSession& session, QWidget* parent)
     header->addWidget(icon);
     header->addWidget(title, 1);
     header->addWidget(dismiss);
-    list_->setMaximumHeight(96);
     list_->setFrameShape(QFrame::NoFrame);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(10, 8, 10, 8);
@@ -57,6 +56,10 @@ void FailuresPanel::showFailures() {
         line->setToolTip(failure.url);
         list_->addItem(line);
     }
+    // Tall enough for a few lines; more scroll.
+    const int lines = std::clamp(list_->count(), 1, 4);
+    list_->setFixedHeight(lines * std::max(list_->sizeHintForRow(0), fontMetrics().height()) +
+                          2 * list_->frameWidth() + 4);
     setVisible(!session_.trashFailures().isEmpty());
 }
 

@@ -243,7 +243,7 @@ QWidget* MainWindow::makeCentralArea() {
     split->addWidget(sidebar_);
     split->addWidget(pages_);
     split->setStretchFactor(1, 1);
-    split->setSizes({170, 1010});
+    split->setSizes({160, 1020});
     split->setChildrenCollapsible(false);
 
     auto* line = new QFrame(central);
@@ -283,9 +283,10 @@ QWidget* MainWindow::makeProjectsPage() {
     QHeaderView* header = projectView_->header();
     header->setStretchLastSection(false);
     header->setSectionResizeMode(ProjectTreeModel::nameColumn, QHeaderView::Stretch);
-    header->resizeSection(ProjectTreeModel::stateColumn, 200);
-    header->resizeSection(ProjectTreeModel::activityColumn, 110);
-    header->resizeSection(ProjectTreeModel::sizeColumn, 190);
+    header->setMinimumSectionSize(60);
+    header->resizeSection(ProjectTreeModel::stateColumn, 175);
+    header->resizeSection(ProjectTreeModel::activityColumn, 100);
+    header->resizeSection(ProjectTreeModel::sizeColumn, 165);
     connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &MainWindow::onProjectRowSelected);
     // Nested projects open as they arrive; the selection follows its project when rows move.
@@ -307,6 +308,7 @@ QWidget* MainWindow::makeProjectsPage() {
     split->addWidget(detailView_);
     split->setStretchFactor(0, 3);
     split->setStretchFactor(1, 2);
+    split->setSizes({610, 410});
     split->setChildrenCollapsible(false);
 
     projectsPage_ = new QStackedWidget(this);

@@ -6,7 +6,7 @@
 namespace corvane {
 namespace {
 
-constexpr int textWidth = 72;
+constexpr int textWidth = 66;
 constexpr int barHeight = 6;
 constexpr int gap = 8;
 
@@ -56,7 +56,7 @@ void SizeBarDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
 QSize SizeBarDelegate::sizeHint(const QStyleOptionViewItem& option,
                                 const QModelIndex& index) const {
     QSize hint = QStyledItemDelegate::sizeHint(option, index);
-    hint.setWidth(std::max(hint.width(), textWidth + gap + 96));
+    hint.setWidth(std::max(hint.width(), textWidth + gap + 80));
     return hint;
 }
 

@@ -118,10 +118,15 @@ SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent)
     , legend_(new QHBoxLayout) {
     reclaimable_->setObjectName(QStringLiteral("reclaimableTotal"));
     ticked_->setObjectName(QStringLiteral("tickedTotal"));
+    // The legend keeps its line while empty, so the strip does not jump when sizes arrive.
+    auto* legendLine = new QWidget(this);
+    legendLine->setLayout(legend_);
+    legend_->setContentsMargins(0, 0, 0, 0);
+    legendLine->setMinimumHeight(fontMetrics().height() + 4);
     auto* breakdown = new QVBoxLayout;
     breakdown->addStretch();
     breakdown->addWidget(bar_);
-    breakdown->addLayout(legend_);
+    breakdown->addWidget(legendLine);
     breakdown->addStretch();
     legend_->setSpacing(12);
     legend_->addStretch();
@@ -178,7 +183,7 @@ void SummaryStrip::updateLegend(const QMap<ArtifactKind, qint64>& bytesByKind) {
     for (auto share = bytesByKind.cbegin(); share != bytesByKind.cend(); ++share) {
         if (legendWords_.contains(share.key()))
             continue;
-        auto* entry = new QWidget(this);
+        auto* entry = new QWidget(legend_->parentWidget());
         auto* layout = new QHBoxLayout(entry);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSpacing(4);

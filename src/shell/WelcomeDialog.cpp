@@ -58,6 +58,7 @@ WelcomeDialog::WelcomeDialog(QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(22, 20, 22, 16);
     layout->addLayout(body);
+    layout->addSpacing(10);
     layout->addWidget(buttons);
     setFixedWidth(520);
 }

@@ -8,8 +8,15 @@
 #include <QApplication>
 #include <QDir>
 #include <QMessageBox>
+#include <QTest>
 #include <QWidget>
 #include <gtest/gtest.h>
+#include <ostream>
+
+// Failures show texts as text.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
 
 namespace corvane::test {
 
@@ -34,7 +41,8 @@ inline QString dumpTree(const QAbstractItemModel& model, const QModelIndex& pare
 inline void saveScreenshot(QWidget& widget, const QString& name) {
     const QString folder = QStringLiteral(CORVANE_SCREENSHOT_DIR);
     ASSERT_TRUE(QDir().mkpath(folder));
-    QApplication::processEvents();
+    // Views gather the session's changes for a moment before they show them.
+    QTest::qWait(200);
     ASSERT_TRUE(widget.grab().save(folder + u'/' + name + QStringLiteral(".png")))
         << qPrintable(name);
 }
