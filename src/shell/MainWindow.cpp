@@ -96,10 +96,11 @@ MainWindow::MainWindow(ScanSession& session, ToastCenter& toasts, RulesStore& ru
 MainWindow::~MainWindow() = default;
 
 void MainWindow::makeActions() {
-    const auto make = [this](Action which, const QString& text, QStyle::StandardPixmap icon) {
+    const auto make = [this](Action which, const QString& text,
+                             std::optional<QStyle::StandardPixmap> icon = std::nullopt) {
         auto* action = new QAction(text, this);
-        if (icon != QStyle::SP_CustomBase)
-            action->setIcon(style()->standardIcon(icon));
+        if (icon)
+            action->setIcon(style()->standardIcon(*icon));
         actions_.insert(which, action);
         return action;
     };
@@ -120,8 +121,7 @@ void MainWindow::makeActions() {
     trash->setToolTip(QStringLiteral("Move every ticked item and cache to the Trash"));
     connect(trash, &QAction::triggered, this, [this] { confirmTrash(TrashScope::everything()); });
 
-    QAction* unsynced =
-        make(Action::showOnlyUnsynced, QStringLiteral("Only Unsynced"), QStyle::SP_CustomBase);
+    QAction* unsynced = make(Action::showOnlyUnsynced, QStringLiteral("Only Unsynced"));
     unsynced->setCheckable(true);
     unsynced->setToolTip(
         QStringLiteral("Show only projects with work that is not committed and pushed"));
@@ -133,8 +133,7 @@ void MainWindow::makeActions() {
     for (const auto& [which, mode] :
          {std::pair{Action::sortBySize, ProjectSortMode::size},
           std::pair{Action::sortByActivity, ProjectSortMode::activity}}) {
-        QAction* sort =
-            make(which, QStringLiteral("Sort by ") + title(mode), QStyle::SP_CustomBase);
+        QAction* sort = make(which, QStringLiteral("Sort by ") + title(mode));
         sort->setCheckable(true);
         sort->setChecked(session_.sortMode() == mode);
         sortGroup->addAction(sort);
@@ -148,7 +147,7 @@ void MainWindow::makeActions() {
             sortChoice_->setCurrentIndex(bySize ? 0 : 1);
     });
 
-    QAction* settings = make(Action::settings, QStringLiteral("Settings…"), QStyle::SP_CustomBase);
+    QAction* settings = make(Action::settings, QStringLiteral("Settings…"));
     settings->setShortcut(preferencesShortcut());
     settings->setMenuRole(QAction::PreferencesRole);
     connect(settings, &QAction::triggered, this, &MainWindow::showSettings);
@@ -449,10 +448,9 @@ void MainWindow::selectProjectRow() {
 
 void MainWindow::updateActions() {
     const bool trashing = session_.isTrashing();
-    const bool ticked =
-        !session_.selectedItemIDs().isEmpty() || !session_.selectedCacheIDs().isEmpty();
     action(Action::rescan)->setEnabled(session_.rootURL() && !trashing);
-    action(Action::moveToTrash)->setEnabled(ticked && !trashing);
+    action(Action::moveToTrash)
+        ->setEnabled(!trashing && !session_.trashPlan(TrashScope::everything()).isEmpty());
 }
 
 void MainWindow::updateFolder() {

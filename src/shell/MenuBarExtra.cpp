@@ -32,7 +32,7 @@ MenuBarExtra::MenuBarExtra(ScanSession& session, QObject* parent)
          {&ScanSession::sizeByItemChanged, &ScanSession::itemsByProjectChanged,
           &ScanSession::projectsChanged, &ScanSession::selectedItemIDsChanged,
           &ScanSession::cacheSizeByIDChanged, &ScanSession::selectedCacheIDsChanged,
-          &ScanSession::rootURLChanged, &ScanSession::isScanningChanged})
+          &ScanSession::rootURLChanged, &ScanSession::isTrashingChanged})
         connect(&session_, signal, &refreshTimer_, [this] {
             if (!refreshTimer_.isActive())
                 refreshTimer_.start();
@@ -54,7 +54,7 @@ void MenuBarExtra::refresh() {
     reclaimable_->setText(QStringLiteral("Reclaimable: ") +
                           formatBytes(session_.reclaimableBytes()));
     ticked_->setText(QStringLiteral("Ticked: ") + formatBytes(session_.selectedBytes()));
-    rescan_->setEnabled(session_.rootURL().has_value() && !session_.isScanning());
+    rescan_->setEnabled(session_.rootURL().has_value() && !session_.isTrashing());
 }
 
 } // namespace corvane

@@ -2,6 +2,9 @@
 
 #include "scanning/ScanWording.h"
 
+#include <QGuiApplication>
+#include <QPalette>
+
 namespace corvane {
 namespace {
 
@@ -89,8 +92,13 @@ QVariant RulesModel::data(const QModelIndex& index, int role) const {
     const CustomRule& rule = rules_[index.row()];
     switch (index.column()) {
     case nameColumn:
-        if (role == Qt::DisplayRole || role == Qt::EditRole)
+        // A rule without a name matches nothing yet; the row says what it waits for.
+        if (role == Qt::DisplayRole)
+            return rule.name.isEmpty() ? QStringLiteral("Folder name") : rule.name;
+        if (role == Qt::EditRole)
             return rule.name;
+        if (role == Qt::ForegroundRole && rule.name.isEmpty())
+            return QGuiApplication::palette().brush(QPalette::PlaceholderText);
         return {};
     case kindColumn:
         if (role == Qt::DisplayRole)

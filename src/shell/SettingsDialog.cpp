@@ -66,6 +66,7 @@ SettingsDialog::SettingsDialog(RulesStore& rules, QWidget* parent)
     view_->setSelectionBehavior(QAbstractItemView::SelectRows);
     view_->setSelectionMode(QAbstractItemView::SingleSelection);
     view_->verticalHeader()->hide();
+    view_->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 10);
     view_->setShowGrid(false);
     view_->setAlternatingRowColors(true);
     view_->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
