@@ -449,8 +449,11 @@ void MainWindow::selectProjectRow() {
 void MainWindow::updateActions() {
     const bool trashing = session_.isTrashing();
     action(Action::rescan)->setEnabled(session_.rootURL() && !trashing);
-    action(Action::moveToTrash)
-        ->setEnabled(!trashing && !session_.trashPlan(TrashScope::everything()).isEmpty());
+    // Ticks change with every batch of a scan, so this stays a look at the sets; the plan, with
+    // its nesting checks, is only made when the user asks.
+    const bool ticked =
+        !session_.selectedItemIDs().isEmpty() || !session_.selectedCacheIDs().isEmpty();
+    action(Action::moveToTrash)->setEnabled(ticked && !trashing);
 }
 
 void MainWindow::updateFolder() {
