@@ -6,7 +6,13 @@
 
 #include <QByteArray>
 #include <QString>
+#include <ostream>
 #include <sqlite3.h>
+
+// Readable failure messages for text.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
 
 namespace corvane::test {
 
