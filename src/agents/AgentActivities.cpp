@@ -9,7 +9,7 @@ namespace {
 
 // Most recent first; undated records last, then by name so the order is stable.
 template <typename Record, typename DateOf, typename NameOf>
-void sortMostRecentFirst(QList<Record>& records, DateOf dateOf, NameOf nameOf) {
+void sortByDate(QList<Record>& records, DateOf dateOf, NameOf nameOf) {
     std::stable_sort(records.begin(), records.end(), [&](const Record& a, const Record& b) {
         const std::optional<QDateTime> first = dateOf(a);
         const std::optional<QDateTime> second = dateOf(b);
@@ -35,6 +35,15 @@ std::optional<QString> enclosingFolder(const QString& project, const QString& ho
 
 } // namespace
 
+void sortMostRecentFirst(AgentActivity& activity) {
+    sortByDate(
+        activity.sessions, [](const AgentSession& s) { return s.updatedAt; },
+        [](const AgentSession& s) { return s.id; });
+    sortByDate(
+        activity.workspaces, [](const AgentWorkspace& w) { return w.lastUsedAt; },
+        [](const AgentWorkspace& w) { return w.folder; });
+}
+
 QList<AgentActivity> AgentHistoryIndex::activities(const QString& projectFolder) const {
     const QString project = AgentPaths::normalized(projectFolder, macPathRules);
     const std::optional<QString> parent = enclosingFolder(project, home);
@@ -59,12 +68,7 @@ QList<AgentActivity> AgentHistoryIndex::activities(const QString& projectFolder)
         }
         if (activity.sessions.isEmpty() && activity.workspaces.isEmpty())
             continue;
-        sortMostRecentFirst(
-            activity.sessions, [](const AgentSession& s) { return s.updatedAt; },
-            [](const AgentSession& s) { return s.id; });
-        sortMostRecentFirst(
-            activity.workspaces, [](const AgentWorkspace& w) { return w.lastUsedAt; },
-            [](const AgentWorkspace& w) { return w.folder; });
+        sortMostRecentFirst(activity);
         result.append(activity);
     }
     return result;

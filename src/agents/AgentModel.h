@@ -64,4 +64,7 @@ struct AgentActivity {
     bool operator==(const AgentActivity&) const = default;
 };
 
+// Sessions and workspaces most recent first; undated ones last.
+void sortMostRecentFirst(AgentActivity& activity);
+
 } // namespace corvane

@@ -10,6 +10,11 @@ const std::vector<Command>& commandTable() {
         {"locations",
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},
+        {"agents",
+         "List the coding-agent sessions and editor workspaces of a folder, or of every folder",
+         defineAgentsCommand},
+        {"relink", "Make coding-agent history follow a project folder that moved from OLD to NEW",
+         defineRelinkCommand},
     };
     return table;
 }

@@ -6,5 +6,7 @@
 namespace corvane::cli {
 
 void defineLocationsCommand(CLI::App& command, int& status);
+void defineAgentsCommand(CLI::App& command, int& status);
+void defineRelinkCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli
