@@ -1,8 +1,8 @@
 #include "agents/DesktopRecordsStep.h"
 
+#include "agents/ClaudeDesktopRecords.h"
 #include "agents/OrderedJsonWriter.h"
 
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -46,21 +46,6 @@ QJsonValue expectedValue(const QJsonValue& value, const AgentPaths::PathMove& mo
         member.value() = rewritten ? QJsonValue(*rewritten) : expectedValue(member.value(), move);
     }
     return object;
-}
-
-QStringList recordFiles(const QStringList& folders) {
-    QStringList files;
-    for (const QString& folder : folders) {
-        QDirIterator walker(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-        while (walker.hasNext()) {
-            const QString path = walker.next();
-            const QString name = walker.fileName();
-            if (name.startsWith(QStringLiteral("local_")) && name.endsWith(QStringLiteral("json")))
-                files.append(path);
-        }
-    }
-    files.sort();
-    return files;
 }
 
 class RecordRewriter {
@@ -139,7 +124,7 @@ void RecordRewriter::rewrite(const QString& path) {
 } // namespace
 
 void DesktopRecordsStep::run(const RelinkContext& context) {
-    const QStringList files = recordFiles(context.locations.claudeDesktopSessions);
+    const QStringList files = ClaudeDesktopRecords::files(context.locations.claudeDesktopSessions);
     if (files.isEmpty())
         return;
     RecordRewriter rewriter(context);

@@ -1,3 +1,5 @@
+#include "agents/ClaudeDesktopRecords.h"
+
 #include "agents/AgentHistoryIndex.h"
 #include "agents/AgentPaths.h"
 
@@ -48,23 +50,29 @@ std::optional<AgentHistoryIndex::DesktopEntry> entryOf(const QString& path, bool
 
 } // namespace
 
-QList<AgentHistoryIndex::DesktopEntry> AgentHistoryIndex::desktopEntries(const QStringList& folders,
-                                                                         bool macPathRules) {
-    QList<DesktopEntry> entries;
+QStringList ClaudeDesktopRecords::files(const QStringList& folders) {
+    QStringList files;
     for (const QString& folder : folders) {
-        QStringList files;
+        QStringList found;
         QDirIterator walker(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
         while (walker.hasNext()) {
             const QString path = walker.next();
             const QString name = walker.fileName();
             if (name.startsWith(QStringLiteral("local_")) && name.endsWith(QStringLiteral(".json")))
-                files.append(path);
+                found.append(path);
         }
-        files.sort();
-        for (const QString& path : files) {
-            if (std::optional<DesktopEntry> entry = entryOf(path, macPathRules))
-                entries.append(*entry);
-        }
+        found.sort();
+        files += found;
+    }
+    return files;
+}
+
+QList<AgentHistoryIndex::DesktopEntry> AgentHistoryIndex::desktopEntries(const QStringList& folders,
+                                                                         bool macPathRules) {
+    QList<DesktopEntry> entries;
+    for (const QString& path : ClaudeDesktopRecords::files(folders)) {
+        if (std::optional<DesktopEntry> entry = entryOf(path, macPathRules))
+            entries.append(*entry);
     }
     return entries;
 }
