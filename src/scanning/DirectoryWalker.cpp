@@ -109,9 +109,13 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         inside.repo = folder.path;
     const QStringList markers = ProjectDetector::markers(listing.names);
     if (!markers.isEmpty()) {
-        const Project project{QUuid::createUuid(), Paths::lastComponent(folder.path),
-                              folder.path,         markers,
-                              inside.repo,         folder.project};
+        Project project;
+        project.id = QUuid::createUuid();
+        project.name = Paths::lastComponent(folder.path);
+        project.url = folder.path;
+        project.markers = markers;
+        project.gitRepoURL = inside.repo;
+        project.parentProjectID = folder.project;
         result_.projects.append(project);
         result_.candidatesByProject.insert(project.id, {});
         inside.project = project.id;
