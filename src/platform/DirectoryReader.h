@@ -72,6 +72,9 @@ private:
     // One metadata call for an entry the listing could not describe fully.
     bool describe(const char* name, Entry& entry) const;
     void close();
+    // Listing buffers are recycled per thread (see the source for why).
+    static std::unique_ptr<std::uint64_t[]> takeBuffer();
+    static void giveBack(std::unique_ptr<std::uint64_t[]> buffer);
 
     static constexpr std::size_t bufferSize = 32 * 1024;
 

@@ -26,7 +26,7 @@ bool isDotOrDotDot(const char* name) {
 
 bool DirectoryReader::refill() {
     if (!buffer_)
-        buffer_ = std::make_unique<std::uint64_t[]>(bufferSize / sizeof(std::uint64_t));
+        buffer_ = takeBuffer();
     long count = 0;
     do {
         count = ::syscall(SYS_getdents64, fd_, buffer_.get(), bufferSize);

@@ -44,7 +44,7 @@ EntryKind kindOf(fsobj_type_t type) {
 
 bool DirectoryReader::refill() {
     if (!buffer_)
-        buffer_ = std::make_unique<std::uint64_t[]>(bufferSize / sizeof(std::uint64_t));
+        buffer_ = takeBuffer();
     attrlist request{};
     request.bitmapcount = ATTR_BIT_MAP_COUNT;
     request.commonattr =
