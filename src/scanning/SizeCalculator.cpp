@@ -24,8 +24,8 @@ qint64 checkedAdd(qint64 sum, qint64 bytes) {
 
 // One level of the depth-first walk: the open folder and the subfolders still to visit. Keeping
 // the parent open lets each child be opened relative to it, so no path is ever rebuilt and no
-// length limit applies. The cost is one descriptor per level: below the process's descriptor
-// limit (hundreds of levels) a folder that cannot be opened counts nothing, like an unreadable one.
+// length limit applies. The cost is one descriptor per level: deeper than the descriptor
+// limit allows (about a thousand levels), folders count nothing, like unreadable ones.
 struct Level {
     DirectoryReader reader;
     std::vector<std::string> subfolders;
