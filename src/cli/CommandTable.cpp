@@ -18,6 +18,11 @@ const std::vector<Command>& commandTable() {
          "List the developer caches outside your projects with their sizes; `caches clean ID...` "
          "moves some to the Trash",
          defineCachesCommand},
+        {"agents",
+         "List the coding-agent sessions and editor workspaces of a folder, or of every folder",
+         defineAgentsCommand},
+        {"relink", "Make coding-agent history follow a project folder that moved from OLD to NEW",
+         defineRelinkCommand},
     };
     return table;
 }

@@ -15,4 +15,7 @@ void defineCachesCommand(CLI::App& command, int& status);
 void defineScanCommand(CLI::App& command, int& status, ScanStarter starter);
 void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter);
 
+void defineAgentsCommand(CLI::App& command, int& status);
+void defineRelinkCommand(CLI::App& command, int& status);
+
 } // namespace corvane::cli

@@ -1,11 +1,9 @@
 #include "cli/ScanJson.h"
 
+#include "cli/JsonOutput.h"
+
 namespace corvane::cli::ScanJson {
 namespace {
-
-QJsonValue orNull(const std::optional<QString>& text) {
-    return text ? QJsonValue(*text) : QJsonValue(QJsonValue::Null);
-}
 
 QString idText(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces);
@@ -28,38 +26,15 @@ QJsonArray failures(const QList<TrashFailure>& failures) {
 
 } // namespace
 
-QJsonValue gitDetails(const GitDetails& details) {
-    QJsonObject git{{QStringLiteral("status"), details.status.caseName()},
-                    {QStringLiteral("branch"), orNull(details.branch)},
-                    {QStringLiteral("remoteURL"), orNull(details.remoteURL)},
-                    {QStringLiteral("repoDisplayName"), orNull(details.repoDisplayName())}};
-    if (details.status.kind() == GitStatus::Case::dirty)
-        git.insert(QStringLiteral("changedCount"), details.status.changedCount());
-    if (details.status.kind() == GitStatus::Case::aheadOfRemote)
-        git.insert(QStringLiteral("commits"), details.status.commits());
-    git.insert(QStringLiteral("lastCommitDate"),
-               details.lastCommitDate
-                   ? QJsonValue(details.lastCommitDate->toUTC().toString(Qt::ISODate))
-                   : QJsonValue(QJsonValue::Null));
-    QJsonArray changes;
-    for (const GitChange& change : details.changes)
-        changes.append(QJsonObject{{QStringLiteral("path"), change.path},
-                                   {QStringLiteral("kind"), rawValue(change.kind)}});
-    git.insert(QStringLiteral("changes"), changes);
-    return git;
-}
-
 QJsonObject item(const CleanableItem& item, const ScanSession& session) {
     const auto size = session.sizeByItem().constFind(item.id);
-    return {{QStringLiteral("id"), idText(item.id)},
-            {QStringLiteral("name"), item.name},
-            {QStringLiteral("url"), item.url},
-            {QStringLiteral("kind"), rawValue(item.kind)},
-            {QStringLiteral("confidence"), rawValue(item.confidence)},
-            {QStringLiteral("sizeBytes"), size == session.sizeByItem().cend()
-                                              ? QJsonValue(QJsonValue::Null)
-                                              : QJsonValue(*size)},
-            {QStringLiteral("selected"), session.selectedItemIDs().contains(item.id)}};
+    QJsonObject object = itemJson(item);
+    object.insert(QStringLiteral("id"), idText(item.id));
+    object.insert(QStringLiteral("sizeBytes"), size == session.sizeByItem().cend()
+                                                   ? QJsonValue(QJsonValue::Null)
+                                                   : QJsonValue(*size));
+    object.insert(QStringLiteral("selected"), session.selectedItemIDs().contains(item.id));
+    return object;
 }
 
 QJsonObject project(const Project& project, const ScanSession& session) {
@@ -77,7 +52,7 @@ QJsonObject project(const Project& project, const ScanSession& session) {
                                                     : QJsonValue(QJsonValue::Null)},
             {QStringLiteral("git"), details == session.gitDetailsByProject().cend()
                                         ? QJsonValue(QJsonValue::Null)
-                                        : gitDetails(*details)},
+                                        : gitDetailsJson(*details)},
             {QStringLiteral("items"), items},
             {QStringLiteral("reclaimableBytes"), session.reclaimableBytes(project.id)}};
 }

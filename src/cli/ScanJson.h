@@ -9,7 +9,6 @@
 // UUIDs without braces, dates ISO 8601 in UTC, and an absent value is null.
 namespace corvane::cli::ScanJson {
 
-QJsonValue gitDetails(const GitDetails& details);
 QJsonObject item(const CleanableItem& item, const ScanSession& session);
 QJsonObject project(const Project& project, const ScanSession& session);
 

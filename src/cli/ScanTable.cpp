@@ -1,65 +1,13 @@
 #include "cli/ScanCommands.h"
 #include "platform/ByteFormat.h"
+#include "scanning/ScanWording.h"
 
 namespace corvane::cli {
 namespace {
 
-// Words for the terminal; the desktop views have their own.
-QString kindWords(ArtifactKind kind) {
-    switch (kind) {
-    case ArtifactKind::dependencies:
-        return QStringLiteral("dependencies");
-    case ArtifactKind::buildOutput:
-        return QStringLiteral("build output");
-    case ArtifactKind::cache:
-        return QStringLiteral("cache");
-    case ArtifactKind::virtualEnv:
-        return QStringLiteral("virtual environment");
-    case ArtifactKind::wholeProject:
-        return QStringLiteral("whole project");
-    case ArtifactKind::unknown:
-        return QStringLiteral("unknown");
-    }
-    return {};
-}
-
-QString confidenceWords(CleanConfidence confidence) {
-    switch (confidence) {
-    case CleanConfidence::safe:
-        return QStringLiteral("safe");
-    case CleanConfidence::caution:
-        return QStringLiteral("caution");
-    case CleanConfidence::ignoredButUnknown:
-        return QStringLiteral("ignored, unverified");
-    case CleanConfidence::reclonable:
-        return QStringLiteral("reclonable");
-    }
-    return {};
-}
-
-QString counted(int count, const char* one, const char* many) {
-    return QString::number(count) + u' ' + QLatin1String(count == 1 ? one : many);
-}
-
-QString gitStateWords(const GitStatus& status) {
-    switch (status.kind()) {
-    case GitStatus::Case::dirty:
-        return counted(status.changedCount(), "uncommitted change", "uncommitted changes");
-    case GitStatus::Case::aheadOfRemote:
-        return counted(status.commits(), "unpushed commit", "unpushed commits");
-    case GitStatus::Case::notARepo:
-        return QStringLiteral("not in git");
-    case GitStatus::Case::fullySynced:
-        return QStringLiteral("committed and pushed");
-    case GitStatus::Case::noUpstream:
-        return QStringLiteral("branch without upstream");
-    case GitStatus::Case::upstreamGone:
-        return QStringLiteral("upstream branch gone");
-    case GitStatus::Case::noRemote:
-        return QStringLiteral("no remote");
-    }
-    return {};
-}
+using ScanWording::confidenceWords;
+using ScanWording::gitStateWords;
+using ScanWording::kindWords;
 
 QString projectLine(const ScanSession& session, const Project& project) {
     const auto details = session.gitDetailsByProject().constFind(project.id);
