@@ -10,6 +10,10 @@ const std::vector<Command>& commandTable() {
         {"locations",
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},
+        {"inspect",
+         "Show the git state of the working tree that holds PATH and which folders directly "
+         "inside it would be offered, and why",
+         defineInspectCommand},
     };
     return table;
 }

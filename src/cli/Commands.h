@@ -6,5 +6,6 @@
 namespace corvane::cli {
 
 void defineLocationsCommand(CLI::App& command, int& status);
+void defineInspectCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli

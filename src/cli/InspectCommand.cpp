@@ -1,0 +1,183 @@
+#include "cli/InspectCommand.h"
+
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/JsonOutput.h"
+#include "platform/Paths.h"
+#include "scanning/ArtifactCatalog.h"
+#include "scanning/Classifier.h"
+#include "scanning/GitIgnoreEvaluator.h"
+#include "scanning/GitInspector.h"
+#include "scanning/ProjectDetector.h"
+#include "scanning/ScanWording.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTextStream>
+#include <algorithm>
+#include <memory>
+
+namespace corvane::cli {
+namespace {
+
+// A terminal shows a screenful; the JSON form carries every change git reported.
+constexpr qsizetype changesShownAsText = 20;
+
+struct FolderContents {
+    QSet<QString> names;
+    // Absolute paths of the real subfolders (no symbolic links), in name order.
+    QStringList subfolders;
+};
+
+FolderContents contentsOf(const QString& path) {
+    FolderContents contents;
+    const QFileInfoList entries = QDir(path).entryInfoList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QFileInfo& entry : entries) {
+        contents.names.insert(entry.fileName());
+        if (entry.isDir() && !entry.isSymLink() && entry.fileName() != QLatin1String(".git"))
+            contents.subfolders.append(Paths::joined(path, entry.fileName()));
+    }
+    return contents;
+}
+
+QList<CleanableItem> classifiedItems(const QString& path, const std::optional<QString>& tree,
+                                     const CancellationToken& cancellation) {
+    const FolderContents contents = contentsOf(path);
+    QSet<QString> ignored;
+    if (tree) {
+        ignored = GitIgnoreEvaluator::ignoredPaths(*tree, contents.subfolders, cancellation);
+        // A folder that holds only ignored content is listed by git without being ignored by a
+        // rule of its own; the listing is git's word that nothing in it is tracked.
+        for (const QString& folder :
+             GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(*tree, cancellation)) {
+            if (Paths::parentPath(folder) == path)
+                ignored.insert(folder);
+        }
+    }
+    QStringList candidates;
+    for (const QString& folder : contents.subfolders) {
+        if (ignored.contains(folder) ||
+            ArtifactCatalog::match(Paths::lastComponent(folder), contents.names))
+            candidates.append(folder);
+    }
+    const Project project{QUuid::createUuid(),
+                          Paths::lastComponent(path),
+                          path,
+                          ProjectDetector::markers(contents.names.values()),
+                          tree,
+                          std::nullopt};
+    return Classifier::classify(project, candidates, ignored, tree.has_value());
+}
+
+QString padded(const QString& text, qsizetype width) {
+    return text + QString(std::max<qsizetype>(width - text.size(), 0) + 2, u' ');
+}
+
+void writeGitLines(QTextStream& out, const InspectReport& report) {
+    const GitDetails& details = report.details;
+    out << "Repository:   " << report.workingTree.value_or(QStringLiteral("none")) << '\n';
+    out << "Git:          " << ScanWording::gitStateWords(details.status) << '\n';
+    if (details.status.kind() == GitStatus::Case::notARepo)
+        return;
+    out << "Branch:       " << details.branch.value_or(QStringLiteral("none (detached HEAD)"))
+        << '\n';
+    out << "Remote:       ";
+    if (details.remoteURL)
+        out << details.repoDisplayName().value_or(*details.remoteURL) << "  (" << *details.remoteURL
+            << ")\n";
+    else
+        out << "none\n";
+    out << "Last commit:  "
+        << (details.lastCommitDate
+                ? details.lastCommitDate->toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"))
+                : QStringLiteral("none"))
+        << '\n';
+    if (details.changes.isEmpty())
+        return;
+    out << "Changes:\n";
+    for (const GitChange& change :
+         details.changes.first(std::min<qsizetype>(details.changes.size(), changesShownAsText)))
+        out << "  " << padded(ScanWording::changeWords(change.kind), 10) << change.path << '\n';
+    if (details.changes.size() > changesShownAsText)
+        out << "  and " << details.changes.size() - changesShownAsText
+            << " more (--json lists them all)\n";
+}
+
+void writeItems(QTextStream& out, const QList<CleanableItem>& items) {
+    if (items.isEmpty()) {
+        out << "No folders here would be offered.\n";
+        return;
+    }
+    qsizetype nameWidth = 0;
+    qsizetype kindWidth = 0;
+    for (const CleanableItem& item : items) {
+        nameWidth = std::max(nameWidth, item.name.size());
+        kindWidth = std::max(kindWidth, ScanWording::kindWords(item.kind).size());
+    }
+    out << "Items:\n";
+    for (const CleanableItem& item : items)
+        out << "  " << padded(item.name, nameWidth)
+            << padded(ScanWording::kindWords(item.kind), kindWidth)
+            << ScanWording::confidenceWords(item.confidence) << '\n';
+}
+
+} // namespace
+
+InspectReport inspectFolder(const QString& path, const CancellationToken& cancellation) {
+    InspectReport report;
+    report.path = path;
+    report.workingTree = GitInspector::enclosingWorkingTree(path);
+    if (report.workingTree)
+        report.details = GitInspector::inspect(*report.workingTree, cancellation);
+    report.items = classifiedItems(path, report.workingTree, cancellation);
+    return report;
+}
+
+QJsonObject inspectJson(const InspectReport& report) {
+    QJsonArray items;
+    for (const CleanableItem& item : report.items)
+        items.append(itemJson(item));
+    return QJsonObject{
+        {QStringLiteral("path"), report.path},
+        {QStringLiteral("gitRepoURL"),
+         report.workingTree ? QJsonValue(*report.workingTree) : QJsonValue(QJsonValue::Null)},
+        {QStringLiteral("git"), gitDetailsJson(report.details)},
+        {QStringLiteral("items"), items},
+    };
+}
+
+QString inspectText(const InspectReport& report) {
+    QString text;
+    QTextStream out(&text);
+    out << report.path << '\n';
+    writeGitLines(out, report);
+    writeItems(out, report.items);
+    return text;
+}
+
+void defineInspectCommand(CLI::App& command, int& status) {
+    auto path = std::make_shared<std::string>();
+    auto json = std::make_shared<bool>(false);
+    command.add_option("path", *path, "The folder to look at")->required();
+    command.add_flag("--json", *json, "Print one JSON document instead of text");
+    command.callback([path, json, &status] {
+        const QFileInfo folder(QString::fromLocal8Bit(path->c_str()));
+        if (!folder.isDir()) {
+            QTextStream(stderr) << "No folder at " << folder.filePath() << '\n';
+            status = exitRefusedOrBadArguments;
+            return;
+        }
+        const InspectReport report = inspectFolder(Paths::standardized(folder.absoluteFilePath()));
+        QTextStream out(stdout);
+        if (*json)
+            out << QJsonDocument(inspectJson(report)).toJson(QJsonDocument::Indented);
+        else
+            out << inspectText(report);
+        status = exitOk;
+    });
+}
+
+} // namespace corvane::cli

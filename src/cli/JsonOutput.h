@@ -1,0 +1,18 @@
+#pragma once
+
+#include "scanning/ScanModel.h"
+
+#include <QJsonObject>
+
+// The JSON forms of scan records that the command's --json outputs share. Absent values are
+// null, enumerations are their raw values, dates ISO 8601 in UTC.
+namespace corvane::cli {
+
+// `status` (case name), `changedCount` or `commits` when the case carries one, `branch`,
+// `remoteURL`, `repoDisplayName`, `lastCommitDate`, `changes` (`path`/`kind` pairs).
+QJsonObject gitDetailsJson(const GitDetails& details);
+
+// `name`, `url`, `kind`, `confidence`.
+QJsonObject itemJson(const CleanableItem& item);
+
+} // namespace corvane::cli

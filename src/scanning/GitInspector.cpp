@@ -1,0 +1,253 @@
+#include "scanning/GitInspector.h"
+
+#include "platform/Paths.h"
+#include "scanning/GitClient.h"
+
+#include <QFileInfo>
+#include <QTimeZone>
+
+namespace corvane {
+namespace {
+
+std::optional<ProcessResult> runGit(const QString& repo, const QStringList& arguments,
+                                    const CancellationToken& cancellation) {
+    try {
+        return GitClient::run(repo, arguments, std::nullopt, cancellation);
+    } catch (const ProcessRunnerError&) {
+        return std::nullopt;
+    }
+}
+
+// Standard output of a run that exited with 0; nothing for every other outcome.
+std::optional<QByteArray> outputOfSuccess(const QString& repo, const QStringList& arguments,
+                                          const CancellationToken& cancellation) {
+    const std::optional<ProcessResult> result = runGit(repo, arguments, cancellation);
+    if (!result || result->exitCode != 0)
+        return std::nullopt;
+    return result->standardOutput;
+}
+
+// The text after the first `count` fields separated by single spaces; paths keep their spaces.
+std::optional<QByteArray> afterFields(const QByteArray& record, int count) {
+    qsizetype position = 0;
+    for (int field = 0; field < count; ++field) {
+        const qsizetype space = record.indexOf(' ', position);
+        if (space < 0)
+            return std::nullopt;
+        position = space + 1;
+    }
+    return record.mid(position);
+}
+
+QByteArray fieldAt(const QByteArray& record, int index) {
+    const QList<QByteArray> fields = record.split(' ');
+    return index < fields.size() ? fields[index] : QByteArray();
+}
+
+std::optional<int> signedCount(const QByteArray& text, char sign) {
+    if (!text.startsWith(sign))
+        return std::nullopt;
+    bool ok = false;
+    const int value = text.mid(1).toInt(&ok);
+    if (!ok || value < 0)
+        return std::nullopt;
+    return value;
+}
+
+// "+<ahead> -<behind>". A line that cannot be read counts as absent, which can only make the
+// verdict more careful (an upstream without counts is treated as gone).
+void readAheadBehind(const QByteArray& value, GitStatusReport& report) {
+    std::optional<int> ahead;
+    std::optional<int> behind;
+    for (const QByteArray& part : value.split(' ')) {
+        if (const auto count = signedCount(part, '+'))
+            ahead = count;
+        else if (const auto count = signedCount(part, '-'))
+            behind = count;
+    }
+    if (!ahead || !behind)
+        return;
+    report.hasAheadBehind = true;
+    report.ahead = *ahead;
+    report.behind = *behind;
+}
+
+void readHeader(const QByteArray& record, GitStatusReport& report) {
+    static const QByteArray head("# branch.head ");
+    static const QByteArray upstream("# branch.upstream ");
+    static const QByteArray aheadBehind("# branch.ab ");
+    if (record.startsWith(head)) {
+        const QByteArray name = record.mid(head.size());
+        if (name == "(detached)")
+            report.branch.reset();
+        else
+            report.branch = QString::fromUtf8(name);
+    } else if (record.startsWith(upstream)) {
+        report.hasUpstream = true;
+    } else if (record.startsWith(aheadBehind)) {
+        readAheadBehind(record.mid(aheadBehind.size()), report);
+    }
+}
+
+std::optional<GitChange> changeFrom(const QByteArray& record) {
+    using Kind = GitChange::Kind;
+    auto change = [](const std::optional<QByteArray>& path, Kind kind) -> std::optional<GitChange> {
+        if (!path)
+            return std::nullopt;
+        return GitChange{QString::fromUtf8(*path), kind};
+    };
+    if (record.startsWith("? "))
+        return change(record.mid(2), Kind::untracked);
+    if (record.startsWith("u "))
+        return change(afterFields(record, 10), Kind::conflicted);
+    if (record.startsWith("2 "))
+        return change(afterFields(record, 9), Kind::renamed);
+    if (record.startsWith("1 ")) {
+        const QByteArray states = fieldAt(record, 1);
+        const Kind kind = states.contains('D')   ? Kind::deleted
+                          : states.contains('A') ? Kind::added
+                                                 : Kind::modified;
+        return change(afterFields(record, 8), kind);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+GitStatusReport GitInspector::parseStatus(const QByteArray& output) {
+    GitStatusReport report;
+    QList<QByteArray> records = output.split('\0');
+    records.removeIf([](const QByteArray& record) { return record.isEmpty(); });
+    for (qsizetype index = 0; index < records.size(); ++index) {
+        const QByteArray& record = records[index];
+        if (record.startsWith('#')) {
+            readHeader(record, report);
+            continue;
+        }
+        const std::optional<GitChange> change = changeFrom(record);
+        // The record after a rename is the path it had before, whatever it looks like.
+        if (record.startsWith("2 "))
+            ++index;
+        if (change && report.changes.size() < GitDetails::maxReportedChanges)
+            report.changes.append(*change);
+    }
+    return report;
+}
+
+GitStatus GitInspector::decideStatus(const GitStatusReport& report, bool hasRemote) {
+    if (!report.changes.isEmpty())
+        return GitStatus::dirty(static_cast<int>(report.changes.size()));
+    if (report.hasAheadBehind && report.ahead > 0)
+        return GitStatus::aheadOfRemote(report.ahead);
+    if (!report.hasUpstream)
+        return hasRemote ? GitStatus::noUpstream() : GitStatus::noRemote();
+    if (!report.hasAheadBehind || report.ahead != 0)
+        return GitStatus::upstreamGone();
+    // Commits only behind the upstream are not local work: nothing here would be lost.
+    return GitStatus::fullySynced();
+}
+
+std::optional<QString> GitInspector::chooseRemote(const QByteArray& remoteListing) {
+    QStringList names;
+    for (const QString& line : QString::fromUtf8(remoteListing).split(u'\n')) {
+        const QString name = line.trimmed();
+        if (!name.isEmpty())
+            names.append(name);
+    }
+    if (names.contains(QStringLiteral("origin")))
+        return QStringLiteral("origin");
+    if (names.isEmpty())
+        return std::nullopt;
+    return names.first();
+}
+
+GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& cancellation) {
+    if (cancellation.isCancelled())
+        return GitDetails{};
+    const std::optional<QByteArray> statusOutput =
+        outputOfSuccess(repo,
+                        {QStringLiteral("status"), QStringLiteral("--porcelain=v2"),
+                         QStringLiteral("--branch"), QStringLiteral("-z")},
+                        cancellation);
+    if (!statusOutput)
+        return GitDetails{};
+    const GitStatusReport report = parseStatus(*statusOutput);
+
+    std::optional<QString> remote;
+    if (const auto listing = outputOfSuccess(repo, {QStringLiteral("remote")}, cancellation))
+        remote = chooseRemote(*listing);
+
+    GitDetails details;
+    details.status = decideStatus(report, remote.has_value());
+    details.branch = report.branch;
+    details.changes = report.changes;
+    if (remote) {
+        const QStringList arguments{QStringLiteral("remote"), QStringLiteral("get-url"), *remote};
+        if (const auto url = outputOfSuccess(repo, arguments, cancellation))
+            details.remoteURL = QString::fromUtf8(*url).trimmed();
+    }
+    const QStringList logArguments{QStringLiteral("log"), QStringLiteral("-1"),
+                                   QStringLiteral("--format=%ct")};
+    if (const auto log = outputOfSuccess(repo, logArguments, cancellation)) {
+        bool ok = false;
+        const qint64 seconds = QString::fromUtf8(*log).trimmed().toLongLong(&ok);
+        if (ok)
+            details.lastCommitDate = QDateTime::fromSecsSinceEpoch(seconds, QTimeZone::utc());
+    }
+    return details;
+}
+
+std::optional<QString> GitInspector::stashList(const QString& repo,
+                                               const CancellationToken& cancellation) {
+    const auto output =
+        outputOfSuccess(repo, {QStringLiteral("stash"), QStringLiteral("list")}, cancellation);
+    if (!output)
+        return std::nullopt;
+    return QString::fromUtf8(*output);
+}
+
+std::optional<QString> GitInspector::localBranches(const QString& repo,
+                                                   const CancellationToken& cancellation) {
+    const QStringList arguments{
+        QStringLiteral("for-each-ref"),
+        QStringLiteral("--format=%(refname:short)%09%(upstream)%09%(upstream:track)"),
+        QStringLiteral("refs/heads")};
+    const auto output = outputOfSuccess(repo, arguments, cancellation);
+    if (!output)
+        return std::nullopt;
+    return QString::fromUtf8(*output);
+}
+
+bool GitInspector::hasLocalOnlyWork(const std::optional<QString>& stashList,
+                                    const std::optional<QString>& localBranches) {
+    if (!stashList || !localBranches)
+        return true;
+    if (!stashList->trimmed().isEmpty())
+        return true;
+    for (const QString& line : localBranches->split(u'\n', Qt::SkipEmptyParts)) {
+        const QStringList fields = line.split(u'\t');
+        // A line we cannot read is a branch we cannot vouch for.
+        if (fields.size() < 3)
+            return true;
+        const QString& upstream = fields[1];
+        const QString& tracking = fields[2];
+        if (upstream.isEmpty() || tracking.contains(QLatin1String("gone")) ||
+            tracking.contains(QLatin1String("ahead")))
+            return true;
+    }
+    return false;
+}
+
+std::optional<QString> GitInspector::enclosingWorkingTree(const QString& path) {
+    QString folder = Paths::standardized(path);
+    while (!folder.isEmpty()) {
+        if (QFileInfo::exists(Paths::joined(folder, QStringLiteral(".git"))))
+            return folder;
+        if (folder == QLatin1String("/"))
+            break;
+        folder = Paths::parentPath(folder);
+    }
+    return std::nullopt;
+}
+
+} // namespace corvane

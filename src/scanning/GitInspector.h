@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/Cancellation.h"
+#include "scanning/ScanModel.h"
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+namespace corvane {
+
+// What one run of "status --porcelain=v2 --branch -z" says, before the status is decided.
+struct GitStatusReport {
+    std::optional<QString> branch;
+    bool hasUpstream = false;
+    // Git leaves the ahead/behind line out when the upstream branch is gone from the remote.
+    bool hasAheadBehind = false;
+    int ahead = 0;
+    int behind = 0;
+    // At most GitDetails::maxReportedChanges, in git's order.
+    QList<GitChange> changes;
+};
+
+// Answers, for one working tree, whether anything in it exists only on this machine.
+struct GitInspector {
+    // Runs status, the remote listing, the remote's URL and the last commit's date, in that
+    // order. Never throws: a tree git cannot read (not a repository, corrupt, git missing or
+    // hanging) comes back as `notARepo`, which keeps it from ever being offered whole.
+    static GitDetails inspect(const QString& repo, const CancellationToken& cancellation = {});
+
+    // The raw output of "stash list"; nothing when git fails.
+    static std::optional<QString> stashList(const QString& repo,
+                                            const CancellationToken& cancellation = {});
+    // One line per local branch: name, upstream ref and tracking state ("[ahead 1]", "[gone]"),
+    // separated by tabs (which ref names cannot contain); nothing when git fails.
+    static std::optional<QString> localBranches(const QString& repo,
+                                                const CancellationToken& cancellation = {});
+    // True when work may exist only here: a listing is missing (unknown counts as unsafe), a
+    // stash entry exists, or a local branch is ahead of its upstream, has none, or lost it.
+    static bool hasLocalOnlyWork(const std::optional<QString>& stashList,
+                                 const std::optional<QString>& localBranches);
+
+    // The pieces of `inspect`, for callers and tests that already hold git's output.
+    static GitStatusReport parseStatus(const QByteArray& output);
+    static GitStatus decideStatus(const GitStatusReport& report, bool hasRemote);
+    // "origin" when listed, else the first name; nothing when the listing names no remote.
+    static std::optional<QString> chooseRemote(const QByteArray& remoteListing);
+
+    // The nearest folder, `path` itself included, that holds a ".git" entry (a folder, or the
+    // file of a linked worktree or submodule); nothing when no ancestor has one.
+    static std::optional<QString> enclosingWorkingTree(const QString& path);
+};
+
+} // namespace corvane

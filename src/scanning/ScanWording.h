@@ -1,0 +1,20 @@
+#pragma once
+
+#include "scanning/ScanModel.h"
+
+#include <QString>
+
+// The words users read for the scan's vocabulary. The command line and the desktop app share
+// them, so a state is described the same way wherever it appears.
+namespace corvane::ScanWording {
+
+// "Dependencies", "Build output", ...
+QString kindWords(ArtifactKind kind);
+// "safe", "caution", "ignored, unverified", "re-clonable".
+QString confidenceWords(CleanConfidence confidence);
+// A short sentence for a repository's state, e.g. "3 uncommitted changes".
+QString gitStateWords(const GitStatus& status);
+// "modified", "renamed", ...: the change kinds read as they are named.
+QString changeWords(GitChange::Kind kind);
+
+} // namespace corvane::ScanWording

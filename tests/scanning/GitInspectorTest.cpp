@@ -1,0 +1,377 @@
+#include "scanning/GitInspector.h"
+
+#include "scanning/GitClient.h"
+#include "support/GitFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTimeZone>
+#include <algorithm>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using Kind = GitChange::Kind;
+
+namespace {
+
+QString s(const char* text) {
+    return QString::fromUtf8(text);
+}
+
+// Records as git writes them with -z: each one ends with a NUL byte.
+QByteArray records(std::initializer_list<const char*> lines) {
+    QByteArray bytes;
+    for (const char* line : lines) {
+        bytes += line;
+        bytes += '\0';
+    }
+    return bytes;
+}
+
+QList<GitChange> sortedByPath(QList<GitChange> changes) {
+    std::sort(changes.begin(), changes.end(),
+              [](const GitChange& a, const GitChange& b) { return a.path < b.path; });
+    return changes;
+}
+
+void writeIn(const QString& repo, const char* path, const QByteArray& contents = "x\n") {
+    test::writeFile(repo + u'/' + s(path), contents);
+}
+
+const QString hash(40, u'0');
+
+} // namespace
+
+TEST(GitStatusParsing, ReadsTheCapturedStreamOfAConflictedMerge) {
+    const QByteArray stream = records({
+        "# branch.oid 162d7411df8de68629e220eae0d8f688213ebee0",
+        "# branch.head main",
+        "# branch.upstream origin/main",
+        "# branch.ab +1 -0",
+        "1 A. N... 000000 100644 100644 0000000000000000000000000000000000000000 "
+        "3e757656cf36eca53338e520d134963a44f793f8 added.txt",
+        "1 D. N... 100644 000000 000000 587be6b4c3f93f93c489c0111bba5596147a26cb "
+        "0000000000000000000000000000000000000000 gone.txt",
+        "1 .M N... 100644 100644 100644 28ce6a8b26aa170e1de65536fe8abe1832bd3242 "
+        "28ce6a8b26aa170e1de65536fe8abe1832bd3242 mod.txt",
+        "2 R. N... 100644 100644 100644 b3c5a95f929a50feb06c275ac567cdb1b441d1e2 "
+        "b3c5a95f929a50feb06c275ac567cdb1b441d1e2 R100 new n\xc3\xa4me.txt",
+        "old name.txt",
+        "u UU N... 100644 100644 100644 100644 f2ad6c76f0115a6ba5b00456a849810e7ec0af20 "
+        "228c3186986b8c12e65ee723bf3d936ea7aed6fc cee0a08838023ff611bda73502e18763c292c91d "
+        "conflict.txt",
+        "? untracked file.txt",
+        "! debug.log",
+    });
+    const GitStatusReport report = GitInspector::parseStatus(stream);
+    EXPECT_EQ(report.branch, s("main"));
+    EXPECT_TRUE(report.hasUpstream);
+    EXPECT_TRUE(report.hasAheadBehind);
+    EXPECT_EQ(report.ahead, 1);
+    EXPECT_EQ(report.behind, 0);
+    const QList<GitChange> expected{
+        {s("added.txt"), Kind::added},         {s("gone.txt"), Kind::deleted},
+        {s("mod.txt"), Kind::modified},        {s("new näme.txt"), Kind::renamed},
+        {s("conflict.txt"), Kind::conflicted}, {s("untracked file.txt"), Kind::untracked}};
+    EXPECT_EQ(report.changes, expected);
+}
+
+TEST(GitStatusParsing, TrickyPathsAndRecordsThatOnlyLookLikeOthers) {
+    const QByteArray stream = records({
+        "# branch.oid (initial)",
+        "# branch.head (detached)",
+        "# stash 2",
+        "2 R. N... 100644 100644 100644 aaaa bbbb R100 moved.txt",
+        "1 .M N... 1 1 1 a b c.txt", // the old path of the rename, not a change
+        "2 C. N... 100644 100644 100644 aaaa bbbb C75 copy.txt",
+        "? x", // the old path again: a file may be named like any record
+        "1 .M S.M. 160000 160000 160000 aaaa bbbb vendor/sub module",
+        "1 AD N... 000000 100644 000000 aaaa bbbb added then removed.txt",
+        "? line\nbreak.txt",
+        "? folder/",
+        "x future record type",
+    });
+    const GitStatusReport report = GitInspector::parseStatus(stream);
+    EXPECT_EQ(report.branch, std::nullopt);
+    EXPECT_FALSE(report.hasUpstream);
+    const QList<GitChange> expected{
+        {s("moved.txt"), Kind::renamed},          {s("copy.txt"), Kind::renamed},
+        {s("vendor/sub module"), Kind::modified}, {s("added then removed.txt"), Kind::deleted},
+        {s("line\nbreak.txt"), Kind::untracked},  {s("folder/"), Kind::untracked}};
+    EXPECT_EQ(report.changes, expected);
+}
+
+TEST(GitStatusParsing, StatusFollowsItsPriorityOrder) {
+    auto report = [](bool upstream, std::optional<std::pair<int, int>> counts, int changes = 0) {
+        GitStatusReport r;
+        r.hasUpstream = upstream;
+        if (counts) {
+            r.hasAheadBehind = true;
+            r.ahead = counts->first;
+            r.behind = counts->second;
+        }
+        for (int i = 0; i < changes; ++i)
+            r.changes.append({QStringLiteral("f%1").arg(i), Kind::modified});
+        return r;
+    };
+    struct Case {
+        GitStatusReport report;
+        bool hasRemote;
+        GitStatus expected;
+    };
+    const Case cases[] = {
+        {report(true, std::pair{4, 0}, 2), true, GitStatus::dirty(2)},
+        {report(false, std::nullopt, 1), false, GitStatus::dirty(1)},
+        {report(true, std::pair{4, 2}), true, GitStatus::aheadOfRemote(4)},
+        {report(false, std::nullopt), true, GitStatus::noUpstream()},
+        {report(false, std::nullopt), false, GitStatus::noRemote()},
+        {report(true, std::nullopt), true, GitStatus::upstreamGone()},
+        {report(true, std::pair{0, 0}), true, GitStatus::fullySynced()},
+        {report(true, std::pair{0, 3}), true, GitStatus::fullySynced()},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(GitInspector::decideStatus(c.report, c.hasRemote), c.expected)
+            << c.expected.caseName().toStdString();
+
+    // An ahead/behind line that cannot be read is no proof of being in sync.
+    const GitStatusReport garbled =
+        GitInspector::parseStatus(records({"# branch.upstream origin/main", "# branch.ab +x -0"}));
+    EXPECT_EQ(GitInspector::decideStatus(garbled, true), GitStatus::upstreamGone());
+}
+
+TEST(GitStatusParsing, OriginIsPreferredAmongRemotes) {
+    EXPECT_EQ(GitInspector::chooseRemote("upstream\norigin\n"), s("origin"));
+    EXPECT_EQ(GitInspector::chooseRemote("upstream\nfork\n"), s("upstream"));
+    EXPECT_EQ(GitInspector::chooseRemote("  \n\n"), std::nullopt);
+    EXPECT_EQ(GitInspector::chooseRemote(""), std::nullopt);
+}
+
+TEST(GitLocalOnlyWork, AnythingThatMayExistOnlyHereCounts) {
+    const QString synced = s("main\trefs/remotes/origin/main\t\n"
+                             "release\trefs/remotes/origin/release\t[behind 2]\n");
+    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(QString(), synced));
+    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(QString(), QString()));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(std::nullopt, synced));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(QString(), std::nullopt));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(s("stash@{0}: WIP on main: 1234 First\n"), synced));
+    for (const char* branch :
+         {"topic\trefs/remotes/origin/topic\t[ahead 1]\n",
+          "topic\trefs/remotes/origin/topic\t[ahead 1, behind 3]\n",
+          "topic\trefs/remotes/origin/topic\t[gone]\n", "topic\t\t\n", "unreadable line\n"})
+        EXPECT_TRUE(GitInspector::hasLocalOnlyWork(QString(), synced + s(branch))) << branch;
+}
+
+TEST(GitClient, RunsGitInTheTreeWithSafeOptionsAndEnvironment) {
+    const QString folder = test::makeTempDir();
+    const QString fake = folder + s("/git");
+    test::writeScript(fake, "for a in \"$@\"; do echo \"[$a]\"; done\n"
+                            "echo \"locks=$GIT_OPTIONAL_LOCKS prompt=$GIT_TERMINAL_PROMPT\"\n"
+                            "cat\n");
+    const test::ScopedEnvironment useFake("CORVANE_TOOL_GIT", fake);
+    const ProcessResult result =
+        GitClient::run(s("/some tree"), {s("status"), s("-z")}, QByteArray("input"));
+    EXPECT_EQ(result.standardOutput, QByteArray("[-C]\n[/some tree]\n[-c]\n[core.quotepath=off]\n"
+                                                "[-c]\n[core.fsmonitor=false]\n[status]\n[-z]\n"
+                                                "locks=0 prompt=0\ninput"));
+}
+
+TEST(GitInspection, DirtyTreeListsEveryKindOfChangeOnce) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString repo = synced.repo;
+    test::commitFiles(repo, {{s("kept.txt"), "a\n"},
+                             {s("removed.txt"), "b\n"},
+                             {s("old name.txt"), "some longer contents so a rename is found\n"}});
+    test::git(repo, {s("push"), s("-q")});
+    writeIn(repo, "kept.txt", "changed\n");
+    writeIn(repo, "staged.txt");
+    test::git(repo, {s("add"), s("staged.txt")});
+    QFile::remove(repo + s("/removed.txt"));
+    test::git(repo, {s("mv"), s("old name.txt"), s("new näme.txt")});
+    writeIn(repo, "loose.txt");
+    writeIn(repo, "ünïcode ☃.txt");
+
+    const GitDetails details = GitInspector::inspect(repo);
+    const QList<GitChange> expected{
+        {s("kept.txt"), Kind::modified},    {s("loose.txt"), Kind::untracked},
+        {s("new näme.txt"), Kind::renamed}, {s("removed.txt"), Kind::deleted},
+        {s("staged.txt"), Kind::added},     {s("ünïcode ☃.txt"), Kind::untracked}};
+    EXPECT_EQ(sortedByPath(details.changes), expected);
+    EXPECT_EQ(details.status, GitStatus::dirty(6));
+    EXPECT_EQ(details.branch, s("main"));
+    EXPECT_EQ(details.remoteURL, synced.remote);
+    EXPECT_EQ(details.lastCommitDate,
+              QDateTime::fromSecsSinceEpoch(test::fixtureCommitSeconds, QTimeZone::utc()));
+}
+
+TEST(GitInspection, MergeConflictIsAConflictedChange) {
+    const QString repo = test::makeRepo();
+    test::commitFiles(repo, {{s("shared.txt"), "base\n"}});
+    test::git(repo, {s("checkout"), s("-q"), s("-b"), s("other")});
+    test::commitFiles(repo, {{s("shared.txt"), "theirs\n"}});
+    test::git(repo, {s("checkout"), s("-q"), s("main")});
+    test::commitFiles(repo, {{s("shared.txt"), "ours\n"}});
+    EXPECT_NE(test::gitAllowingFailure(repo, {s("merge"), s("-q"), s("other")}).exitCode, 0);
+
+    const GitDetails details = GitInspector::inspect(repo);
+    EXPECT_EQ(details.changes, (QList<GitChange>{{s("shared.txt"), Kind::conflicted}}));
+    EXPECT_EQ(details.status, GitStatus::dirty(1));
+}
+
+TEST(GitInspection, SyncStatesAgainstARealRemote) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString repo = synced.repo;
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
+
+    // Only behind: another clone pushed three commits that this one has fetched.
+    const QString other = test::cloneRepo(synced.remote);
+    for (int i = 0; i < 3; ++i)
+        test::commitFiles(other, {{QStringLiteral("other%1.txt").arg(i), "o\n"}});
+    test::git(other, {s("push"), s("-q")});
+    test::git(repo, {s("fetch"), s("-q")});
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
+
+    test::git(repo, {s("merge"), s("-q"), s("--ff-only"), s("origin/main")});
+    test::commitFiles(repo, {{s("a.txt"), "a\n"}});
+    test::commitFiles(repo, {{s("b.txt"), "b\n"}});
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::aheadOfRemote(2));
+
+    test::git(repo, {s("checkout"), s("-q"), s("-b"), s("topic")});
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::noUpstream());
+
+    test::pushWithUpstream(repo);
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
+    test::git(other, {s("push"), s("-q"), s("origin"), s("--delete"), s("topic")});
+    test::git(repo, {s("fetch"), s("-q"), s("--prune")});
+    const GitDetails gone = GitInspector::inspect(repo);
+    EXPECT_EQ(gone.status, GitStatus::upstreamGone());
+    EXPECT_EQ(gone.branch, s("topic"));
+}
+
+TEST(GitInspection, DetachedHeadHasNoBranchAndNoUpstream) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    test::git(synced.repo, {s("checkout"), s("-q"), s("--detach")});
+    const GitDetails withRemote = GitInspector::inspect(synced.repo);
+    EXPECT_EQ(withRemote.branch, std::nullopt);
+    EXPECT_EQ(withRemote.status, GitStatus::noUpstream());
+
+    const QString local = test::makeRepo();
+    test::commitFiles(local, {{s("a.txt"), "a\n"}});
+    test::git(local, {s("checkout"), s("-q"), s("--detach")});
+    const GitDetails withoutRemote = GitInspector::inspect(local);
+    EXPECT_EQ(withoutRemote.branch, std::nullopt);
+    EXPECT_EQ(withoutRemote.status, GitStatus::noRemote());
+    EXPECT_EQ(withoutRemote.remoteURL, std::nullopt);
+}
+
+TEST(GitInspection, FreshRepositoryWithoutCommits) {
+    const QString repo = test::makeRepo();
+    const GitDetails details = GitInspector::inspect(repo);
+    EXPECT_EQ(details.status, GitStatus::noRemote());
+    EXPECT_EQ(details.branch, s("main"));
+    EXPECT_EQ(details.lastCommitDate, std::nullopt);
+
+    test::addRemote(repo, s("origin"), test::makeBareRepo());
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::noUpstream());
+    EXPECT_EQ(GitInspector::localBranches(repo), QString());
+}
+
+TEST(GitInspection, OriginsUrlWinsOverOtherRemotes) {
+    const QString repo = test::makeRepo();
+    test::commitFiles(repo, {{s("a.txt"), "a\n"}});
+    test::addRemote(repo, s("upstream"), s("https://example.invalid/upstream/tool.git"));
+    EXPECT_EQ(GitInspector::inspect(repo).remoteURL,
+              s("https://example.invalid/upstream/tool.git"));
+    test::addRemote(repo, s("origin"), s("git@example.invalid:me/tool.git"));
+    const GitDetails details = GitInspector::inspect(repo);
+    EXPECT_EQ(details.remoteURL, s("git@example.invalid:me/tool.git"));
+    EXPECT_EQ(details.repoDisplayName(), s("me/tool"));
+    EXPECT_EQ(details.status, GitStatus::noUpstream());
+}
+
+TEST(GitInspection, KeepsTheFirstFiveHundredChangesInGitsOrder) {
+    const QString repo = test::makeRepo();
+    test::commitFiles(repo, {{s("README.md"), "r\n"}});
+    for (int i = 0; i < 800; ++i)
+        writeIn(repo, QStringLiteral("file-%1.txt").arg(799 - i).toUtf8().constData());
+    const QByteArray own =
+        test::git(repo, {s("status"), s("--porcelain=v2"), s("-z")}).standardOutput;
+    QList<GitChange> first;
+    for (const QByteArray& record : own.split('\0')) {
+        if (record.startsWith("? ") && first.size() < 500)
+            first.append({QString::fromUtf8(record.mid(2)), Kind::untracked});
+    }
+
+    const GitDetails details = GitInspector::inspect(repo);
+    EXPECT_EQ(details.changes.size(), 500);
+    EXPECT_EQ(details.changes, first);
+    EXPECT_EQ(details.status, GitStatus::dirty(500));
+}
+
+TEST(GitInspection, StashesAndOtherBranchesRevealWorkTheStatusCannotSee) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString repo = synced.repo;
+    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(GitInspector::stashList(repo),
+                                                GitInspector::localBranches(repo)));
+
+    // A branch ahead of its upstream while the current one is in sync.
+    test::git(repo, {s("checkout"), s("-q"), s("-b"), s("side"), s("--track"), s("origin/main")});
+    test::commitFiles(repo, {{s("side.txt"), "s\n"}});
+    test::git(repo, {s("checkout"), s("-q"), s("main")});
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
+    EXPECT_TRUE(GitInspector::localBranches(repo)->contains(s("[ahead 1]")));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(GitInspector::stashList(repo),
+                                               GitInspector::localBranches(repo)));
+    test::git(repo, {s("branch"), s("-q"), s("-D"), s("side")});
+
+    writeIn(repo, "README.md", "edited\n");
+    test::git(repo, {s("stash"), s("-q")});
+    EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
+    EXPECT_TRUE(GitInspector::stashList(repo)->startsWith(s("stash@{0}")));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(GitInspector::stashList(repo),
+                                               GitInspector::localBranches(repo)));
+}
+
+TEST(GitInspection, FoldersGitCannotReadAreNotRepositories) {
+    const GitDetails notARepo;
+    const QString plain = test::makeTempDir();
+    EXPECT_EQ(GitInspector::inspect(plain), notARepo);
+    EXPECT_EQ(GitInspector::stashList(plain), std::nullopt);
+    EXPECT_EQ(GitInspector::inspect(plain + s("/missing")), notARepo);
+
+    const QString corrupt = test::makeRepo();
+    test::commitFiles(corrupt, {{s("a.txt"), "a\n"}});
+    test::writeFile(corrupt + s("/.git/HEAD"), "garbage\n");
+    EXPECT_EQ(GitInspector::inspect(corrupt), notARepo);
+
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const test::ScopedEnvironment missing("CORVANE_TOOL_GIT", plain + s("/no-git-here"));
+    EXPECT_EQ(GitInspector::inspect(synced.repo), notARepo);
+    EXPECT_EQ(GitInspector::stashList(synced.repo), std::nullopt);
+    EXPECT_EQ(GitInspector::localBranches(synced.repo), std::nullopt);
+}
+
+// Costs the ten seconds of the time limit, once.
+TEST(GitInspection, GitThatHangsIsStoppedAndCountsAsNoRepository) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString hanging = test::makeTempDir() + s("/git");
+    test::writeScript(hanging, "exec sleep 60\n");
+    const test::ScopedEnvironment useHanging("CORVANE_TOOL_GIT", hanging);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(GitInspector::inspect(synced.repo), GitDetails{});
+    EXPECT_LT(timer.elapsed(), 50'000);
+}
+
+TEST(GitInspection, WorkingTreeIsTheNearestFolderHoldingGit) {
+    const QString repo = test::makeRepo();
+    QDir().mkpath(repo + s("/packages/app"));
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(repo + s("/packages/app")), repo);
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(repo), repo);
+    // A linked worktree or submodule has a ".git" file instead of a folder.
+    test::writeFile(repo + s("/packages/app/.git"), "gitdir: elsewhere\n");
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(repo + s("/packages/app")),
+              repo + s("/packages/app"));
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(test::makeTempDir()), std::nullopt);
+}
