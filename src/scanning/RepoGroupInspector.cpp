@@ -25,7 +25,20 @@ bool isOfferedWhole(const GitDetails& details, const std::optional<QString>& sta
 void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
                                            const QStringList& ignoredFolders,
                                            QHash<QUuid, QSet<QString>>& candidatesByProject) {
+    auto holdsAnotherCandidate = [&](const QString& folder) {
+        for (const Project& project : projects) {
+            if (Paths::isUnder(project.url, folder))
+                return true;
+            const QSet<QString>& candidates = candidatesByProject.value(project.id);
+            if (std::any_of(candidates.cbegin(), candidates.cend(),
+                            [&](const QString& candidate) { return Paths::isUnder(candidate, folder); }))
+                return true;
+        }
+        return false;
+    };
     for (const QString& folder : ignoredFolders) {
+        if (holdsAnotherCandidate(folder))
+            continue;
         const Project* nearest = nullptr;
         for (const Project& project : projects) {
             const bool encloses = folder != project.url && Paths::isUnder(folder, project.url);

@@ -19,7 +19,8 @@ struct RepoGroupInspector {
                                             const CancellationToken& cancellation);
 
     // Adds each ignored folder that no catalog name covers to the candidates of the nearest
-    // project of the group that encloses it (the deepest project whose folder holds it).
+    // project of the group that encloses it (the deepest project whose folder holds it). A folder
+    // that holds a project or another candidate is left out, so nothing is offered twice.
     static void addIgnoredFolders(const QList<Project>& projects, const QStringList& ignoredFolders,
                                   QHash<QUuid, QSet<QString>>& candidatesByProject);
 };
