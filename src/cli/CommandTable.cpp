@@ -14,6 +14,15 @@ const std::vector<Command>& commandTable() {
          "Show the git state of the working tree that holds PATH and which folders directly "
          "inside it would be offered, and why",
          defineInspectCommand},
+        {"caches",
+         "List the developer caches outside your projects with their sizes; `caches clean ID...` "
+         "moves some to the Trash",
+         defineCachesCommand},
+        {"agents",
+         "List the coding-agent sessions and editor workspaces of a folder, or of every folder",
+         defineAgentsCommand},
+        {"relink", "Make coding-agent history follow a project folder that moved from OLD to NEW",
+         defineRelinkCommand},
     };
     return table;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "scanning/ScanSessionTypes.h"
+
 #include <CLI/CLI.hpp>
 
 // The definitions of the subcommands; each lives in its own file.
@@ -7,5 +9,13 @@ namespace corvane::cli {
 
 void defineLocationsCommand(CLI::App& command, int& status);
 void defineInspectCommand(CLI::App& command, int& status);
+void defineCachesCommand(CLI::App& command, int& status);
+
+// These two need the scan engine, which `starter` runs (ScanEngine::scan in the program).
+void defineScanCommand(CLI::App& command, int& status, ScanStarter starter);
+void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter);
+
+void defineAgentsCommand(CLI::App& command, int& status);
+void defineRelinkCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli

@@ -3,13 +3,9 @@
 #include <QJsonArray>
 
 namespace corvane::cli {
-namespace {
-
 QJsonValue orNull(const std::optional<QString>& text) {
     return text ? QJsonValue(*text) : QJsonValue(QJsonValue::Null);
 }
-
-} // namespace
 
 QJsonObject gitDetailsJson(const GitDetails& details) {
     QJsonObject object{

@@ -8,6 +8,8 @@
 // null, enumerations are their raw values, dates ISO 8601 in UTC.
 namespace corvane::cli {
 
+QJsonValue orNull(const std::optional<QString>& text);
+
 // `status` (case name), `changedCount` or `commits` when the case carries one, `branch`,
 // `remoteURL`, `repoDisplayName`, `lastCommitDate`, `changes` (`path`/`kind` pairs).
 QJsonObject gitDetailsJson(const GitDetails& details);

@@ -1,0 +1,137 @@
+#include "agents/ClaudeConfigStep.h"
+
+#include "agents/OrderedJsonWriter.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+
+namespace corvane {
+namespace {
+
+struct NewEntry {
+    QString key;
+    QJsonValue value;
+};
+
+QString valueText(const QJsonValue& value) {
+    if (value.isObject())
+        return QString::fromUtf8(QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact));
+    if (value.isArray())
+        return QString::fromUtf8(QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact));
+    // A scalar: Qt formats it inside an array, whose brackets are dropped.
+    const QByteArray inArray = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(inArray.mid(1, inArray.size() - 2));
+}
+
+// The member as it reads inside an object: `"key":value`.
+std::optional<QString> memberText(const NewEntry& entry) {
+    const std::optional<QByteArray> key = jsonStringLiteral(entry.key);
+    if (!key)
+        return std::nullopt;
+    return QString::fromUtf8(*key) + u':' + valueText(entry.value);
+}
+
+class ConfigEditor {
+public:
+    explicit ConfigEditor(const RelinkContext& context)
+        : context_(context)
+        , path_(context.locations.claudeConfig) {}
+
+    void run();
+
+private:
+    void warn(const QString& problem) const {
+        context_.warn(QStringLiteral("Claude Code project settings: ") + problem);
+    }
+    QList<NewEntry> newEntries(const QJsonObject& projects) const;
+    std::optional<QString> edited(const QString& text, const QList<NewEntry>& entries) const;
+
+    const RelinkContext& context_;
+    QString path_;
+};
+
+QList<NewEntry> ConfigEditor::newEntries(const QJsonObject& projects) const {
+    QList<NewEntry> entries;
+    for (auto member = projects.begin(); member != projects.end(); ++member) {
+        const std::optional<QString> key = context_.move.rewritten(member.key());
+        if (key && !projects.contains(*key))
+            entries.append({*key, member.value()});
+    }
+    return entries;
+}
+
+std::optional<QString> ConfigEditor::edited(const QString& text,
+                                            const QList<NewEntry>& entries) const {
+    static const QRegularExpression projectsStart(QStringLiteral("\"projects\"\\s*:\\s*\\{"));
+    QRegularExpressionMatchIterator matches = projectsStart.globalMatch(text);
+    if (!matches.hasNext())
+        return std::nullopt;
+    const QRegularExpressionMatch match = matches.next();
+    if (matches.hasNext())
+        return std::nullopt;
+    QString members;
+    for (const NewEntry& entry : entries) {
+        const std::optional<QString> member = memberText(entry);
+        if (!member) {
+            warn(QStringLiteral("could not encode the entry for ") + entry.key);
+            continue;
+        }
+        members += *member + u',';
+    }
+    QString result = text;
+    result.insert(match.capturedEnd(), members);
+    return result;
+}
+
+void ConfigEditor::run() {
+    if (!QFileInfo::exists(path_))
+        return;
+    QString problem;
+    const std::optional<QString> text = RelinkFiles::readText(path_, problem);
+    if (!text)
+        return warn(QStringLiteral("~/.claude.json ") + problem);
+    const QJsonDocument document = QJsonDocument::fromJson(text->toUtf8());
+    if (!document.isObject())
+        return warn(QStringLiteral("~/.claude.json is not valid JSON"));
+    QJsonObject expected = document.object();
+    QJsonObject projects = expected.value(QStringLiteral("projects")).toObject();
+    const QList<NewEntry> entries = newEntries(projects);
+    if (entries.isEmpty())
+        return;
+    if (!context_.writes()) {
+        context_.report.claudeProjectSettings += int(entries.size());
+        return;
+    }
+    const std::optional<QString> result = edited(*text, entries);
+    if (!result)
+        return warn(QStringLiteral("could not place the new entries safely; left untouched"));
+    int added = 0;
+    for (const NewEntry& entry : entries) {
+        if (jsonStringLiteral(entry.key)) {
+            projects.insert(entry.key, entry.value);
+            ++added;
+        }
+    }
+    if (added == 0)
+        return;
+    expected.insert(QStringLiteral("projects"), projects);
+    const QJsonDocument reparsed = QJsonDocument::fromJson(result->toUtf8());
+    if (!reparsed.isObject() || reparsed.object() != expected)
+        return warn(QStringLiteral("in-place rewrite did not match the expected result; left "
+                                   "untouched"));
+    const QString failure = RelinkFiles::replace(path_, *result);
+    if (!failure.isEmpty())
+        return warn(QStringLiteral("~/.claude.json could not be written (%1)").arg(failure));
+    context_.report.claudeProjectSettings += added;
+}
+
+} // namespace
+
+void ClaudeConfigStep::run(const RelinkContext& context) {
+    ConfigEditor(context).run();
+}
+
+} // namespace corvane

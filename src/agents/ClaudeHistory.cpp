@@ -1,0 +1,54 @@
+#include "agents/ClaudeHistory.h"
+
+#include "agents/AgentPaths.h"
+#include "agents/SessionHead.h"
+#include "platform/Paths.h"
+
+#include <QDir>
+
+namespace corvane::ClaudeHistory {
+
+QString encodedFolderName(const QString& projectPath) {
+    QString name = projectPath;
+    for (QChar& unit : name) {
+        const char16_t code = unit.unicode();
+        const bool asciiAlphanumeric = (code >= u'a' && code <= u'z') ||
+                                       (code >= u'A' && code <= u'Z') ||
+                                       (code >= u'0' && code <= u'9');
+        if (!asciiAlphanumeric)
+            unit = u'-';
+    }
+    return name;
+}
+
+QStringList sessionFiles(const QString& folder) {
+    return QDir(folder).entryList({QStringLiteral("*.jsonl")}, QDir::Files | QDir::Hidden,
+                                  QDir::Name);
+}
+
+std::optional<QString> projectPath(const QString& folderName, const std::optional<QString>& cwd,
+                                   const QMap<QString, QString>& ledger, bool macPathRules) {
+    // Claude Code names the folder after the path as it was given, before any normalising.
+    if (cwd && encodedFolderName(*cwd) == folderName)
+        return AgentPaths::normalized(*cwd, macPathRules);
+    const auto recorded = ledger.constFind(folderName);
+    if (recorded != ledger.constEnd())
+        return AgentPaths::normalized(*recorded, macPathRules);
+    if (cwd)
+        return AgentPaths::normalized(*cwd, macPathRules);
+    return std::nullopt;
+}
+
+std::optional<QString> projectPathOfFolder(const QString& folder,
+                                           const QMap<QString, QString>& ledger,
+                                           bool macPathRules) {
+    std::optional<QString> cwd;
+    for (const QString& fileName : sessionFiles(folder)) {
+        cwd = SessionHead::firstCwd(Paths::joined(folder, fileName));
+        if (cwd)
+            break;
+    }
+    return projectPath(Paths::lastComponent(folder), cwd, ledger, macPathRules);
+}
+
+} // namespace corvane::ClaudeHistory

@@ -1,0 +1,130 @@
+#include "cli/ScanCommands.h"
+
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/ScanJson.h"
+#include "cli/SessionDriver.h"
+#include "platform/Paths.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <memory>
+
+namespace corvane::cli {
+namespace {
+
+std::optional<Project> projectAt(const ScanSession& session, const QString& path) {
+    const QString wanted = Paths::standardized(QDir::current().absoluteFilePath(path));
+    for (const Project& project : session.projects()) {
+        if (Paths::standardized(project.url) == wanted)
+            return project;
+    }
+    return std::nullopt;
+}
+
+QString fromStd(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+} // namespace
+
+int runScan(const ScanRequest& request, const ScanStarter& starter, Console& console) {
+    ToastCenter toasts;
+    ScanSession session(toasts, starter);
+    session.setSortMode(request.sort);
+    session.setShowOnlyUnsynced(request.onlyUnsynced);
+    if (const int status = scanFolder(session, request.folder, console); status != exitOk)
+        return status;
+    if (request.json)
+        console.out << QJsonDocument(ScanJson::scan(session)).toJson(QJsonDocument::Indented);
+    else
+        printScanTable(session, console.out);
+    console.out << Qt::flush;
+    return exitOk;
+}
+
+int runClean(const CleanRequest& request, const ScanStarter& starter, Console& console) {
+    ToastCenter toasts;
+    ScanSession session(toasts, starter);
+    if (const int status = scanFolder(session, request.folder, console); status != exitOk)
+        return status;
+
+    if (!request.items.isEmpty()) {
+        const QList<QString> paths(request.items.cbegin(), request.items.cend());
+        return carryOut(
+            session, toasts,
+            {session.trashPlan(paths), [&session, paths] { session.trashPaths(paths); }},
+            request.trash, console);
+    }
+    TrashScope scope = TrashScope::everything();
+    if (request.project) {
+        const std::optional<Project> project = projectAt(session, *request.project);
+        if (!project) {
+            console.err << "No project at " << *request.project << " in the scan of "
+                        << session.rootURL().value_or(QString()) << '\n';
+            return exitRefusedOrBadArguments;
+        }
+        scope = TrashScope::forProject(*project);
+    }
+    return carryOut(session, toasts,
+                    {session.trashPlan(scope), [&session, scope] { session.trash(scope); }},
+                    request.trash, console);
+}
+
+void defineScanCommand(CLI::App& command, int& status, ScanStarter starter) {
+    struct Options {
+        std::string folder;
+        std::string sort = "size";
+        bool unsynced = false;
+        bool json = false;
+    };
+    auto options = std::make_shared<Options>();
+    command.add_option("FOLDER", options->folder,
+                       "The folder that holds your projects (default: "
+                       "the current folder)");
+    command.add_option("--sort", options->sort, "Order of the projects: size or activity")
+        ->check(CLI::IsMember({"size", "activity"}));
+    command.add_flag("--unsynced", options->unsynced,
+                     "Only projects with work that is not committed and pushed, and their parents");
+    command.add_flag("--json", options->json, "Print one JSON document on standard output");
+    command.callback([options, &status, starter] {
+        const ScanRequest request{fromStd(options->folder),
+                                  options->sort == "activity" ? ProjectSortMode::activity
+                                                              : ProjectSortMode::size,
+                                  options->unsynced, options->json};
+        Console console(stdout, stderr);
+        status = runScan(request, starter, console);
+    });
+}
+
+void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter) {
+    struct Options {
+        std::string folder;
+        std::string project;
+        std::vector<std::string> items;
+        TrashRequest trash;
+    };
+    auto options = std::make_shared<Options>();
+    command.add_option("FOLDER", options->folder,
+                       "The folder that holds your projects (default: the current folder)");
+    CLI::Option* project = command.add_option("--project", options->project,
+                                              "Only the ticked items of the project at this path");
+    command
+        .add_option("--item", options->items,
+                    "Exactly this path instead of the ticked items (repeatable)")
+        ->excludes(project);
+    addTrashFlags(command, options->trash);
+    command.callback([options, &status, starter] {
+        CleanRequest request;
+        request.folder = fromStd(options->folder);
+        if (!options->project.empty())
+            request.project = fromStd(options->project);
+        for (const std::string& item : options->items)
+            request.items.append(fromStd(item));
+        request.trash = options->trash;
+        Console console(stdout, stderr);
+        status = runClean(request, starter, console);
+    });
+}
+
+} // namespace corvane::cli

@@ -1,0 +1,59 @@
+#include "cli/ScanCommands.h"
+#include "platform/ByteFormat.h"
+#include "scanning/ScanWording.h"
+
+namespace corvane::cli {
+namespace {
+
+using ScanWording::confidenceWords;
+using ScanWording::gitStateWords;
+using ScanWording::kindWords;
+
+QString projectLine(const ScanSession& session, const Project& project) {
+    const auto details = session.gitDetailsByProject().constFind(project.id);
+    const bool known = details != session.gitDetailsByProject().cend();
+    QString state = known ? gitStateWords(details->status) : QStringLiteral("git not inspected");
+    if (known && details->lastCommitDate)
+        state += QStringLiteral(", last commit ") +
+                 details->lastCommitDate->toUTC().toString(QStringLiteral("yyyy-MM-dd"));
+    return QStringLiteral("%1  [%2]  %3 reclaimable")
+        .arg(project.name, state, formatBytes(session.reclaimableBytes(project.id)));
+}
+
+QString itemLine(const ScanSession& session, const CleanableItem& item) {
+    const auto size = session.sizeByItem().constFind(item.id);
+    const QString bytes =
+        size == session.sizeByItem().cend() ? QStringLiteral("not measured") : formatBytes(*size);
+    const QString mark =
+        session.selectedItemIDs().contains(item.id) ? QStringLiteral("[x]") : QStringLiteral("[ ]");
+    return QStringLiteral("%1 %2 %3 %4 %5")
+        .arg(mark, item.name.leftJustified(24), kindWords(item.kind).leftJustified(20),
+             confidenceWords(item.confidence).leftJustified(20), bytes.rightJustified(12));
+}
+
+void printNodes(const ScanSession& session, const QList<ProjectNode>& nodes, int depth,
+                QTextStream& out) {
+    const QString indent(depth * 4, u' ');
+    for (const ProjectNode& node : nodes) {
+        out << indent << projectLine(session, node.project) << '\n';
+        for (const CleanableItem& item : session.items(node.project.id))
+            out << indent << QStringLiteral("  ") << itemLine(session, item) << '\n';
+        if (node.children)
+            printNodes(session, *node.children, depth + 1, out);
+    }
+}
+
+} // namespace
+
+void printScanTable(const ScanSession& session, QTextStream& out) {
+    const QList<ProjectNode> tree = session.projectTree();
+    if (session.projects().isEmpty())
+        out << "No projects found in " << session.rootURL().value_or(QString()) << ".\n";
+    printNodes(session, tree, 0, out);
+    out << '\n'
+        << "Total: " << formatBytes(session.reclaimableBytes()) << " reclaimable in "
+        << session.projects().size() << " projects, " << formatBytes(session.selectedBytes())
+        << " ticked.\n";
+}
+
+} // namespace corvane::cli

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <optional>
+
+namespace corvane {
+
+// One item that stayed where it was, and why.
+struct TrashFailure {
+    // The item exactly as the caller passed it, not the resolved path.
+    QString url;
+    QString message;
+
+    bool operator==(const TrashFailure&) const = default;
+};
+
+// Every item of a call ends in exactly one of the two lists, in the order it was given.
+struct TrashOutcome {
+    QList<QString> trashed;
+    QList<TrashFailure> failures;
+
+    void append(const TrashOutcome& other);
+    bool operator==(const TrashOutcome&) const = default;
+};
+
+// The one place that moves files to the user's Trash. It refuses anything that does not really
+// lie inside the folder the caller names as the allowed area, and it never deletes: an item the
+// platform will not trash stays where it is.
+struct TrashService {
+    static inline const QString refusedOutsideMessage =
+        QStringLiteral("Refused: resolves outside the scanned folder");
+    static inline const QString goneMessage = QStringLiteral("No longer exists");
+
+    // Blocking; run it off the main thread. Never throws: every problem is a failure of its item.
+    static TrashOutcome trash(const QList<QString>& urls, const QString& root);
+
+    // What `trash` would refuse `url` for before asking the platform (outside the area, or gone),
+    // or nothing when the item would be handed to the platform's Trash. Moves nothing.
+    static std::optional<QString> refusal(const QString& url, const QString& root);
+
+    // `path` made absolute with every symbolic link resolved and "." and ".." removed; the parts
+    // that do not exist are kept as written.
+    static QString canonicalPath(const QString& path);
+};
+
+} // namespace corvane

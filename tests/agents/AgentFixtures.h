@@ -1,0 +1,44 @@
+#pragma once
+
+// Builders of real agent history in a temporary home: session files, records, databases.
+
+#include "agents/AgentLocations.h"
+
+#include <QByteArray>
+#include <QString>
+#include <ostream>
+#include <sqlite3.h>
+
+// Readable failure messages for text.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+inline void PrintTo(const QByteArray& bytes, std::ostream* out) {
+    *out << '"' << bytes.toStdString() << '"';
+}
+
+namespace corvane::test {
+
+// Agent locations under a fresh temporary home, with the ledger beside it.
+AgentLocations makeAgentHome();
+
+// A Claude Code message line with the given working folder, the way Claude Code writes it.
+QByteArray claudeLine(const QString& cwd, const QString& sessionID = QStringLiteral("s"));
+
+// Writes a session file `id`.jsonl in the history folder `folderName`.
+QString writeClaudeSession(const AgentLocations& locations, const QString& folderName,
+                           const QString& id, const QByteArray& contents);
+
+// The whole file as bytes ("" when it can't be read).
+QByteArray readBytes(const QString& path);
+
+// A Codex database at `path` with the given "threads" columns besides id, cwd, title,
+// updated_at and archived (e.g. "source TEXT, name TEXT").
+sqlite3* createCodexDatabase(const QString& path, const QString& extraColumns = {});
+void exec(sqlite3* connection, const QString& sql);
+void insertThread(sqlite3* connection, const QString& id, const QString& cwd, const QString& title,
+                  qint64 updatedAt, const QString& extraColumns = {},
+                  const QString& extraValues = {});
+QStringList queryColumn(sqlite3* connection, const QString& sql);
+
+} // namespace corvane::test

@@ -1,0 +1,290 @@
+#include "cli/ScanCommands.h"
+
+#include "cli/Command.h"
+#include "support/FakeScan.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using namespace corvane::cli;
+using test::makeDetails;
+using test::makeItem;
+using test::makeProject;
+
+namespace {
+
+// A scan engine stand-in that plays `events`, then completes.
+ScanStarter scripted(const QList<ScanEvent>& events, int* starts = nullptr) {
+    return [events, starts](const QString&, const ScanOptions&) {
+        if (starts)
+            ++*starts;
+        ScanStream::Pair pair = ScanStream::create();
+        pair.sink->send(events + QList<ScanEvent>{ScanEvent::scanCompleted()});
+        return std::move(pair.stream);
+    };
+}
+
+QJsonObject parsed(const QString& text) {
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(text);
+    return document.object();
+}
+
+QStringList strings(const QJsonValue& array) {
+    QStringList result;
+    for (const QJsonValue& value : array.toArray())
+        result.append(value.toString());
+    return result;
+}
+
+QString idText(const QUuid& id) {
+    return id.toString(QUuid::WithoutBraces);
+}
+
+QDateTime day(int year) {
+    return QDateTime(QDate(year, 6, 1), QTime(12, 0), Qt::UTC);
+}
+
+// A monorepo with a dirty sub-project, a tidy project and one outside git, with real folders.
+struct Workspace {
+    Workspace() {
+        for (const CleanableItem& item : {monoModules, apiTarget, apiOut, tidyDist, looseVenv})
+            test::writeFile(item.url + QStringLiteral("/content"), "bytes");
+        GitDetails dirty = makeDetails(GitStatus::dirty(2), day(2023));
+        dirty.changes = {{QStringLiteral("src/main.rs"), GitChange::Kind::modified},
+                         {QStringLiteral("notes.txt"), GitChange::Kind::untracked}};
+        events = {
+            ScanEvent::progress(root),
+            ScanEvent::projectDiscovered(mono),
+            ScanEvent::projectDiscovered(api),
+            ScanEvent::projectDiscovered(tidy),
+            ScanEvent::projectDiscovered(loose),
+            ScanEvent::gitStatusUpdated(mono.id, makeDetails(GitStatus::fullySynced(), day(2024))),
+            ScanEvent::gitStatusUpdated(api.id, dirty),
+            ScanEvent::gitStatusUpdated(tidy.id, makeDetails(GitStatus::fullySynced(), day(2022))),
+            ScanEvent::itemsClassified(mono.id, {monoModules}),
+            ScanEvent::itemsClassified(api.id, {apiTarget, apiOut}),
+            ScanEvent::itemsClassified(tidy.id, {tidyDist, tidyWhole}),
+            ScanEvent::itemsClassified(loose.id, {looseVenv}),
+            ScanEvent::sizeUpdated(monoModules.id, 5000),
+            ScanEvent::sizeUpdated(apiTarget.id, 7000),
+            ScanEvent::sizeUpdated(tidyDist.id, 300),
+            ScanEvent::sizeUpdated(looseVenv.id, 2000)};
+    }
+
+    QString root = test::makeTempDir(QStringLiteral("workspace"));
+    Project mono =
+        makeProject(root + QStringLiteral("/mono"), std::nullopt, root + QStringLiteral("/mono"));
+    Project api = makeProject(mono.url + QStringLiteral("/api"), mono.id, mono.url);
+    Project tidy =
+        makeProject(root + QStringLiteral("/tidy"), std::nullopt, root + QStringLiteral("/tidy"));
+    Project loose = makeProject(root + QStringLiteral("/loose"));
+    CleanableItem monoModules = makeItem(mono, QStringLiteral("node_modules"));
+    CleanableItem apiTarget = makeItem(api, QStringLiteral("target"), ArtifactKind::buildOutput);
+    CleanableItem apiOut = makeItem(api, QStringLiteral("out"), ArtifactKind::unknown,
+                                    CleanConfidence::ignoredButUnknown);
+    CleanableItem tidyDist =
+        makeItem(tidy, QStringLiteral("dist"), ArtifactKind::buildOutput, CleanConfidence::caution);
+    CleanableItem tidyWhole =
+        makeItem(tidy, {}, ArtifactKind::wholeProject, CleanConfidence::reclonable);
+    CleanableItem looseVenv = makeItem(loose, QStringLiteral(".venv"), ArtifactKind::virtualEnv);
+    QList<ScanEvent> events;
+};
+
+class ScanCommandsTest : public testing::Test {
+protected:
+    Workspace space;
+    QString out;
+    QString err;
+    Console console{&out, &err};
+};
+
+} // namespace
+
+TEST_F(ScanCommandsTest, ScanJsonListsTheTreeDepthFirstWithEveryField) {
+    const int status =
+        runScan({space.root, ProjectSortMode::size, false, true}, scripted(space.events), console);
+    ASSERT_EQ(status, exitOk) << qPrintable(err);
+    const QJsonObject document = parsed(out);
+
+    EXPECT_EQ(document[u"root"].toString(), space.root);
+    const QJsonArray projects = document[u"projects"].toArray();
+    QStringList order;
+    for (const QJsonValue& project : projects)
+        order.append(project[u"name"].toString());
+    // mono (5000, with api below it), loose (2000), tidy (nothing safe).
+    EXPECT_EQ(order, (QStringList{QStringLiteral("mono"), QStringLiteral("api"),
+                                  QStringLiteral("loose"), QStringLiteral("tidy")}));
+    EXPECT_EQ(document[u"reclaimableBytes"].toInteger(), 14000);
+    EXPECT_EQ(document[u"selectedBytes"].toInteger(), 7000);
+
+    const QJsonObject mono = projects[0].toObject();
+    EXPECT_EQ(mono[u"id"].toString(), idText(space.mono.id));
+    EXPECT_EQ(mono[u"url"].toString(), space.mono.url);
+    EXPECT_EQ(strings(mono[u"markers"]), QStringList{QStringLiteral("package.json")});
+    EXPECT_EQ(mono[u"gitRepoURL"].toString(), space.mono.url);
+    EXPECT_TRUE(mono[u"parentProjectID"].isNull());
+    EXPECT_EQ(mono[u"git"][u"status"].toString(), QStringLiteral("fullySynced"));
+    EXPECT_FALSE(mono[u"git"].toObject().contains(u"changedCount"));
+    EXPECT_EQ(mono[u"git"][u"lastCommitDate"].toString(), QStringLiteral("2024-06-01T12:00:00Z"));
+    EXPECT_EQ(mono[u"git"][u"repoDisplayName"].toString(), QStringLiteral("team/tool"));
+    EXPECT_EQ(mono[u"reclaimableBytes"].toInteger(), 5000);
+
+    const QJsonObject api = projects[1].toObject();
+    EXPECT_EQ(api[u"parentProjectID"].toString(), idText(space.mono.id));
+    EXPECT_EQ(api[u"git"][u"status"].toString(), QStringLiteral("dirty"));
+    EXPECT_EQ(api[u"git"][u"changedCount"].toInt(), 2);
+    EXPECT_FALSE(api[u"git"].toObject().contains(u"commits"));
+    EXPECT_EQ(api[u"git"][u"changes"][1][u"kind"].toString(), QStringLiteral("untracked"));
+    const QJsonArray apiItems = api[u"items"].toArray();
+    ASSERT_EQ(apiItems.size(), 2);
+    const QJsonObject target = apiItems[0].toObject();
+    EXPECT_EQ(target[u"id"].toString(), idText(space.apiTarget.id));
+    EXPECT_EQ(target[u"url"].toString(), space.apiTarget.url);
+    EXPECT_EQ(target[u"kind"].toString(), QStringLiteral("buildOutput"));
+    EXPECT_EQ(target[u"confidence"].toString(), QStringLiteral("safe"));
+    EXPECT_EQ(target[u"sizeBytes"].toInteger(), 7000);
+    // Dirty work is not ticked, and an unmeasured item has no size yet.
+    EXPECT_FALSE(target[u"selected"].toBool());
+    EXPECT_EQ(apiItems[1][u"confidence"].toString(), QStringLiteral("ignoredButUnknown"));
+    EXPECT_TRUE(apiItems[1][u"sizeBytes"].isNull());
+
+    const QJsonObject loose = projects[2].toObject();
+    EXPECT_TRUE(loose[u"git"].isNull());
+    EXPECT_TRUE(loose[u"gitRepoURL"].isNull());
+    EXPECT_TRUE(loose[u"items"][0][u"selected"].toBool());
+}
+
+TEST_F(ScanCommandsTest, UnsyncedScanKeepsParentsAndTheTotalsStillCountEverything) {
+    ASSERT_EQ(runScan({space.root, ProjectSortMode::activity, true, true}, scripted(space.events),
+                      console),
+              exitOk);
+    const QJsonObject document = parsed(out);
+    QStringList order;
+    for (const QJsonValue& project : document[u"projects"].toArray())
+        order.append(project[u"name"].toString());
+    // Outside git first; mono stays for its dirty sub-project; tidy is gone.
+    EXPECT_EQ(order, (QStringList{QStringLiteral("loose"), QStringLiteral("mono"),
+                                  QStringLiteral("api")}));
+    EXPECT_EQ(document[u"reclaimableBytes"].toInteger(), 14000);
+}
+
+TEST_F(ScanCommandsTest, TheTableIndentsSubProjectsAndMarksTickedItems) {
+    ASSERT_EQ(
+        runScan({space.root, ProjectSortMode::size, false, false}, scripted(space.events), console),
+        exitOk);
+    const QStringList lines = out.split(u'\n');
+    const auto lineOf = [&lines](const QString& start) {
+        for (const QString& line : lines) {
+            if (line.trimmed().startsWith(start))
+                return line;
+        }
+        return QString();
+    };
+    const auto indent = [](const QString& line) { return line.size() - line.trimmed().size(); };
+    const QString mono = lineOf(QStringLiteral("mono "));
+    const QString api = lineOf(QStringLiteral("api "));
+    ASSERT_FALSE(mono.isEmpty()) << qPrintable(out);
+    ASSERT_FALSE(api.isEmpty()) << qPrintable(out);
+    EXPECT_GT(indent(api), indent(mono));
+    EXPECT_LT(lines.indexOf(mono), lines.indexOf(api));
+    EXPECT_TRUE(lineOf(QStringLiteral("[x] node_modules")).contains(QStringLiteral("5 KB")));
+    EXPECT_FALSE(lineOf(QStringLiteral("[ ] target")).isEmpty());
+    EXPECT_TRUE(lines.filter(QStringLiteral("Total:")).size() == 1);
+}
+
+TEST_F(ScanCommandsTest, ARefusedFolderIsNeverScannedAndExitsTwo) {
+    int starts = 0;
+    const QString desktop = test::fakeHome() + QStringLiteral("/Desktop");
+    EXPECT_EQ(
+        runScan({desktop, ProjectSortMode::size, false, true}, scripted({}, &starts), console),
+        exitRefusedOrBadArguments);
+    EXPECT_EQ(starts, 0);
+    EXPECT_TRUE(out.isEmpty());
+    EXPECT_TRUE(
+        err.contains(QStringLiteral("Cannot scan this folder\nScanning the whole Desktop is "
+                                    "not supported for safety.")))
+        << qPrintable(err);
+}
+
+TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothing) {
+    // A link inside the workspace that leads out of it, handed over by hand.
+    const QString outside = test::makeTempDir(QStringLiteral("outside"));
+    test::writeFile(outside + QStringLiteral("/precious"), "keep");
+    QFile::link(outside, space.root + QStringLiteral("/escape"));
+
+    CleanRequest request;
+    request.folder = space.root;
+    request.trash = {true, false, true};
+    ASSERT_EQ(runClean(request, scripted(space.events), console), exitOk) << qPrintable(err);
+    QJsonObject document = parsed(out);
+    EXPECT_TRUE(document[u"dryRun"].toBool());
+    EXPECT_EQ(strings(document[u"wouldTrash"]),
+              (QStringList{space.monoModules.url, space.looseVenv.url}));
+    EXPECT_EQ(document[u"wouldReclaimBytes"].toInteger(), 7000);
+
+    out.clear();
+    request.items = {space.apiOut.url, space.root + QStringLiteral("/escape")};
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitSomeFailed);
+    document = parsed(out);
+    EXPECT_EQ(strings(document[u"wouldTrash"]), QStringList{space.apiOut.url});
+    // The scan never measured it, so the preview does.
+    EXPECT_GT(document[u"wouldReclaimBytes"].toInteger(), 0);
+    EXPECT_EQ(document[u"failures"][0][u"message"].toString(),
+              QStringLiteral("Refused: resolves outside the scanned folder"));
+
+    for (const CleanableItem& item : {space.monoModules, space.looseVenv, space.apiOut})
+        EXPECT_TRUE(QFile::exists(item.url + QStringLiteral("/content")));
+    EXPECT_TRUE(QFile::exists(outside + QStringLiteral("/precious")));
+}
+
+TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProject) {
+    CleanRequest request;
+    request.folder = space.root;
+    request.project = QStringLiteral("mono/../loose");
+    QDir::setCurrent(space.root);
+
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);
+    EXPECT_TRUE(err.contains(QStringLiteral("--yes")));
+
+    console.canAsk = true;
+    QString asked;
+    console.ask = [&asked](const QString& question) {
+        asked = question;
+        return false;
+    };
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitOk);
+    EXPECT_TRUE(asked.contains(QStringLiteral("Move 1 item")));
+    EXPECT_TRUE(QFile::exists(space.looseVenv.url));
+
+    out.clear();
+    request.trash.yes = true;
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitOk) << qPrintable(err);
+    EXPECT_FALSE(QFile::exists(space.looseVenv.url));
+    EXPECT_TRUE(QFile::exists(space.monoModules.url));
+    EXPECT_TRUE(out.contains(QStringLiteral("Reclaimed 2 KB"))) << qPrintable(out);
+
+    request.project = QStringLiteral("nowhere");
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);
+}
+
+TEST_F(ScanCommandsTest, CleanJsonListsWhatMovedAndWhatDidNot) {
+    QDir(space.monoModules.url).removeRecursively();
+    CleanRequest request;
+    request.folder = space.root;
+    request.trash = {false, true, true};
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitSomeFailed);
+    const QJsonObject document = parsed(out);
+    EXPECT_EQ(strings(document[u"trashed"]), QStringList{space.looseVenv.url});
+    EXPECT_EQ(document[u"reclaimedBytes"].toInteger(), 2000);
+    EXPECT_EQ(document[u"failures"][0][u"url"].toString(), space.monoModules.url);
+    EXPECT_EQ(document[u"failures"][0][u"message"].toString(), QStringLiteral("No longer exists"));
+}

@@ -1,0 +1,215 @@
+#include "scanning/TrashService.h"
+
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+using namespace corvane;
+
+namespace {
+
+const QString refused = QStringLiteral("Refused: resolves outside the scanned folder");
+const QString gone = QStringLiteral("No longer exists");
+
+QString trashFolder() {
+    return qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash");
+}
+
+bool isPresent(const QString& path) {
+    // lstat, so a link counts as present whatever it points at.
+    return QFileInfo(path).exists() || QFileInfo(path).isSymLink();
+}
+
+void link(const QString& target, const QString& linkPath) {
+    ASSERT_TRUE(QFile::link(target, linkPath)) << qPrintable(linkPath);
+}
+
+} // namespace
+
+TEST(TrashService, MovesItemsIntoTheUsersTrashAndRecordsWhereTheyCameFrom) {
+    const QString root = test::makeTempDir(QStringLiteral("trash-root"));
+    // A name no other test trashes, to find it among whatever the Trash holds.
+    const QString item = root + QStringLiteral("/app/node_modules-of-the-first-test");
+    test::writeFile(item + QStringLiteral("/left-pad/index.js"), "module.exports = 1;\n");
+
+    const TrashOutcome outcome = TrashService::trash({item}, root);
+
+    EXPECT_EQ(outcome.trashed, QList<QString>{item});
+    EXPECT_TRUE(outcome.failures.isEmpty());
+    EXPECT_FALSE(isPresent(item));
+#ifdef Q_OS_LINUX
+    const QDir files(trashFolder() + QStringLiteral("/files"));
+    const QStringList entries =
+        files.entryList({QStringLiteral("node_modules-of-the-first-test*")}, QDir::Dirs);
+    ASSERT_EQ(entries.size(), 1);
+    EXPECT_TRUE(QFile::exists(files.filePath(entries[0]) + QStringLiteral("/left-pad/index.js")));
+    QFile info(trashFolder() + QStringLiteral("/info/") + entries[0] +
+               QStringLiteral(".trashinfo"));
+    ASSERT_TRUE(info.open(QIODevice::ReadOnly));
+    const QByteArray record = info.readAll();
+    EXPECT_TRUE(record.contains("Path=" + QUrl::toPercentEncoding(item, "/"))) << record.data();
+#endif
+}
+
+TEST(TrashService, RefusesWhatResolvesOutsideTheRootAndMovesNothing) {
+    const QString base = test::makeTempDir(QStringLiteral("trash-escape"));
+    const QString root = base + QStringLiteral("/code");
+    const QString outside = base + QStringLiteral("/private/keys");
+    test::writeFile(outside + QStringLiteral("/id_ed25519"), "secret");
+    QDir().mkpath(root + QStringLiteral("/app"));
+    link(outside, root + QStringLiteral("/app/cache"));
+    link(outside + QStringLiteral("/deeper"), root + QStringLiteral("/app/jump"));
+    QDir().mkpath(outside + QStringLiteral("/deeper"));
+
+    const QList<QString> items{
+        root + QStringLiteral("/app/cache"),
+        // ".." after a link leaves the link's target, not the link's folder.
+        root + QStringLiteral("/app/jump/../id_ed25519"),
+        root + QStringLiteral("/../private/keys"),
+    };
+    const TrashOutcome outcome = TrashService::trash(items, root);
+
+    EXPECT_TRUE(outcome.trashed.isEmpty());
+    ASSERT_EQ(outcome.failures.size(), 3);
+    for (qsizetype index = 0; index < items.size(); ++index) {
+        EXPECT_EQ(outcome.failures[index].url, items[index]);
+        EXPECT_EQ(outcome.failures[index].message, refused);
+    }
+    EXPECT_TRUE(QFileInfo(root + QStringLiteral("/app/cache")).isSymLink());
+    EXPECT_TRUE(QFile::exists(outside + QStringLiteral("/id_ed25519")));
+}
+
+TEST(TrashService, ALinkToAnotherPlaceInsideTheRootIsTrashedItselfNotItsTarget) {
+    const QString root = test::makeTempDir(QStringLiteral("trash-inner-link"));
+    test::writeFile(root + QStringLiteral("/shared/build/out.o"), "object");
+    link(root + QStringLiteral("/shared/build"), root + QStringLiteral("/app-build"));
+
+    const TrashOutcome outcome = TrashService::trash({root + QStringLiteral("/app-build")}, root);
+
+    EXPECT_EQ(outcome.trashed, QList<QString>{root + QStringLiteral("/app-build")});
+    EXPECT_FALSE(isPresent(root + QStringLiteral("/app-build")));
+    EXPECT_TRUE(QFile::exists(root + QStringLiteral("/shared/build/out.o")));
+}
+
+TEST(TrashService, ASiblingWhoseNameStartsWithTheRootsNameIsOutside) {
+    const QString base = test::makeTempDir(QStringLiteral("trash-prefix"));
+    test::writeFile(base + QStringLiteral("/b2/dist/app.js"));
+    QDir().mkpath(base + QStringLiteral("/b"));
+
+    const TrashOutcome outcome =
+        TrashService::trash({base + QStringLiteral("/b2/dist"), base + QStringLiteral("/b2")},
+                            base + QStringLiteral("/b"));
+
+    EXPECT_TRUE(outcome.trashed.isEmpty());
+    ASSERT_EQ(outcome.failures.size(), 2);
+    EXPECT_EQ(outcome.failures[0].message, refused);
+    EXPECT_EQ(outcome.failures[1].message, refused);
+    EXPECT_TRUE(QFile::exists(base + QStringLiteral("/b2/dist/app.js")));
+}
+
+TEST(TrashService, WhatAnEarlierMoveTookAlongIsReportedAsGoneInGivenOrder) {
+    const QString root = test::makeTempDir(QStringLiteral("trash-order"));
+    const QString project = root + QStringLiteral("/web");
+    test::writeFile(project + QStringLiteral("/node_modules/a.js"));
+    test::writeFile(root + QStringLiteral("/api/target/debug/api"));
+    const QString target = root + QStringLiteral("/api/target");
+    link(root + QStringLiteral("/missing"), root + QStringLiteral("/dangling"));
+
+    const QList<QString> items{target,
+                               project,
+                               target,
+                               project + QStringLiteral("/node_modules"),
+                               root + QStringLiteral("/dangling"),
+                               root + QStringLiteral("/never-was")};
+    const TrashOutcome outcome = TrashService::trash(items, root);
+
+    EXPECT_EQ(outcome.trashed, (QList<QString>{target, project}));
+    const QList<TrashFailure> expected{{target, gone},
+                                       {project + QStringLiteral("/node_modules"), gone},
+                                       {root + QStringLiteral("/dangling"), gone},
+                                       {root + QStringLiteral("/never-was"), gone}};
+    EXPECT_EQ(outcome.failures, expected);
+    // A dangling link is reported as gone, and left where it is.
+    EXPECT_TRUE(QFileInfo(root + QStringLiteral("/dangling")).isSymLink());
+}
+
+TEST(TrashService, ARootReachedThroughALinkStillContainsItsItems) {
+    const QString base = test::makeTempDir(QStringLiteral("trash-linked-root"));
+    const QString real = base + QStringLiteral("/volumes/code");
+    test::writeFile(real + QStringLiteral("/a/dist/a.js"));
+    test::writeFile(real + QStringLiteral("/b/dist/b.js"));
+    link(real, base + QStringLiteral("/code"));
+    const QString linkedRoot = base + QStringLiteral("/code");
+
+    const QList<QString> items{linkedRoot + QStringLiteral("/a/dist"),
+                               real + QStringLiteral("/b/dist")};
+    const TrashOutcome outcome = TrashService::trash(items, linkedRoot);
+
+    EXPECT_EQ(outcome.trashed, items);
+    EXPECT_TRUE(outcome.failures.isEmpty());
+    EXPECT_FALSE(QFile::exists(real + QStringLiteral("/a/dist")));
+    EXPECT_TRUE(QFileInfo(linkedRoot).isSymLink());
+}
+
+TEST(TrashService, NothingGivenNothingDoneAndNoRootNothingAllowed) {
+    EXPECT_EQ(TrashService::trash({}, QStringLiteral("/nowhere")), TrashOutcome{});
+
+    const QString folder = test::makeTempDir(QStringLiteral("trash-no-root"));
+    QDir::setCurrent(folder);
+    test::writeFile(folder + QStringLiteral("/dist/x.js"));
+    // An empty root must not stand for the current folder.
+    const TrashOutcome outcome = TrashService::trash({folder + QStringLiteral("/dist")}, {});
+    ASSERT_EQ(outcome.failures.size(), 1);
+    EXPECT_EQ(outcome.failures[0].message, refused);
+    EXPECT_TRUE(QFile::exists(folder + QStringLiteral("/dist/x.js")));
+}
+
+#ifdef Q_OS_LINUX
+TEST(TrashService, WithoutAUsableTrashNothingMovesAnywhere) {
+    const QString root = test::makeTempDir(QStringLiteral("trash-unusable"));
+    test::writeFile(root + QStringLiteral("/dist/app.js"));
+    const QString trash = trashFolder();
+    const QString parked = trash + QStringLiteral("-parked");
+    QDir().rename(trash, parked);
+    test::writeFile(trash, "a plain file where the Trash should be");
+    QDir::setCurrent(root);
+
+    const TrashOutcome outcome = TrashService::trash({root + QStringLiteral("/dist")}, root);
+
+    QFile::remove(trash);
+    QDir().rename(parked, trash);
+    ASSERT_EQ(outcome.failures.size(), 1);
+    EXPECT_FALSE(outcome.failures[0].message.isEmpty());
+    EXPECT_TRUE(QFile::exists(root + QStringLiteral("/dist/app.js")));
+    // Not moved into a makeshift Trash beside the current folder either.
+    EXPECT_FALSE(QFile::exists(root + QStringLiteral("/files")));
+}
+
+TEST(TrashService, APlatformRefusalKeepsTheItemAndPassesThePlatformsMessageOn) {
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "permissions do not bind the super-user";
+    const QString root = test::makeTempDir(QStringLiteral("trash-refused"));
+    test::writeFile(root + QStringLiteral("/dist/app.js"));
+    const QString info = trashFolder() + QStringLiteral("/info");
+    QDir().mkpath(info);
+    QDir().mkpath(trashFolder() + QStringLiteral("/files"));
+    QFile::setPermissions(info, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+
+    const TrashOutcome outcome = TrashService::trash({root + QStringLiteral("/dist")}, root);
+
+    QFile::setPermissions(info,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    EXPECT_TRUE(outcome.trashed.isEmpty());
+    ASSERT_EQ(outcome.failures.size(), 1);
+    EXPECT_FALSE(outcome.failures[0].message.isEmpty());
+    EXPECT_NE(outcome.failures[0].message, refused);
+    EXPECT_NE(outcome.failures[0].message, gone);
+    // No fallback of any kind: the folder is still there, whole.
+    EXPECT_TRUE(QFile::exists(root + QStringLiteral("/dist/app.js")));
+}
+#endif
