@@ -1,14 +1,19 @@
 #include "scanning/SizeCalculator.h"
 
+#include "platform/DirectoryReader.h"
+#include "scanning/MeasurementPool.h"
+
 #include <QFile>
 #include <cstdlib>
-#include <fts.h>
+#include <mutex>
+#include <string>
 #include <sys/stat.h>
+#include <vector>
 
 namespace corvane {
 namespace {
 
-constexpr int cancellationCheckInterval = 512;
+constexpr qint64 cancellationCheckInterval = 512;
 
 qint64 checkedAdd(qint64 sum, qint64 bytes) {
     qint64 result = 0;
@@ -17,27 +22,89 @@ qint64 checkedAdd(qint64 sum, qint64 bytes) {
     return result;
 }
 
+// One level of the depth-first walk: the open folder and the subfolders still to visit. Keeping
+// the parent open lets each child be opened relative to it, so no path is ever rebuilt and no
+// length limit applies. The cost is one descriptor per level: deeper than the descriptor
+// limit allows (about a thousand levels), folders count nothing, like unreadable ones.
+struct Level {
+    DirectoryReader reader;
+    std::vector<std::string> subfolders;
+};
+
+class TreeMeasurement {
+public:
+    explicit TreeMeasurement(const CancellationToken& cancellation)
+        : cancellation_(cancellation) {}
+
+    qint64 run(DirectoryReader root) {
+        std::vector<Level> stack;
+        stack.push_back(list(std::move(root)));
+        while (!stack.empty()) {
+            Level& top = stack.back();
+            if (top.subfolders.empty()) {
+                stack.pop_back();
+                continue;
+            }
+            const std::string name = std::move(top.subfolders.back());
+            top.subfolders.pop_back();
+            DirectoryReader child(top.reader, name.c_str());
+            // A folder that vanished or refuses to open simply counts nothing.
+            if (child.isOpen())
+                stack.push_back(list(std::move(child)));
+        }
+        return total_;
+    }
+
+private:
+    Level list(DirectoryReader reader) {
+        Level level{std::move(reader), {}};
+        DirectoryReader::Entry entry;
+        while (level.reader.next(entry)) {
+            if (++entries_ % cancellationCheckInterval == 0)
+                cancellation_.throwIfCancelled();
+            if (entry.kind == EntryKind::regularFile)
+                total_ = checkedAdd(total_, entry.allocatedBytes);
+            else if (entry.kind == EntryKind::directory)
+                level.subfolders.emplace_back(entry.name);
+        }
+        return level;
+    }
+
+    const CancellationToken& cancellation_;
+    qint64 total_ = 0;
+    qint64 entries_ = 0;
+};
+
 } // namespace
 
 qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancellation) {
-    QByteArray encoded = QFile::encodeName(path);
-    char* roots[] = {encoded.data(), nullptr};
-    // Physical: links are reported, never followed; no chdir, so threads can measure at once.
-    FTS* tree = ::fts_open(roots, FTS_PHYSICAL | FTS_NOCHDIR, nullptr);
-    if (!tree)
+    struct stat info {};
+    if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
         return 0;
-    qint64 total = 0;
-    qint64 entries = 0;
-    while (FTSENT* entry = ::fts_read(tree)) {
-        if (++entries % cancellationCheckInterval == 0 && cancellation.isCancelled()) {
-            ::fts_close(tree);
-            throw CancelledError();
+    if (S_ISREG(info.st_mode))
+        return static_cast<qint64>(info.st_blocks) * 512;
+    if (!S_ISDIR(info.st_mode))
+        return 0;
+    DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes);
+    return TreeMeasurement(cancellation).run(std::move(root));
+}
+
+void SizeCalculator::sizes(const QStringList& paths, int threads,
+                           const CancellationToken& cancellation,
+                           const std::function<void(qsizetype index, qint64 bytes)>& onEach) {
+    std::mutex reporting;
+    {
+        MeasurementPool pool(cancellation, threads);
+        for (qsizetype index = 0; index < paths.size(); ++index) {
+            pool.measure(paths[index], [&reporting, &onEach, &cancellation, index](qint64 bytes) {
+                std::lock_guard guard(reporting);
+                if (!cancellation.isCancelled())
+                    onEach(index, bytes);
+            });
         }
-        if (entry->fts_info == FTS_F)
-            total = checkedAdd(total, static_cast<qint64>(entry->fts_statp->st_blocks) * 512);
+        pool.waitForAll();
     }
-    ::fts_close(tree);
-    return total;
+    cancellation.throwIfCancelled();
 }
 
 } // namespace corvane

@@ -3,16 +3,26 @@
 #include "platform/Cancellation.h"
 
 #include <QString>
+#include <QStringList>
+#include <functional>
 
 namespace corvane {
 
 // Measures what a file or folder occupies on disk.
 struct SizeCalculator {
     // The allocated bytes of every regular file in the tree at `path` (the file itself when it is
-    // one). No symbolic link is followed; a file with several hard links counts once per link met;
-    // unreadable folders count 0. Throws CancelledError when `cancellation` is cancelled (looked
-    // at every 512 entries). An overflow of the 64-bit sum is a fault (it aborts).
+    // one). No symbolic link is followed, not even `path` itself; a file with several hard links
+    // counts once per link met; unreadable folders count 0. Throws CancelledError when
+    // `cancellation` is cancelled (looked at every 512 entries). An overflow of the 64-bit sum is a
+    // fault (it aborts).
     static qint64 size(const QString& path, const CancellationToken& cancellation = {});
+
+    // Measures `paths` with at most `threads` at a time (see MeasurementPool) and calls
+    // `onEach(index, bytes)` as each size is known: one call at a time, from a worker thread, in
+    // no particular order. Throws CancelledError once cancelled; sizes not reported by then never
+    // are.
+    static void sizes(const QStringList& paths, int threads, const CancellationToken& cancellation,
+                      const std::function<void(qsizetype index, qint64 bytes)>& onEach);
 };
 
 } // namespace corvane
