@@ -1,7 +1,6 @@
 #include "platform/WorkQueue.h"
 
 #include <QThread>
-
 #include <algorithm>
 
 namespace corvane {

@@ -30,8 +30,9 @@ void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
             if (Paths::isUnder(project.url, folder))
                 return true;
             const QSet<QString>& candidates = candidatesByProject.value(project.id);
-            if (std::any_of(candidates.cbegin(), candidates.cend(),
-                            [&](const QString& candidate) { return Paths::isUnder(candidate, folder); }))
+            if (std::any_of(candidates.cbegin(), candidates.cend(), [&](const QString& candidate) {
+                    return Paths::isUnder(candidate, folder);
+                }))
                 return true;
         }
         return false;
@@ -50,9 +51,10 @@ void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
     }
 }
 
-QList<ProjectInspection> RepoGroupInspector::inspect(
-    const RepoGroup& group, const QHash<QUuid, QSet<QString>>& walkedCandidates,
-    const CancellationToken& cancellation) {
+QList<ProjectInspection>
+RepoGroupInspector::inspect(const RepoGroup& group,
+                            const QHash<QUuid, QSet<QString>>& walkedCandidates,
+                            const CancellationToken& cancellation) {
     QHash<QUuid, QSet<QString>> candidates;
     for (const Project& project : group.projects)
         candidates.insert(project.id, walkedCandidates.value(project.id));
@@ -79,10 +81,11 @@ QList<ProjectInspection> RepoGroupInspector::inspect(
     for (const Project& project : group.projects) {
         if (cancellation.isCancelled())
             break;
-        QList<CleanableItem> items = Classifier::classify(
-            project, sortedCandidates(candidates.value(project.id)), ignored, group.repoURL.has_value());
-        const bool isRepoRoot =
-            group.repoURL && Paths::standardized(project.url) == Paths::standardized(*group.repoURL);
+        QList<CleanableItem> items =
+            Classifier::classify(project, sortedCandidates(candidates.value(project.id)), ignored,
+                                 group.repoURL.has_value());
+        const bool isRepoRoot = group.repoURL && Paths::standardized(project.url) ==
+                                                     Paths::standardized(*group.repoURL);
         if (isRepoRoot && isOfferedWhole(details, stashList, localBranches))
             items.append(CleanableItem(project.id, project.url, project.name,
                                        ArtifactKind::wholeProject, CleanConfidence::reclonable));

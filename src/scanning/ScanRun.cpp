@@ -8,8 +8,9 @@ namespace corvane {
 namespace {
 
 QString groupKey(const Project& project) {
-    return project.gitRepoURL ? *project.gitRepoURL
-                              : QStringLiteral("no-repo:") + project.id.toString(QUuid::WithoutBraces);
+    return project.gitRepoURL
+               ? *project.gitRepoURL
+               : QStringLiteral("no-repo:") + project.id.toString(QUuid::WithoutBraces);
 }
 
 } // namespace
@@ -19,7 +20,9 @@ QString groupKey(const Project& project) {
 class WholeProjectTally {
 public:
     WholeProjectTally(std::shared_ptr<ScanEventSink> sink, QUuid itemID, int parts)
-        : sink_(std::move(sink)), itemID_(itemID), remaining_(parts) {}
+        : sink_(std::move(sink))
+        , itemID_(itemID)
+        , remaining_(parts) {}
 
     void add(qint64 bytes) {
         std::lock_guard guard(lock_);
@@ -131,9 +134,10 @@ void ScanRun::inspectGroup(const RepoGroup& group) {
         measurements_.enqueue([this, item, tally] { measure(item, tally); });
 }
 
-std::shared_ptr<WholeProjectTally> ScanRun::measureWholeProjectRest(const CleanableItem& whole,
-                                                                   const QList<CleanableItem>& parts) {
-    auto tally = std::make_shared<WholeProjectTally>(sink_, whole.id, static_cast<int>(parts.size()) + 1);
+std::shared_ptr<WholeProjectTally>
+ScanRun::measureWholeProjectRest(const CleanableItem& whole, const QList<CleanableItem>& parts) {
+    auto tally =
+        std::make_shared<WholeProjectTally>(sink_, whole.id, static_cast<int>(parts.size()) + 1);
     QSet<QString> excluded;
     for (const CleanableItem& item : parts)
         excluded.insert(item.url);

@@ -6,7 +6,6 @@
 
 #include <QHash>
 #include <QSet>
-
 #include <memory>
 #include <mutex>
 

