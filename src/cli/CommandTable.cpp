@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "scanning/ScanEngine.h"
 
 #include <QCoreApplication>
 
@@ -7,6 +8,15 @@ namespace corvane::cli {
 
 const std::vector<Command>& commandTable() {
     static const std::vector<Command> table{
+        {"scan",
+         "Scan FOLDER for projects and the artifact folders that can go, with git's word on each",
+         [](CLI::App& command, int& status) {
+             defineScanCommand(command, status, ScanEngine::scan);
+         }},
+        {"clean", "Scan FOLDER and move what is ticked (or what you name) to the Trash",
+         [](CLI::App& command, int& status) {
+             defineCleanCommand(command, status, ScanEngine::scan);
+         }},
         {"locations",
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},

@@ -108,6 +108,7 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
     if (listing.nameSet.contains(QStringLiteral(".git")))
         inside.repo = folder.path;
     const QStringList markers = ProjectDetector::markers(listing.names);
+    qsizetype ownProjectIndex = -1;
     if (!markers.isEmpty()) {
         Project project;
         project.id = QUuid::createUuid();
@@ -116,6 +117,7 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         project.markers = markers;
         project.gitRepoURL = inside.repo;
         project.parentProjectID = folder.project;
+        ownProjectIndex = result_.projects.size();
         result_.projects.append(project);
         result_.candidatesByProject.insert(project.id, {});
         inside.project = project.id;
@@ -149,6 +151,10 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         child.depth = folder.depth + 1;
         DirectoryReader childReader(reader, subfolder.raw.c_str());
         visit(childReader, child);
+    }
+    if (ownProjectIndex >= 0 && onProjectFinished_) {
+        const Project& project = result_.projects.at(ownProjectIndex);
+        onProjectFinished_(project, result_.candidatesByProject.value(project.id));
     }
 }
 

@@ -36,7 +36,14 @@ public:
     // `progress` goes out for the 1st, 33rd, 65th ... visited folder.
     static constexpr int progressInterval = 32;
 
+    // Called when the walk leaves a project's folder, with the project's candidate folders,
+    // which are then complete: the walk is depth first.
+    using ProjectFinishedHandler = std::function<void(const Project&, const QSet<QString>&)>;
+
     DirectoryWalker(QString root, ScanOptions options, EventHandler onEvent);
+    void setOnProjectFinished(ProjectFinishedHandler handler) {
+        onProjectFinished_ = std::move(handler);
+    }
 
     // Walks the tree. Folders that cannot be read (no permission, vanished) contribute nothing;
     // only cancellation, checked once per folder, ends the walk early, with CancelledError.
@@ -55,6 +62,7 @@ private:
     QString root_;
     ScanOptions options_;
     EventHandler onEvent_;
+    ProjectFinishedHandler onProjectFinished_;
     // `options_.skippedPaths` plus the canonical form of each, so either spelling matches.
     QSet<QString> skippedPaths_;
     const CancellationToken* cancellation_ = nullptr;

@@ -46,7 +46,7 @@ ScanStream::~ScanStream() {
 }
 
 void ScanStream::cancel() {
-    sink_->detach();
+    sink_->cancellation().cancel();
 }
 
 void ScanStream::deliverPending() {

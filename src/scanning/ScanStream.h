@@ -37,8 +37,9 @@ private:
 
 // The consuming side, living on the thread that made it (the main thread for the models).
 // Events arrive in batches: a sender posts one delivery only when none is outstanding, so a scan
-// of a million files never queues a million cross-thread calls. Destroying the stream (or
-// `cancel()`) cancels the scan; nothing is lost before that, and nothing arrives after it.
+// of a million files never queues a million cross-thread calls. `cancel()` asks the scan to stop
+// early; what it still sends arrives, ending with `scanCompleted`. Destroying the stream cancels
+// the scan too, and then nothing more arrives.
 class ScanStream : public QObject {
     Q_OBJECT
 

@@ -1,6 +1,7 @@
 #include "scanning/SizeCalculator.h"
 
 #include "platform/DirectoryReader.h"
+#include "platform/Paths.h"
 #include "scanning/MeasurementPool.h"
 
 #include <QFile>
@@ -8,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <sys/stat.h>
+#include <unordered_set>
 #include <vector>
 
 namespace corvane {
@@ -29,12 +31,18 @@ qint64 checkedAdd(qint64 sum, qint64 bytes) {
 struct Level {
     DirectoryReader reader;
     std::vector<std::string> subfolders;
+    // Relative to the measured folder; kept only when some subfolders are excluded.
+    std::string relativePath;
 };
+
+// Excluded subfolders as raw paths relative to the measured folder.
+using Exclusions = std::unordered_set<std::string>;
 
 class TreeMeasurement {
 public:
-    explicit TreeMeasurement(const CancellationToken& cancellation)
-        : cancellation_(cancellation) {}
+    TreeMeasurement(const CancellationToken& cancellation, const Exclusions& excluded)
+        : cancellation_(cancellation)
+        , excluded_(excluded) {}
 
     qint64 run(DirectoryReader root) {
         std::vector<Level> stack;
@@ -47,17 +55,25 @@ public:
             }
             const std::string name = std::move(top.subfolders.back());
             top.subfolders.pop_back();
+            std::string relativePath;
+            if (!excluded_.empty()) {
+                relativePath = top.relativePath.empty() ? name : top.relativePath + '/' + name;
+                if (excluded_.count(relativePath))
+                    continue;
+            }
             DirectoryReader child(top.reader, name.c_str());
             // A folder that vanished or refuses to open simply counts nothing.
-            if (child.isOpen())
+            if (child.isOpen()) {
                 stack.push_back(list(std::move(child)));
+                stack.back().relativePath = std::move(relativePath);
+            }
         }
         return total_;
     }
 
 private:
     Level list(DirectoryReader reader) {
-        Level level{std::move(reader), {}};
+        Level level{std::move(reader), {}, {}};
         DirectoryReader::Entry entry;
         while (level.reader.next(entry)) {
             if (++entries_ % cancellationCheckInterval == 0)
@@ -71,13 +87,15 @@ private:
     }
 
     const CancellationToken& cancellation_;
+    const Exclusions& excluded_;
     qint64 total_ = 0;
     qint64 entries_ = 0;
 };
 
 } // namespace
 
-qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancellation) {
+qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancellation,
+                            const QSet<QString>& excludedPaths) {
     struct stat info {};
     if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
         return 0;
@@ -85,8 +103,14 @@ qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancel
         return static_cast<qint64>(info.st_blocks) * 512;
     if (!S_ISDIR(info.st_mode))
         return 0;
+    Exclusions excluded;
+    const QString prefix = Paths::standardized(path) + u'/';
+    for (const QString& excludedPath : excludedPaths) {
+        if (excludedPath.startsWith(prefix))
+            excluded.insert(QFile::encodeName(excludedPath.mid(prefix.size())).toStdString());
+    }
     DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes);
-    return TreeMeasurement(cancellation).run(std::move(root));
+    return TreeMeasurement(cancellation, excluded).run(std::move(root));
 }
 
 void SizeCalculator::sizes(const QStringList& paths, int threads,

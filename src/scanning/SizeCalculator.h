@@ -2,6 +2,7 @@
 
 #include "platform/Cancellation.h"
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -15,7 +16,10 @@ struct SizeCalculator {
     // counts once per link met; unreadable folders count 0. Throws CancelledError when
     // `cancellation` is cancelled (looked at every 512 entries). An overflow of the 64-bit sum is a
     // fault (it aborts).
-    static qint64 size(const QString& path, const CancellationToken& cancellation = {});
+    // Subfolders listed in `excludedPaths` (absolute paths inside `path`) are left out, so a
+    // folder whose parts are measured on their own is not read twice.
+    static qint64 size(const QString& path, const CancellationToken& cancellation = {},
+                       const QSet<QString>& excludedPaths = {});
 
     // Measures `paths` with at most `threads` at a time (see MeasurementPool) and calls
     // `onEach(index, bytes)` as each size is known: one call at a time, from a worker thread, in

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/Cancellation.h"
+#include "scanning/ScanModel.h"
+
+#include <QHash>
+#include <QList>
+#include <QSet>
+
+namespace corvane {
+
+// Inspects the projects of one working tree (or one project outside git): one git inspection for
+// the whole group, one question to git about ignored folders, then the classification of each
+// project's candidates. The repository's own project is offered whole only when nothing in it
+// exists only on this machine.
+struct RepoGroupInspector {
+    static QList<ProjectInspection> inspect(const RepoGroup& group,
+                                            const QHash<QUuid, QSet<QString>>& candidatesByProject,
+                                            const CancellationToken& cancellation);
+
+    // Adds each ignored folder that no catalog name covers to the candidates of the nearest
+    // project of the group that encloses it (the deepest project whose folder holds it). A folder
+    // that holds a project or another candidate is left out, so nothing is offered twice.
+    static void addIgnoredFolders(const QList<Project>& projects, const QStringList& ignoredFolders,
+                                  QHash<QUuid, QSet<QString>>& candidatesByProject);
+};
+
+} // namespace corvane

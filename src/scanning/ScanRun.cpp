@@ -1,0 +1,163 @@
+#include "scanning/ScanRun.h"
+
+#include "scanning/DirectoryWalker.h"
+#include "scanning/RepoGroupInspector.h"
+#include "scanning/SizeCalculator.h"
+
+namespace corvane {
+namespace {
+
+QString groupKey(const Project& project) {
+    return project.gitRepoURL
+               ? *project.gitRepoURL
+               : QStringLiteral("no-repo:") + project.id.toString(QUuid::WithoutBraces);
+}
+
+} // namespace
+
+// A whole project measures its folder without the item folders inside it, then adds their sizes
+// as they come in, so that no artifact folder is read twice.
+class WholeProjectTally {
+public:
+    WholeProjectTally(std::shared_ptr<ScanEventSink> sink, QUuid itemID, int parts)
+        : sink_(std::move(sink))
+        , itemID_(itemID)
+        , remaining_(parts) {}
+
+    void add(qint64 bytes) {
+        std::lock_guard guard(lock_);
+        if (__builtin_add_overflow(total_, bytes, &total_))
+            std::abort();
+        if (--remaining_ == 0)
+            sink_->send(ScanEvent::sizeUpdated(itemID_, total_));
+    }
+
+private:
+    std::shared_ptr<ScanEventSink> sink_;
+    QUuid itemID_;
+    std::mutex lock_;
+    int remaining_;
+    qint64 total_ = 0;
+};
+
+ScanRun::ScanRun(std::shared_ptr<ScanEventSink> sink, QString root, ScanOptions options)
+    : sink_(std::move(sink))
+    , root_(std::move(root))
+    , options_(std::move(options))
+    , inspections_(WorkQueue::defaultWidth())
+    , measurements_(WorkQueue::defaultWidth()) {}
+
+ScanRun::~ScanRun() = default;
+
+void ScanRun::run() {
+    const CancellationToken& cancellation = sink_->cancellation();
+    DirectoryWalker walker(root_, options_, [this](const ScanEvent& event) {
+        if (event.kind == ScanEvent::Kind::projectDiscovered)
+            projectDiscovered(event.project);
+        sink_->send(event);
+    });
+    walker.setOnProjectFinished([this](const Project& project, const QSet<QString>& candidates) {
+        projectFinished(project, candidates);
+    });
+    try {
+        walker.walk(cancellation);
+        // Trees whose root lies above the scanned folder finish only with the walk.
+        for (const QString& key : std::as_const(groupOrder_)) {
+            if (!dispatchedGroups_.contains(key))
+                dispatch(groups_.value(key));
+        }
+        inspections_.waitUntilIdle();
+        measurements_.waitUntilIdle();
+    } catch (const CancelledError&) {
+        // Queued work sees the same token and ends early; the stream still gets its last event.
+    }
+    sink_->send(ScanEvent::scanCompleted());
+}
+
+void ScanRun::projectDiscovered(const Project& project) {
+    const QString key = groupKey(project);
+    auto found = groups_.find(key);
+    if (found == groups_.end()) {
+        found = groups_.insert(key, RepoGroup{project.gitRepoURL, {}});
+        groupOrder_.append(key);
+    }
+    found->projects.append(project);
+}
+
+void ScanRun::projectFinished(const Project& project, const QSet<QString>& candidates) {
+    {
+        std::lock_guard guard(candidatesLock_);
+        candidatesByProject_.insert(project.id, candidates);
+    }
+    // Walking is depth first: when a working tree's own folder is done, so is every project in it.
+    const bool closesGroup = !project.gitRepoURL || *project.gitRepoURL == project.url;
+    if (closesGroup)
+        dispatch(groups_.value(groupKey(project)));
+}
+
+void ScanRun::dispatch(const RepoGroup& group) {
+    if (group.projects.isEmpty())
+        return;
+    dispatchedGroups_.insert(groupKey(group.projects.first()));
+    inspections_.enqueue([this, group] { inspectGroup(group); });
+}
+
+void ScanRun::inspectGroup(const RepoGroup& group) {
+    const CancellationToken& cancellation = sink_->cancellation();
+    if (cancellation.isCancelled())
+        return;
+    QHash<QUuid, QSet<QString>> candidates;
+    {
+        std::lock_guard guard(candidatesLock_);
+        for (const Project& project : group.projects)
+            candidates.insert(project.id, candidatesByProject_.value(project.id));
+    }
+    const QList<ProjectInspection> inspections =
+        RepoGroupInspector::inspect(group, candidates, cancellation);
+
+    std::optional<CleanableItem> wholeProject;
+    QList<CleanableItem> parts;
+    for (const ProjectInspection& inspection : inspections) {
+        sink_->send({ScanEvent::gitStatusUpdated(inspection.project.id, inspection.details),
+                     ScanEvent::itemsClassified(inspection.project.id, inspection.items)});
+        for (const CleanableItem& item : inspection.items) {
+            if (item.kind == ArtifactKind::wholeProject)
+                wholeProject = item;
+            else
+                parts.append(item);
+        }
+    }
+    std::shared_ptr<WholeProjectTally> tally;
+    if (wholeProject)
+        tally = measureWholeProjectRest(*wholeProject, parts);
+    for (const CleanableItem& item : std::as_const(parts))
+        measurements_.enqueue([this, item, tally] { measure(item, tally); });
+}
+
+std::shared_ptr<WholeProjectTally>
+ScanRun::measureWholeProjectRest(const CleanableItem& whole, const QList<CleanableItem>& parts) {
+    auto tally =
+        std::make_shared<WholeProjectTally>(sink_, whole.id, static_cast<int>(parts.size()) + 1);
+    QSet<QString> excluded;
+    for (const CleanableItem& item : parts)
+        excluded.insert(item.url);
+    measurements_.enqueue([this, url = whole.url, excluded, tally] {
+        try {
+            tally->add(SizeCalculator::size(url, sink_->cancellation(), excluded));
+        } catch (const CancelledError&) {
+        }
+    });
+    return tally;
+}
+
+void ScanRun::measure(const CleanableItem& item, const std::shared_ptr<WholeProjectTally>& tally) {
+    try {
+        const qint64 bytes = SizeCalculator::size(item.url, sink_->cancellation());
+        sink_->send(ScanEvent::sizeUpdated(item.id, bytes));
+        if (tally)
+            tally->add(bytes);
+    } catch (const CancelledError&) {
+    }
+}
+
+} // namespace corvane

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "platform/WorkQueue.h"
+#include "scanning/ScanModel.h"
+#include "scanning/ScanStream.h"
+
+#include <QHash>
+#include <QSet>
+#include <memory>
+#include <mutex>
+
+namespace corvane {
+
+class WholeProjectTally;
+
+// One scan from walk to `scanCompleted`. Work overlaps: the walker hands over each working tree
+// as soon as its folder has been walked, inspections of finished trees run while the walk goes
+// on, and items are measured as soon as their project is classified.
+class ScanRun {
+public:
+    ScanRun(std::shared_ptr<ScanEventSink> sink, QString root, ScanOptions options);
+    ~ScanRun();
+
+    void run();
+
+private:
+    void projectDiscovered(const Project& project);
+    void projectFinished(const Project& project, const QSet<QString>& candidates);
+    void dispatch(const RepoGroup& group);
+    void inspectGroup(const RepoGroup& group);
+    void measure(const CleanableItem& item, const std::shared_ptr<WholeProjectTally>& tally);
+    // Measures the whole project without the `parts` inside it; the tally adds them as they come.
+    std::shared_ptr<WholeProjectTally> measureWholeProjectRest(const CleanableItem& whole,
+                                                               const QList<CleanableItem>& parts);
+
+    std::shared_ptr<ScanEventSink> sink_;
+    QString root_;
+    ScanOptions options_;
+
+    // Touched only by the walker's thread.
+    QHash<QString, RepoGroup> groups_;
+    QList<QString> groupOrder_;
+    QSet<QString> dispatchedGroups_;
+
+    std::mutex candidatesLock_;
+    QHash<QUuid, QSet<QString>> candidatesByProject_;
+
+    WorkQueue inspections_;
+    WorkQueue measurements_;
+};
+
+} // namespace corvane
