@@ -87,6 +87,7 @@ QWidget* ProjectDetailView::makeContent() {
     itemsView_->setRootIsDecorated(false);
     itemsView_->setUniformRowHeights(true);
     itemsView_->setAlternatingRowColors(true);
+    itemsView_->setTextElideMode(Qt::ElideMiddle);
     itemsView_->header()->setStretchLastSection(false);
     itemsView_->header()->setSectionResizeMode(ProjectItemsModel::folderColumn,
                                                QHeaderView::Stretch);

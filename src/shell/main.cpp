@@ -1,4 +1,5 @@
 #include "platform/AppIdentity.h"
+#include "scanning/ScanEngine.h"
 #include "shell/AppController.h"
 #include "shell/AppIcon.h"
 
@@ -13,7 +14,7 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
 
     const auto options = corvane::LaunchOptions::fromArguments(QApplication::arguments());
-    corvane::AppController controller(options, corvane::ScanStarter{});
+    corvane::AppController controller(options, corvane::ScanEngine::scan);
     controller.start();
     return QApplication::exec();
 }
