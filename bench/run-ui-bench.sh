@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# `make bench-ui`: scans the benchmark workspace in the real main window on the offscreen platform
+# and reports the longest gap of a 10 ms main-thread timer (goal: under 50 ms). The workspace is
+# the one `make bench` builds (make-workspace, scale 1, in bench/workspace), made here if missing.
+set -euo pipefail
+
+build_dir=${1:?usage: bench/run-ui-bench.sh BUILD_DIR}
+repo=$(cd "$(dirname "$0")/.." && pwd)
+[[ $build_dir = /* ]] || build_dir="$repo/$build_dir"
+bench="$build_dir/bench/corvane_ui_bench"
+generator="$repo/../shared/bench/make-workspace"
+workspace="$repo/bench/workspace/ws"
+manifest="$workspace-manifest.json"
+
+[[ -x $bench ]] || { echo "bench: $bench is missing; run \`make bench-ui\`, which builds it" >&2; exit 1; }
+if [[ ! -f $manifest ]]; then
+  [[ -f $generator ]] || { echo "bench: the workspace generator is not at $generator" >&2; exit 1; }
+  mkdir -p "$(dirname "$workspace")"
+  force=()
+  [[ -e $workspace ]] && force=(--force)
+  echo "bench: building the workspace (one to two minutes) ..."
+  python3 "$generator" "$workspace" --scale 1 "${force[@]}"
+fi
+# A first scan warms the file cache, so the measured one shows the window and not the disk.
+QT_QPA_PLATFORM=offscreen "$bench" "$workspace" >/dev/null || true
+QT_QPA_PLATFORM=offscreen "$bench" "$workspace"
