@@ -50,8 +50,8 @@ int main(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("Corvane"));
     QApplication::setApplicationName(QStringLiteral("Corvane Clean UI bench"));
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() != 2 || !QFileInfo(arguments[1]).isDir()) {
-        std::fprintf(stderr, "usage: corvane_ui_bench FOLDER\n");
+    if (arguments.size() < 2 || arguments.size() > 3 || !QFileInfo(arguments[1]).isDir()) {
+        std::fprintf(stderr, "usage: corvane_ui_bench FOLDER [SCREENSHOT.png]\n");
         return 2;
     }
     const QString folder = QFileInfo(arguments[1]).absoluteFilePath();
@@ -86,6 +86,8 @@ int main(int argc, char** argv) {
     });
     QApplication::exec();
     ticker.stop();
+    if (arguments.size() == 3 && !window.grab().save(arguments[2]))
+        std::fprintf(stderr, "corvane_ui_bench: could not save %s\n", qPrintable(arguments[2]));
 
     if (!session.rootURL()) {
         std::fprintf(stderr, "corvane_ui_bench: %s was not scanned\n", qPrintable(folder));

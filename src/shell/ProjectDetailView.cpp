@@ -174,6 +174,7 @@ void ProjectDetailView::setProject(const std::optional<Project>& project) {
         return;
     title_->setText(project->name);
     path_->setText(project->url);
+    shownGit_.reset();
     showGit();
     showItemsState();
 }
@@ -183,7 +184,13 @@ void ProjectDetailView::showGit() {
         return;
     const auto found = session_.gitDetailsByProject().constFind(project()->id);
     const bool known = found != session_.gitDetailsByProject().cend();
-    const GitDetails details = known ? *found : GitDetails();
+    const std::optional<GitDetails> current =
+        known ? std::optional<GitDetails>(*found) : std::nullopt;
+    // Other projects' details arrive all through a scan; this one's rarely changes.
+    if (shownGit_ && *shownGit_ == current)
+        return;
+    shownGit_ = current;
+    const GitDetails details = current.value_or(GitDetails());
     state_->setText(known ? ScanWording::gitStateWords(details.status)
                           : QStringLiteral("Checking git…"));
     stateIcon_->setPixmap(known ? stateIcon(details.status).pixmap(16, 16) : QPixmap());

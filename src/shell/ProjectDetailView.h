@@ -62,6 +62,8 @@ private:
     QLabel* ticked_ = nullptr;
     QPushButton* trashButton_ = nullptr;
     QTimer refreshTimer_;
+    // The git details on show (nothing known is a value too), to skip redrawing the same.
+    std::optional<std::optional<GitDetails>> shownGit_;
 };
 
 } // namespace corvane
