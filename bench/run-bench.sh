@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # `make bench`: times the engine's phases against du, gdu and ncdu on a generated workspace.
 #
-# The workspace (make-workspace, scale 1) is built once into bench/workspace and kept. Every
+# The workspace (make-workspace, scale 1) is built once into ~/.cache/corvane-bench and kept. Every
 # command runs once to warm the cache, then BENCH_RUNS times (default 5), the commands taking
 # turns so that a burst of load on the machine hits them all alike. Medians are printed.
 set -euo pipefail
@@ -12,8 +12,9 @@ repo=$(cd "$(dirname "$0")/.." && pwd)
 bench="$build_dir/bench/corvane_bench"
 generator="$repo/../shared/bench/make-workspace"
 scale=${BENCH_SCALE:-1}
-workspace="$repo/bench/workspace/ws"
-[[ $scale == 1 ]] || workspace="$repo/bench/workspace/ws-scale$scale"
+# Kept between runs, and outside every git working tree, as the generator wants.
+workspace_dir=${BENCH_WORKSPACE_DIR:-${XDG_CACHE_HOME:-$HOME/.cache}/corvane-bench}
+workspace="$workspace_dir/ws-scale$scale"
 manifest="$workspace-manifest.json"
 runs=${BENCH_RUNS:-5}
 
