@@ -4,12 +4,18 @@
 #include "Manifest.h"
 #include "platform/Paths.h"
 #include "scanning/DirectoryWalker.h"
+#include "scanning/GitIgnoreEvaluator.h"
+#include "scanning/GitInspector.h"
 #include "scanning/MeasurementPool.h"
+#include "scanning/ScanEngine.h"
 #include "scanning/SizeCalculator.h"
 
 #include <CLI/CLI.hpp>
+#include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QSet>
 #include <QTextStream>
 #include <algorithm>
@@ -193,14 +199,86 @@ int runListArtifacts(const Options& options) {
     return exitOk;
 }
 
+// The whole scan as the app runs it, events drained on this thread's event loop.
+int runScan(const Options& options) {
+    const std::optional<Manifest> manifest = load(options);
+    if (!manifest)
+        return exitBadInput;
+    QElapsedTimer clock;
+    clock.start();
+    std::unique_ptr<ScanStream> stream = ScanEngine::scan(manifest->workspace, ScanOptions{});
+    qint64 projects = 0, items = 0, bytes = 0, batches = 0;
+    QEventLoop loop;
+    QObject::connect(stream.get(), &ScanStream::eventsArrived, &loop,
+                     [&](const QList<ScanEvent>& events) {
+                         ++batches;
+                         for (const ScanEvent& event : events) {
+                             if (event.kind == ScanEvent::Kind::projectDiscovered)
+                                 ++projects;
+                             else if (event.kind == ScanEvent::Kind::itemsClassified)
+                                 items += event.items.size();
+                             else if (event.kind == ScanEvent::Kind::sizeUpdated)
+                                 bytes += event.bytes;
+                             else if (event.kind == ScanEvent::Kind::scanCompleted)
+                                 loop.quit();
+                         }
+                     });
+    loop.exec();
+    if (!options.quiet)
+        out() << "scan: " << projects << " projects, " << items << " items, " << bytes
+              << " bytes measured (whole projects included), " << batches
+              << " deliveries to the event loop, in " << clock.elapsed() << " ms\n";
+    return exitOk;
+}
+
+// The projects of the manifest that are the root of a working tree.
+QStringList repositories(const Manifest& manifest) {
+    QStringList repos;
+    for (const QString& project : manifest.projects) {
+        if (QFileInfo::exists(project + QStringLiteral("/.git")))
+            repos.append(project);
+    }
+    return repos;
+}
+
+// Every git command a scan runs for one repository, through the same wrapper the engine uses.
+int runGit(const Options& options) {
+    const std::optional<Manifest> manifest = load(options);
+    if (!manifest)
+        return exitBadInput;
+    const QStringList repos = repositories(*manifest);
+    QElapsedTimer clock;
+    clock.start();
+    int synced = 0;
+    for (const QString& repo : repos) {
+        const GitDetails details = GitInspector::inspect(repo);
+        GitInspector::stashList(repo);
+        GitInspector::localBranches(repo);
+        GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(repo);
+        GitIgnoreEvaluator::ignoredPaths(repo, {repo + QStringLiteral("/node_modules")});
+        synced += details.status == GitStatus::fullySynced() ? 1 : 0;
+    }
+    if (!options.quiet)
+        out() << "git: " << repos.size() << " repositories (" << synced << " fully synced) in "
+              << clock.elapsed() << " ms\n";
+    return exitOk;
+}
+
+int runListRepos(const Options& options) {
+    const std::optional<Manifest> manifest = load(options);
+    if (!manifest)
+        return exitBadInput;
+    for (const QString& repo : repositories(*manifest))
+        out() << repo << '\n';
+    return exitOk;
+}
+
 struct BenchCommand {
     const char* name;
     const char* help;
     std::function<int(const Options&)> run;
 };
 
-// The full scan (`scan ROOT`, walking, git, classification and sizes until scanCompleted)
-// belongs here once the scan engine exists; run-bench.sh times it as soon as it is listed.
 const std::vector<BenchCommand>& commands() {
     static const std::vector<BenchCommand> table{
         {"sizes", "Measure every artifact folder of the manifest with the measurement pool",
@@ -209,6 +287,11 @@ const std::vector<BenchCommand>& commands() {
          runWalk},
         {"list-artifacts", "Print the manifest's artifact folders, NUL-separated",
          runListArtifacts},
+        {"scan", "Run the whole scan (walk, git, classification, sizes) until scanCompleted",
+         runScan},
+        {"git", "Inspect every repository of the manifest with the git wrapper, one by one",
+         runGit},
+        {"list-repos", "Print the manifest's repositories, one per line", runListRepos},
     };
     return table;
 }
@@ -218,6 +301,7 @@ const std::vector<BenchCommand>& commands() {
 
 int main(int argc, char** argv) {
     using namespace corvane::bench;
+    QCoreApplication application(argc, argv);
     CLI::App app{"Times the phases of a Corvane Clean scan over a make-workspace tree",
                  "corvane_bench"};
     app.require_subcommand(1);

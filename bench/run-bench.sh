@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # `make bench`: times the engine's phases against du, gdu and ncdu on a generated workspace.
 #
-# The workspace (make-workspace, scale 1) is built once into bench/workspace and kept. Every
+# The workspace (make-workspace, scale 1) is built once into ~/.cache/corvane-bench and kept. Every
 # command runs once to warm the cache, then BENCH_RUNS times (default 5), the commands taking
 # turns so that a burst of load on the machine hits them all alike. Medians are printed.
 set -euo pipefail
@@ -11,7 +11,10 @@ repo=$(cd "$(dirname "$0")/.." && pwd)
 [[ $build_dir = /* ]] || build_dir="$repo/$build_dir"
 bench="$build_dir/bench/corvane_bench"
 generator="$repo/../shared/bench/make-workspace"
-workspace="$repo/bench/workspace/ws"
+scale=${BENCH_SCALE:-1}
+# Kept between runs, and outside every git working tree, as the generator wants.
+workspace_dir=${BENCH_WORKSPACE_DIR:-${XDG_CACHE_HOME:-$HOME/.cache}/corvane-bench}
+workspace="$workspace_dir/ws-scale$scale"
 manifest="$workspace-manifest.json"
 runs=${BENCH_RUNS:-5}
 
@@ -29,7 +32,7 @@ make_workspace() {
   # A run cut short leaves a workspace without its manifest; the generator replaces only its own.
   [[ -e $workspace ]] && force=(--force)
   say "bench: building the workspace (one to two minutes) ..."
-  python3 "$generator" "$workspace" --scale 1 "${force[@]}"
+  python3 "$generator" "$workspace" --scale "$scale" "${force[@]}"
 }
 
 # GNU time gives wall, CPU and peak memory of a command and its children.
@@ -76,13 +79,26 @@ commands=(
   "gdu -n -p -s workspace|$(q "$gdu_tool") -n -p -s $(q "$workspace")"
   "ncdu -0 -x -o /dev/null workspace|ncdu -0 -x -o /dev/null $(q "$workspace")"
 )
-# The full scan (`corvane_bench scan ROOT`, until scanCompleted) joins the list as soon as the
-# benchmark program offers it.
-has_scan=false
-if "$bench" --help 2>/dev/null | grep -q '^ *scan '; then
-  has_scan=true
-  commands+=("corvane scan: workspace|$(q "$bench") scan $(q "$workspace") --quiet")
-fi
+"$bench" list-repos --manifest "$manifest" >"$scratch/repos"
+# The git commands a scan runs for each repository, once straight from a shell loop and once
+# through the engine's wrapper, so that the wrapper's own cost shows.
+cat >"$scratch/raw-git.sh" <<'SH'
+# The list of repositories comes on descriptor 3, so that no git command can read it.
+export GIT_OPTIONAL_LOCKS=0 GIT_TERMINAL_PROMPT=0
+g() { git -C "$repo" -c core.quotepath=off -c core.fsmonitor=false "$@" >/dev/null 2>&1; }
+while IFS= read -r repo <&3; do
+  g status --porcelain=v2 --branch -z; g remote; g remote get-url origin; g log -1 --format=%ct
+  g stash list; g for-each-ref refs/heads '--format=%(refname:short)%09%(upstream)%09%(upstream:track)'
+  g ls-files --others --ignored --exclude-standard --directory -z
+  printf '%s\0' "$repo/node_modules" | g check-ignore --stdin -z
+done
+exit 0
+SH
+commands+=(
+  "corvane scan: workspace|$(q "$bench") scan --manifest $(q "$manifest") --quiet"
+  "git commands, shell loop|bash $(q "$scratch/raw-git.sh") 3<$(q "$scratch/repos")"
+  "git commands, engine wrapper|$(q "$bench") git --manifest $(q "$manifest") --quiet"
+)
 
 run_timed() { # index, round
   local line=${commands[$1]}
@@ -112,7 +128,12 @@ wall=()
 for i in "${!commands[@]}"; do wall[$i]=$(column_median "$i" '$1'); done
 reference_of() { # name -> index of the du line over the same folders
   local name=${commands[$1]%%|*} target j
-  case $name in *artifact*) target="du -s artifact folders" ;; *) target="du -s workspace" ;; esac
+  case $name in
+    *artifact*) target="du -s artifact folders" ;;
+    "git commands, engine wrapper") target="git commands, shell loop" ;;
+    "corvane scan"*) target="gdu -n -p -s workspace" ;;
+    *) target="du -s workspace" ;;
+  esac
   for j in "${!commands[@]}"; do
     if [[ ${commands[$j]%%|*} == "$target" ]]; then echo "$j"; fi
   done
@@ -125,9 +146,15 @@ for i in "${!commands[@]}"; do
   ratio=$(awk -v a="${wall[$i]}" -v b="${wall[$ref]}" 'BEGIN { if (b > 0) printf "%.2fx %s", a / b, "'"${commands[$ref]%%|*}"'" }')
   printf '%-40s %8.2f %8.2f %6.0f MB   %s\n' "$name" "${wall[$i]}" "$cpu" "$rss" "$ratio"
 done
-if ! $has_scan; then
-  say "corvane scan: not measured yet; it arrives with the scan engine"
-fi
+index_of() { local j; for j in "${!commands[@]}"; do [[ ${commands[$j]%%|*} == "$1"* ]] && echo "$j"; done; }
+ratio_line() { # label, index, reference index, goal
+  awk -v a="${wall[$2]}" -v b="${wall[$3]}" -v g="$4" -v l="$1" \
+    'BEGIN { r = a / b; printf "%s: %.2fx (goal: at most %sx) %s\n", l, r, g, (r <= g ? "met" : "NOT met") }'
+}
+ratio_line "Full scan against gdu" "$(index_of "corvane scan")" "$(index_of "gdu")" 1.3
+ratio_line "Git wrapper against the raw commands" "$(index_of "git commands, engine")" "$(index_of "git commands, shell")" 1.1
+scan_rss=$(column_median "$(index_of "corvane scan")" '$4 / 1024')
+say "Full scan peak memory at scale $scale: ${scan_rss} MB (goal: at most 100 MB at scale 1, 150 MB at scale 4)"
 
 sizes_ratio=$(awk -v a="${wall[0]}" -v b="${wall[1]}" 'BEGIN { printf "%.2f", a / b }')
 goal=0.55
