@@ -4,7 +4,7 @@ RELEASE_DIR ?= build-release
 GENERATOR := -G Ninja
 JOBS ?= $(shell nproc 2>/dev/null || sysctl -n hw.ncpu)
 
-.PHONY: deps test run build release bench format clean
+.PHONY: deps test run build release bench bench-ui format clean
 
 deps:
 	@scripts/install-deps.sh
@@ -29,6 +29,9 @@ run: release
 
 bench: release
 	@bench/run-bench.sh $(RELEASE_DIR)
+
+bench-ui: release
+	@bench/run-ui-bench.sh $(RELEASE_DIR)
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h' '*.mm')

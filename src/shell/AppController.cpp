@@ -1,0 +1,54 @@
+#include "shell/AppController.h"
+
+#include "shell/MainWindow.h"
+#include "shell/MenuBarExtra.h"
+#include "shell/WelcomeDialog.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QSettings>
+
+namespace corvane {
+
+AppController::AppController(const LaunchOptions& options, ScanStarter starter, QObject* parent)
+    : QObject(parent)
+    , options_(options)
+    , session_(toasts_, std::move(starter))
+    , window_(std::make_unique<MainWindow>(session_, toasts_, rules_))
+    , menuBarExtra_(std::make_unique<MenuBarExtra>(session_)) {
+    connect(&session_, &ScanSession::rootURLChanged, this, &AppController::rememberFolder);
+    connect(menuBarExtra_.get(), &MenuBarExtra::openRequested, this, &AppController::showWindow);
+    connect(menuBarExtra_.get(), &MenuBarExtra::quitRequested, qApp, &QCoreApplication::quit,
+            Qt::QueuedConnection);
+}
+
+AppController::~AppController() = default;
+
+void AppController::start() {
+    showWindow();
+    const QString last = QSettings().value(lastFolderKey).toString();
+    // A folder that has gone since (a drive not mounted) is not an error; the user chooses again.
+    if (!last.isEmpty() && QFileInfo(last).isDir())
+        window_->scanFolder(last);
+    if (!WelcomeDialog::wasCompleted()) {
+        welcome_ = new WelcomeDialog(window_.get());
+        welcome_->setAttribute(Qt::WA_DeleteOnClose);
+        welcome_->setWindowModality(Qt::WindowModal);
+        connect(welcome_, &WelcomeDialog::chooseFolderRequested, window_.get(),
+                &MainWindow::chooseFolder, Qt::QueuedConnection);
+        welcome_->open();
+    }
+}
+
+void AppController::rememberFolder() {
+    if (session_.rootURL())
+        QSettings().setValue(lastFolderKey, *session_.rootURL());
+}
+
+void AppController::showWindow() {
+    window_->show();
+    window_->raise();
+    window_->activateWindow();
+}
+
+} // namespace corvane

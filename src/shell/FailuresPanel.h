@@ -1,0 +1,31 @@
+#pragma once
+
+#include "scanning/ScanSession.h"
+
+#include <QFrame>
+
+class QListWidget;
+
+namespace corvane {
+
+// Lists what the last trash action left behind, one line per item with the reason, under
+// "Some items could not be trashed". Hidden while there is nothing to say, and until the next
+// trash action once the user dismisses it.
+class FailuresPanel : public QFrame {
+    Q_OBJECT
+
+public:
+    static inline const QString heading = QStringLiteral("Some items could not be trashed");
+
+    explicit FailuresPanel(const ScanSession& session, QWidget* parent = nullptr);
+
+    QStringList lines() const;
+
+private:
+    void showFailures();
+
+    const ScanSession& session_;
+    QListWidget* list_;
+};
+
+} // namespace corvane

@@ -1,0 +1,16 @@
+#include "shell/LaunchOptions.h"
+
+namespace corvane {
+
+LaunchOptions LaunchOptions::fromArguments(const QStringList& arguments) {
+    // The first argument is the program itself; a switch is never mistaken for it.
+    const QStringList switches = arguments.mid(1);
+    LaunchOptions options;
+    options.dockerDryRun = switches.contains(u"--docker-dry-run");
+    options.simulatorDryRun = switches.contains(u"--simulator-dry-run");
+    options.aiModelsDryRun = switches.contains(u"--ai-models-dry-run");
+    options.androidDryRun = switches.contains(u"--android-dry-run");
+    return options;
+}
+
+} // namespace corvane

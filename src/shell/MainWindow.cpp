@@ -1,0 +1,493 @@
+#include "shell/MainWindow.h"
+
+#include "platform/ByteFormat.h"
+#include "platform/Paths.h"
+#include "shell/AppIcon.h"
+#include "shell/CachesView.h"
+#include "shell/FailuresPanel.h"
+#include "shell/ProjectDetailView.h"
+#include "shell/ProjectTreeModel.h"
+#include "shell/SettingsDialog.h"
+#include "shell/SizeBarDelegate.h"
+#include "shell/SummaryStrip.h"
+#include "shell/ToastOverlay.h"
+#include "shell/TrashConfirmation.h"
+
+#include <QAbstractButton>
+#include <QActionGroup>
+#include <QApplication>
+#include <QComboBox>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStackedWidget>
+#include <QStatusBar>
+#include <QStyle>
+#include <QToolBar>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace corvane {
+namespace {
+
+constexpr int projectsRow = 0;
+constexpr int cachesRow = 1;
+constexpr int statusInterval = 150;
+
+QKeySequence preferencesShortcut() {
+    // Not every desktop defines one; Ctrl+, is what users of such apps reach for.
+    const QList<QKeySequence> standard = QKeySequence::keyBindings(QKeySequence::Preferences);
+    return standard.isEmpty() ? QKeySequence(Qt::CTRL | Qt::Key_Comma) : standard.first();
+}
+
+QString counted(qsizetype count, const char* one, const char* many) {
+    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
+}
+
+} // namespace
+
+MainWindow::MainWindow(ScanSession& session, ToastCenter& toasts, RulesStore& rules,
+                       QWidget* parent)
+    : QMainWindow(parent)
+    , session_(session)
+    , toasts_(toasts)
+    , rules_(rules)
+    , projectModel_(new ProjectTreeModel(session, this)) {
+    setObjectName(QStringLiteral("mainWindow"));
+    setWindowIcon(appIcon());
+    setUnifiedTitleAndToolBarOnMac(true);
+    makeActions();
+    makeMenus();
+    makeToolBar();
+    setCentralWidget(makeCentralArea());
+    toast_ = new ToastOverlay(toasts_, centralWidget());
+    status_ = new QLabel(this);
+    status_->setObjectName(QStringLiteral("scanStatus"));
+    statusBar()->addWidget(status_, 1);
+    statusBar()->setSizeGripEnabled(false);
+    statusTimer_.setInterval(statusInterval);
+    connect(&statusTimer_, &QTimer::timeout, this, &MainWindow::updateStatus);
+
+    connect(&session_, &ScanSession::rootURLChanged, this, &MainWindow::updateFolder);
+    connect(&session_, &ScanSession::selectionChanged, this, &MainWindow::followSessionSelection);
+    connect(&session_, &ScanSession::isScanningChanged, this, [this] {
+        session_.isScanning() ? statusTimer_.start() : statusTimer_.stop();
+        updateStatus();
+        updateActions();
+    });
+    for (const auto signal :
+         {&ScanSession::selectedItemIDsChanged, &ScanSession::selectedCacheIDsChanged,
+          &ScanSession::isTrashingChanged})
+        connect(&session_, signal, this, &MainWindow::updateActions);
+    connect(&session_, &ScanSession::projectsChanged, this, [this] {
+        if (!session_.isScanning())
+            updateStatus();
+    });
+    resize(1180, 760);
+    updateFolder();
+    followSessionSelection();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::makeActions() {
+    const auto make = [this](Action which, const QString& text,
+                             std::optional<QStyle::StandardPixmap> icon = std::nullopt) {
+        auto* action = new QAction(text, this);
+        if (icon)
+            action->setIcon(style()->standardIcon(*icon));
+        actions_.insert(which, action);
+        return action;
+    };
+    QAction* choose =
+        make(Action::chooseFolder, QStringLiteral("Choose Folder…"), QStyle::SP_DirOpenIcon);
+    choose->setShortcut(QKeySequence::Open);
+    choose->setToolTip(chooserTitle);
+    connect(choose, &QAction::triggered, this, &MainWindow::chooseFolder);
+
+    QAction* rescan = make(Action::rescan, QStringLiteral("Rescan"), QStyle::SP_BrowserReload);
+    rescan->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    connect(rescan, &QAction::triggered, &session_, &ScanSession::rescan);
+
+    QAction* trash =
+        make(Action::moveToTrash, QStringLiteral("Move to Trash"), QStyle::SP_TrashIcon);
+    trash->setShortcuts(
+        {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::CTRL | Qt::Key_Backspace)});
+    trash->setToolTip(QStringLiteral("Move every ticked item and cache to the Trash"));
+    connect(trash, &QAction::triggered, this, [this] { confirmTrash(TrashScope::everything()); });
+
+    QAction* unsynced = make(Action::showOnlyUnsynced, QStringLiteral("Only Unsynced"));
+    unsynced->setCheckable(true);
+    unsynced->setToolTip(
+        QStringLiteral("Show only projects with work that is not committed and pushed"));
+    connect(unsynced, &QAction::toggled, &session_, &ScanSession::setShowOnlyUnsynced);
+    connect(&session_, &ScanSession::showOnlyUnsyncedChanged, unsynced,
+            [this, unsynced] { unsynced->setChecked(session_.showOnlyUnsynced()); });
+
+    auto* sortGroup = new QActionGroup(this);
+    for (const auto& [which, mode] :
+         {std::pair{Action::sortBySize, ProjectSortMode::size},
+          std::pair{Action::sortByActivity, ProjectSortMode::activity}}) {
+        QAction* sort = make(which, QStringLiteral("Sort by ") + title(mode));
+        sort->setCheckable(true);
+        sort->setChecked(session_.sortMode() == mode);
+        sortGroup->addAction(sort);
+        connect(sort, &QAction::triggered, &session_, [this, mode] { session_.setSortMode(mode); });
+    }
+    connect(&session_, &ScanSession::sortModeChanged, this, [this] {
+        const bool bySize = session_.sortMode() == ProjectSortMode::size;
+        actions_.value(Action::sortBySize)->setChecked(bySize);
+        actions_.value(Action::sortByActivity)->setChecked(!bySize);
+        if (sortChoice_)
+            sortChoice_->setCurrentIndex(bySize ? 0 : 1);
+    });
+
+    QAction* settings = make(Action::settings, QStringLiteral("Settings…"));
+    settings->setShortcut(preferencesShortcut());
+    settings->setMenuRole(QAction::PreferencesRole);
+    connect(settings, &QAction::triggered, this, &MainWindow::showSettings);
+}
+
+void MainWindow::makeMenus() {
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->addAction(action(Action::chooseFolder));
+    file->addAction(action(Action::rescan));
+    file->addSeparator();
+    file->addAction(action(Action::moveToTrash));
+    file->addSeparator();
+    file->addAction(action(Action::settings));
+    QAction* quit = file->addAction(QStringLiteral("Quit Corvane Clean"));
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+
+    QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    view->addAction(action(Action::sortBySize));
+    view->addAction(action(Action::sortByActivity));
+    view->addSeparator();
+    view->addAction(action(Action::showOnlyUnsynced));
+    view->addSeparator();
+    view->addAction(QStringLiteral("Projects"), this, &MainWindow::showProjects);
+    view->addAction(QStringLiteral("Developer Caches"), this, &MainWindow::showCaches);
+
+    QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
+    QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
+    about->setMenuRole(QAction::AboutRole);
+    connect(about, &QAction::triggered, this, [this] {
+        QMessageBox::about(
+            this, QStringLiteral("About Corvane Clean"),
+            QStringLiteral("<b>Corvane Clean %1</b><p>Gives back the disk space that "
+                           "developer tools leave behind, without losing work.</p>")
+                .arg(QApplication::applicationVersion()));
+    });
+}
+
+void MainWindow::makeToolBar() {
+    QToolBar* bar = addToolBar(QStringLiteral("Toolbar"));
+    bar->setObjectName(QStringLiteral("toolbar"));
+    bar->setMovable(false);
+    bar->setFloatable(false);
+    bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    bar->addAction(action(Action::chooseFolder));
+    bar->addAction(action(Action::rescan));
+    bar->addSeparator();
+    bar->addWidget(new QLabel(QStringLiteral(" Sort by "), bar));
+    sortChoice_ = new QComboBox(bar);
+    sortChoice_->setObjectName(QStringLiteral("sortChoice"));
+    sortChoice_->addItem(title(ProjectSortMode::size));
+    sortChoice_->addItem(title(ProjectSortMode::activity));
+    sortChoice_->setCurrentIndex(session_.sortMode() == ProjectSortMode::size ? 0 : 1);
+    connect(sortChoice_, &QComboBox::activated, this, [this](int index) {
+        session_.setSortMode(index == 0 ? ProjectSortMode::size : ProjectSortMode::activity);
+    });
+    bar->addWidget(sortChoice_);
+    bar->addAction(action(Action::showOnlyUnsynced));
+    auto* spacer = new QWidget(bar);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    bar->addWidget(spacer);
+    bar->addAction(action(Action::moveToTrash));
+}
+
+QWidget* MainWindow::makeCentralArea() {
+    auto* central = new QWidget(this);
+    summary_ = new SummaryStrip(session_, central);
+    failures_ = new FailuresPanel(session_, central);
+
+    sidebar_ = new QListWidget(central);
+    sidebar_->setObjectName(QStringLiteral("sidebar"));
+    sidebar_->setFrameShape(QFrame::NoFrame);
+    sidebar_->setAttribute(Qt::WA_MacShowFocusRect, false);
+    sidebar_->setIconSize(QSize(18, 18));
+    sidebar_->setSpacing(2);
+    sidebar_->addItem(
+        new QListWidgetItem(style()->standardIcon(QStyle::SP_DirIcon), QStringLiteral("Projects")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveHDIcon),
+                                          QStringLiteral("Developer caches")));
+    sidebar_->setCurrentRow(projectsRow);
+    sidebar_->setMinimumWidth(150);
+    connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
+
+    cachesView_ = new CachesView(session_, central);
+    connect(cachesView_, &CachesView::trashRequested, this, &MainWindow::confirmTrash);
+    pages_ = new QStackedWidget(central);
+    pages_->addWidget(makeProjectsPage());
+    pages_->addWidget(cachesView_);
+
+    auto* split = new QSplitter(Qt::Horizontal, central);
+    split->addWidget(sidebar_);
+    split->addWidget(pages_);
+    split->setStretchFactor(1, 1);
+    split->setSizes({160, 1020});
+    split->setChildrenCollapsible(false);
+
+    auto* line = new QFrame(central);
+    line->setFrameShape(QFrame::HLine);
+    line->setFrameShadow(QFrame::Sunken);
+    auto* layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(summary_);
+    layout->addWidget(failures_);
+    layout->addWidget(line);
+    layout->addWidget(split, 1);
+    return central;
+}
+
+QWidget* MainWindow::makeProjectsPage() {
+    auto* empty = new QWidget(this);
+    auto* prompt = new QLabel(chooserTitle + u'.', empty);
+    prompt->setForegroundRole(QPalette::PlaceholderText);
+    auto* chooseButton = new QPushButton(QStringLiteral("Choose Folder…"), empty);
+    connect(chooseButton, &QPushButton::clicked, this, &MainWindow::chooseFolder);
+    auto* emptyLayout = new QVBoxLayout(empty);
+    emptyLayout->addStretch();
+    emptyLayout->addWidget(prompt, 0, Qt::AlignHCenter);
+    emptyLayout->addWidget(chooseButton, 0, Qt::AlignHCenter);
+    emptyLayout->addStretch();
+
+    projectView_ = new QTreeView(this);
+    projectView_->setObjectName(QStringLiteral("projectList"));
+    projectView_->setModel(projectModel_);
+    projectView_->setUniformRowHeights(true);
+    projectView_->setAlternatingRowColors(true);
+    projectView_->setSelectionMode(QAbstractItemView::SingleSelection);
+    projectView_->setItemDelegateForColumn(
+        ProjectTreeModel::sizeColumn,
+        new SizeBarDelegate(ProjectTreeModel::barFractionRole, projectView_));
+    QHeaderView* header = projectView_->header();
+    header->setStretchLastSection(false);
+    header->setSectionResizeMode(ProjectTreeModel::nameColumn, QHeaderView::Stretch);
+    header->setMinimumSectionSize(60);
+    header->resizeSection(ProjectTreeModel::stateColumn, 175);
+    header->resizeSection(ProjectTreeModel::activityColumn, 100);
+    header->resizeSection(ProjectTreeModel::sizeColumn, 165);
+    connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &MainWindow::onProjectRowSelected);
+    // Nested projects open as they arrive; the selection follows its project when rows move.
+    connect(projectModel_, &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex& parent, int first, int last) {
+                for (int row = first; row <= last; ++row)
+                    projectView_->expandRecursively(projectModel_->index(row, 0, parent));
+                selectProjectRow();
+            });
+    connect(projectModel_, &QAbstractItemModel::modelReset, this, [this] {
+        projectView_->expandAll();
+        selectProjectRow();
+    });
+
+    detailView_ = new ProjectDetailView(session_, this);
+    connect(detailView_, &ProjectDetailView::trashRequested, this, &MainWindow::confirmTrash);
+    auto* split = new QSplitter(Qt::Horizontal, this);
+    split->addWidget(projectView_);
+    split->addWidget(detailView_);
+    split->setStretchFactor(0, 3);
+    split->setStretchFactor(1, 2);
+    split->setSizes({610, 410});
+    split->setChildrenCollapsible(false);
+
+    projectsPage_ = new QStackedWidget(this);
+    projectsPage_->addWidget(empty);
+    projectsPage_->addWidget(split);
+    return projectsPage_;
+}
+
+QAction* MainWindow::action(Action which) const {
+    return actions_.value(which);
+}
+
+void MainWindow::chooseFolder() {
+    auto* dialog = new QFileDialog(this, chooserTitle);
+    dialog->setObjectName(QStringLiteral("folderChooser"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    dialog->setAcceptMode(QFileDialog::AcceptOpen);
+    dialog->setLabelText(QFileDialog::Accept, chooserAcceptLabel);
+    if (session_.rootURL())
+        dialog->setDirectory(Paths::parentPath(*session_.rootURL()));
+    dialog->setWindowModality(Qt::WindowModal);
+    connect(dialog, &QFileDialog::fileSelected, this, &MainWindow::scanFolder);
+    dialog->open();
+}
+
+void MainWindow::scanFolder(const QString& folder) {
+    if (const std::optional<ScanRefusal> refusal = session_.chooseFolderAndScan(folder))
+        showRefusal(*refusal);
+}
+
+void MainWindow::showRefusal(const ScanRefusal& refusal) {
+    auto* alert = new QMessageBox(this);
+    alert->setObjectName(QStringLiteral("refusalAlert"));
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setIcon(QMessageBox::Warning);
+    // A sheet shows no window title, so the title leads the text as well.
+    alert->setWindowTitle(refusal.title);
+    alert->setText(refusal.title);
+    alert->setInformativeText(refusal.text);
+    alert->setStandardButtons(QMessageBox::Ok);
+    alert->setWindowModality(Qt::WindowModal);
+    alert->open();
+}
+
+void MainWindow::confirmTrash(const TrashScope& scope) {
+    if (session_.isTrashing())
+        return;
+    const TrashPlan plan = session_.trashPlan(scope);
+    if (plan.isEmpty())
+        return;
+    QMessageBox* box = makeTrashConfirmation(this, TrashQuestion::about(plan));
+    connect(box, &QMessageBox::buttonClicked, this, [this, box, scope](QAbstractButton* button) {
+        if (box->buttonRole(button) == QMessageBox::AcceptRole)
+            session_.trash(scope);
+    });
+    box->open();
+}
+
+void MainWindow::showSettings() {
+    if (!settings_)
+        settings_ = new SettingsDialog(rules_, this);
+    settings_->show();
+    settings_->raise();
+    settings_->activateWindow();
+}
+
+void MainWindow::showCaches() {
+    session_.setSelection(SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+}
+
+void MainWindow::showProjects() {
+    const std::optional<SidebarSelection>& current = session_.selection();
+    if (current && current->kind == SidebarSelection::Kind::project) {
+        followSessionSelection();
+        return;
+    }
+    // Back from another destination: the project shown before, if the scan still has it.
+    std::optional<SidebarSelection> back;
+    if (lastProjectSelection_ && session_.project(lastProjectSelection_->project->id))
+        back = lastProjectSelection_;
+    session_.setSelection(back);
+    followSessionSelection();
+}
+
+void MainWindow::onSidebarRowChanged(int row) {
+    if (followingSession_)
+        return;
+    if (row == cachesRow)
+        showCaches();
+    else
+        showProjects();
+}
+
+void MainWindow::onProjectRowSelected() {
+    if (followingSession_)
+        return;
+    const QModelIndexList rows = projectView_->selectionModel()->selectedRows();
+    // A row that disappears takes its selection along; the session decides what is selected then.
+    if (rows.isEmpty())
+        return;
+    if (const std::optional<Project> project = projectModel_->projectAt(rows.first()))
+        session_.setSelection(SidebarSelection::forProject(*project));
+}
+
+void MainWindow::followSessionSelection() {
+    const std::optional<SidebarSelection>& selection = session_.selection();
+    const bool caches = selection && selection->kind == SidebarSelection::Kind::globalCaches;
+    followingSession_ = true;
+    sidebar_->setCurrentRow(caches ? cachesRow : projectsRow);
+    pages_->setCurrentIndex(caches ? cachesRow : projectsRow);
+    followingSession_ = false;
+    if (caches)
+        return;
+    const bool isProject = selection && selection->kind == SidebarSelection::Kind::project;
+    if (isProject)
+        lastProjectSelection_ = selection;
+    detailView_->setProject(isProject ? selection->project : std::nullopt);
+    selectProjectRow();
+}
+
+void MainWindow::selectProjectRow() {
+    const std::optional<SidebarSelection>& selection = session_.selection();
+    const QModelIndex row = selection && selection->project
+                                ? projectModel_->indexOf(selection->project->id)
+                                : QModelIndex();
+    followingSession_ = true;
+    if (!row.isValid()) {
+        projectView_->selectionModel()->clear();
+    } else if (!projectView_->selectionModel()->isRowSelected(row.row(), row.parent())) {
+        projectView_->selectionModel()->setCurrentIndex(row, QItemSelectionModel::ClearAndSelect |
+                                                                 QItemSelectionModel::Rows);
+        projectView_->scrollTo(row);
+    }
+    followingSession_ = false;
+}
+
+void MainWindow::updateActions() {
+    const bool trashing = session_.isTrashing();
+    action(Action::rescan)->setEnabled(session_.rootURL() && !trashing);
+    // Ticks change with every batch of a scan, so this stays a look at the sets; the plan, with
+    // its nesting checks, is only made when the user asks.
+    const bool ticked =
+        !session_.selectedItemIDs().isEmpty() || !session_.selectedCacheIDs().isEmpty();
+    action(Action::moveToTrash)->setEnabled(ticked && !trashing);
+}
+
+void MainWindow::updateFolder() {
+    const std::optional<QString>& root = session_.rootURL();
+    setWindowTitle(root ? Paths::lastComponent(*root) + QStringLiteral(" — Corvane Clean")
+                        : QStringLiteral("Corvane Clean"));
+    sidebar_->item(projectsRow)->setToolTip(root.value_or(QString()));
+    projectsPage_->setCurrentIndex(root ? 1 : 0);
+    updateActions();
+    updateStatus();
+}
+
+void MainWindow::updateStatus() {
+    const std::optional<QString>& root = session_.rootURL();
+    const qsizetype projects = session_.projects().size();
+    if (!root) {
+        status_->setText(QStringLiteral("Choose a folder to scan."));
+    } else if (session_.isScanning()) {
+        const QString measured = formatBytes(session_.measuredBytes());
+        const QString counts = QStringLiteral("  ·  %1  ·  %2 measured")
+                                   .arg(counted(projects, "project", "projects"), measured);
+        const int room = std::max(80, status_->width() - status_->fontMetrics().horizontalAdvance(
+                                                             QStringLiteral("Scanning ") + counts));
+        const QString path =
+            status_->fontMetrics().elidedText(session_.currentPath(), Qt::ElideMiddle, room);
+        status_->setText(QStringLiteral("Scanning ") + path + counts);
+    } else {
+        status_->setText(
+            QStringLiteral("%1 in %2").arg(counted(projects, "project", "projects"), *root));
+    }
+}
+
+QString MainWindow::statusText() const {
+    return status_->text();
+}
+
+} // namespace corvane

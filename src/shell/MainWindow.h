@@ -1,0 +1,114 @@
+#pragma once
+
+#include "platform/ToastCenter.h"
+#include "scanning/RulesStore.h"
+#include "scanning/ScanSession.h"
+#include "shell/SettingsDialog.h"
+
+#include <QMainWindow>
+#include <QPointer>
+#include <QTimer>
+#include <functional>
+
+class QComboBox;
+class QLabel;
+class QListWidget;
+class QStackedWidget;
+class QTreeView;
+
+namespace corvane {
+
+class CachesView;
+class FailuresPanel;
+class ProjectDetailView;
+class ProjectTreeModel;
+class SummaryStrip;
+class ToastOverlay;
+
+// The main window: a sidebar of destinations (the projects of the scanned folder, the developer
+// caches), the project list beside the selected project, a summary of what can be reclaimed,
+// and a toolbar to choose a folder, rescan, sort, filter and move the ticked items to the Trash.
+// It only reads the session and calls its operations; every rule lives in the session.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    enum class Action {
+        chooseFolder,
+        rescan,
+        moveToTrash,
+        showOnlyUnsynced,
+        sortBySize,
+        sortByActivity,
+        settings,
+    };
+
+    // The folder chooser as the window shows it: the title and the accept button.
+    static inline const QString chooserTitle =
+        QStringLiteral("Choose the folder that holds your dev projects");
+    static inline const QString chooserAcceptLabel = QStringLiteral("Scan");
+
+    MainWindow(ScanSession& session, ToastCenter& toasts, RulesStore& rules,
+               QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    // Opens the folder chooser as a sheet; the chosen folder goes to scanFolder.
+    void chooseFolder();
+    // Scans `folder`, or shows the alert that says why it is refused.
+    void scanFolder(const QString& folder);
+    // Asks (in a sheet) to move the scope's ticked items to the Trash, and does it if the user
+    // agrees. Nothing happens while a trash action runs or when nothing of the scope is ticked.
+    void confirmTrash(const TrashScope& scope);
+    void showSettings();
+    void showCaches();
+    void showProjects();
+
+    QAction* action(Action which) const;
+    ProjectTreeModel& projectModel() const { return *projectModel_; }
+    QTreeView* projectView() const { return projectView_; }
+    ProjectDetailView* detailView() const { return detailView_; }
+    CachesView* cachesView() const { return cachesView_; }
+    SummaryStrip* summary() const { return summary_; }
+    FailuresPanel* failuresPanel() const { return failures_; }
+    ToastOverlay* toastOverlay() const { return toast_; }
+    SettingsDialog* settingsDialog() const { return settings_; }
+    QString statusText() const;
+
+private:
+    void makeActions();
+    void makeMenus();
+    void makeToolBar();
+    QWidget* makeCentralArea();
+    QWidget* makeProjectsPage();
+    void showRefusal(const ScanRefusal& refusal);
+    void onSidebarRowChanged(int row);
+    void onProjectRowSelected();
+    void followSessionSelection();
+    void selectProjectRow();
+    void updateActions();
+    void updateFolder();
+    void updateStatus();
+
+    ScanSession& session_;
+    ToastCenter& toasts_;
+    RulesStore& rules_;
+    ProjectTreeModel* projectModel_ = nullptr;
+    QMap<Action, QAction*> actions_;
+    QComboBox* sortChoice_ = nullptr;
+    QListWidget* sidebar_ = nullptr;
+    QStackedWidget* pages_ = nullptr;
+    QStackedWidget* projectsPage_ = nullptr;
+    QTreeView* projectView_ = nullptr;
+    ProjectDetailView* detailView_ = nullptr;
+    CachesView* cachesView_ = nullptr;
+    SummaryStrip* summary_ = nullptr;
+    FailuresPanel* failures_ = nullptr;
+    ToastOverlay* toast_ = nullptr;
+    QLabel* status_ = nullptr;
+    QPointer<SettingsDialog> settings_;
+    std::optional<SidebarSelection> lastProjectSelection_;
+    bool followingSession_ = false;
+    QTimer statusTimer_;
+};
+
+} // namespace corvane

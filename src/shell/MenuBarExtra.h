@@ -1,0 +1,43 @@
+#pragma once
+
+#include "scanning/ScanSession.h"
+
+#include <QMenu>
+#include <QObject>
+#include <QTimer>
+#include <memory>
+
+class QSystemTrayIcon;
+
+namespace corvane {
+
+// The menu-bar extra: the reclaimable and ticked totals at a glance, updated live, with "Rescan",
+// "Open Corvane Clean" and "Quit". The menu exists on every platform; the icon that shows it only
+// where the system has a tray or menu bar for it.
+class MenuBarExtra : public QObject {
+    Q_OBJECT
+
+public:
+    explicit MenuBarExtra(ScanSession& session, QObject* parent = nullptr);
+    ~MenuBarExtra() override;
+
+    QMenu& menu() { return menu_; }
+    bool hasIcon() const { return icon_ != nullptr; }
+    // Updates the totals now (otherwise shortly after the session changes).
+    void refresh();
+
+signals:
+    void openRequested();
+    void quitRequested();
+
+private:
+    ScanSession& session_;
+    QMenu menu_;
+    QAction* reclaimable_;
+    QAction* ticked_;
+    QAction* rescan_;
+    std::unique_ptr<QSystemTrayIcon> icon_;
+    QTimer refreshTimer_;
+};
+
+} // namespace corvane

@@ -1,0 +1,242 @@
+#include "shell/ProjectDetailView.h"
+
+#include "platform/ByteFormat.h"
+#include "scanning/ScanWording.h"
+#include "shell/StateBadge.h"
+
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QStackedLayout>
+#include <QStyle>
+#include <QTreeView>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace corvane {
+namespace {
+
+constexpr int refreshDelay = 80;
+
+QLabel* secondaryLabel(QWidget* parent) {
+    auto* label = new QLabel(parent);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return label;
+}
+
+QLabel* headingLabel(const QString& text, QWidget* parent) {
+    auto* label = new QLabel(text, parent);
+    QFont font = label->font();
+    font.setBold(true);
+    label->setFont(font);
+    return label;
+}
+
+} // namespace
+
+const QString ProjectDetailView::wholeProjectWarning = QStringLiteral(
+    "The whole project can be cloned again from its remote, but git cannot bring back what it "
+    "never had: ignored files outside the artifact folders, such as .env files with secrets, "
+    "local databases and editor settings. Check the folder for them before you tick it.");
+
+ProjectDetailView::ProjectDetailView(ScanSession& session, QWidget* parent)
+    : QWidget(parent)
+    , session_(session)
+    , items_(new ProjectItemsModel(session, this)) {
+    auto* placeholder =
+        new QLabel(QStringLiteral("Select a project to see what it can give back."), this);
+    placeholder->setAlignment(Qt::AlignCenter);
+    placeholder->setForegroundRole(QPalette::PlaceholderText);
+    pages_ = new QStackedLayout(this);
+    pages_->addWidget(placeholder);
+    pages_->addWidget(makeContent());
+
+    refreshTimer_.setSingleShot(true);
+    refreshTimer_.setInterval(refreshDelay);
+    connect(&refreshTimer_, &QTimer::timeout, this, &ProjectDetailView::showItemsState);
+    for (const auto signal :
+         {&ScanSession::itemsByProjectChanged, &ScanSession::sizeByItemChanged,
+          &ScanSession::selectedItemIDsChanged, &ScanSession::isTrashingChanged})
+        connect(&session_, signal, &refreshTimer_, [this] {
+            if (!refreshTimer_.isActive())
+                refreshTimer_.start();
+        });
+    connect(&session_, &ScanSession::gitDetailsByProjectChanged, this, &ProjectDetailView::showGit);
+    connect(trashButton_, &QPushButton::clicked, this, [this] {
+        if (project())
+            emit trashRequested(TrashScope::forProject(*project()));
+    });
+    setProject(std::nullopt);
+}
+
+QWidget* ProjectDetailView::makeContent() {
+    content_ = new QWidget(this);
+    title_ = new QLabel(content_);
+    QFont big = title_->font();
+    big.setPointSizeF(big.pointSizeF() * 1.4);
+    big.setWeight(QFont::DemiBold);
+    title_->setFont(big);
+    path_ = secondaryLabel(content_);
+
+    itemsView_ = new QTreeView(content_);
+    itemsView_->setObjectName(QStringLiteral("itemsView"));
+    itemsView_->setModel(items_);
+    itemsView_->setRootIsDecorated(false);
+    itemsView_->setUniformRowHeights(true);
+    itemsView_->setAlternatingRowColors(true);
+    itemsView_->setTextElideMode(Qt::ElideMiddle);
+    itemsView_->header()->setStretchLastSection(false);
+    itemsView_->header()->setSectionResizeMode(ProjectItemsModel::folderColumn,
+                                               QHeaderView::Stretch);
+    for (const int column : {ProjectItemsModel::kindColumn, ProjectItemsModel::confidenceColumn,
+                             ProjectItemsModel::sizeColumn})
+        itemsView_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+
+    warning_ = new QLabel(wholeProjectWarning, content_);
+    warning_->setObjectName(QStringLiteral("wholeProjectWarning"));
+    warning_->setWordWrap(true);
+    ticked_ = secondaryLabel(content_);
+    trashButton_ = new QPushButton(QStringLiteral("Move to Trash"), content_);
+    trashButton_->setObjectName(QStringLiteral("projectTrashButton"));
+
+    auto* warningRow = new QHBoxLayout;
+    auto* warningIcon = new QLabel(content_);
+    warningIcon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(20, 20));
+    warningIcon->setAlignment(Qt::AlignTop);
+    warningRow->addWidget(warningIcon);
+    warningRow->addWidget(warning_, 1);
+    warningBox_ = new QWidget(content_);
+    warningBox_->setLayout(warningRow);
+    warningRow->setContentsMargins(0, 0, 0, 0);
+
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(ticked_, 1);
+    footer->addWidget(trashButton_);
+
+    auto* layout = new QVBoxLayout(content_);
+    layout->setContentsMargins(16, 14, 16, 12);
+    layout->addWidget(title_);
+    layout->addWidget(path_);
+    layout->addSpacing(6);
+    layout->addWidget(makeGitSection(content_));
+    layout->addSpacing(6);
+    layout->addWidget(headingLabel(QStringLiteral("Items"), content_));
+    layout->addWidget(itemsView_, 1);
+    layout->addWidget(warningBox_);
+    layout->addLayout(footer);
+    return content_;
+}
+
+QWidget* ProjectDetailView::makeGitSection(QWidget* parent) {
+    auto* section = new QWidget(parent);
+    stateIcon_ = new QLabel(section);
+    state_ = new QLabel(section);
+    branch_ = new QLabel(section);
+    remote_ = new QLabel(section);
+    for (QLabel* label : {state_, branch_, remote_})
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* stateRow = new QHBoxLayout;
+    stateRow->setSpacing(2);
+    stateRow->addWidget(stateIcon_);
+    stateRow->addWidget(state_, 1);
+
+    auto* form = new QFormLayout;
+    form->setContentsMargins(0, 0, 0, 0);
+    form->addRow(QStringLiteral("Git:"), stateRow);
+    form->addRow(QStringLiteral("Branch:"), branch_);
+    form->addRow(QStringLiteral("Remote:"), remote_);
+
+    changesHeading_ = headingLabel(QString(), section);
+    changes_ = new QTreeWidget(section);
+    changes_->setObjectName(QStringLiteral("changesList"));
+    changes_->setColumnCount(2);
+    changes_->setHeaderLabels({QStringLiteral("Change"), QStringLiteral("Path")});
+    changes_->setRootIsDecorated(false);
+    changes_->setUniformRowHeights(true);
+    changes_->setMaximumHeight(130);
+    changes_->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
+
+    auto* layout = new QVBoxLayout(section);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addLayout(form);
+    layout->addWidget(changesHeading_);
+    layout->addWidget(changes_);
+    return section;
+}
+
+void ProjectDetailView::setProject(const std::optional<Project>& project) {
+    items_->setProject(project);
+    pages_->setCurrentIndex(project ? 1 : 0);
+    if (!project)
+        return;
+    title_->setText(project->name);
+    path_->setText(project->url);
+    shownGit_.reset();
+    showGit();
+    showItemsState();
+}
+
+void ProjectDetailView::showGit() {
+    if (!project())
+        return;
+    const auto found = session_.gitDetailsByProject().constFind(project()->id);
+    const bool known = found != session_.gitDetailsByProject().cend();
+    const std::optional<GitDetails> current =
+        known ? std::optional<GitDetails>(*found) : std::nullopt;
+    // Other projects' details arrive all through a scan; this one's rarely changes.
+    if (shownGit_ && *shownGit_ == current)
+        return;
+    shownGit_ = current;
+    const GitDetails details = current.value_or(GitDetails());
+    state_->setText(known ? ScanWording::gitStateWords(details.status)
+                          : QStringLiteral("Checking git…"));
+    stateIcon_->setPixmap(known ? stateIcon(details.status).pixmap(16, 16) : QPixmap());
+    branch_->setText(details.branch.value_or(QStringLiteral("—")));
+    remote_->setText(
+        details.repoDisplayName().value_or(details.remoteURL.value_or(QStringLiteral("None"))));
+    remote_->setToolTip(details.remoteURL.value_or(QString()));
+
+    changes_->clear();
+    for (const GitChange& change : details.changes)
+        changes_->addTopLevelItem(
+            new QTreeWidgetItem(QStringList{ScanWording::changeWords(change.kind), change.path}));
+    const auto count = details.changes.size();
+    changesHeading_->setText(count == 1 ? QStringLiteral("1 change not committed")
+                                        : QStringLiteral("%1 changes not committed").arg(count));
+    changesHeading_->setVisible(count > 0);
+    changes_->setVisible(count > 0);
+}
+
+void ProjectDetailView::showItemsState() {
+    refreshTimer_.stop();
+    if (!project())
+        return;
+    const QList<CleanableItem> items = session_.items(project()->id);
+    const bool wholeOffered =
+        std::any_of(items.cbegin(), items.cend(), [](const CleanableItem& item) {
+            return item.kind == ArtifactKind::wholeProject;
+        });
+    warningBox_->setVisible(wholeOffered);
+
+    const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
+    const auto count = plan.itemURLs.size();
+    ticked_->setText(count == 0 ? QStringLiteral("Nothing ticked")
+                                : QStringLiteral("%1 ticked, %2")
+                                      .arg(count == 1 ? QStringLiteral("1 item")
+                                                      : QStringLiteral("%1 items").arg(count),
+                                           formatBytes(plan.bytesOf(plan.itemURLs))));
+    trashButton_->setEnabled(count > 0 && !session_.isTrashing());
+}
+
+bool ProjectDetailView::showsWholeProjectWarning() const {
+    return !warningBox_->isHidden();
+}
+
+QString ProjectDetailView::tickedText() const {
+    return ticked_->text();
+}
+
+} // namespace corvane

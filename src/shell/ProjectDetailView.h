@@ -1,0 +1,69 @@
+#pragma once
+
+#include "scanning/ScanSession.h"
+#include "shell/ProjectItemsModel.h"
+
+#include <QTimer>
+#include <QWidget>
+
+class QLabel;
+class QPushButton;
+class QStackedLayout;
+class QTreeView;
+class QTreeWidget;
+
+namespace corvane {
+
+// One project: its git state (branch, remote, what is not committed) and its items with tick
+// boxes, a warning when the whole project is offered, and "Move to Trash" for what is ticked.
+class ProjectDetailView : public QWidget {
+    Q_OBJECT
+
+public:
+    // What git cannot bring back when a whole project goes.
+    static const QString wholeProjectWarning;
+
+    explicit ProjectDetailView(ScanSession& session, QWidget* parent = nullptr);
+
+    void setProject(const std::optional<Project>& project);
+    const std::optional<Project>& project() const { return items_->project(); }
+
+    ProjectItemsModel& itemsModel() { return *items_; }
+    QTreeView* itemsView() const { return itemsView_; }
+    QPushButton* trashButton() const { return trashButton_; }
+    bool showsWholeProjectWarning() const;
+    QString tickedText() const;
+
+signals:
+    // The user asks to move this project's ticked items to the Trash.
+    void trashRequested(const corvane::TrashScope& scope);
+
+private:
+    QWidget* makeContent();
+    QWidget* makeGitSection(QWidget* parent);
+    void showGit();
+    void showItemsState();
+
+    ScanSession& session_;
+    ProjectItemsModel* items_;
+    QStackedLayout* pages_ = nullptr;
+    QWidget* content_ = nullptr;
+    QLabel* title_ = nullptr;
+    QLabel* path_ = nullptr;
+    QLabel* stateIcon_ = nullptr;
+    QLabel* state_ = nullptr;
+    QLabel* branch_ = nullptr;
+    QLabel* remote_ = nullptr;
+    QLabel* changesHeading_ = nullptr;
+    QTreeWidget* changes_ = nullptr;
+    QTreeView* itemsView_ = nullptr;
+    QWidget* warningBox_ = nullptr;
+    QLabel* warning_ = nullptr;
+    QLabel* ticked_ = nullptr;
+    QPushButton* trashButton_ = nullptr;
+    QTimer refreshTimer_;
+    // The git details on show (nothing known is a value too), to skip redrawing the same.
+    std::optional<std::optional<GitDetails>> shownGit_;
+};
+
+} // namespace corvane

@@ -1,0 +1,133 @@
+#include "shell/ProjectItemsModel.h"
+
+#include "platform/ByteFormat.h"
+#include "platform/Paths.h"
+#include "scanning/ScanWording.h"
+
+namespace corvane {
+
+ProjectItemsModel::ProjectItemsModel(ScanSession& session, QObject* parent)
+    : QAbstractTableModel(parent)
+    , session_(session) {
+    connect(&session_, &ScanSession::itemsByProjectChanged, this, &ProjectItemsModel::reloadItems);
+    connect(&session_, &ScanSession::sizeByItemChanged, this,
+            [this] { columnChanged(sizeColumn, {Qt::DisplayRole}); });
+    connect(&session_, &ScanSession::selectedItemIDsChanged, this,
+            [this] { columnChanged(folderColumn, {Qt::CheckStateRole}); });
+}
+
+void ProjectItemsModel::setProject(const std::optional<Project>& project) {
+    if (project == project_)
+        return;
+    beginResetModel();
+    project_ = project;
+    items_ = project_ ? session_.items(project_->id) : QList<CleanableItem>();
+    endResetModel();
+}
+
+void ProjectItemsModel::reloadItems() {
+    const QList<CleanableItem> items =
+        project_ ? session_.items(project_->id) : QList<CleanableItem>();
+    if (items == items_)
+        return;
+    beginResetModel();
+    items_ = items;
+    endResetModel();
+}
+
+void ProjectItemsModel::columnChanged(int column, const QList<int>& roles) {
+    if (!items_.isEmpty())
+        emit dataChanged(index(0, column), index(static_cast<int>(items_.size()) - 1, column),
+                         roles);
+}
+
+int ProjectItemsModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(items_.size());
+}
+
+int ProjectItemsModel::columnCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : columnTotal;
+}
+
+QString ProjectItemsModel::folderText(const CleanableItem& item) const {
+    if (!project_ || item.url == project_->url)
+        return QStringLiteral("The whole project folder");
+    if (Paths::isUnder(item.url, project_->url))
+        return item.url.mid(project_->url.size() + 1);
+    return item.url;
+}
+
+QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const {
+    switch (column) {
+    case folderColumn:
+        return folderText(item);
+    case kindColumn:
+        return ScanWording::kindWords(item.kind);
+    case confidenceColumn:
+        return ScanWording::confidenceWords(item.confidence);
+    case sizeColumn: {
+        const auto size = session_.sizeByItem().constFind(item.id);
+        return size == session_.sizeByItem().cend() ? QStringLiteral("Measuring…")
+                                                    : formatBytes(*size);
+    }
+    }
+    return {};
+}
+
+QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= items_.size())
+        return {};
+    const CleanableItem& item = items_[index.row()];
+    switch (role) {
+    case Qt::DisplayRole:
+        return display(item, index.column());
+    case Qt::CheckStateRole:
+        if (index.column() != folderColumn)
+            return {};
+        return session_.selectedItemIDs().contains(item.id) ? Qt::Checked : Qt::Unchecked;
+    case Qt::ToolTipRole:
+        return index.column() == folderColumn ? item.url : display(item, index.column());
+    case Qt::TextAlignmentRole:
+        if (index.column() == sizeColumn)
+            return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
+        return {};
+    case itemIDRole:
+        return QVariant::fromValue(item.id);
+    }
+    return {};
+}
+
+bool ProjectItemsModel::setData(const QModelIndex& index, const QVariant& value, int role) {
+    if (!index.isValid() || index.column() != folderColumn || role != Qt::CheckStateRole ||
+        index.row() >= items_.size())
+        return false;
+    const bool ticked = value.value<Qt::CheckState>() == Qt::Checked;
+    // The session announces the tick, and that redraws the box.
+    session_.setItemSelected(items_[index.row()].id, ticked);
+    return true;
+}
+
+Qt::ItemFlags ProjectItemsModel::flags(const QModelIndex& index) const {
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (index.isValid() && index.column() == folderColumn)
+        flags |= Qt::ItemIsUserCheckable;
+    return flags;
+}
+
+QVariant ProjectItemsModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return {};
+    switch (section) {
+    case folderColumn:
+        return QStringLiteral("Folder");
+    case kindColumn:
+        return QStringLiteral("Kind");
+    case confidenceColumn:
+        return QStringLiteral("Confidence");
+    case sizeColumn:
+        return QStringLiteral("Size");
+    }
+    return {};
+}
+
+} // namespace corvane

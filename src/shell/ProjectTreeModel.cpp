@@ -1,0 +1,384 @@
+#include "shell/ProjectTreeModel.h"
+
+#include "platform/ByteFormat.h"
+#include "scanning/ScanWording.h"
+#include "shell/ActivityWords.h"
+#include "shell/StateBadge.h"
+
+#include <QFileIconProvider>
+#include <algorithm>
+#include <vector>
+
+namespace corvane {
+namespace {
+
+// Long enough to gather a burst of scan batches into one update, short enough to look live.
+constexpr int refreshDelay = 50;
+
+using ParentMap = QHash<QUuid, std::optional<QUuid>>;
+
+void collectParents(const QList<ProjectNode>& nodes, const std::optional<QUuid>& parent,
+                    ParentMap& parentOf) {
+    for (const ProjectNode& node : nodes) {
+        parentOf.insert(node.project.id, parent);
+        if (node.children)
+            collectParents(*node.children, node.project.id, parentOf);
+    }
+}
+
+QIcon folderIcon() {
+    static const QIcon icon = QFileIconProvider().icon(QFileIconProvider::Folder);
+    return icon;
+}
+
+const QList<ProjectNode>& childrenOf(const ProjectNode& node) {
+    static const QList<ProjectNode> none;
+    return node.children ? *node.children : none;
+}
+
+} // namespace
+
+struct ProjectTreeModel::Values {
+    qint64 bytes = 0;
+    std::optional<GitStatus> status;
+    std::optional<QDateTime> lastCommit;
+
+    bool operator==(const Values&) const = default;
+};
+
+struct ProjectTreeModel::Node {
+    Project project;
+    Values values;
+    bool changed = false;
+    Node* parent = nullptr;
+    int row = 0;
+    std::vector<std::unique_ptr<Node>> children;
+
+    void renumber() {
+        for (size_t index = 0; index < children.size(); ++index)
+            children[index]->row = static_cast<int>(index);
+    }
+
+    bool hasOrder(const QList<ProjectNode>& wanted) const {
+        if (static_cast<qsizetype>(children.size()) != wanted.size())
+            return false;
+        for (qsizetype index = 0; index < wanted.size(); ++index) {
+            const Node& child = *children[static_cast<size_t>(index)];
+            if (child.project.id != wanted[index].project.id ||
+                !child.hasOrder(childrenOf(wanted[index])))
+                return false;
+        }
+        return true;
+    }
+};
+
+ProjectTreeModel::ProjectTreeModel(const ScanSession& session, QObject* parent)
+    : QAbstractItemModel(parent)
+    , session_(session)
+    , root_(std::make_unique<Node>())
+    , clock_([] { return QDateTime::currentDateTime(); }) {
+    refreshTimer_.setSingleShot(true);
+    refreshTimer_.setInterval(refreshDelay);
+    connect(&refreshTimer_, &QTimer::timeout, this, &ProjectTreeModel::refresh);
+    for (const auto signal :
+         {&ScanSession::projectsChanged, &ScanSession::gitDetailsByProjectChanged,
+          &ScanSession::itemsByProjectChanged, &ScanSession::sizeByItemChanged,
+          &ScanSession::sortModeChanged, &ScanSession::showOnlyUnsyncedChanged,
+          &ScanSession::isScanningChanged})
+        connect(&session_, signal, this, &ProjectTreeModel::scheduleRefresh);
+    refresh();
+}
+
+ProjectTreeModel::~ProjectTreeModel() = default;
+
+void ProjectTreeModel::scheduleRefresh() {
+    if (!refreshTimer_.isActive())
+        refreshTimer_.start();
+}
+
+void ProjectTreeModel::refresh() {
+    refreshTimer_.stop();
+    const QList<ProjectNode> tree = session_.projectTree();
+    ParentMap parentOf;
+    collectParents(tree, std::nullopt, parentOf);
+    if (!keepsEveryParent(parentOf)) {
+        resetTo(tree);
+        return;
+    }
+    removeMissing(*root_, parentOf);
+    insertNew(*root_, tree);
+    reorder(tree);
+    updateValues();
+}
+
+bool ProjectTreeModel::keepsEveryParent(const ParentMap& parentOf) const {
+    for (auto node = nodeByID_.cbegin(); node != nodeByID_.cend(); ++node) {
+        const auto wanted = parentOf.constFind(node.key());
+        if (wanted == parentOf.cend())
+            continue;
+        const Node* parent = node.value()->parent;
+        const std::optional<QUuid> current =
+            parent == root_.get() ? std::nullopt : std::optional<QUuid>(parent->project.id);
+        if (current != *wanted)
+            return false;
+    }
+    return true;
+}
+
+void ProjectTreeModel::resetTo(const QList<ProjectNode>& tree) {
+    beginResetModel();
+    root_ = std::make_unique<Node>();
+    nodeByID_.clear();
+    for (const ProjectNode& node : tree)
+        root_->children.push_back(makeNode(node, root_.get()));
+    root_->renumber();
+    endResetModel();
+    updateValues();
+}
+
+void ProjectTreeModel::removeMissing(Node& parent, const ParentMap& parentOf) {
+    auto& children = parent.children;
+    for (int row = static_cast<int>(children.size()) - 1; row >= 0; --row) {
+        if (parentOf.contains(children[static_cast<size_t>(row)]->project.id)) {
+            removeMissing(*children[static_cast<size_t>(row)], parentOf);
+            continue;
+        }
+        // One removal per run of neighbouring rows.
+        int first = row;
+        while (first > 0 &&
+               !parentOf.contains(children[static_cast<size_t>(first - 1)]->project.id))
+            --first;
+        beginRemoveRows(indexFor(parent), first, row);
+        for (int index = first; index <= row; ++index)
+            forget(*children[static_cast<size_t>(index)]);
+        children.erase(children.begin() + first, children.begin() + row + 1);
+        parent.renumber();
+        endRemoveRows();
+        row = first;
+    }
+}
+
+void ProjectTreeModel::insertNew(Node& parent, const QList<ProjectNode>& wanted) {
+    QList<const ProjectNode*> fresh;
+    for (const ProjectNode& node : wanted) {
+        if (Node* existing = nodeByID_.value(node.project.id))
+            insertNew(*existing, childrenOf(node));
+        else
+            fresh.append(&node);
+    }
+    if (fresh.isEmpty())
+        return;
+    // New rows go to the end; the reordering that follows puts them in their place.
+    const int first = static_cast<int>(parent.children.size());
+    beginInsertRows(indexFor(parent), first, first + static_cast<int>(fresh.size()) - 1);
+    for (const ProjectNode* node : std::as_const(fresh))
+        parent.children.push_back(makeNode(*node, &parent));
+    parent.renumber();
+    endInsertRows();
+}
+
+void ProjectTreeModel::reorder(const QList<ProjectNode>& tree) {
+    if (root_->hasOrder(tree))
+        return;
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    QList<std::pair<Node*, int>> held;
+    for (const QModelIndex& index : before)
+        held.append({nodeAt(index), index.column()});
+    applyOrder(*root_, tree);
+    QModelIndexList after;
+    for (const auto& [node, column] : std::as_const(held))
+        after.append(indexFor(*node, column));
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+void ProjectTreeModel::applyOrder(Node& parent, const QList<ProjectNode>& wanted) {
+    std::vector<std::unique_ptr<Node>> ordered;
+    ordered.reserve(parent.children.size());
+    for (const ProjectNode& node : wanted) {
+        const auto found = std::find_if(parent.children.begin(), parent.children.end(),
+                                        [&node](const std::unique_ptr<Node>& child) {
+                                            return child && child->project.id == node.project.id;
+                                        });
+        Q_ASSERT(found != parent.children.end());
+        ordered.push_back(std::move(*found));
+        applyOrder(*ordered.back(), childrenOf(node));
+    }
+    parent.children = std::move(ordered);
+    parent.renumber();
+}
+
+void ProjectTreeModel::updateValues() {
+    qint64 largest = 0;
+    for (Node* node : std::as_const(nodeByID_)) {
+        const Values values = valuesOf(node->project);
+        node->changed = values != node->values;
+        node->values = values;
+        largest = std::max(largest, values.bytes);
+    }
+    // Every bar is drawn against the largest project, so a new largest redraws them all; the end
+    // of a scan changes the words of projects that git has not answered for.
+    const bool all = largest != largestBytes_ || session_.isScanning() != shownScanning_;
+    largestBytes_ = largest;
+    shownScanning_ = session_.isScanning();
+    std::function<void(const Node&)> announce = [&](const Node& parent) {
+        int first = -1;
+        int last = -1;
+        for (const auto& child : parent.children) {
+            if (all || child->changed) {
+                first = first < 0 ? child->row : first;
+                last = child->row;
+            }
+            announce(*child);
+        }
+        if (first >= 0)
+            emit dataChanged(index(first, stateColumn, indexFor(parent)),
+                             index(last, sizeColumn, indexFor(parent)));
+    };
+    announce(*root_);
+}
+
+std::unique_ptr<ProjectTreeModel::Node> ProjectTreeModel::makeNode(const ProjectNode& source,
+                                                                   Node* parent) {
+    auto node = std::make_unique<Node>();
+    node->project = source.project;
+    node->values = valuesOf(source.project);
+    node->parent = parent;
+    nodeByID_.insert(source.project.id, node.get());
+    for (const ProjectNode& child : childrenOf(source))
+        node->children.push_back(makeNode(child, node.get()));
+    node->renumber();
+    return node;
+}
+
+void ProjectTreeModel::forget(const Node& node) {
+    nodeByID_.remove(node.project.id);
+    for (const auto& child : node.children)
+        forget(*child);
+}
+
+ProjectTreeModel::Values ProjectTreeModel::valuesOf(const Project& project) const {
+    Values values;
+    values.bytes = session_.reclaimableBytes(project.id);
+    const auto details = session_.gitDetailsByProject().constFind(project.id);
+    if (details != session_.gitDetailsByProject().cend()) {
+        values.status = details->status;
+        values.lastCommit = details->lastCommitDate;
+    }
+    return values;
+}
+
+QModelIndex ProjectTreeModel::indexFor(const Node& node, int column) const {
+    if (&node == root_.get())
+        return {};
+    return createIndex(node.row, column, const_cast<Node*>(&node));
+}
+
+ProjectTreeModel::Node* ProjectTreeModel::nodeAt(const QModelIndex& index) const {
+    return index.isValid() ? static_cast<Node*>(index.internalPointer()) : root_.get();
+}
+
+QModelIndex ProjectTreeModel::index(int row, int column, const QModelIndex& parent) const {
+    const Node* node = nodeAt(parent);
+    if (row < 0 || column < 0 || column >= columnTotal ||
+        row >= static_cast<int>(node->children.size()) ||
+        (parent.isValid() && parent.column() != 0))
+        return {};
+    return indexFor(*node->children[static_cast<size_t>(row)], column);
+}
+
+QModelIndex ProjectTreeModel::parent(const QModelIndex& child) const {
+    if (!child.isValid())
+        return {};
+    return indexFor(*nodeAt(child)->parent);
+}
+
+int ProjectTreeModel::rowCount(const QModelIndex& parent) const {
+    if (parent.isValid() && parent.column() != 0)
+        return 0;
+    return static_cast<int>(nodeAt(parent)->children.size());
+}
+
+int ProjectTreeModel::columnCount(const QModelIndex&) const {
+    return columnTotal;
+}
+
+QModelIndex ProjectTreeModel::indexOf(const QUuid& projectID, int column) const {
+    const Node* node = nodeByID_.value(projectID);
+    return node ? indexFor(*node, column) : QModelIndex();
+}
+
+std::optional<Project> ProjectTreeModel::projectAt(const QModelIndex& index) const {
+    if (!index.isValid())
+        return std::nullopt;
+    return nodeAt(index)->project;
+}
+
+QVariant ProjectTreeModel::display(const Node& node, int column) const {
+    const Values& values = node.values;
+    switch (column) {
+    case nameColumn:
+        return node.project.name;
+    case stateColumn:
+        if (values.status)
+            return ScanWording::gitStateWords(*values.status);
+        return session_.isScanning() ? QStringLiteral("Checking git…") : QString();
+    case activityColumn: {
+        const bool inGit = values.status && values.status->kind() != GitStatus::Case::notARepo;
+        return activityWords(inGit, values.lastCommit, clock_());
+    }
+    case sizeColumn:
+        return formatBytes(values.bytes);
+    }
+    return {};
+}
+
+QVariant ProjectTreeModel::data(const QModelIndex& index, int role) const {
+    if (!index.isValid())
+        return {};
+    const Node& node = *nodeAt(index);
+    switch (role) {
+    case Qt::DisplayRole:
+        return display(node, index.column());
+    case Qt::ToolTipRole:
+        if (index.column() == activityColumn && node.values.lastCommit)
+            return QLocale().toString(node.values.lastCommit->toLocalTime(), QLocale::LongFormat);
+        return index.column() == nameColumn ? node.project.url : display(node, index.column());
+    case Qt::DecorationRole:
+        if (index.column() == nameColumn)
+            return folderIcon();
+        if (index.column() == stateColumn && node.values.status)
+            return stateIcon(*node.values.status);
+        return {};
+    case Qt::TextAlignmentRole:
+        if (index.column() == sizeColumn)
+            return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
+        return {};
+    case projectIDRole:
+        return QVariant::fromValue(node.project.id);
+    case bytesRole:
+        return QVariant::fromValue(node.values.bytes);
+    case barFractionRole:
+        return largestBytes_ > 0 ? static_cast<double>(node.values.bytes) / largestBytes_ : 0.0;
+    }
+    return {};
+}
+
+QVariant ProjectTreeModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return {};
+    switch (section) {
+    case nameColumn:
+        return QStringLiteral("Project");
+    case stateColumn:
+        return QStringLiteral("Git");
+    case activityColumn:
+        return QStringLiteral("Last activity");
+    case sizeColumn:
+        return QStringLiteral("Reclaimable");
+    }
+    return {};
+}
+
+} // namespace corvane

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "scanning/ScanSession.h"
+
+#include <QAbstractItemModel>
+#include <QDateTime>
+#include <QHash>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace corvane {
+
+// The nested project list of the scanned folder, in the session's order and filter. During a
+// scan the session changes many times a second; the model gathers those changes and applies them
+// shortly after as row insertions, removals, a reordering and value updates, so views keep their
+// selection, expansion and scroll position while rows arrive. Only a project that changes its
+// parent (its parent found after it) makes the model reset.
+class ProjectTreeModel : public QAbstractItemModel {
+    Q_OBJECT
+
+public:
+    enum Column { nameColumn, stateColumn, activityColumn, sizeColumn, columnTotal };
+    enum Role {
+        projectIDRole = Qt::UserRole + 1,
+        // Reclaimable bytes of the row's project (qint64).
+        bytesRole,
+        // The row's reclaimable bytes as a share of the largest row's, 0 to 1, for a size bar.
+        barFractionRole,
+    };
+
+    explicit ProjectTreeModel(const ScanSession& session, QObject* parent = nullptr);
+    ~ProjectTreeModel() override;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    QModelIndex parent(const QModelIndex& child) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation,
+                        int role = Qt::DisplayRole) const override;
+
+    // The row of a listed project, or an invalid index.
+    QModelIndex indexOf(const QUuid& projectID, int column = nameColumn) const;
+    std::optional<Project> projectAt(const QModelIndex& index) const;
+
+    // Brings the rows in line with the session at once (normally done shortly after it changes).
+    void refresh();
+    // The clock for "3 days ago"; tests fix it.
+    void setClock(std::function<QDateTime()> clock) { clock_ = std::move(clock); }
+
+private:
+    struct Node;
+    struct Values;
+
+    void scheduleRefresh();
+    bool keepsEveryParent(const QHash<QUuid, std::optional<QUuid>>& parentOf) const;
+    void resetTo(const QList<ProjectNode>& tree);
+    void removeMissing(Node& parent, const QHash<QUuid, std::optional<QUuid>>& parentOf);
+    void insertNew(Node& parent, const QList<ProjectNode>& wanted);
+    void reorder(const QList<ProjectNode>& tree);
+    void applyOrder(Node& parent, const QList<ProjectNode>& wanted);
+    void updateValues();
+    std::unique_ptr<Node> makeNode(const ProjectNode& source, Node* parent);
+    void forget(const Node& node);
+    QModelIndex indexFor(const Node& node, int column = nameColumn) const;
+    Node* nodeAt(const QModelIndex& index) const;
+    Values valuesOf(const Project& project) const;
+    QVariant display(const Node& node, int column) const;
+
+    const ScanSession& session_;
+    std::unique_ptr<Node> root_;
+    QHash<QUuid, Node*> nodeByID_;
+    qint64 largestBytes_ = 0;
+    bool shownScanning_ = false;
+    QTimer refreshTimer_;
+    std::function<QDateTime()> clock_;
+};
+
+} // namespace corvane

@@ -1,0 +1,208 @@
+#include "shell/SummaryStrip.h"
+
+#include "platform/ByteFormat.h"
+#include "scanning/CheckedSum.h"
+#include "scanning/ScanWording.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QPainterPath>
+#include <QVBoxLayout>
+
+namespace corvane {
+namespace {
+
+constexpr int refreshDelay = 100;
+constexpr int barHeight = 10;
+
+QLabel* figureLabel(QWidget* parent) {
+    auto* label = new QLabel(parent);
+    QFont font = label->font();
+    font.setPointSizeF(font.pointSizeF() * 1.6);
+    font.setWeight(QFont::DemiBold);
+    label->setFont(font);
+    return label;
+}
+
+QLabel* captionLabel(const QString& text, QWidget* parent) {
+    auto* label = new QLabel(text, parent);
+    label->setForegroundRole(QPalette::PlaceholderText);
+    return label;
+}
+
+QWidget* figure(const QString& caption, QLabel* value, QWidget* parent) {
+    auto* box = new QWidget(parent);
+    auto* layout = new QVBoxLayout(box);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(captionLabel(caption, box));
+    layout->addWidget(value);
+    return box;
+}
+
+QWidget* swatch(const QColor& color, QWidget* parent) {
+    auto* label = new QLabel(parent);
+    QPixmap pixmap(10, 10);
+    pixmap.fill(color);
+    label->setPixmap(pixmap);
+    return label;
+}
+
+} // namespace
+
+QColor kindColor(ArtifactKind kind) {
+    switch (kind) {
+    case ArtifactKind::dependencies:
+        return QColor(0x0a, 0x84, 0xff);
+    case ArtifactKind::buildOutput:
+        return QColor(0xaf, 0x52, 0xde);
+    case ArtifactKind::cache:
+        return QColor(0x30, 0xb0, 0xc7);
+    case ArtifactKind::virtualEnv:
+        return QColor(0x34, 0xc7, 0x59);
+    case ArtifactKind::wholeProject:
+        return QColor(0xff, 0x95, 0x00);
+    case ArtifactKind::unknown:
+        break;
+    }
+    return QColor(0x8e, 0x8e, 0x93);
+}
+
+KindBar::KindBar(QWidget* parent)
+    : QWidget(parent) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+}
+
+void KindBar::setShares(const QMap<ArtifactKind, qint64>& bytesByKind) {
+    if (bytesByKind == bytesByKind_)
+        return;
+    bytesByKind_ = bytesByKind;
+    update();
+}
+
+QSize KindBar::sizeHint() const {
+    return {240, barHeight};
+}
+
+void KindBar::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF track(0, (height() - barHeight) / 2.0, width(), barHeight);
+    QPainterPath rounded;
+    rounded.addRoundedRect(track, barHeight / 2.0, barHeight / 2.0);
+    painter.setClipPath(rounded);
+    QColor empty = palette().color(QPalette::Text);
+    empty.setAlphaF(0.08F);
+    painter.fillRect(track, empty);
+
+    qint64 total = 0;
+    for (const qint64 bytes : bytesByKind_)
+        total = checkedSum(total, bytes);
+    if (total <= 0)
+        return;
+    qreal left = track.left();
+    for (auto share = bytesByKind_.cbegin(); share != bytesByKind_.cend(); ++share) {
+        const qreal width = track.width() * static_cast<double>(share.value()) / total;
+        painter.fillRect(QRectF(left, track.top(), width, track.height()), kindColor(share.key()));
+        left += width;
+    }
+}
+
+SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent)
+    : QWidget(parent)
+    , session_(session)
+    , reclaimable_(figureLabel(this))
+    , ticked_(figureLabel(this))
+    , bar_(new KindBar(this))
+    , legend_(new QHBoxLayout) {
+    reclaimable_->setObjectName(QStringLiteral("reclaimableTotal"));
+    ticked_->setObjectName(QStringLiteral("tickedTotal"));
+    // The legend keeps its line while empty, so the strip does not jump when sizes arrive.
+    auto* legendLine = new QWidget(this);
+    legendLine->setLayout(legend_);
+    legend_->setContentsMargins(0, 0, 0, 0);
+    legendLine->setMinimumHeight(fontMetrics().height() + 4);
+    auto* breakdown = new QVBoxLayout;
+    breakdown->addStretch();
+    breakdown->addWidget(bar_);
+    breakdown->addWidget(legendLine);
+    breakdown->addStretch();
+    legend_->setSpacing(12);
+    legend_->addStretch();
+
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(16, 10, 16, 10);
+    layout->setSpacing(28);
+    layout->addWidget(figure(QStringLiteral("Reclaimable"), reclaimable_, this));
+    layout->addWidget(figure(QStringLiteral("Ticked"), ticked_, this));
+    layout->addLayout(breakdown, 1);
+
+    refreshTimer_.setSingleShot(true);
+    refreshTimer_.setInterval(refreshDelay);
+    connect(&refreshTimer_, &QTimer::timeout, this, &SummaryStrip::refresh);
+    for (const auto signal :
+         {&ScanSession::projectsChanged, &ScanSession::itemsByProjectChanged,
+          &ScanSession::sizeByItemChanged, &ScanSession::selectedItemIDsChanged,
+          &ScanSession::cacheSizeByIDChanged, &ScanSession::selectedCacheIDsChanged})
+        connect(&session_, signal, &refreshTimer_, [this] {
+            if (!refreshTimer_.isActive())
+                refreshTimer_.start();
+        });
+    refresh();
+}
+
+QString SummaryStrip::reclaimableText() const {
+    return reclaimable_->text();
+}
+
+QString SummaryStrip::tickedText() const {
+    return ticked_->text();
+}
+
+QStringList SummaryStrip::legendTexts() const {
+    QStringList texts;
+    for (const QLabel* words : legendWords_) {
+        if (!words->parentWidget()->isHidden())
+            texts.append(words->text());
+    }
+    return texts;
+}
+
+void SummaryStrip::refresh() {
+    refreshTimer_.stop();
+    reclaimable_->setText(formatBytes(session_.reclaimableBytes()));
+    ticked_->setText(formatBytes(session_.selectedBytes()));
+    const QMap<ArtifactKind, qint64> shares = session_.reclaimableBytesByKind();
+    updateLegend(shares);
+    bar_->setShares(shares);
+}
+
+void SummaryStrip::updateLegend(const QMap<ArtifactKind, qint64>& bytesByKind) {
+    // One entry per kind, made once and shown while the kind has reclaimable bytes.
+    for (auto share = bytesByKind.cbegin(); share != bytesByKind.cend(); ++share) {
+        if (legendWords_.contains(share.key()))
+            continue;
+        auto* entry = new QWidget(legend_->parentWidget());
+        auto* layout = new QHBoxLayout(entry);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(4);
+        layout->addWidget(swatch(kindColor(share.key()), entry));
+        auto* words = new QLabel(entry);
+        words->setForegroundRole(QPalette::PlaceholderText);
+        layout->addWidget(words);
+        legendWords_.insert(share.key(), words);
+        // Kinds keep their order in the legend whatever order they appear in.
+        const auto position = std::distance(legendWords_.begin(), legendWords_.find(share.key()));
+        legend_->insertWidget(static_cast<int>(position), entry);
+    }
+    for (auto entry = legendWords_.cbegin(); entry != legendWords_.cend(); ++entry) {
+        const auto bytes = bytesByKind.constFind(entry.key());
+        entry.value()->parentWidget()->setVisible(bytes != bytesByKind.cend());
+        if (bytes != bytesByKind.cend())
+            entry.value()->setText(ScanWording::kindWords(entry.key()) + QStringLiteral("  ") +
+                                   formatBytes(*bytes));
+    }
+}
+
+} // namespace corvane

@@ -1,0 +1,81 @@
+#include "shell/AppController.h"
+
+#include "shell/MainWindow.h"
+#include "shell/MenuBarExtra.h"
+#include "shell/ShellTesting.h"
+#include "support/FakeScan.h"
+#include "support/TestEnvironment.h"
+
+#include <QFileDialog>
+#include <QSettings>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+class AppControllerTest : public testing::Test {
+protected:
+    void SetUp() override { QSettings().clear(); }
+    void TearDown() override { QSettings().clear(); }
+
+    test::FakeScans scans;
+};
+
+} // namespace
+
+TEST_F(AppControllerTest, TheWelcomeShowsOnceAndTheChosenFolderIsScannedAgainAtTheNextLaunch) {
+    const QString root = test::makeTempDir(QStringLiteral("code"));
+    {
+        AppController app(LaunchOptions{}, scans.starter());
+        app.start();
+        ASSERT_NE(app.welcome(), nullptr);
+        EXPECT_TRUE(app.welcome()->isVisible());
+        EXPECT_EQ(app.welcome()->windowModality(), Qt::WindowModal);
+        EXPECT_TRUE(scans.roots.isEmpty());
+        test::saveScreenshot(*app.welcome(), QStringLiteral("welcome"));
+        app.welcome()->reject();
+        EXPECT_TRUE(WelcomeDialog::wasCompleted());
+        app.window().scanFolder(root);
+        ASSERT_EQ(scans.roots, QList<QString>{root});
+    }
+    AppController again(LaunchOptions{}, scans.starter());
+    again.start();
+    EXPECT_EQ(again.welcome(), nullptr);
+    EXPECT_EQ(scans.roots, (QList<QString>{root, root}));
+    EXPECT_EQ(again.session().rootURL(), root);
+}
+
+TEST_F(AppControllerTest, AFolderThatIsGoneIsNotScannedAndTheSwitchesAreKept) {
+    QSettings().setValue(WelcomeDialog::settingsKey, true);
+    QSettings().setValue(AppController::lastFolderKey, test::fakeHome() + QStringLiteral("/gone"));
+    LaunchOptions options;
+    options.dockerDryRun = true;
+    AppController app(options, scans.starter());
+    app.start();
+    EXPECT_TRUE(scans.roots.isEmpty());
+    EXPECT_FALSE(app.session().rootURL());
+    EXPECT_TRUE(app.launchOptions().dockerDryRun);
+    EXPECT_TRUE(app.window().isVisible());
+}
+
+TEST_F(AppControllerTest, ChoosingFromTheWelcomeOpensTheFolderChooserAsASheet) {
+    AppController app(LaunchOptions{}, scans.starter());
+    app.start();
+    ASSERT_NE(app.welcome(), nullptr);
+    app.welcome()->accept();
+    QFileDialog* chooser = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return (chooser =
+                        app.window().findChild<QFileDialog*>(QStringLiteral("folderChooser")));
+        },
+        test::patience));
+    EXPECT_EQ(chooser->windowModality(), Qt::WindowModal);
+    EXPECT_EQ(chooser->fileMode(), QFileDialog::Directory);
+    EXPECT_TRUE(chooser->testOption(QFileDialog::ShowDirsOnly));
+    EXPECT_EQ(chooser->labelText(QFileDialog::Accept), QStringLiteral("Scan"));
+    EXPECT_EQ(chooser->windowTitle(), MainWindow::chooserTitle);
+    chooser->reject();
+}

@@ -1,0 +1,293 @@
+#include "shell/MainWindow.h"
+
+#include "shell/CachesView.h"
+#include "shell/FailuresPanel.h"
+#include "shell/ProjectDetailView.h"
+#include "shell/ProjectTreeModel.h"
+#include "shell/ShellTesting.h"
+#include "shell/SummaryStrip.h"
+#include "shell/ToastOverlay.h"
+#include "support/FakeScan.h"
+#include "support/TestEnvironment.h"
+
+#include <QFileInfo>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QTreeView>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::makeDetails;
+using test::makeItem;
+using test::makeProject;
+
+namespace {
+
+QString trashed(const QString& name) {
+    return qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash/files/") + name;
+}
+
+// The window over scans whose events the test sends itself, about real folders, so that what
+// the window trashes really moves.
+class MainWindowTest : public testing::Test {
+protected:
+    void SetUp() override {
+        root = test::makeTempDir(QStringLiteral("code"));
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    }
+
+    // A project folder with a real artifact folder of `bytes` inside it.
+    std::pair<Project, CleanableItem> makeOnDisk(const QString& name, const QString& artifact,
+                                                 qint64 bytes) {
+        const Project project = makeProject(root + u'/' + name);
+        test::writeFile(project.url + QStringLiteral("/package.json"), "{}");
+        test::writeFile(project.url + u'/' + artifact + QStringLiteral("/blob"),
+                        QByteArray(bytes, 'x'));
+        return {project, makeItem(project, artifact)};
+    }
+
+    QList<ScanEvent> found(const Project& project, const CleanableItem& item, qint64 bytes,
+                           const GitStatus& status = GitStatus::fullySynced()) {
+        return {ScanEvent::projectDiscovered(project),
+                ScanEvent::gitStatusUpdated(project.id, makeDetails(status)),
+                ScanEvent::itemsClassified(project.id, {item}),
+                ScanEvent::sizeUpdated(item.id, bytes)};
+    }
+
+    void waitForRows(const QString& expected) {
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return test::dumpTree(window.projectModel()) == expected; }, test::patience))
+            << qPrintable(test::dumpTree(window.projectModel()));
+    }
+
+    void selectRow(const Project& project) {
+        const QModelIndex row = window.projectModel().indexOf(project.id);
+        ASSERT_TRUE(row.isValid());
+        window.projectView()->selectionModel()->select(row, QItemSelectionModel::ClearAndSelect |
+                                                                QItemSelectionModel::Rows);
+    }
+
+    // Accepts the confirmation sheet the window has open and returns what it asked.
+    QString acceptConfirmation(const QString& screenshot) {
+        QMessageBox* box = nullptr;
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return (box = test::openBox(window, QStringLiteral("trashConfirmation"))); },
+            test::patience));
+        if (!box)
+            return {};
+        EXPECT_TRUE(box->windowModality() == Qt::WindowModal);
+        const QString question = box->text() + u' ' + box->informativeText();
+        test::saveScreenshot(*box, screenshot);
+        test::clickButton(*box, QMessageBox::AcceptRole);
+        return question;
+    }
+
+    QString root;
+    ToastCenter toasts;
+    RulesStore rules;
+    test::FakeScans scans;
+    ScanSession session{toasts, scans.starter()};
+    MainWindow window{session, toasts, rules};
+};
+
+} // namespace
+
+TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfterAsking) {
+    const auto [app, modules] =
+        makeOnDisk(QStringLiteral("app"), QStringLiteral("node_modules"), 30'000);
+    const auto [site, dist] = makeOnDisk(QStringLiteral("site"), QStringLiteral("dist"), 9'000);
+    EXPECT_FALSE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
+    window.scanFolder(root);
+    ASSERT_EQ(scans.roots, QList<QString>{root});
+    EXPECT_EQ(window.windowTitle(),
+              QFileInfo(root).fileName() + QStringLiteral(" — Corvane Clean"));
+
+    scans.feed({ScanEvent::progress(app.url)});
+    scans.feed(found(app, modules, 30'000));
+    waitForRows(QStringLiteral("app"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            return window.statusText().startsWith(QStringLiteral("Scanning ")) &&
+                   window.statusText().endsWith(QStringLiteral("1 project  ·  30 KB measured"));
+        },
+        test::patience))
+        << qPrintable(window.statusText());
+    scans.feed(found(site, dist, 9'000, GitStatus::dirty(2)) +
+               QList<ScanEvent>{ScanEvent::scanCompleted()});
+    waitForRows(QStringLiteral("app,site"));
+    EXPECT_EQ(window.statusText(), QStringLiteral("2 projects in ") + root);
+
+    selectRow(app);
+    ASSERT_EQ(session.selection(), SidebarSelection::forProject(app));
+    ProjectDetailView& detail = *window.detailView();
+    ASSERT_EQ(detail.project(), app);
+    ASSERT_EQ(detail.itemsModel().rowCount(), 1);
+    EXPECT_FALSE(detail.showsWholeProjectWarning());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return detail.trashButton()->isEnabled(); }, test::patience));
+    test::saveScreenshot(window, QStringLiteral("window-project-selected"));
+
+    // Unticking in the list unticks in the session, and the buttons follow.
+    const QModelIndex box = detail.itemsModel().index(0, ProjectItemsModel::folderColumn);
+    ASSERT_TRUE(detail.itemsModel().setData(box, Qt::Unchecked, Qt::CheckStateRole));
+    EXPECT_TRUE(session.selectedItemIDs().isEmpty());
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return !detail.trashButton()->isEnabled(); }, test::patience));
+    EXPECT_FALSE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
+    ASSERT_TRUE(detail.itemsModel().setData(box, Qt::Checked, Qt::CheckStateRole));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return detail.trashButton()->isEnabled(); }, test::patience));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return window.summary()->tickedText() == QStringLiteral("30 KB"); }, test::patience))
+        << qPrintable(window.summary()->tickedText());
+
+    detail.trashButton()->click();
+    EXPECT_EQ(acceptConfirmation(QStringLiteral("sheet-move-project-items")),
+              QStringLiteral("Move “node_modules” to the Trash? It takes 30 KB. Nothing is "
+                             "deleted: you can put it back from the Trash until you empty it."));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window.toastOverlay()->message() == QStringLiteral("Reclaimed 30 KB"); },
+        test::patience))
+        << qPrintable(window.toastOverlay()->message());
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return detail.itemsModel().rowCount() == 0; }, test::patience));
+    EXPECT_FALSE(QFileInfo::exists(modules.url));
+    EXPECT_TRUE(QFileInfo::exists(trashed(QStringLiteral("node_modules"))));
+    EXPECT_TRUE(QFileInfo::exists(dist.url));
+    test::saveScreenshot(window, QStringLiteral("window-after-trash"));
+}
+
+TEST_F(MainWindowTest, ARefusedFolderShowsTheSessionsAlertAndScansNothing) {
+    window.scanFolder(test::fakeHome() + QStringLiteral("/Documents"));
+    QMessageBox* alert = test::openBox(window, QStringLiteral("refusalAlert"));
+    ASSERT_NE(alert, nullptr);
+    EXPECT_TRUE(alert->windowModality() == Qt::WindowModal);
+    EXPECT_EQ(alert->windowTitle(), QStringLiteral("Cannot scan this folder"));
+    EXPECT_EQ(
+        alert->informativeText(),
+        QStringLiteral("Scanning the whole Documents folder is not supported for safety. "
+                       "Choose the folder that holds your dev projects, for example ~/Code."));
+    EXPECT_TRUE(scans.roots.isEmpty());
+    EXPECT_FALSE(session.rootURL());
+    test::saveScreenshot(*alert, QStringLiteral("alert-refused-folder"));
+    test::saveScreenshot(window, QStringLiteral("window-before-first-scan"));
+    alert->accept();
+}
+
+TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
+    const auto [app, modules] =
+        makeOnDisk(QStringLiteral("app"), QStringLiteral("node_modules"), 12'000);
+    const auto [lib, target] = makeOnDisk(QStringLiteral("lib"), QStringLiteral("target"), 4'000);
+    const Project ghost = makeProject(root + QStringLiteral("/ghost"));
+    const CleanableItem gone = makeItem(ghost, QStringLiteral(".venv"), ArtifactKind::virtualEnv);
+    window.scanFolder(root);
+    scans.feed(found(app, modules, 12'000) + found(lib, target, 4'000) + found(ghost, gone, 100) +
+               QList<ScanEvent>{ScanEvent::scanCompleted()});
+    waitForRows(QStringLiteral("app,lib,ghost"));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window.summary()->reclaimableText() == QStringLiteral("16 KB"); },
+        test::patience))
+        << qPrintable(window.summary()->reclaimableText());
+    EXPECT_EQ(window.summary()->legendTexts(),
+              (QStringList{QStringLiteral("Dependencies  16 KB"),
+                           QStringLiteral("Virtual environment  100 bytes")}));
+    // One of the three was never on disk.
+    ASSERT_TRUE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
+    window.action(MainWindow::Action::moveToTrash)->trigger();
+    EXPECT_TRUE(acceptConfirmation(QStringLiteral("sheet-move-everything"))
+                    .startsWith(QStringLiteral("Move 3 items to the Trash? They take 16 KB")));
+
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return window.failuresPanel()->isVisible(); }, test::patience));
+    EXPECT_EQ(window.failuresPanel()->lines(),
+              QStringList{QStringLiteral(".venv: No longer exists")});
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return window.toastOverlay()->message() == QStringLiteral("Reclaimed 16 KB"); },
+        test::patience));
+    EXPECT_FALSE(QFileInfo::exists(modules.url));
+    EXPECT_FALSE(QFileInfo::exists(target.url));
+    test::saveScreenshot(window, QStringLiteral("window-trash-failures"));
+}
+
+TEST_F(MainWindowTest, TheWholeProjectIsOfferedWithAWarningAndNeverPreTicked) {
+    const Project app = makeProject(root + QStringLiteral("/app"));
+    const CleanableItem whole =
+        makeItem(app, {}, ArtifactKind::wholeProject, CleanConfidence::reclonable);
+    const CleanableItem out = makeItem(app, QStringLiteral("out"), ArtifactKind::unknown,
+                                       CleanConfidence::ignoredButUnknown);
+    GitDetails details = makeDetails(GitStatus::fullySynced());
+    window.scanFolder(root);
+    scans.feed({ScanEvent::projectDiscovered(app), ScanEvent::gitStatusUpdated(app.id, details),
+                ScanEvent::itemsClassified(app.id, {out, whole}),
+                ScanEvent::sizeUpdated(whole.id, 2'000'000), ScanEvent::scanCompleted()});
+    waitForRows(QStringLiteral("app"));
+    session.setSelection(SidebarSelection::forProject(app));
+    ProjectDetailView& detail = *window.detailView();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return detail.showsWholeProjectWarning(); }, test::patience));
+    EXPECT_TRUE(window.projectView()->selectionModel()->isRowSelected(0, {}));
+    EXPECT_EQ(detail.itemsModel().index(0, ProjectItemsModel::confidenceColumn).data().toString(),
+              QStringLiteral("ignored, unverified"));
+    EXPECT_EQ(detail.itemsModel().index(1, ProjectItemsModel::confidenceColumn).data().toString(),
+              QStringLiteral("re-clonable"));
+    EXPECT_TRUE(session.selectedItemIDs().isEmpty());
+    EXPECT_EQ(detail.tickedText(), QStringLiteral("Nothing ticked"));
+    test::saveScreenshot(window, QStringLiteral("window-whole-project"));
+}
+
+TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone) {
+    const QString home = test::fakeHome();
+    test::writeFile(home + QStringLiteral("/Library/Caches/Yarn/v6/archive.tgz"),
+                    QByteArray(8'000, 'y'));
+    test::writeFile(home + QStringLiteral("/go/pkg/mod/cache/download/x.zip"),
+                    QByteArray(3'000, 'g'));
+    auto* sidebar = window.findChild<QListWidget*>(QStringLiteral("sidebar"));
+    ASSERT_NE(sidebar, nullptr);
+    sidebar->setCurrentRow(1);
+    ASSERT_EQ(session.selection(), SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+    CachesView& caches = *window.cachesView();
+    ASSERT_TRUE(caches.isVisible());
+    ASSERT_EQ(test::dumpTree(caches.model()), QStringLiteral("Yarn cache,Go module cache"));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isCacheScanning(); }, test::patience));
+    EXPECT_FALSE(caches.trashButton()->isEnabled());
+    test::saveScreenshot(window, QStringLiteral("window-caches"));
+
+    ASSERT_TRUE(
+        caches.model().setData(caches.model().index(1, 0), Qt::Checked, Qt::CheckStateRole));
+    EXPECT_TRUE(caches.trashButton()->isEnabled());
+    EXPECT_TRUE(caches.tickedText().startsWith(QStringLiteral("1 cache ticked, ")))
+        << qPrintable(caches.tickedText());
+    caches.trashButton()->click();
+    EXPECT_TRUE(acceptConfirmation(QStringLiteral("sheet-move-cache"))
+                    .startsWith(QStringLiteral("Move “cache” to the Trash?")));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return caches.model().rowCount() == 1; }, test::patience));
+    EXPECT_FALSE(QFileInfo::exists(home + QStringLiteral("/go/pkg/mod/cache")));
+    EXPECT_TRUE(window.toastOverlay()->message().startsWith(QStringLiteral("Reclaimed ")));
+
+    // Back to the projects and again to the caches: the list is not measured twice by itself.
+    sidebar->setCurrentRow(0);
+    EXPECT_EQ(session.selection(), std::nullopt);
+    sidebar->setCurrentRow(1);
+    EXPECT_EQ(caches.model().rowCount(), 1);
+    test::writeFile(home + QStringLiteral("/unrelated"));
+    QDir(home + QStringLiteral("/Library/Caches/Yarn")).removeRecursively();
+    caches.rescanButton()->click();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return caches.showsEmptyState(); }, test::patience));
+    test::saveScreenshot(window, QStringLiteral("window-caches-empty"));
+}
+
+TEST_F(MainWindowTest, SortAndFilterControlsDriveTheSessionAndFollowIt) {
+    window.action(MainWindow::Action::sortByActivity)->trigger();
+    EXPECT_EQ(session.sortMode(), ProjectSortMode::activity);
+    session.setSortMode(ProjectSortMode::size);
+    EXPECT_TRUE(window.action(MainWindow::Action::sortBySize)->isChecked());
+    window.action(MainWindow::Action::showOnlyUnsynced)->trigger();
+    EXPECT_TRUE(session.showOnlyUnsynced());
+    session.setShowOnlyUnsynced(false);
+    EXPECT_FALSE(window.action(MainWindow::Action::showOnlyUnsynced)->isChecked());
+    EXPECT_EQ(window.action(MainWindow::Action::chooseFolder)->shortcut(),
+              QKeySequence(QKeySequence::Open));
+    EXPECT_TRUE(window.action(MainWindow::Action::moveToTrash)
+                    ->shortcuts()
+                    .contains(QKeySequence(Qt::CTRL | Qt::Key_Backspace)));
+    EXPECT_FALSE(window.action(MainWindow::Action::rescan)->isEnabled());
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+// What the desktop app's tests share: printing an item model as a tree, saving screenshots for
+// a reviewer, and finding the sheets a window opens.
+
+#include <QAbstractButton>
+#include <QAbstractItemModel>
+#include <QApplication>
+#include <QDir>
+#include <QMessageBox>
+#include <QTest>
+#include <QWidget>
+#include <gtest/gtest.h>
+#include <ostream>
+
+// Failures show texts as text.
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+
+namespace corvane::test {
+
+constexpr int patience = 20000;
+
+// The model's rows as "name(child,child),name", from `column` of each row.
+inline QString dumpTree(const QAbstractItemModel& model, const QModelIndex& parent = {},
+                        int column = 0) {
+    QStringList parts;
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+        const QModelIndex index = model.index(row, column, parent);
+        QString part = index.data().toString();
+        const QModelIndex first = model.index(row, 0, parent);
+        if (model.rowCount(first) > 0)
+            part += u'(' + dumpTree(model, first, column) + u')';
+        parts.append(part);
+    }
+    return parts.join(u',');
+}
+
+// Saves `widget` as build/screenshots/<name>.png, so every screen a test reaches can be seen.
+inline void saveScreenshot(QWidget& widget, const QString& name) {
+    const QString folder = QStringLiteral(CORVANE_SCREENSHOT_DIR);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    // Views gather the session's changes for a moment before they show them.
+    QTest::qWait(200);
+    ASSERT_TRUE(widget.grab().save(folder + u'/' + name + QStringLiteral(".png")))
+        << qPrintable(name);
+}
+
+// The open message box of `window` with this object name, if any.
+inline QMessageBox* openBox(const QWidget& window, const QString& objectName) {
+    for (QMessageBox* box : window.findChildren<QMessageBox*>(objectName)) {
+        if (box->isVisible())
+            return box;
+    }
+    return nullptr;
+}
+
+// Clicks the button of `box` that has `role`.
+inline void clickButton(QMessageBox& box, QMessageBox::ButtonRole role) {
+    for (QAbstractButton* button : box.buttons()) {
+        if (box.buttonRole(button) == role) {
+            button->click();
+            return;
+        }
+    }
+    FAIL() << "no button with that role";
+}
+
+} // namespace corvane::test

@@ -1,0 +1,160 @@
+#include "shell/ActivityWords.h"
+#include "shell/AppIcon.h"
+#include "shell/LaunchOptions.h"
+#include "shell/MenuBarExtra.h"
+#include "shell/ShellTesting.h"
+#include "shell/ToastOverlay.h"
+#include "shell/TrashConfirmation.h"
+#include "support/FakeScan.h"
+#include "support/TestEnvironment.h"
+
+#include <QTest>
+#include <QtEndian>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+TEST(LaunchOptionsTest, ReadsEachDryRunSwitchAndIgnoresTheProgramAndUnknownArguments) {
+    EXPECT_EQ(LaunchOptions::fromArguments({QStringLiteral("--docker-dry-run")}), LaunchOptions());
+    const LaunchOptions options = LaunchOptions::fromArguments(
+        {QStringLiteral("/Applications/Corvane Clean.app/Contents/MacOS/Corvane Clean"),
+         QStringLiteral("-psn_0_12345"), QStringLiteral("--simulator-dry-run"),
+         QStringLiteral("--android-dry-run")});
+    EXPECT_FALSE(options.dockerDryRun);
+    EXPECT_TRUE(options.simulatorDryRun);
+    EXPECT_FALSE(options.aiModelsDryRun);
+    EXPECT_TRUE(options.androidDryRun);
+    EXPECT_TRUE(
+        LaunchOptions::fromArguments({QStringLiteral("app"), QStringLiteral("--ai-models-dry-run"),
+                                      QStringLiteral("--docker-dry-run")})
+            .aiModelsDryRun);
+}
+
+TEST(ActivityWordsTest, CountsCalendarDaysAndGrowsItsUnitWithTheDistance) {
+    const QDateTime now(QDate(2024, 6, 10), QTime(8, 0));
+    const auto words = [&now](const QDate& date, QTime time = QTime(12, 0)) {
+        return activityWords(QDateTime(date, time), now);
+    };
+    EXPECT_EQ(words(QDate(2024, 6, 10), QTime(7, 0)), QStringLiteral("Today"));
+    EXPECT_EQ(words(QDate(2024, 6, 12)), QStringLiteral("Today"));
+    EXPECT_EQ(words(QDate(2024, 6, 9), QTime(23, 30)), QStringLiteral("Yesterday"));
+    EXPECT_EQ(words(QDate(2024, 6, 8)), QStringLiteral("2 days ago"));
+    EXPECT_EQ(words(QDate(2024, 5, 28)), QStringLiteral("13 days ago"));
+    EXPECT_EQ(words(QDate(2024, 5, 27)), QStringLiteral("2 weeks ago"));
+    EXPECT_EQ(words(QDate(2024, 4, 12)), QStringLiteral("8 weeks ago"));
+    EXPECT_EQ(words(QDate(2024, 4, 11)), QStringLiteral("2 months ago"));
+    EXPECT_EQ(words(QDate(2023, 6, 12)), QStringLiteral("12 months ago"));
+    EXPECT_EQ(words(QDate(2023, 6, 11)), QStringLiteral("1 year ago"));
+    EXPECT_EQ(words(QDate(2019, 1, 1)), QStringLiteral("5 years ago"));
+    EXPECT_EQ(activityWords(true, std::nullopt, now), QStringLiteral("No commits"));
+    EXPECT_EQ(activityWords(false, QDateTime(QDate(2024, 6, 9), QTime(1, 0)), now), QString());
+}
+
+TEST(AppIconTest, TheIconFileHoldsOnePngPerSlotWithLengthsThatAddUp) {
+    const QByteArray icns = icnsData();
+    ASSERT_GT(icns.size(), 8);
+    EXPECT_EQ(icns.left(4), QByteArray("icns"));
+    EXPECT_EQ(qFromBigEndian<quint32>(icns.constData() + 4), static_cast<quint32>(icns.size()));
+    const QList<std::pair<QByteArray, int>> expected{
+        {"icp4", 16},  {"icp5", 32},  {"ic11", 32},  {"ic12", 64},  {"ic07", 128},
+        {"ic13", 256}, {"ic08", 256}, {"ic14", 512}, {"ic09", 512}, {"ic10", 1024}};
+    qsizetype offset = 8;
+    for (const auto& [type, side] : expected) {
+        ASSERT_LE(offset + 8, icns.size());
+        EXPECT_EQ(icns.mid(offset, 4), type);
+        const auto length =
+            static_cast<qsizetype>(qFromBigEndian<quint32>(icns.constData() + offset + 4));
+        const QByteArray png = icns.mid(offset + 8, length - 8);
+        EXPECT_TRUE(png.startsWith("\x89PNG\r\n\x1a\n")) << type.constData();
+        const QImage image = QImage::fromData(png, "PNG");
+        EXPECT_EQ(image.size(), QSize(side, side)) << type.constData();
+        offset += length;
+    }
+    EXPECT_EQ(offset, icns.size());
+    // The corners stay transparent and the middle is painted.
+    const QImage icon = paintAppIcon(256);
+    EXPECT_EQ(qAlpha(icon.pixel(2, 2)), 0);
+    EXPECT_EQ(qAlpha(icon.pixel(128, 60)), 255);
+}
+
+TEST(TrashQuestionTest, NamesASingleItemAndCountsSeveralWithTheirSize) {
+    TrashPlan plan;
+    plan.itemURLs = {QStringLiteral("/code/app/node_modules")};
+    plan.sizeByURL.insert(plan.itemURLs[0], 1'500'000);
+    TrashQuestion question = TrashQuestion::about(plan);
+    EXPECT_EQ(question.text, QStringLiteral("Move “node_modules” to the Trash?"));
+    EXPECT_TRUE(question.informativeText.startsWith(QStringLiteral("It takes 1.5 MB.")));
+
+    plan.cacheURLs = {QStringLiteral("/home/me/.npm/_cacache")};
+    plan.sizeByURL.insert(plan.cacheURLs[0], 2'000'000'000);
+    plan.itemURLs.append(QStringLiteral("/code/app/dist"));
+    question = TrashQuestion::about(plan);
+    EXPECT_EQ(question.text, QStringLiteral("Move 3 items to the Trash?"));
+    EXPECT_TRUE(question.informativeText.startsWith(QStringLiteral("They take 2 GB together.")))
+        << qPrintable(question.informativeText);
+}
+
+TEST(ToastOverlayTest, ShowsOneToastAtATimeAndDismissesItAfterItsTime) {
+    ToastCenter toasts;
+    QWidget window;
+    window.resize(600, 400);
+    ToastOverlay overlay(toasts, &window);
+    window.show();
+    overlay.setDisplayTime(300);
+    EXPECT_EQ(overlay.message(), QString());
+
+    toasts.post(QStringLiteral("Reclaimed 1 GB"));
+    EXPECT_EQ(overlay.message(), QStringLiteral("Reclaimed 1 GB"));
+    EXPECT_NEAR(overlay.geometry().center().x(), window.width() / 2, 1);
+    EXPECT_GT(overlay.geometry().top(), window.height() / 2);
+    QTest::qWait(200);
+    const QUuid second = toasts.post(QStringLiteral("Reclaimed 2 GB"));
+    // The first toast's time would be up now; the second one keeps its own.
+    QTest::qWait(200);
+    ASSERT_TRUE(toasts.current());
+    EXPECT_EQ(toasts.current()->id, second);
+    EXPECT_EQ(overlay.message(), QStringLiteral("Reclaimed 2 GB"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !toasts.current(); }, test::patience));
+    EXPECT_EQ(overlay.message(), QString());
+}
+
+TEST(MenuBarExtraTest, TheTotalsFollowTheSessionAndRescanNeedsAFolder) {
+    ToastCenter toasts;
+    test::FakeScans scans;
+    ScanSession session(toasts, scans.starter());
+    MenuBarExtra extra(session);
+    const auto texts = [&extra] {
+        QStringList texts;
+        for (const QAction* action : extra.menu().actions()) {
+            if (!action->isSeparator())
+                texts.append(action->text() +
+                             (action->isEnabled() ? QString() : QStringLiteral(" [off]")));
+        }
+        return texts;
+    };
+    EXPECT_EQ(texts(),
+              (QStringList{QStringLiteral("Reclaimable: Zero KB [off]"),
+                           QStringLiteral("Ticked: Zero KB [off]"), QStringLiteral("Rescan [off]"),
+                           QStringLiteral("Open Corvane Clean"), QStringLiteral("Quit")}));
+
+    const QString root = test::makeTempDir(QStringLiteral("code"));
+    ASSERT_EQ(session.chooseFolderAndScan(root), std::nullopt);
+    const Project app = test::makeProject(root + QStringLiteral("/app"));
+    const CleanableItem modules = test::makeItem(app, QStringLiteral("node_modules"));
+    const CleanableItem dist = test::makeItem(app, QStringLiteral("dist"),
+                                              ArtifactKind::buildOutput, CleanConfidence::caution);
+    scans.feed({ScanEvent::projectDiscovered(app),
+                ScanEvent::itemsClassified(app.id, {modules, dist}),
+                ScanEvent::sizeUpdated(modules.id, 3'000'000),
+                ScanEvent::sizeUpdated(dist.id, 500'000), ScanEvent::scanCompleted()});
+    session.toggleItem(dist.id);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return texts().at(1) == QStringLiteral("Ticked: 3.5 MB [off]"); }, test::patience))
+        << qPrintable(texts().join(u'|'));
+    EXPECT_EQ(texts().at(0), QStringLiteral("Reclaimable: 3 MB [off]"));
+    EXPECT_EQ(texts().at(2), QStringLiteral("Rescan"));
+
+    QSignalSpy open(&extra, &MenuBarExtra::openRequested);
+    extra.menu().actions().at(4)->trigger();
+    EXPECT_EQ(open.count(), 1);
+}
