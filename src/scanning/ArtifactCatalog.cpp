@@ -120,8 +120,16 @@ std::optional<CatalogMatch> ArtifactCatalog::match(const QString& name,
     return CatalogMatch{entry->kind, entry->tier};
 }
 
+std::optional<CatalogTier> ArtifactCatalog::tierOf(const QString& name) {
+    if (const auto builtIn = builtInTable().constFind(name); builtIn != builtInTable().cend())
+        return builtIn->tier;
+    if (const std::optional<Entry> custom = customEntry(name))
+        return custom->tier;
+    return std::nullopt;
+}
+
 bool ArtifactCatalog::isKnownArtifactName(const QString& name) {
-    return builtInTable().contains(name) || customEntry(name).has_value();
+    return tierOf(name).has_value();
 }
 
 void ArtifactCatalog::setCustomRules(const QList<CustomRuleTriple>& rules) {

@@ -39,6 +39,8 @@ struct ArtifactCatalog {
 
     static std::optional<CatalogMatch> match(const QString& name,
                                              const QSet<QString>& siblingNames);
+    // The tier of `name` in either table, whatever its sibling condition.
+    static std::optional<CatalogTier> tierOf(const QString& name);
     // True when `name` is in either table, whatever its sibling condition.
     static bool isKnownArtifactName(const QString& name);
     // Replaces the custom table. Names are trimmed of spaces and tabs; empty names and names with

@@ -1,6 +1,7 @@
 #include "scanning/RepoGroupInspector.h"
 
 #include "platform/Paths.h"
+#include "scanning/ArtifactCatalog.h"
 #include "scanning/Classifier.h"
 #include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/GitInspector.h"
@@ -12,6 +13,11 @@ QStringList sortedCandidates(const QSet<QString>& candidates) {
     QStringList list(candidates.cbegin(), candidates.cend());
     list.sort();
     return list;
+}
+
+// The repository's own project: the one whose folder is the working tree's root.
+bool isOwnProject(const RepoGroup& group, const Project& project) {
+    return group.repoURL && Paths::standardized(project.url) == Paths::standardized(*group.repoURL);
 }
 
 bool isOfferedWhole(const GitDetails& details, const std::optional<QString>& stashList,
@@ -58,40 +64,61 @@ RepoGroupInspector::inspect(const RepoGroup& group,
     QHash<QUuid, QSet<QString>> candidates;
     for (const Project& project : group.projects)
         candidates.insert(project.id, walkedCandidates.value(project.id));
-
-    GitDetails details;
-    std::optional<QString> stashList;
-    std::optional<QString> localBranches;
-    QSet<QString> ignored;
-    if (group.repoURL) {
-        const QString& repo = *group.repoURL;
-        details = GitInspector::inspect(repo, cancellation);
-        stashList = GitInspector::stashList(repo, cancellation);
-        localBranches = GitInspector::localBranches(repo, cancellation);
-        addIgnoredFolders(group.projects,
-                          GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(repo, cancellation),
-                          candidates);
-        QStringList all;
-        for (const QSet<QString>& set : std::as_const(candidates))
-            all.append(sortedCandidates(set));
-        ignored = GitIgnoreEvaluator::ignoredPaths(repo, all, cancellation);
-    }
+    const RepoFindings found =
+        group.repoURL ? askGit(group, candidates, cancellation) : RepoFindings{};
 
     QList<ProjectInspection> inspections;
     for (const Project& project : group.projects) {
         if (cancellation.isCancelled())
             break;
         QList<CleanableItem> items =
-            Classifier::classify(project, sortedCandidates(candidates.value(project.id)), ignored,
-                                 group.repoURL.has_value());
-        const bool isRepoRoot = group.repoURL && Paths::standardized(project.url) ==
-                                                     Paths::standardized(*group.repoURL);
-        if (isRepoRoot && isOfferedWhole(details, stashList, localBranches))
+            Classifier::classify(project, sortedCandidates(candidates.value(project.id)),
+                                 found.ignored, group.repoURL.has_value());
+        if (isOwnProject(group, project) &&
+            isOfferedWhole(found.details, found.stashList, found.localBranches))
             items.append(CleanableItem(project.id, project.url, project.name,
                                        ArtifactKind::wholeProject, CleanConfidence::reclonable));
-        inspections.append(ProjectInspection{project, details, items, stashList, localBranches});
+        inspections.append(
+            ProjectInspection{project, found.details, items, found.stashList, found.localBranches});
     }
     return inspections;
+}
+
+RepoGroupInspector::RepoFindings RepoGroupInspector::askGit(const RepoGroup& group,
+                                                            QHash<QUuid, QSet<QString>>& candidates,
+                                                            const CancellationToken& cancellation) {
+    const QString& repo = *group.repoURL;
+    RepoFindings found;
+    found.details = GitInspector::inspect(repo, cancellation);
+    const bool mayBeOfferedWhole =
+        found.details.status == GitStatus::fullySynced() &&
+        std::any_of(group.projects.cbegin(), group.projects.cend(),
+                    [&](const Project& project) { return isOwnProject(group, project); });
+    if (mayBeOfferedWhole) {
+        found.stashList = GitInspector::stashList(repo, cancellation);
+        found.localBranches = GitInspector::localBranches(repo, cancellation);
+    }
+
+    // Git lists these because it ignores them; a well-known name is trusted whatever git says.
+    // So only generic names are asked about, which spares most repositories a git run.
+    const QStringList outsideCatalog =
+        GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(repo, cancellation);
+    QStringList generic;
+    for (const QSet<QString>& set : std::as_const(candidates)) {
+        for (const QString& candidate : sortedCandidates(set)) {
+            if (ArtifactCatalog::tierOf(Paths::lastComponent(candidate)) != CatalogTier::high)
+                generic.append(candidate);
+        }
+    }
+    found.ignored = GitIgnoreEvaluator::ignoredPaths(repo, generic, cancellation);
+    addIgnoredFolders(group.projects, outsideCatalog, candidates);
+    for (const QSet<QString>& set : std::as_const(candidates)) {
+        for (const QString& folder : outsideCatalog) {
+            if (set.contains(folder))
+                found.ignored.insert(folder);
+        }
+    }
+    return found;
 }
 
 } // namespace corvane

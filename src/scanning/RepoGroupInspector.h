@@ -23,6 +23,21 @@ struct RepoGroupInspector {
     // that holds a project or another candidate is left out, so nothing is offered twice.
     static void addIgnoredFolders(const QList<Project>& projects, const QStringList& ignoredFolders,
                                   QHash<QUuid, QSet<QString>>& candidatesByProject);
+
+private:
+    // What git says about one working tree. The stash and branch listings are read only when
+    // the repository may be offered whole, which is all they decide (absent otherwise).
+    struct RepoFindings {
+        GitDetails details;
+        std::optional<QString> stashList;
+        std::optional<QString> localBranches;
+        QSet<QString> ignored;
+    };
+
+    // Asks git about the group's working tree; adds the ignored folders no catalog name covers
+    // to `candidates`.
+    static RepoFindings askGit(const RepoGroup& group, QHash<QUuid, QSet<QString>>& candidates,
+                               const CancellationToken& cancellation);
 };
 
 } // namespace corvane
