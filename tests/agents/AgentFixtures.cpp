@@ -1,5 +1,6 @@
 #include "AgentFixtures.h"
 
+#include "agents/ClaudeHistory.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -35,6 +36,25 @@ QString writeClaudeSession(const AgentLocations& locations, const QString& folde
     return path;
 }
 
+QString writeClaudeSessionIn(const AgentLocations& locations, const QString& cwd,
+                             const QString& id) {
+    return writeClaudeSession(locations, ClaudeHistory::encodedFolderName(cwd), id,
+                              claudeLine(cwd));
+}
+
+QStringList idsOf(const QList<AgentSession>& sessions) {
+    QStringList ids;
+    for (const AgentSession& session : sessions)
+        ids.append(session.id);
+    return ids;
+}
+
+QStringList sessionIDsIn(const AgentLocations& locations, const QString& folder) {
+    QStringList ids = idsOf(AgentHistoryIndex::build(locations).sessionsIn(folder));
+    ids.sort();
+    return ids;
+}
+
 QByteArray readBytes(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -45,6 +65,14 @@ void exec(sqlite3* connection, const QString& sql) {
     const int status = sqlite3_exec(connection, sql.toUtf8().constData(), nullptr, nullptr, &error);
     ASSERT_EQ(status, SQLITE_OK) << (error ? error : "") << " in " << sql.toStdString();
     sqlite3_free(error);
+}
+
+void createDatabase(const QString& path, const QString& sql) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    sqlite3* connection = nullptr;
+    EXPECT_EQ(sqlite3_open(QFile::encodeName(path).constData(), &connection), SQLITE_OK);
+    exec(connection, sql);
+    sqlite3_close(connection);
 }
 
 sqlite3* createCodexDatabase(const QString& path, const QString& extraColumns) {
