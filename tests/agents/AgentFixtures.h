@@ -56,6 +56,8 @@ QByteArray readBytes(const QString& path);
 // updated_at and archived (e.g. "source TEXT, name TEXT").
 sqlite3* createCodexDatabase(const QString& path, const QString& extraColumns = {});
 void exec(sqlite3* connection, const QString& sql);
+// Opens (or creates) the database at `path`, making its folder.
+sqlite3* openDatabase(const QString& path);
 // A database at `path` made by `sql` alone, closed again.
 void createDatabase(const QString& path, const QString& sql);
 void insertThread(sqlite3* connection, const QString& id, const QString& cwd, const QString& title,

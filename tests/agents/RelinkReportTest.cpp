@@ -49,9 +49,7 @@ TEST(RelinkReport, SerialisesItsKeysInTheirFixedOrder) {
 TEST(RelinkReport, ReadsBackWhatItWrote) {
     const RelinkReport report = sampleReport();
     for (const bool indented : {false, true}) {
-        const QByteArray text = RelinkReportJson::serialized(report, indented);
-        ASSERT_EQ(QJsonDocument::fromJson(text).object(), RelinkReportJson::toObject(report));
-        EXPECT_EQ(RelinkReportJson::parse(text), report);
+        EXPECT_EQ(RelinkReportJson::parse(RelinkReportJson::serialized(report, indented)), report);
     }
     // A move without "movedItems" was a rename; an empty list was a merge that moved nothing.
     EXPECT_FALSE(RelinkReportJson::parse(R"({"claudeFolderMoves":[{"from":"x"}]})")
