@@ -1,5 +1,6 @@
 #include "AgentFixtures.h"
 
+#include "agents/ClaudeHistory.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -35,6 +36,25 @@ QString writeClaudeSession(const AgentLocations& locations, const QString& folde
     return path;
 }
 
+QString writeClaudeSessionIn(const AgentLocations& locations, const QString& cwd,
+                             const QString& id) {
+    return writeClaudeSession(locations, ClaudeHistory::encodedFolderName(cwd), id,
+                              claudeLine(cwd));
+}
+
+QStringList idsOf(const QList<AgentSession>& sessions) {
+    QStringList ids;
+    for (const AgentSession& session : sessions)
+        ids.append(session.id);
+    return ids;
+}
+
+QStringList sessionIDsIn(const AgentLocations& locations, const QString& folder) {
+    QStringList ids = idsOf(AgentHistoryIndex::build(locations).sessionsIn(folder));
+    ids.sort();
+    return ids;
+}
+
 QByteArray readBytes(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -47,10 +67,21 @@ void exec(sqlite3* connection, const QString& sql) {
     sqlite3_free(error);
 }
 
-sqlite3* createCodexDatabase(const QString& path, const QString& extraColumns) {
+sqlite3* openDatabase(const QString& path) {
     QDir().mkpath(QFileInfo(path).absolutePath());
     sqlite3* connection = nullptr;
     EXPECT_EQ(sqlite3_open(QFile::encodeName(path).constData(), &connection), SQLITE_OK);
+    return connection;
+}
+
+void createDatabase(const QString& path, const QString& sql) {
+    sqlite3* connection = openDatabase(path);
+    exec(connection, sql);
+    sqlite3_close(connection);
+}
+
+sqlite3* createCodexDatabase(const QString& path, const QString& extraColumns) {
+    sqlite3* connection = openDatabase(path);
     exec(connection,
          QStringLiteral("CREATE TABLE threads (id TEXT PRIMARY KEY, cwd TEXT, "
                         "title TEXT NOT NULL DEFAULT '', updated_at INTEGER NOT NULL "
@@ -61,27 +92,16 @@ sqlite3* createCodexDatabase(const QString& path, const QString& extraColumns) {
 
 void insertThread(sqlite3* connection, const QString& id, const QString& cwd, const QString& title,
                   qint64 updatedAt, const QString& extraColumns, const QString& extraValues) {
-    sqlite3_stmt* statement = nullptr;
-    const QString sql = QStringLiteral("INSERT INTO threads (id, cwd, title, updated_at") +
-                        (extraColumns.isEmpty() ? QString() : QStringLiteral(", ") + extraColumns) +
-                        QStringLiteral(") VALUES (?1, ?2, ?3, ?4") +
-                        (extraValues.isEmpty() ? QString() : QStringLiteral(", ") + extraValues) +
-                        u')';
-    ASSERT_EQ(sqlite3_prepare_v2(connection, sql.toUtf8().constData(), -1, &statement, nullptr),
-              SQLITE_OK)
-        << sqlite3_errmsg(connection);
-    const QByteArray idText = id.toUtf8();
-    const QByteArray cwdText = cwd.toUtf8();
-    const QByteArray titleText = title.toUtf8();
-    sqlite3_bind_text(statement, 1, idText.constData(), -1, SQLITE_TRANSIENT);
-    if (cwd.isNull())
-        sqlite3_bind_null(statement, 2);
-    else
-        sqlite3_bind_text(statement, 2, cwdText.constData(), -1, SQLITE_TRANSIENT);
-    sqlite3_bind_text(statement, 3, titleText.constData(), -1, SQLITE_TRANSIENT);
-    sqlite3_bind_int64(statement, 4, updatedAt);
-    EXPECT_EQ(sqlite3_step(statement), SQLITE_DONE) << sqlite3_errmsg(connection);
-    sqlite3_finalize(statement);
+    const auto quoted = [](const QString& text) {
+        return text.isNull() ? QStringLiteral("NULL")
+                             : u'\'' + QString(text).replace(u'\'', QStringLiteral("''")) + u'\'';
+    };
+    const QString comma = extraColumns.isEmpty() ? QString() : QStringLiteral(", ");
+    exec(connection, QStringLiteral("INSERT INTO threads (id, cwd, title, updated_at%1%2) "
+                                    "VALUES (%3, %4, %5, %6%1%7)")
+                         .arg(comma, extraColumns, quoted(id), quoted(cwd),
+                              quoted(title.isNull() ? QStringLiteral("") : title),
+                              QString::number(updatedAt), extraValues));
 }
 
 QStringList queryColumn(sqlite3* connection, const QString& sql) {

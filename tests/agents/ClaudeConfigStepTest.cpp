@@ -9,15 +9,13 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 
 namespace {
 
-RelinkReport runStep(const AgentLocations& locations, const QString& oldPath,
-                     const QString& newPath, RelinkMode mode = RelinkMode::write) {
-    RelinkReport report;
-    ClaudeConfigStep::run({locations, {oldPath, newPath}, mode, report});
-    return report;
-}
+const auto runStep = [](const auto&... arguments) {
+    return test::runStep<ClaudeConfigStep>(arguments...);
+};
 
 const QByteArray unusualConfig = "{\n  \"numStartups\": 42,\n  \"projects\"   :\n\t {\n"
                                  "    \"/a/b\": {\"allowedTools\": [], \"mcpServers\": "
@@ -34,14 +32,12 @@ TEST(ClaudeConfigStep, InsertsTheNewEntriesAndKeepsEveryOtherByte) {
     test::writeFile(locations.claudeConfig, unusualConfig);
     QFile::setPermissions(locations.claudeConfig, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
 
-    EXPECT_EQ(
-        runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b"), RelinkMode::preview)
-            .claudeProjectSettings,
-        1);
+    EXPECT_EQ(runStep(locations, s("/a/b"), s("/c/b"), RelinkMode::preview).claudeProjectSettings,
+              1);
     EXPECT_EQ(test::readBytes(locations.claudeConfig), unusualConfig);
 
-    const RelinkReport report = runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-    EXPECT_TRUE(report.warnings.isEmpty()) << report.warnings.join(u'\n').toStdString();
+    const RelinkReport report = runStep(locations, s("/a/b"), s("/c/b"));
+    EXPECT_EQ(report.warnings, QStringList());
     // "/a/b/src" would become "/c/b/src", which has settings of its own: those stay.
     EXPECT_EQ(report.claudeProjectSettings, 1);
     const qsizetype brace = unusualConfig.indexOf('{', unusualConfig.indexOf("\"projects\"")) + 1;
@@ -55,24 +51,22 @@ TEST(ClaudeConfigStep, InsertsTheNewEntriesAndKeepsEveryOtherByte) {
                   QFileDevice::WriteUser);
 
     // Run again (an undo followed by a redo): the entries are there, nothing is added twice.
-    EXPECT_EQ(
-        runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b")).claudeProjectSettings,
-        0);
+    EXPECT_EQ(runStep(locations, s("/a/b"), s("/c/b")).claudeProjectSettings, 0);
 }
 
 TEST(ClaudeConfigStep, KeysWithCharactersThatNeedEscapingAreWrittenAsValidJson) {
     const AgentLocations locations = test::makeAgentHome();
-    const QString oldPath = QStringLiteral("/a/\"q\" \\ $1/Проект");
-    const QString newPath = QStringLiteral("/n/$0 \\\\ \"ü\"");
-    const QJsonObject projects{{oldPath, QJsonObject{{QStringLiteral("t"), true}}}};
+    const QString oldPath = s("/a/\"q\" \\ $1/Проект");
+    const QString newPath = s("/n/$0 \\\\ \"ü\"");
+    const QJsonObject projects{{oldPath, QJsonObject{{s("t"), true}}}};
     test::writeFile(locations.claudeConfig,
-                    QJsonDocument(QJsonObject{{QStringLiteral("projects"), projects}}).toJson());
+                    QJsonDocument(QJsonObject{{s("projects"), projects}}).toJson());
 
     const RelinkReport report = runStep(locations, oldPath, newPath);
-    EXPECT_TRUE(report.warnings.isEmpty()) << report.warnings.join(u'\n').toStdString();
+    EXPECT_EQ(report.warnings, QStringList());
     const QJsonObject result = QJsonDocument::fromJson(test::readBytes(locations.claudeConfig))
                                    .object()
-                                   .value(QStringLiteral("projects"))
+                                   .value(s("projects"))
                                    .toObject();
     EXPECT_EQ(result.keys(), (QStringList{oldPath, newPath}));
     EXPECT_EQ(result.value(newPath), projects.value(oldPath));
@@ -98,15 +92,13 @@ TEST(ClaudeConfigStep, FilesItCanNotEditSafelyAreLeftUntouched) {
     for (const Case& testCase : cases) {
         const AgentLocations locations = test::makeAgentHome();
         test::writeFile(locations.claudeConfig, testCase.contents);
-        const RelinkReport report =
-            runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-        EXPECT_EQ(report.warnings, QStringList{QStringLiteral("Claude Code project settings: ") +
+        const RelinkReport report = runStep(locations, s("/a/b"), s("/c/b"));
+        EXPECT_EQ(report.warnings, QStringList{s("Claude Code project settings: ") +
                                                QLatin1String(testCase.warning)})
             << testCase.contents;
         EXPECT_EQ(report.claudeProjectSettings, 0);
         EXPECT_EQ(test::readBytes(locations.claudeConfig), testCase.contents);
     }
     // No file at all is nothing to do.
-    EXPECT_TRUE(runStep(test::makeAgentHome(), QStringLiteral("/a/b"), QStringLiteral("/c/b"))
-                    .warnings.isEmpty());
+    EXPECT_TRUE(runStep(test::makeAgentHome(), s("/a/b"), s("/c/b")).warnings.isEmpty());
 }

@@ -16,6 +16,7 @@
 #endif
 
 using namespace corvane;
+using test::s;
 
 namespace {
 
@@ -26,14 +27,6 @@ QStringList entriesOf(const QString& folder) {
 
 QString historyFolder(const AgentLocations& locations, const QString& name) {
     return locations.claudeProjects + u'/' + name;
-}
-
-QStringList sessionIDsIn(const AgentLocations& locations, const QString& folder) {
-    QStringList ids;
-    for (const AgentSession& session : AgentHistoryIndex::build(locations).sessionsIn(folder))
-        ids.append(session.id);
-    ids.sort();
-    return ids;
 }
 
 // Makes one folder impossible to move, even for root: the immutable flag where the file system
@@ -62,7 +55,7 @@ public:
 
     // Whether a move of the folder to another parent really fails here.
     bool works(const QString& elsewhere) const {
-        const QString probe = elsewhere + QStringLiteral("/probe");
+        const QString probe = elsewhere + s("/probe");
         if (QDir().rename(folder_, probe)) {
             QDir().rename(probe, folder_);
             return false;
@@ -90,185 +83,143 @@ private:
 
 } // namespace
 
-TEST(ClaudeFoldersStep, RenamesTheFoldersOfThePathAndWhatIsInsideButNotOfASibling) {
+TEST(ClaudeFoldersStep, RenamesTheFoldersOfThePathAndWhatIsInsideButNotOfASiblingNorUnknown) {
     const AgentLocations locations = test::makeAgentHome();
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("main"),
-                             test::claudeLine(QStringLiteral("/a/b")));
-    test::writeClaudeSession(locations, QStringLiteral("-a-b-src"), QStringLiteral("sub"),
-                             test::claudeLine(QStringLiteral("/a/b/src")));
-    test::writeClaudeSession(locations, QStringLiteral("-a-bc"), QStringLiteral("sibling"),
-                             test::claudeLine(QStringLiteral("/a/bc")));
+    test::writeClaudeSessionIn(locations, s("/a/b"), s("main"));
+    test::writeClaudeSessionIn(locations, s("/a/b/src"), s("sub"));
+    test::writeClaudeSessionIn(locations, s("/a/bc"), s("sibling"));
+    // One whose first "cwd" lies beyond what is read follows the ledger; one nobody knows stays.
+    test::writeClaudeSession(locations, s("-a-b-far"), s("s"),
+                             "{\"pad\":\"" + QByteArray(530'000, 'x') + "\"}\n" +
+                                 test::claudeLine(s("/somewhere/else")));
+    test::writeClaudeSession(locations, s("-a-b-unknown"), s("s"), "{\"type\":\"summary\"}\n");
+    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-b-far"), s("/a/b/far")), QString());
     const AgentRelinker relinker{locations};
 
-    const RelinkReport report = relinker.relink(QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-    EXPECT_TRUE(report.warnings.isEmpty()) << report.warnings.join(u'\n').toStdString();
-    EXPECT_EQ(report.claudeHistoryFolders, 2);
-    ASSERT_EQ(report.claudeFolderMoves.size(), 2);
+    const RelinkReport report = relinker.relink(s("/a/b"), s("/c/b"));
+    EXPECT_EQ(report.warnings, QStringList());
+    EXPECT_EQ(report.claudeHistoryFolders, 3);
+    ASSERT_EQ(report.claudeFolderMoves.size(), 3);
     EXPECT_EQ(report.claudeFolderMoves[0],
-              (ClaudeFolderMove{QStringLiteral("-a-b"), QStringLiteral("-c-b"),
-                                QStringLiteral("/a/b"), QStringLiteral("/c/b"), std::nullopt}));
+              (ClaudeFolderMove{s("-a-b"), s("-c-b"), s("/a/b"), s("/c/b"), std::nullopt}));
     EXPECT_EQ(
         entriesOf(locations.claudeProjects),
-        (QStringList{QStringLiteral("-a-bc"), QStringLiteral("-c-b"), QStringLiteral("-c-b-src")}));
+        (QStringList{s("-a-b-unknown"), s("-a-bc"), s("-c-b"), s("-c-b-far"), s("-c-b-src")}));
     EXPECT_EQ(locations.claudeFolderLedger.load(),
-              (QMap<QString, QString>{{QStringLiteral("-c-b"), QStringLiteral("/c/b")},
-                                      {QStringLiteral("-c-b-src"), QStringLiteral("/c/b/src")}}));
+              (QMap<QString, QString>{{s("-c-b"), s("/c/b")},
+                                      {s("-c-b-far"), s("/c/b/far")},
+                                      {s("-c-b-src"), s("/c/b/src")}}));
     // The session files still say /a/b; the ledger makes them belong to /c/b.
-    EXPECT_EQ(sessionIDsIn(locations, QStringLiteral("/c/b")),
-              (QStringList{QStringLiteral("main"), QStringLiteral("sub")}));
-    EXPECT_TRUE(sessionIDsIn(locations, QStringLiteral("/a/b")).isEmpty());
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/c/b")), (QStringList{s("main"), s("s"), s("sub")}));
+    EXPECT_TRUE(test::sessionIDsIn(locations, s("/a/b")).isEmpty());
 
-    const RelinkReport undone =
-        relinker.undo(report, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-    EXPECT_TRUE(undone.warnings.isEmpty()) << undone.warnings.join(u'\n').toStdString();
-    EXPECT_EQ(undone.claudeHistoryFolders, 2);
+    const RelinkReport undone = relinker.undo(report, s("/a/b"), s("/c/b"));
+    EXPECT_EQ(undone.warnings, QStringList());
+    EXPECT_EQ(undone.claudeHistoryFolders, 3);
     EXPECT_EQ(
         entriesOf(locations.claudeProjects),
-        (QStringList{QStringLiteral("-a-b"), QStringLiteral("-a-b-src"), QStringLiteral("-a-bc")}));
-    EXPECT_EQ(sessionIDsIn(locations, QStringLiteral("/a/b")),
-              (QStringList{QStringLiteral("main"), QStringLiteral("sub")}));
+        (QStringList{s("-a-b"), s("-a-b-far"), s("-a-b-src"), s("-a-b-unknown"), s("-a-bc")}));
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/a/b")), (QStringList{s("main"), s("s"), s("sub")}));
 }
 
 TEST(ClaudeFoldersStep, AMergeKeepsBothCopiesAndItsUndoTakesBackOnlyWhatMoved) {
     const AgentLocations locations = test::makeAgentHome();
-    const QString oldFolder = historyFolder(locations, QStringLiteral("-a-b"));
-    const QString newFolder = historyFolder(locations, QStringLiteral("-c-b"));
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("s1"),
-                             test::claudeLine(QStringLiteral("/a/b")));
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("s2"),
-                             test::claudeLine(QStringLiteral("/a/b")));
-    test::writeFile(oldFolder + QStringLiteral("/s2/subagents/agent-1.jsonl"), "{}");
-    test::writeClaudeSession(locations, QStringLiteral("-c-b"), QStringLiteral("s1"), "theirs\n");
-    test::writeClaudeSession(locations, QStringLiteral("-c-b"), QStringLiteral("native"),
-                             test::claudeLine(QStringLiteral("/c/b")));
+    const QString oldFolder = historyFolder(locations, s("-a-b"));
+    const QString newFolder = historyFolder(locations, s("-c-b"));
+    test::writeClaudeSessionIn(locations, s("/a/b"), s("s1"));
+    test::writeClaudeSessionIn(locations, s("/a/b"), s("s2"));
+    test::writeFile(oldFolder + s("/s2/subagents/agent-1.jsonl"), "{}");
+    test::writeClaudeSession(locations, s("-c-b"), s("s1"), "theirs\n");
+    test::writeClaudeSessionIn(locations, s("/c/b"), s("native"));
     const AgentRelinker relinker{locations};
 
-    const RelinkReport report = relinker.relink(QStringLiteral("/a/b"), QStringLiteral("/c/b"));
+    const RelinkReport report = relinker.relink(s("/a/b"), s("/c/b"));
     EXPECT_EQ(report.warnings, QStringList{QStringLiteral("Kept both copies of Claude Code file "
                                                           "s1.jsonl; the old one stays in ") +
                                            oldFolder});
     ASSERT_EQ(report.claudeFolderMoves.size(), 1);
-    EXPECT_EQ(report.claudeFolderMoves[0].movedItems,
-              (QStringList{QStringLiteral("s2"), QStringLiteral("s2.jsonl")}));
+    EXPECT_EQ(report.claudeFolderMoves[0].movedItems, (QStringList{s("s2"), s("s2.jsonl")}));
     EXPECT_EQ(report.claudeHistoryFolders, 1);
-    EXPECT_EQ(entriesOf(oldFolder), QStringList{QStringLiteral("s1.jsonl")});
-    EXPECT_EQ(test::readBytes(newFolder + QStringLiteral("/s1.jsonl")), "theirs\n");
+    EXPECT_EQ(entriesOf(oldFolder), QStringList{s("s1.jsonl")});
+    EXPECT_EQ(test::readBytes(newFolder + s("/s1.jsonl")), "theirs\n");
     EXPECT_EQ(entriesOf(newFolder),
-              (QStringList{QStringLiteral("native.jsonl"), QStringLiteral("s1.jsonl"),
-                           QStringLiteral("s2"), QStringLiteral("s2.jsonl")}));
+              (QStringList{s("native.jsonl"), s("s1.jsonl"), s("s2"), s("s2.jsonl")}));
 
     // Undo after the old folder went away: it is made again, and the native history stays.
     ASSERT_TRUE(QDir(oldFolder).removeRecursively());
-    const RelinkReport undone =
-        relinker.undo(report, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-    EXPECT_TRUE(undone.warnings.isEmpty()) << undone.warnings.join(u'\n').toStdString();
-    EXPECT_EQ(entriesOf(oldFolder),
-              (QStringList{QStringLiteral("s2"), QStringLiteral("s2.jsonl")}));
-    EXPECT_EQ(entriesOf(newFolder),
-              (QStringList{QStringLiteral("native.jsonl"), QStringLiteral("s1.jsonl")}));
-    EXPECT_EQ(test::readBytes(oldFolder + QStringLiteral("/s2/subagents/agent-1.jsonl")), "{}");
+    const RelinkReport undone = relinker.undo(report, s("/a/b"), s("/c/b"));
+    EXPECT_EQ(undone.warnings, QStringList());
+    EXPECT_EQ(entriesOf(oldFolder), (QStringList{s("s2"), s("s2.jsonl")}));
+    EXPECT_EQ(entriesOf(newFolder), (QStringList{s("native.jsonl"), s("s1.jsonl")}));
+    EXPECT_EQ(test::readBytes(oldFolder + s("/s2/subagents/agent-1.jsonl")), "{}");
 }
 
 TEST(ClaudeFoldersStep, FolderNamesLongerThan200CharactersAreNotCreated) {
     const AgentLocations locations = test::makeAgentHome();
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("s"),
-                             test::claudeLine(QStringLiteral("/a/b")));
+    test::writeClaudeSessionIn(locations, s("/a/b"));
     const AgentRelinker relinker{locations};
     const QString tooLong = u'/' + QString(200, u'x');
     ASSERT_EQ(ClaudeHistory::encodedFolderName(tooLong).size(), 201);
 
-    const RelinkReport refused = relinker.relink(QStringLiteral("/a/b"), tooLong);
+    const RelinkReport refused = relinker.relink(s("/a/b"), tooLong);
     EXPECT_EQ(refused.warnings, QStringList{QStringLiteral("Claude Code history for /a/b was not "
                                                            "moved: the path is too long.")});
     EXPECT_EQ(refused.claudeHistoryFolders, 0);
-    EXPECT_EQ(entriesOf(locations.claudeProjects), QStringList{QStringLiteral("-a-b")});
+    EXPECT_EQ(entriesOf(locations.claudeProjects), QStringList{s("-a-b")});
 
     const QString longest = u'/' + QString(199, u'x');
-    const RelinkReport moved = relinker.relink(QStringLiteral("/a/b"), longest);
+    const RelinkReport moved = relinker.relink(s("/a/b"), longest);
     EXPECT_TRUE(moved.warnings.isEmpty());
     EXPECT_EQ(entriesOf(locations.claudeProjects),
               QStringList{ClaudeHistory::encodedFolderName(longest)});
 }
 
-TEST(ClaudeFoldersStep, FoldersWithoutAReadableCwdFollowTheLedger) {
-    const AgentLocations locations = test::makeAgentHome();
-    test::writeClaudeSession(locations, QStringLiteral("-a-b-far"), QStringLiteral("s"),
-                             "{\"pad\":\"" + QByteArray(530'000, 'x') + "\"}\n" +
-                                 test::claudeLine(QStringLiteral("/somewhere/else")));
-    test::writeClaudeSession(locations, QStringLiteral("-a-b-unknown"), QStringLiteral("s"),
-                             "{\"type\":\"summary\"}\n");
-    ASSERT_EQ(
-        locations.claudeFolderLedger.record(QStringLiteral("-a-b-far"), QStringLiteral("/a/b/far")),
-        QString());
-
-    const RelinkReport report =
-        AgentRelinker{locations}.relink(QStringLiteral("/a/b"), QStringLiteral("/c"));
-    EXPECT_EQ(report.claudeHistoryFolders, 1);
-    EXPECT_EQ(entriesOf(locations.claudeProjects),
-              (QStringList{QStringLiteral("-a-b-unknown"), QStringLiteral("-c-far")}));
-    EXPECT_EQ(locations.claudeFolderLedger.load(),
-              (QMap<QString, QString>{{QStringLiteral("-c-far"), QStringLiteral("/c/far")}}));
-}
-
 TEST(ClaudeFoldersStep, SomethingInTheWayIsReportedAndLeavesTheHistoryWhereItWas) {
     AgentLocations locations = test::makeAgentHome();
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("s"),
-                             test::claudeLine(QStringLiteral("/a/b")));
-    test::writeClaudeSession(locations, QStringLiteral("-a-b-src"), QStringLiteral("s"),
-                             test::claudeLine(QStringLiteral("/a/b/src")));
-    const QString inTheWay = historyFolder(locations, QStringLiteral("-c-b"));
+    test::writeClaudeSessionIn(locations, s("/a/b"));
+    test::writeClaudeSessionIn(locations, s("/a/b/src"));
+    const QString inTheWay = historyFolder(locations, s("-c-b"));
     test::writeFile(inTheWay, "a file, not a folder");
     // The ledger can't be written either: its folder is that file.
-    locations.claudeFolderLedger.url = inTheWay + QStringLiteral("/ledger.json");
+    locations.claudeFolderLedger.url = inTheWay + s("/ledger.json");
 
-    const RelinkReport report =
-        AgentRelinker{locations}.relink(QStringLiteral("/a/b"), QStringLiteral("/c/b"));
+    const RelinkReport report = AgentRelinker{locations}.relink(s("/a/b"), s("/c/b"));
     ASSERT_EQ(report.warnings.size(), 2);
-    EXPECT_EQ(report.warnings[0], QStringLiteral("Claude Code history for /a/b was not moved: ") +
-                                      inTheWay +
-                                      QStringLiteral(" is in the way and is not a folder."));
+    EXPECT_EQ(report.warnings[0], s("Claude Code history for /a/b was not moved: ") + inTheWay +
+                                      s(" is in the way and is not a folder."));
     EXPECT_TRUE(report.warnings[1].startsWith(
         QStringLiteral("Claude Code history: the new places of the moved folders could not be "
                        "written down")));
-    EXPECT_EQ(entriesOf(historyFolder(locations, QStringLiteral("-a-b"))),
-              QStringList{QStringLiteral("s.jsonl")});
+    EXPECT_EQ(entriesOf(historyFolder(locations, s("-a-b"))), QStringList{s("s.jsonl")});
     EXPECT_EQ(report.claudeHistoryFolders, 1);
     EXPECT_EQ(test::readBytes(inTheWay), "a file, not a folder");
 }
 
 TEST(ClaudeFoldersStep, AnItemThatCannotMoveMidwayStaysAndTheRestMoves) {
     const AgentLocations locations = test::makeAgentHome();
-    const QString oldFolder = historyFolder(locations, QStringLiteral("-a-b"));
-    const QString newFolder = historyFolder(locations, QStringLiteral("-c-b"));
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("a"),
-                             test::claudeLine(QStringLiteral("/a/b")));
-    test::writeFile(oldFolder + QStringLiteral("/m-locked/tool-results/r.txt"), "result");
-    test::writeClaudeSession(locations, QStringLiteral("-a-b"), QStringLiteral("z"),
-                             test::claudeLine(QStringLiteral("/a/b")));
-    test::writeClaudeSession(locations, QStringLiteral("-c-b"), QStringLiteral("native"),
-                             test::claudeLine(QStringLiteral("/c/b")));
-    Unmovable locked(oldFolder + QStringLiteral("/m-locked"));
+    const QString oldFolder = historyFolder(locations, s("-a-b"));
+    const QString newFolder = historyFolder(locations, s("-c-b"));
+    test::writeClaudeSessionIn(locations, s("/a/b"), s("a"));
+    test::writeFile(oldFolder + s("/m-locked/tool-results/r.txt"), "result");
+    test::writeClaudeSessionIn(locations, s("/a/b"), s("z"));
+    test::writeClaudeSessionIn(locations, s("/c/b"), s("native"));
+    Unmovable locked(oldFolder + s("/m-locked"));
     if (!locked.works(newFolder))
         GTEST_SKIP() << "no way to make a folder unmovable here";
 
     const AgentRelinker relinker{locations};
-    const RelinkReport report = relinker.relink(QStringLiteral("/a/b"), QStringLiteral("/c/b"));
+    const RelinkReport report = relinker.relink(s("/a/b"), s("/c/b"));
     ASSERT_EQ(report.warnings.size(), 1);
     EXPECT_TRUE(report.warnings[0].startsWith(
-        QStringLiteral("Claude Code file m-locked could not be moved from ") + oldFolder))
+        s("Claude Code file m-locked could not be moved from ") + oldFolder))
         << report.warnings[0].toStdString();
     ASSERT_EQ(report.claudeFolderMoves.size(), 1);
-    EXPECT_EQ(report.claudeFolderMoves[0].movedItems,
-              (QStringList{QStringLiteral("a.jsonl"), QStringLiteral("z.jsonl")}));
-    EXPECT_EQ(entriesOf(oldFolder), QStringList{QStringLiteral("m-locked")});
-    EXPECT_EQ(test::readBytes(oldFolder + QStringLiteral("/m-locked/tool-results/r.txt")),
-              "result");
+    EXPECT_EQ(report.claudeFolderMoves[0].movedItems, (QStringList{s("a.jsonl"), s("z.jsonl")}));
+    EXPECT_EQ(entriesOf(oldFolder), QStringList{s("m-locked")});
+    EXPECT_EQ(test::readBytes(oldFolder + s("/m-locked/tool-results/r.txt")), "result");
 
-    const RelinkReport undone =
-        relinker.undo(report, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-    EXPECT_TRUE(undone.warnings.isEmpty()) << undone.warnings.join(u'\n').toStdString();
-    EXPECT_EQ(entriesOf(oldFolder),
-              (QStringList{QStringLiteral("a.jsonl"), QStringLiteral("m-locked"),
-                           QStringLiteral("z.jsonl")}));
-    EXPECT_EQ(entriesOf(newFolder), QStringList{QStringLiteral("native.jsonl")});
+    const RelinkReport undone = relinker.undo(report, s("/a/b"), s("/c/b"));
+    EXPECT_EQ(undone.warnings, QStringList());
+    EXPECT_EQ(entriesOf(oldFolder), (QStringList{s("a.jsonl"), s("m-locked"), s("z.jsonl")}));
+    EXPECT_EQ(entriesOf(newFolder), QStringList{s("native.jsonl")});
 }

@@ -7,17 +7,22 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 
-TEST(ClaudeHistory, FolderNamesReplaceEveryCodeUnitThatIsNotAnAsciiLetterOrDigit) {
-    EXPECT_EQ(ClaudeHistory::encodedFolderName(QStringLiteral("/Users/me/my_app.web")),
-              QStringLiteral("-Users-me-my-app-web"));
-    EXPECT_EQ(ClaudeHistory::encodedFolderName(QStringLiteral("/Users/me/Documents/Проект")),
-              QStringLiteral("-Users-me-Documents-------"));
+TEST(ClaudeHistory,
+     FolderNamesReplaceEveryCodeUnitThatIsNotAnAsciiLetterOrDigitAndNameTheirNativePath) {
+    EXPECT_EQ(ClaudeHistory::encodedFolderName(s("/Users/me/my_app.web")),
+              s("-Users-me-my-app-web"));
+    EXPECT_EQ(ClaudeHistory::encodedFolderName(s("/Users/me/Documents/Проект")),
+              s("-Users-me-Documents-------"));
     // An emoji is two UTF-16 code units, so two dashes.
-    EXPECT_EQ(ClaudeHistory::encodedFolderName(QStringLiteral("/Users/me/😀x")),
-              QStringLiteral("-Users-me---x"));
-    EXPECT_EQ(ClaudeHistory::encodedFolderName(QStringLiteral("/a/b c$\"\\")),
-              QStringLiteral("-a-b-c---"));
+    EXPECT_EQ(ClaudeHistory::encodedFolderName(s("/Users/me/😀x")), s("-Users-me---x"));
+    EXPECT_EQ(ClaudeHistory::encodedFolderName(s("/a/b c$\"\\")), s("-a-b-c---"));
+    // So a folder is native to every path that encodes to its name, whatever the ledger says.
+    const QMap<QString, QString> ledger{{s("-x-y"), s("/x/y")}};
+    EXPECT_EQ(ClaudeHistory::projectPath(s("-x-y"), s("/x_y"), ledger, false), s("/x_y"));
+    // Claude Code names the folder after "/tmp/x" as given; the path compares as "/private".
+    EXPECT_EQ(ClaudeHistory::projectPath(s("-tmp-x"), s("/tmp/x"), {}, true), s("/private/tmp/x"));
 }
 
 TEST(SessionHead, FirstTopLevelCwdDecidesAfterLinesWithoutOne) {
@@ -29,9 +34,9 @@ TEST(SessionHead, FirstTopLevelCwdDecidesAfterLinesWithoutOne) {
         "{\"cwd\":\"\",\"type\":\"user\"}\n"
         "{\"cwd\":\"D:\\\\Repos\\\\Backlog\",\"type\":\"user\"}\n"
         "{\"cwd\":\"/later\"}\n";
-    EXPECT_EQ(SessionHead::firstCwdIn(head), QStringLiteral("D:\\Repos\\Backlog"));
+    EXPECT_EQ(SessionHead::firstCwdIn(head), s("D:\\Repos\\Backlog"));
     EXPECT_EQ(SessionHead::firstCwdIn("{\"type\":\"summary\"}\n{\"cwd\":\"/Users/me/Проект\"}"),
-              QStringLiteral("/Users/me/Проект"));
+              s("/Users/me/Проект"));
     EXPECT_FALSE(
         SessionHead::firstCwdIn("{\"type\":\"summary\"}\n{\"cwd\":\"/partial").has_value());
 }
@@ -53,40 +58,18 @@ QByteArray fillerOf(qsizetype size) {
 
 TEST(SessionHead, ReadsNoFurtherThanTheByteLimit) {
     const QString folder = test::makeTempDir();
-    const QByteArray cwdLine = test::claudeLine(QStringLiteral("/p"));
+    const QByteArray cwdLine = test::claudeLine(s("/p"));
     const auto firstCwdAfter = [&](qsizetype fillerSize) {
-        const QString path = folder + QStringLiteral("/%1.jsonl").arg(fillerSize);
+        const QString path = folder + s("/%1.jsonl").arg(fillerSize);
         test::writeFile(path, fillerOf(fillerSize) + cwdLine + cwdLine);
         return SessionHead::firstCwd(path);
     };
     // The line ends exactly at the limit.
-    EXPECT_EQ(firstCwdAfter(SessionHead::byteLimit - cwdLine.size()), QStringLiteral("/p"));
+    EXPECT_EQ(firstCwdAfter(SessionHead::byteLimit - cwdLine.size()), s("/p"));
     // It begins within the limit but ends after it: cut short, it is no JSON.
     EXPECT_FALSE(firstCwdAfter(SessionHead::byteLimit - 10));
     EXPECT_FALSE(firstCwdAfter(SessionHead::byteLimit + 100));
     // A line split across two reads is found whole.
-    EXPECT_EQ(firstCwdAfter(SessionHead::chunkSize - 20), QStringLiteral("/p"));
-    EXPECT_FALSE(SessionHead::firstCwd(folder + QStringLiteral("/missing.jsonl")));
-}
-
-TEST(ClaudeHistory, AMovedFolderTakesItsPathFromTheLedgerAndANativeOneFromItsSessions) {
-    const QMap<QString, QString> ledger{{QStringLiteral("-c-b"), QStringLiteral("/c/b")}};
-    // Native history: the session's folder encodes to the folder's name.
-    EXPECT_EQ(
-        ClaudeHistory::projectPath(QStringLiteral("-c-b"), QStringLiteral("/c/b"), ledger, false),
-        QStringLiteral("/c/b"));
-    EXPECT_EQ(
-        ClaudeHistory::projectPath(QStringLiteral("-x-y"), QStringLiteral("/x_y"), ledger, false),
-        QStringLiteral("/x_y"));
-    // Moved here by a relink: the sessions still name the old folder.
-    EXPECT_EQ(
-        ClaudeHistory::projectPath(QStringLiteral("-c-b"), QStringLiteral("/a/b"), ledger, false),
-        QStringLiteral("/c/b"));
-    EXPECT_EQ(ClaudeHistory::projectPath(QStringLiteral("-c-b"), std::nullopt, ledger, false),
-              QStringLiteral("/c/b"));
-    EXPECT_FALSE(ClaudeHistory::projectPath(QStringLiteral("-d"), std::nullopt, ledger, false));
-    // Claude Code names the folder after "/tmp/x" as given; the path compares as "/private".
-    EXPECT_EQ(
-        ClaudeHistory::projectPath(QStringLiteral("-tmp-x"), QStringLiteral("/tmp/x"), {}, true),
-        QStringLiteral("/private/tmp/x"));
+    EXPECT_EQ(firstCwdAfter(SessionHead::chunkSize - 20), s("/p"));
+    EXPECT_FALSE(SessionHead::firstCwd(folder + s("/missing.jsonl")));
 }

@@ -8,18 +8,16 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 
 namespace {
 
-RelinkReport runStep(const AgentLocations& locations, const QString& oldPath,
-                     const QString& newPath, RelinkMode mode = RelinkMode::write) {
-    RelinkReport report;
-    CodexDatabaseStep::run({locations, {oldPath, newPath}, mode, report});
-    return report;
-}
+const auto runStep = [](const auto&... arguments) {
+    return test::runStep<CodexDatabaseStep>(arguments...);
+};
 
 QString databasePath(const AgentLocations& locations) {
-    return locations.codexHome + QStringLiteral("/state_5.sqlite");
+    return locations.codexHome + s("/state_5.sqlite");
 }
 
 // Threads at the old path, inside it, beside it and elsewhere; one project root of each.
@@ -28,33 +26,29 @@ sqlite3* createFilledDatabase(const AgentLocations& locations, const QString& ol
     test::exec(connection, QStringLiteral("CREATE TABLE project_roots (project_id TEXT, position "
                                           "INTEGER, path TEXT UNIQUE, PRIMARY KEY(project_id, "
                                           "position))"));
-    const QStringList paths{oldPath, oldPath + QStringLiteral("/src"), oldPath + u'c',
-                            QStringLiteral("/x") + oldPath};
+    const QStringList paths{oldPath, oldPath + s("/src"), oldPath + u'c', s("/x") + oldPath};
     for (qsizetype index = 0; index < paths.size(); ++index) {
-        test::insertThread(connection, QString::number(index), paths[index], QStringLiteral("t"),
-                           1);
-        test::exec(connection,
-                   QStringLiteral("INSERT INTO project_roots VALUES ('p', %1, '%2')")
-                       .arg(index)
-                       .arg(QString(paths[index]).replace(u'\'', QStringLiteral("''"))));
+        test::insertThread(connection, QString::number(index), paths[index], s("t"), 1);
+        test::exec(connection, s("INSERT INTO project_roots VALUES ('p', %1, '%2')")
+                                   .arg(index)
+                                   .arg(QString(paths[index]).replace(u'\'', s("''"))));
     }
     return connection;
 }
 
 QStringList threadFolders(sqlite3* connection) {
-    return test::queryColumn(connection, QStringLiteral("SELECT cwd FROM threads ORDER BY id"));
+    return test::queryColumn(connection, s("SELECT cwd FROM threads ORDER BY id"));
 }
 
 QStringList rootFolders(sqlite3* connection) {
-    return test::queryColumn(connection,
-                             QStringLiteral("SELECT path FROM project_roots ORDER BY position"));
+    return test::queryColumn(connection, s("SELECT path FROM project_roots ORDER BY position"));
 }
 
 } // namespace
 
 TEST(CodexDatabaseStep, MovesThePathAndWhatIsInsideInBothTables) {
-    const QString oldPath = QStringLiteral("/a/it's \"q\" %_ $1/é");
-    const QString newPath = QStringLiteral("/c/b");
+    const QString oldPath = s("/a/it's \"q\" %_ $1/é");
+    const QString newPath = s("/c/b");
     const AgentLocations locations = test::makeAgentHome();
     sqlite3* connection = createFilledDatabase(locations, oldPath);
     const QStringList before = threadFolders(connection);
@@ -65,11 +59,10 @@ TEST(CodexDatabaseStep, MovesThePathAndWhatIsInsideInBothTables) {
     EXPECT_EQ(threadFolders(connection), before);
 
     const RelinkReport report = runStep(locations, oldPath, newPath);
-    EXPECT_TRUE(report.warnings.isEmpty()) << report.warnings.join(u'\n').toStdString();
+    EXPECT_EQ(report.warnings, QStringList());
     EXPECT_EQ(report.codexThreads, 2);
     EXPECT_EQ(report.codexProjectRoots, 2);
-    const QStringList expected{newPath, newPath + QStringLiteral("/src"), oldPath + u'c',
-                               QStringLiteral("/x") + oldPath};
+    const QStringList expected{newPath, newPath + s("/src"), oldPath + u'c', s("/x") + oldPath};
     EXPECT_EQ(threadFolders(connection), expected);
     EXPECT_EQ(rootFolders(connection), expected);
     sqlite3_close(connection);
@@ -77,24 +70,23 @@ TEST(CodexDatabaseStep, MovesThePathAndWhatIsInsideInBothTables) {
 
 TEST(CodexDatabaseStep, AFailedUpdateRollsBackTheWholeChange) {
     const AgentLocations locations = test::makeAgentHome();
-    sqlite3* connection = createFilledDatabase(locations, QStringLiteral("/a/b"));
+    sqlite3* connection = createFilledDatabase(locations, s("/a/b"));
     // The moved root would collide with one that is already there.
-    test::exec(connection, QStringLiteral("INSERT INTO project_roots VALUES ('q', 0, '/c/b')"));
+    test::exec(connection, s("INSERT INTO project_roots VALUES ('q', 0, '/c/b')"));
 
-    const RelinkReport report = runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
-    EXPECT_EQ(report.warnings,
-              QStringList{QStringLiteral("Codex history: updating project_roots failed.")});
+    const RelinkReport report = runStep(locations, s("/a/b"), s("/c/b"));
+    EXPECT_EQ(report.warnings, QStringList{s("Codex history: updating project_roots failed.")});
     EXPECT_EQ(report.codexThreads, 0);
-    EXPECT_EQ(threadFolders(connection).first(), QStringLiteral("/a/b"));
+    EXPECT_EQ(threadFolders(connection).first(), s("/a/b"));
     sqlite3_close(connection);
 }
 
 TEST(CodexDatabaseStep, SchemasWithoutTheColumnsAndFilesThatAreNoDatabase) {
     const AgentLocations noRoots = test::makeAgentHome();
     sqlite3* connection = test::createCodexDatabase(databasePath(noRoots));
-    test::insertThread(connection, QStringLiteral("1"), QStringLiteral("/a/b"), {}, 1);
-    test::exec(connection, QStringLiteral("CREATE TABLE project_roots (project_id TEXT)"));
-    const RelinkReport report = runStep(noRoots, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
+    test::insertThread(connection, s("1"), s("/a/b"), {}, 1);
+    test::exec(connection, s("CREATE TABLE project_roots (project_id TEXT)"));
+    const RelinkReport report = runStep(noRoots, s("/a/b"), s("/c/b"));
     EXPECT_TRUE(report.warnings.isEmpty());
     EXPECT_EQ(report.codexThreads, 1);
     EXPECT_EQ(report.codexProjectRoots, 0);
@@ -103,33 +95,30 @@ TEST(CodexDatabaseStep, SchemasWithoutTheColumnsAndFilesThatAreNoDatabase) {
     const AgentLocations garbage = test::makeAgentHome();
     test::writeFile(databasePath(garbage), QByteArray(4096, 'x'));
     for (const RelinkMode mode : {RelinkMode::write, RelinkMode::preview})
-        EXPECT_EQ(runStep(garbage, QStringLiteral("/a/b"), QStringLiteral("/c/b"), mode).warnings,
-                  QStringList{QStringLiteral("Codex history: could not open its database.")});
+        EXPECT_EQ(runStep(garbage, s("/a/b"), s("/c/b"), mode).warnings,
+                  QStringList{s("Codex history: could not open its database.")});
     EXPECT_EQ(test::readBytes(databasePath(garbage)), QByteArray(4096, 'x'));
 
-    EXPECT_TRUE(runStep(test::makeAgentHome(), QStringLiteral("/a/b"), QStringLiteral("/c/b"))
-                    .warnings.isEmpty());
+    EXPECT_TRUE(runStep(test::makeAgentHome(), s("/a/b"), s("/c/b")).warnings.isEmpty());
 }
 
 // Slow on purpose: the step waits five seconds for Codex before it gives up.
 TEST(CodexDatabaseStep, ADatabaseHeldByAWriterIsLeftUnchanged) {
     const AgentLocations locations = test::makeAgentHome();
-    sqlite3* writer = createFilledDatabase(locations, QStringLiteral("/a/b"));
-    test::exec(writer, QStringLiteral("PRAGMA journal_mode=WAL"));
-    test::exec(writer, QStringLiteral("BEGIN IMMEDIATE"));
-    test::insertThread(writer, QStringLiteral("busy"), QStringLiteral("/a/b/new"), {}, 1);
+    sqlite3* writer = createFilledDatabase(locations, s("/a/b"));
+    test::exec(writer, s("PRAGMA journal_mode=WAL"));
+    test::exec(writer, s("BEGIN IMMEDIATE"));
+    test::insertThread(writer, s("busy"), s("/a/b/new"), {}, 1);
 
     QElapsedTimer waited;
     waited.start();
-    const RelinkReport report = runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
+    const RelinkReport report = runStep(locations, s("/a/b"), s("/c/b"));
     EXPECT_GE(waited.elapsed(), 4500);
     EXPECT_EQ(report.warnings, QStringList{QStringLiteral("Codex history: database is busy, try "
                                                           "again when Codex is idle.")});
     EXPECT_EQ(report.codexThreads, 0);
-    test::exec(writer, QStringLiteral("COMMIT"));
-    EXPECT_EQ(
-        threadFolders(writer),
-        (QStringList{QStringLiteral("/a/b"), QStringLiteral("/a/b/src"), QStringLiteral("/a/bc"),
-                     QStringLiteral("/x/a/b"), QStringLiteral("/a/b/new")}));
+    test::exec(writer, s("COMMIT"));
+    EXPECT_EQ(threadFolders(writer),
+              (QStringList{s("/a/b"), s("/a/b/src"), s("/a/bc"), s("/x/a/b"), s("/a/b/new")}));
     sqlite3_close(writer);
 }

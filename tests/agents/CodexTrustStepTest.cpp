@@ -7,31 +7,27 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 
 namespace {
 
-RelinkReport runStep(const AgentLocations& locations, const QString& oldPath,
-                     const QString& newPath, RelinkMode mode = RelinkMode::write) {
-    RelinkReport report;
-    CodexTrustStep::run({locations, {oldPath, newPath}, mode, report});
-    return report;
-}
+const auto runStep = [](const auto&... arguments) {
+    return test::runStep<CodexTrustStep>(arguments...);
+};
 
 QString configPath(const AgentLocations& locations) {
-    return locations.codexHome + QStringLiteral("/config.toml");
+    return locations.codexHome + s("/config.toml");
 }
 
 } // namespace
 
 TEST(TomlKey, QuotedKeysDecodeAndEncode) {
-    EXPECT_EQ(TomlKey::decoded(u"\"/a/q\\\"x\\\\y\\u00e9\\U0001F600\""),
-              QStringLiteral("/a/q\"x\\yé😀"));
-    EXPECT_EQ(TomlKey::decoded(u"'C:\\path'"), QStringLiteral("C:\\path"));
+    EXPECT_EQ(TomlKey::decoded(u"\"/a/q\\\"x\\\\y\\u00e9\\U0001F600\""), s("/a/q\"x\\yé😀"));
+    EXPECT_EQ(TomlKey::decoded(u"'C:\\path'"), s("C:\\path"));
     EXPECT_FALSE(TomlKey::decoded(u"\"bad \\q escape\""));
     EXPECT_FALSE(TomlKey::decoded(u"\"\\ud800\""));
     EXPECT_FALSE(TomlKey::decoded(u"\"unterminated"));
-    EXPECT_EQ(TomlKey::basicString(QStringLiteral("/n/\"q\"\\\t\x01ü")),
-              QStringLiteral("\"/n/\\\"q\\\"\\\\\\t\\u0001ü\""));
+    EXPECT_EQ(TomlKey::basicString(s("/n/\"q\"\\\t\x01ü")), s("\"/n/\\\"q\\\"\\\\\\t\\u0001ü\""));
 }
 
 TEST(CodexTrustStep, RewritesTheHeadersOfThePathAndKeepsEveryOtherByte) {
@@ -49,14 +45,12 @@ TEST(CodexTrustStep, RewritesTheHeadersOfThePathAndKeepsEveryOtherByte) {
                              "  [projects.\"/c/$1 \\\"ü\\\"/q\\\"x\\\\y\"]  # quoted\n"
                              "notes = \"[projects.\\\"/a/b\\\"]\"\n";
     test::writeFile(configPath(locations), before);
-    const QString newPath = QStringLiteral("/c/$1 \"ü\"");
+    const QString newPath = s("/c/$1 \"ü\"");
 
-    EXPECT_EQ(
-        runStep(locations, QStringLiteral("/a/b"), newPath, RelinkMode::preview).codexTrustEntries,
-        3);
+    EXPECT_EQ(runStep(locations, s("/a/b"), newPath, RelinkMode::preview).codexTrustEntries, 3);
     EXPECT_EQ(test::readBytes(configPath(locations)), before);
-    const RelinkReport report = runStep(locations, QStringLiteral("/a/b"), newPath);
-    EXPECT_TRUE(report.warnings.isEmpty()) << report.warnings.join(u'\n').toStdString();
+    const RelinkReport report = runStep(locations, s("/a/b"), newPath);
+    EXPECT_EQ(report.warnings, QStringList());
     EXPECT_EQ(report.codexTrustEntries, 3);
     EXPECT_EQ(test::readBytes(configPath(locations)), after);
 }
@@ -71,14 +65,14 @@ TEST(CodexTrustStep, EntriesItMustNotRewriteAreReported) {
                               "[other]\nkey = \"/a/b/not-trust\"\n";
     test::writeFile(configPath(locations), before);
 
-    const RelinkReport report = runStep(locations, QStringLiteral("/a/b"), QStringLiteral("/c/b"));
+    const RelinkReport report = runStep(locations, s("/a/b"), s("/c/b"));
     const QString notATable = QStringLiteral(" is not written as a [projects.\"...\"] table and "
                                              "was left unchanged.");
     EXPECT_EQ(report.warnings,
               (QStringList{
-                  QStringLiteral("Codex project trust: the entry for /a/b/inline") + notATable,
-                  QStringLiteral("Codex project trust: the entry for /a/b/dotted") + notATable,
-                  QStringLiteral("Codex project trust: the entry for /a/b/bare") + notATable,
+                  s("Codex project trust: the entry for /a/b/inline") + notATable,
+                  s("Codex project trust: the entry for /a/b/dotted") + notATable,
+                  s("Codex project trust: the entry for /a/b/bare") + notATable,
                   QStringLiteral("Codex project trust: /c/b already has an entry; the one for the "
                                  "old path was left unchanged.")}));
     EXPECT_EQ(report.codexTrustEntries, 0);

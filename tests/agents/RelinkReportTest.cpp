@@ -1,22 +1,22 @@
 #include "agents/RelinkReport.h"
 
 #include "AgentFixtures.h"
+#include "support/TestEnvironment.h"
 
 #include <QJsonDocument>
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 
 namespace {
 
 RelinkReport sampleReport() {
     RelinkReport report;
     report.claudeFolderMoves = {
-        {QStringLiteral("-a-b"), QStringLiteral("-c-b"), QStringLiteral("/a/b"),
-         QStringLiteral("/c/b"), std::nullopt},
-        {QStringLiteral("-a-b-caf-"), QStringLiteral("-c-b-caf-"), QStringLiteral("/a/b/café"),
-         QStringLiteral("/c/b/café"),
-         QStringList{QStringLiteral("s1.jsonl"), QStringLiteral("s1")}},
+        {s("-a-b"), s("-c-b"), s("/a/b"), s("/c/b"), std::nullopt},
+        {s("-a-b-caf-"), s("-c-b-caf-"), s("/a/b/café"), s("/c/b/café"),
+         QStringList{s("s1.jsonl"), s("s1")}},
     };
     report.claudeHistoryFolders = 2;
     report.claudeDesktopSessions = 3;
@@ -24,7 +24,7 @@ RelinkReport sampleReport() {
     report.codexThreads = 5;
     report.codexProjectRoots = 6;
     report.codexTrustEntries = 7;
-    report.warnings = {QStringLiteral("say \"why\"\\\n")};
+    report.warnings = {s("say \"why\"\\\n")};
     return report;
 }
 
@@ -49,9 +49,7 @@ TEST(RelinkReport, SerialisesItsKeysInTheirFixedOrder) {
 TEST(RelinkReport, ReadsBackWhatItWrote) {
     const RelinkReport report = sampleReport();
     for (const bool indented : {false, true}) {
-        const QByteArray text = RelinkReportJson::serialized(report, indented);
-        ASSERT_EQ(QJsonDocument::fromJson(text).object(), RelinkReportJson::toObject(report));
-        EXPECT_EQ(RelinkReportJson::parse(text), report);
+        EXPECT_EQ(RelinkReportJson::parse(RelinkReportJson::serialized(report, indented)), report);
     }
     // A move without "movedItems" was a rename; an empty list was a merge that moved nothing.
     EXPECT_FALSE(RelinkReportJson::parse(R"({"claudeFolderMoves":[{"from":"x"}]})")

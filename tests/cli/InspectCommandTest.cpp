@@ -11,12 +11,9 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 
 namespace {
-
-QString s(const char* text) {
-    return QString::fromUtf8(text);
-}
 
 // A synced web project whose build folders git ignores, plus a committed "dist" it does not.
 test::SyncedRepo makeWebProject() {
@@ -45,7 +42,7 @@ QStringList itemRows(const QJsonObject& json) {
 
 } // namespace
 
-TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOffered) {
+TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOfferedAsJsonOrText) {
     const test::SyncedRepo web = makeWebProject();
     const QJsonObject json = cli::inspectJson(cli::inspectFolder(web.repo));
 
@@ -73,6 +70,32 @@ TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOffered) {
     ASSERT_EQ(nested.items.size(), 1);
     EXPECT_EQ(nested.items[0].url, web.repo + s("/packages/app/build"));
     EXPECT_EQ(nested.items[0].confidence, CleanConfidence::safe);
+
+    // The command itself prints one JSON document, or text, and refuses a missing folder.
+    const QString corvane = s(CORVANE_EXECUTABLE);
+    const ProcessResult printed =
+        ProcessRunner::run(corvane, {s("inspect"), web.repo + s("/"), s("--json")}, {}, {}, 60);
+    EXPECT_EQ(printed.exitCode, 0) << printed.standardError.toStdString();
+    const QJsonObject document = QJsonDocument::fromJson(printed.standardOutput).object();
+    EXPECT_EQ(document.value(s("path")).toString(), web.repo);
+    EXPECT_EQ(document.value(s("items")).toArray().size(), 4);
+
+    const ProcessResult text = ProcessRunner::run(corvane, {s("inspect"), web.repo}, {}, {}, 60);
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_TRUE(text.standardOutput.contains("Everything committed and pushed"));
+
+    const ProcessResult missing =
+        ProcessRunner::run(corvane, {s("inspect"), web.repo + s("/absent")}, {}, {}, 60);
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_TRUE(missing.standardOutput.isEmpty());
+
+    // Once there is work to lose, the text says what and where, in words.
+    test::writeFile(web.repo + s("/src/index.js"), "changed\n");
+    const QString changed = cli::inspectText(cli::inspectFolder(web.repo));
+    for (const char* expected :
+         {"1 uncommitted change\n", "Branch:       main\n", "  modified    src/index.js\n",
+          "ignored, unverified\n", "Build output", "caution\n"})
+        EXPECT_TRUE(changed.contains(s(expected))) << expected << "\n" << changed.toStdString();
 }
 
 TEST(InspectCommand, FolderOutsideGitIsNoRepositoryAndGenericNamesNeedCaution) {
@@ -97,51 +120,11 @@ TEST(InspectCommand, FolderOutsideGitIsNoRepositoryAndGenericNamesNeedCaution) {
     EXPECT_FALSE(text.contains(s("Branch:"))) << text.toStdString();
 }
 
-TEST(InspectCommand, PayloadOfTheStatusAndChangesAppearOnlyWhenPresent) {
+TEST(InspectCommand, CommitsAheadAppearOnlyForThatStatus) {
+    // Dirty work and its changes are shown by the scan's output, which shares this payload.
     GitDetails details;
     details.status = GitStatus::aheadOfRemote(3);
-    details.branch = s("main");
-    QJsonObject json = cli::gitDetailsJson(details);
+    const QJsonObject json = cli::gitDetailsJson(details);
     EXPECT_EQ(json.value(s("commits")).toInt(), 3);
     EXPECT_FALSE(json.contains(s("changedCount")));
-
-    details.status = GitStatus::dirty(2);
-    details.changes = {{s("a b.txt"), GitChange::Kind::renamed},
-                       {s("ü.txt"), GitChange::Kind::untracked}};
-    json = cli::gitDetailsJson(details);
-    EXPECT_EQ(json.value(s("changedCount")).toInt(), 2);
-    EXPECT_FALSE(json.contains(s("commits")));
-    EXPECT_EQ(json.value(s("changes")).toArray(),
-              (QJsonArray{QJsonObject{{s("path"), s("a b.txt")}, {s("kind"), s("renamed")}},
-                          QJsonObject{{s("path"), s("ü.txt")}, {s("kind"), s("untracked")}}}));
-}
-
-TEST(InspectCommand, TextNamesStateRemoteChangesAndConfidenceInWords) {
-    const test::SyncedRepo web = makeWebProject();
-    test::writeFile(web.repo + s("/src/index.js"), "changed\n");
-    const QString text = cli::inspectText(cli::inspectFolder(web.repo));
-    for (const char* expected :
-         {"1 uncommitted change\n", "Branch:       main\n", "  modified    src/index.js\n",
-          "ignored, unverified\n", "Build output", "caution\n"})
-        EXPECT_TRUE(text.contains(s(expected))) << expected << "\n" << text.toStdString();
-}
-
-TEST(InspectCommand, TheCommandPrintsOneJsonDocumentAndRefusesMissingFolders) {
-    const test::SyncedRepo web = makeWebProject();
-    const QString corvane = s(CORVANE_EXECUTABLE);
-    const ProcessResult json =
-        ProcessRunner::run(corvane, {s("inspect"), web.repo + s("/"), s("--json")}, {}, {}, 60);
-    EXPECT_EQ(json.exitCode, 0) << json.standardError.toStdString();
-    const QJsonObject document = QJsonDocument::fromJson(json.standardOutput).object();
-    EXPECT_EQ(document.value(s("path")).toString(), web.repo);
-    EXPECT_EQ(document.value(s("items")).toArray().size(), 4);
-
-    const ProcessResult text = ProcessRunner::run(corvane, {s("inspect"), web.repo}, {}, {}, 60);
-    EXPECT_EQ(text.exitCode, 0);
-    EXPECT_TRUE(text.standardOutput.contains("Everything committed and pushed"));
-
-    const ProcessResult missing =
-        ProcessRunner::run(corvane, {s("inspect"), web.repo + s("/absent")}, {}, {}, 60);
-    EXPECT_EQ(missing.exitCode, 2);
-    EXPECT_TRUE(missing.standardOutput.isEmpty());
 }

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::s;
 using namespace corvane::cli;
 using test::makeDetails;
 using test::makeItem;
@@ -45,6 +46,13 @@ QStringList strings(const QJsonValue& array) {
     return result;
 }
 
+QStringList namesOf(const QJsonObject& scan) {
+    QStringList names;
+    for (const QJsonValue& project : scan[u"projects"].toArray())
+        names.append(project[u"name"].toString());
+    return names;
+}
+
 QString idText(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces);
 }
@@ -57,10 +65,10 @@ QDateTime day(int year) {
 struct Workspace {
     Workspace() {
         for (const CleanableItem& item : {monoModules, apiTarget, apiOut, tidyDist, looseVenv})
-            test::writeFile(item.url + QStringLiteral("/content"), "bytes");
+            test::writeFile(item.url + s("/content"), "bytes");
         GitDetails dirty = makeDetails(GitStatus::dirty(2), day(2023));
-        dirty.changes = {{QStringLiteral("src/main.rs"), GitChange::Kind::modified},
-                         {QStringLiteral("notes.txt"), GitChange::Kind::untracked}};
+        dirty.changes = {{s("src/main.rs"), GitChange::Kind::modified},
+                         {s("notes.txt"), GitChange::Kind::untracked}};
         events = {
             ScanEvent::progress(root),
             ScanEvent::projectDiscovered(mono),
@@ -80,22 +88,20 @@ struct Workspace {
             ScanEvent::sizeUpdated(looseVenv.id, 2000)};
     }
 
-    QString root = test::makeTempDir(QStringLiteral("workspace"));
-    Project mono =
-        makeProject(root + QStringLiteral("/mono"), std::nullopt, root + QStringLiteral("/mono"));
-    Project api = makeProject(mono.url + QStringLiteral("/api"), mono.id, mono.url);
-    Project tidy =
-        makeProject(root + QStringLiteral("/tidy"), std::nullopt, root + QStringLiteral("/tidy"));
-    Project loose = makeProject(root + QStringLiteral("/loose"));
-    CleanableItem monoModules = makeItem(mono, QStringLiteral("node_modules"));
-    CleanableItem apiTarget = makeItem(api, QStringLiteral("target"), ArtifactKind::buildOutput);
-    CleanableItem apiOut = makeItem(api, QStringLiteral("out"), ArtifactKind::unknown,
-                                    CleanConfidence::ignoredButUnknown);
+    QString root = test::makeTempDir(s("workspace"));
+    Project mono = makeProject(root + s("/mono"), std::nullopt, root + s("/mono"));
+    Project api = makeProject(mono.url + s("/api"), mono.id, mono.url);
+    Project tidy = makeProject(root + s("/tidy"), std::nullopt, root + s("/tidy"));
+    Project loose = makeProject(root + s("/loose"));
+    CleanableItem monoModules = makeItem(mono, s("node_modules"));
+    CleanableItem apiTarget = makeItem(api, s("target"), ArtifactKind::buildOutput);
+    CleanableItem apiOut =
+        makeItem(api, s("out"), ArtifactKind::unknown, CleanConfidence::ignoredButUnknown);
     CleanableItem tidyDist =
-        makeItem(tidy, QStringLiteral("dist"), ArtifactKind::buildOutput, CleanConfidence::caution);
+        makeItem(tidy, s("dist"), ArtifactKind::buildOutput, CleanConfidence::caution);
     CleanableItem tidyWhole =
         makeItem(tidy, {}, ArtifactKind::wholeProject, CleanConfidence::reclonable);
-    CleanableItem looseVenv = makeItem(loose, QStringLiteral(".venv"), ArtifactKind::virtualEnv);
+    CleanableItem looseVenv = makeItem(loose, s(".venv"), ArtifactKind::virtualEnv);
     QList<ScanEvent> events;
 };
 
@@ -109,7 +115,7 @@ protected:
 
 } // namespace
 
-TEST_F(ScanCommandsTest, ScanJsonListsTheTreeDepthFirstWithEveryField) {
+TEST_F(ScanCommandsTest, ScanJsonListsTheTreeDepthFirstWithEveryFieldAndCanKeepOnlyUnsyncedWork) {
     const int status =
         runScan({space.root, ProjectSortMode::size, false, true}, scripted(space.events), console);
     ASSERT_EQ(status, exitOk) << qPrintable(err);
@@ -117,64 +123,56 @@ TEST_F(ScanCommandsTest, ScanJsonListsTheTreeDepthFirstWithEveryField) {
 
     EXPECT_EQ(document[u"root"].toString(), space.root);
     const QJsonArray projects = document[u"projects"].toArray();
-    QStringList order;
-    for (const QJsonValue& project : projects)
-        order.append(project[u"name"].toString());
     // mono (5000, with api below it), loose (2000), tidy (nothing safe).
-    EXPECT_EQ(order, (QStringList{QStringLiteral("mono"), QStringLiteral("api"),
-                                  QStringLiteral("loose"), QStringLiteral("tidy")}));
+    EXPECT_EQ(namesOf(document), (QStringList{s("mono"), s("api"), s("loose"), s("tidy")}));
     EXPECT_EQ(document[u"reclaimableBytes"].toInteger(), 14000);
     EXPECT_EQ(document[u"selectedBytes"].toInteger(), 7000);
 
     const QJsonObject mono = projects[0].toObject();
     EXPECT_EQ(mono[u"id"].toString(), idText(space.mono.id));
     EXPECT_EQ(mono[u"url"].toString(), space.mono.url);
-    EXPECT_EQ(strings(mono[u"markers"]), QStringList{QStringLiteral("package.json")});
+    EXPECT_EQ(strings(mono[u"markers"]), QStringList{s("package.json")});
     EXPECT_EQ(mono[u"gitRepoURL"].toString(), space.mono.url);
     EXPECT_TRUE(mono[u"parentProjectID"].isNull());
-    EXPECT_EQ(mono[u"git"][u"status"].toString(), QStringLiteral("fullySynced"));
+    EXPECT_EQ(mono[u"git"][u"status"].toString(), s("fullySynced"));
     EXPECT_FALSE(mono[u"git"].toObject().contains(u"changedCount"));
-    EXPECT_EQ(mono[u"git"][u"lastCommitDate"].toString(), QStringLiteral("2024-06-01T12:00:00Z"));
-    EXPECT_EQ(mono[u"git"][u"repoDisplayName"].toString(), QStringLiteral("team/tool"));
+    EXPECT_EQ(mono[u"git"][u"lastCommitDate"].toString(), s("2024-06-01T12:00:00Z"));
+    EXPECT_EQ(mono[u"git"][u"repoDisplayName"].toString(), s("team/tool"));
     EXPECT_EQ(mono[u"reclaimableBytes"].toInteger(), 5000);
 
     const QJsonObject api = projects[1].toObject();
     EXPECT_EQ(api[u"parentProjectID"].toString(), idText(space.mono.id));
-    EXPECT_EQ(api[u"git"][u"status"].toString(), QStringLiteral("dirty"));
+    EXPECT_EQ(api[u"git"][u"status"].toString(), s("dirty"));
     EXPECT_EQ(api[u"git"][u"changedCount"].toInt(), 2);
     EXPECT_FALSE(api[u"git"].toObject().contains(u"commits"));
-    EXPECT_EQ(api[u"git"][u"changes"][1][u"kind"].toString(), QStringLiteral("untracked"));
+    EXPECT_EQ(api[u"git"][u"changes"][1][u"kind"].toString(), s("untracked"));
     const QJsonArray apiItems = api[u"items"].toArray();
     ASSERT_EQ(apiItems.size(), 2);
     const QJsonObject target = apiItems[0].toObject();
     EXPECT_EQ(target[u"id"].toString(), idText(space.apiTarget.id));
     EXPECT_EQ(target[u"url"].toString(), space.apiTarget.url);
-    EXPECT_EQ(target[u"kind"].toString(), QStringLiteral("buildOutput"));
-    EXPECT_EQ(target[u"confidence"].toString(), QStringLiteral("safe"));
+    EXPECT_EQ(target[u"kind"].toString(), s("buildOutput"));
+    EXPECT_EQ(target[u"confidence"].toString(), s("safe"));
     EXPECT_EQ(target[u"sizeBytes"].toInteger(), 7000);
     // Dirty work is not ticked, and an unmeasured item has no size yet.
     EXPECT_FALSE(target[u"selected"].toBool());
-    EXPECT_EQ(apiItems[1][u"confidence"].toString(), QStringLiteral("ignoredButUnknown"));
+    EXPECT_EQ(apiItems[1][u"confidence"].toString(), s("ignoredButUnknown"));
     EXPECT_TRUE(apiItems[1][u"sizeBytes"].isNull());
 
     const QJsonObject loose = projects[2].toObject();
     EXPECT_TRUE(loose[u"git"].isNull());
     EXPECT_TRUE(loose[u"gitRepoURL"].isNull());
     EXPECT_TRUE(loose[u"items"][0][u"selected"].toBool());
-}
 
-TEST_F(ScanCommandsTest, UnsyncedScanKeepsParentsAndTheTotalsStillCountEverything) {
+    // Unsynced only, by activity: outside git first, mono stays for its dirty sub-project, tidy
+    // is gone; the totals still count everything.
+    out.clear();
     ASSERT_EQ(runScan({space.root, ProjectSortMode::activity, true, true}, scripted(space.events),
                       console),
               exitOk);
-    const QJsonObject document = parsed(out);
-    QStringList order;
-    for (const QJsonValue& project : document[u"projects"].toArray())
-        order.append(project[u"name"].toString());
-    // Outside git first; mono stays for its dirty sub-project; tidy is gone.
-    EXPECT_EQ(order, (QStringList{QStringLiteral("loose"), QStringLiteral("mono"),
-                                  QStringLiteral("api")}));
-    EXPECT_EQ(document[u"reclaimableBytes"].toInteger(), 14000);
+    const QJsonObject unsynced = parsed(out);
+    EXPECT_EQ(namesOf(unsynced), (QStringList{s("loose"), s("mono"), s("api")}));
+    EXPECT_EQ(unsynced[u"reclaimableBytes"].toInteger(), 14000);
 }
 
 TEST_F(ScanCommandsTest, TheTableIndentsSubProjectsAndMarksTickedItems) {
@@ -190,20 +188,20 @@ TEST_F(ScanCommandsTest, TheTableIndentsSubProjectsAndMarksTickedItems) {
         return QString();
     };
     const auto indent = [](const QString& line) { return line.size() - line.trimmed().size(); };
-    const QString mono = lineOf(QStringLiteral("mono "));
-    const QString api = lineOf(QStringLiteral("api "));
+    const QString mono = lineOf(s("mono "));
+    const QString api = lineOf(s("api "));
     ASSERT_FALSE(mono.isEmpty()) << qPrintable(out);
     ASSERT_FALSE(api.isEmpty()) << qPrintable(out);
     EXPECT_GT(indent(api), indent(mono));
     EXPECT_LT(lines.indexOf(mono), lines.indexOf(api));
-    EXPECT_TRUE(lineOf(QStringLiteral("[x] node_modules")).contains(QStringLiteral("5 KB")));
-    EXPECT_FALSE(lineOf(QStringLiteral("[ ] target")).isEmpty());
-    EXPECT_TRUE(lines.filter(QStringLiteral("Total:")).size() == 1);
+    EXPECT_TRUE(lineOf(s("[x] node_modules")).contains(s("5 KB")));
+    EXPECT_FALSE(lineOf(s("[ ] target")).isEmpty());
+    EXPECT_TRUE(lines.filter(s("Total:")).size() == 1);
 }
 
 TEST_F(ScanCommandsTest, ARefusedFolderIsNeverScannedAndExitsTwo) {
     int starts = 0;
-    const QString desktop = test::fakeHome() + QStringLiteral("/Desktop");
+    const QString desktop = test::fakeHome() + s("/Desktop");
     EXPECT_EQ(
         runScan({desktop, ProjectSortMode::size, false, true}, scripted({}, &starts), console),
         exitRefusedOrBadArguments);
@@ -215,11 +213,11 @@ TEST_F(ScanCommandsTest, ARefusedFolderIsNeverScannedAndExitsTwo) {
         << qPrintable(err);
 }
 
-TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothing) {
+TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothingThenJsonListsWhatMoved) {
     // A link inside the workspace that leads out of it, handed over by hand.
-    const QString outside = test::makeTempDir(QStringLiteral("outside"));
-    test::writeFile(outside + QStringLiteral("/precious"), "keep");
-    QFile::link(outside, space.root + QStringLiteral("/escape"));
+    const QString outside = test::makeTempDir(s("outside"));
+    test::writeFile(outside + s("/precious"), "keep");
+    QFile::link(outside, space.root + s("/escape"));
 
     CleanRequest request;
     request.folder = space.root;
@@ -232,28 +230,41 @@ TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothing) {
     EXPECT_EQ(document[u"wouldReclaimBytes"].toInteger(), 7000);
 
     out.clear();
-    request.items = {space.apiOut.url, space.root + QStringLiteral("/escape")};
+    request.items = {space.apiOut.url, space.root + s("/escape")};
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitSomeFailed);
     document = parsed(out);
     EXPECT_EQ(strings(document[u"wouldTrash"]), QStringList{space.apiOut.url});
     // The scan never measured it, so the preview does.
     EXPECT_GT(document[u"wouldReclaimBytes"].toInteger(), 0);
     EXPECT_EQ(document[u"failures"][0][u"message"].toString(),
-              QStringLiteral("Refused: resolves outside the scanned folder"));
+              s("Refused: resolves outside the scanned folder"));
 
     for (const CleanableItem& item : {space.monoModules, space.looseVenv, space.apiOut})
-        EXPECT_TRUE(QFile::exists(item.url + QStringLiteral("/content")));
-    EXPECT_TRUE(QFile::exists(outside + QStringLiteral("/precious")));
+        EXPECT_TRUE(QFile::exists(item.url + s("/content")));
+    EXPECT_TRUE(QFile::exists(outside + s("/precious")));
+
+    // For real: what moved and what did not.
+    out.clear();
+    QDir(space.monoModules.url).removeRecursively();
+    request.items.clear();
+    request.trash = {false, true, true};
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitSomeFailed);
+    document = parsed(out);
+    EXPECT_EQ(strings(document[u"trashed"]), QStringList{space.looseVenv.url});
+    EXPECT_EQ(document[u"reclaimedBytes"].toInteger(), 2000);
+    EXPECT_EQ(document[u"failures"][0][u"url"].toString(), space.monoModules.url);
+    EXPECT_EQ(document[u"failures"][0][u"message"].toString(), s("No longer exists"));
+    EXPECT_TRUE(QFile::exists(space.apiOut.url));
 }
 
 TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProject) {
     CleanRequest request;
     request.folder = space.root;
-    request.project = QStringLiteral("mono/../loose");
+    request.project = s("mono/../loose");
     QDir::setCurrent(space.root);
 
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);
-    EXPECT_TRUE(err.contains(QStringLiteral("--yes")));
+    EXPECT_TRUE(err.contains(s("--yes")));
 
     console.canAsk = true;
     QString asked;
@@ -262,7 +273,7 @@ TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProje
         return false;
     };
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitOk);
-    EXPECT_TRUE(asked.contains(QStringLiteral("Move 1 item")));
+    EXPECT_TRUE(asked.contains(s("Move 1 item")));
     EXPECT_TRUE(QFile::exists(space.looseVenv.url));
 
     out.clear();
@@ -270,21 +281,8 @@ TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProje
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitOk) << qPrintable(err);
     EXPECT_FALSE(QFile::exists(space.looseVenv.url));
     EXPECT_TRUE(QFile::exists(space.monoModules.url));
-    EXPECT_TRUE(out.contains(QStringLiteral("Reclaimed 2 KB"))) << qPrintable(out);
+    EXPECT_TRUE(out.contains(s("Reclaimed 2 KB"))) << qPrintable(out);
 
-    request.project = QStringLiteral("nowhere");
+    request.project = s("nowhere");
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);
-}
-
-TEST_F(ScanCommandsTest, CleanJsonListsWhatMovedAndWhatDidNot) {
-    QDir(space.monoModules.url).removeRecursively();
-    CleanRequest request;
-    request.folder = space.root;
-    request.trash = {false, true, true};
-    EXPECT_EQ(runClean(request, scripted(space.events), console), exitSomeFailed);
-    const QJsonObject document = parsed(out);
-    EXPECT_EQ(strings(document[u"trashed"]), QStringList{space.looseVenv.url});
-    EXPECT_EQ(document[u"reclaimedBytes"].toInteger(), 2000);
-    EXPECT_EQ(document[u"failures"][0][u"url"].toString(), space.monoModules.url);
-    EXPECT_EQ(document[u"failures"][0][u"message"].toString(), QStringLiteral("No longer exists"));
 }

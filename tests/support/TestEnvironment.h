@@ -5,6 +5,11 @@
 
 namespace corvane::test {
 
+// Text for fixtures and expectations, short enough to keep each case on one line.
+inline QString s(const char* text) {
+    return QString::fromUtf8(text);
+}
+
 // The temporary folder that stands in for the user's home in this test process.
 QString fakeHome();
 
