@@ -14,14 +14,9 @@ TEST(ByteFormat, DecimalUnitsWithTheDecimalsMacOSShows) {
     EXPECT_EQ(formatBytes(2'000'000'000), QStringLiteral("2 GB"));
     EXPECT_EQ(formatBytes(1'234'567'890), QStringLiteral("1.23 GB"));
     EXPECT_EQ(formatBytes(3'210'000'000'000), QStringLiteral("3.21 TB"));
-}
-
-TEST(ByteFormat, RoundingUpToAThousandMovesToTheNextUnit) {
+    // Rounding up to a thousand moves to the next unit; the extremes do not overflow.
     EXPECT_EQ(formatBytes(999'999), QStringLiteral("1 MB"));
     EXPECT_EQ(formatBytes(999'960'000), QStringLiteral("1 GB"));
-}
-
-TEST(ByteFormat, ExtremesDoNotOverflow) {
     EXPECT_EQ(formatBytes(std::numeric_limits<qint64>::max()), QStringLiteral("9.22 EB"));
     EXPECT_EQ(formatBytes(-1'500'000), QStringLiteral("-1.5 MB"));
 }

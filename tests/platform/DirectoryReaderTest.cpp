@@ -1,6 +1,6 @@
 #include "platform/DirectoryReader.h"
 
-#include "support/TestEnvironment.h"
+#include "support/TreeFixture.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,24 +31,13 @@ Listing list(DirectoryReader& reader) {
     return entries;
 }
 
-void symlinkTo(const QString& target, const QString& link) {
-    ASSERT_EQ(::symlink(QFile::encodeName(target).constData(), QFile::encodeName(link).constData()),
-              0);
-}
-
-qint64 allocated(const QString& path) {
-    struct stat info {};
-    ::lstat(QFile::encodeName(path).constData(), &info);
-    return static_cast<qint64>(info.st_blocks) * 512;
-}
-
 } // namespace
 
 TEST(DirectoryReader, ListsEveryKindWithoutDotEntries) {
     const QString root = test::makeTempDir();
     test::writeFile(root + QStringLiteral("/file.txt"), QByteArray(10'000, 'a'));
     QDir().mkpath(root + QStringLiteral("/folder/inner"));
-    symlinkTo(root + QStringLiteral("/folder"), root + QStringLiteral("/link"));
+    test::makeLink(root + QStringLiteral("/folder"), root + QStringLiteral("/link"));
     ASSERT_EQ(::mkfifo(QFile::encodeName(root + QStringLiteral("/pipe")).constData(), 0644), 0);
 
     DirectoryReader kinds(root, DirectoryReader::Detail::kinds);
@@ -65,7 +54,8 @@ TEST(DirectoryReader, ListsEveryKindWithoutDotEntries) {
 
     DirectoryReader sizes(root, DirectoryReader::Detail::kindsAndSizes);
     entries = list(sizes);
-    EXPECT_EQ(entries["file.txt"].allocatedBytes, allocated(root + QStringLiteral("/file.txt")));
+    EXPECT_EQ(entries["file.txt"].allocatedBytes,
+              test::allocatedBytes(root + QStringLiteral("/file.txt")));
     EXPECT_GE(entries["file.txt"].allocatedBytes, 10'000);
     EXPECT_EQ(entries["folder"].allocatedBytes, 0);
     EXPECT_FALSE(sizes.next(entries["file.txt"])) << "the end stays the end";
@@ -74,7 +64,7 @@ TEST(DirectoryReader, ListsEveryKindWithoutDotEntries) {
 TEST(DirectoryReader, ChildrenOpenRelativeToTheParentAndNeverThroughLinks) {
     const QString root = test::makeTempDir();
     test::writeFile(root + QStringLiteral("/real/inside.txt"));
-    symlinkTo(root + QStringLiteral("/real"), root + QStringLiteral("/alias"));
+    test::makeLink(root + QStringLiteral("/real"), root + QStringLiteral("/alias"));
     test::writeFile(root + QStringLiteral("/plain.txt"));
 
     DirectoryReader parent(root, DirectoryReader::Detail::kinds);
@@ -117,7 +107,7 @@ TEST(DirectoryReader, LongListingsSpanSeveralReads) {
 TEST(DirectoryReader, CanonicalPathsAndPackages) {
     const QString root = test::makeTempDir();
     QDir().mkpath(root + QStringLiteral("/real/Tool.app"));
-    symlinkTo(root + QStringLiteral("/real"), root + QStringLiteral("/alias"));
+    test::makeLink(root + QStringLiteral("/real"), root + QStringLiteral("/alias"));
     EXPECT_EQ(DirectoryReader::canonicalPath(root + QStringLiteral("/alias/Tool.app")),
               root + QStringLiteral("/real/Tool.app"));
     EXPECT_EQ(DirectoryReader::canonicalPath(root + QStringLiteral("/missing")), std::nullopt);

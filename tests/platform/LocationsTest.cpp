@@ -42,9 +42,3 @@ TEST(Locations, ToolsCanBeRedirectedOneByOne) {
         QStringLiteral("/tmp/docker"));
     ::unsetenv("CORVANE_TOOL_DOCKER");
 }
-
-TEST(Locations, LsofLivesWhereThePlatformKeepsIt) {
-    EXPECT_EQ(Locations::toolPath(Locations::Tool::lsof), Locations::isMac()
-                                                              ? QStringLiteral("/usr/sbin/lsof")
-                                                              : QStringLiteral("/usr/bin/lsof"));
-}

@@ -1,6 +1,6 @@
 #include "scanning/DirectoryWalker.h"
 
-#include "TreeFixture.h"
+#include "support/TreeFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

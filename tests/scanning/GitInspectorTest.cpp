@@ -44,40 +44,6 @@ const QString hash(40, u'0');
 
 } // namespace
 
-TEST(GitStatusParsing, ReadsTheCapturedStreamOfAConflictedMerge) {
-    const QByteArray stream = records({
-        "# branch.oid 162d7411df8de68629e220eae0d8f688213ebee0",
-        "# branch.head main",
-        "# branch.upstream origin/main",
-        "# branch.ab +1 -0",
-        "1 A. N... 000000 100644 100644 0000000000000000000000000000000000000000 "
-        "3e757656cf36eca53338e520d134963a44f793f8 added.txt",
-        "1 D. N... 100644 000000 000000 587be6b4c3f93f93c489c0111bba5596147a26cb "
-        "0000000000000000000000000000000000000000 gone.txt",
-        "1 .M N... 100644 100644 100644 28ce6a8b26aa170e1de65536fe8abe1832bd3242 "
-        "28ce6a8b26aa170e1de65536fe8abe1832bd3242 mod.txt",
-        "2 R. N... 100644 100644 100644 b3c5a95f929a50feb06c275ac567cdb1b441d1e2 "
-        "b3c5a95f929a50feb06c275ac567cdb1b441d1e2 R100 new n\xc3\xa4me.txt",
-        "old name.txt",
-        "u UU N... 100644 100644 100644 100644 f2ad6c76f0115a6ba5b00456a849810e7ec0af20 "
-        "228c3186986b8c12e65ee723bf3d936ea7aed6fc cee0a08838023ff611bda73502e18763c292c91d "
-        "conflict.txt",
-        "? untracked file.txt",
-        "! debug.log",
-    });
-    const GitStatusReport report = GitInspector::parseStatus(stream);
-    EXPECT_EQ(report.branch, s("main"));
-    EXPECT_TRUE(report.hasUpstream);
-    EXPECT_TRUE(report.hasAheadBehind);
-    EXPECT_EQ(report.ahead, 1);
-    EXPECT_EQ(report.behind, 0);
-    const QList<GitChange> expected{
-        {s("added.txt"), Kind::added},         {s("gone.txt"), Kind::deleted},
-        {s("mod.txt"), Kind::modified},        {s("new näme.txt"), Kind::renamed},
-        {s("conflict.txt"), Kind::conflicted}, {s("untracked file.txt"), Kind::untracked}};
-    EXPECT_EQ(report.changes, expected);
-}
-
 TEST(GitStatusParsing, TrickyPathsAndRecordsThatOnlyLookLikeOthers) {
     const QByteArray stream = records({
         "# branch.oid (initial)",
@@ -139,13 +105,6 @@ TEST(GitStatusParsing, StatusFollowsItsPriorityOrder) {
     const GitStatusReport garbled =
         GitInspector::parseStatus(records({"# branch.upstream origin/main", "# branch.ab +x -0"}));
     EXPECT_EQ(GitInspector::decideStatus(garbled, true), GitStatus::upstreamGone());
-}
-
-TEST(GitStatusParsing, OriginIsPreferredAmongRemotes) {
-    EXPECT_EQ(GitInspector::chooseRemote("upstream\norigin\n"), s("origin"));
-    EXPECT_EQ(GitInspector::chooseRemote("upstream\nfork\n"), s("upstream"));
-    EXPECT_EQ(GitInspector::chooseRemote("  \n\n"), std::nullopt);
-    EXPECT_EQ(GitInspector::chooseRemote(""), std::nullopt);
 }
 
 TEST(GitLocalOnlyWork, AnythingThatMayExistOnlyHereCounts) {

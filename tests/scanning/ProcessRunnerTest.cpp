@@ -39,15 +39,12 @@ TEST(ProcessRunner, MegabytesOnBothPipesAtOnceDoNotDeadlock) {
     EXPECT_EQ(result.standardError.size(), 4'000'005);
 }
 
-TEST(ProcessRunner, InputIsDeliveredAndAChildThatIgnoresItStillFinishes) {
+TEST(ProcessRunner, InputIsAlwaysAPipeThatAChildMayIgnore) {
     const QByteArray large(8'000'000, 'x');
     EXPECT_EQ(shell("wc -c", large).standardOutput.trimmed(), QByteArray("8000000"));
     const ProcessResult ignoring = shell("exec 0<&-; echo ignored", large);
     EXPECT_EQ(ignoring.exitCode, 0);
     EXPECT_EQ(ignoring.standardOutput, QByteArray("ignored\n"));
-}
-
-TEST(ProcessRunner, StandardInputIsAlwaysAPipeNeverOurOwn) {
     // With no data the child reads an immediate end of input instead of waiting on our terminal.
     EXPECT_EQ(shell("cat; echo end").standardOutput, QByteArray("end\n"));
     EXPECT_EQ(shell("test -p /dev/stdin && echo pipe").standardOutput, QByteArray("pipe\n"));
@@ -87,11 +84,6 @@ TEST(ProcessRunner, PathOverrideReplacesPathAndOtherVariablesPassThrough) {
     EXPECT_EQ(lines.count("PATH=/opt/tool/bin:/bin"), 1);
     EXPECT_TRUE(lines.contains("CORVANE_TEST_MARKER=inherited"));
     ::unsetenv("CORVANE_TEST_MARKER");
-}
-
-TEST(ProcessRunner, EmptyArgumentListRunsTheProgramAlone) {
-    const ProcessResult result = ProcessRunner::run(QStringLiteral("/bin/true"), {});
-    EXPECT_EQ(result.exitCode, 0);
 }
 
 TEST(ProcessRunner, MissingOrNonExecutableProgramsFailToLaunchWithTheSystemsText) {
@@ -150,9 +142,4 @@ TEST(ProcessRunner, AThousandCallsLeakNoDescriptorsAndLeaveNoZombies) {
     errno = 0;
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
-}
-
-TEST(ProcessRunner, ToolSearchPathStartsWithTheToolsFolder) {
-    EXPECT_EQ(ProcessRunner::toolSearchPath(QStringLiteral("/opt/homebrew/bin/brew")),
-              QStringLiteral("/opt/homebrew/bin:/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin"));
 }

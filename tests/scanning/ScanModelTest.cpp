@@ -35,26 +35,3 @@ TEST(ScanModel, EveryItemDrawsItsOwnIdentity) {
     EXPECT_NE(a, b);
     EXPECT_EQ(a, CleanableItem(a));
 }
-
-TEST(ScanModel, RawValuesAndOrdinalsAreTheCaseNamesInOrder) {
-    EXPECT_EQ(static_cast<int>(ArtifactKind::wholeProject), 4);
-    EXPECT_EQ(rawValue(ArtifactKind::buildOutput), QStringLiteral("buildOutput"));
-    EXPECT_EQ(artifactKindFromRaw(QStringLiteral("virtualEnv")), ArtifactKind::virtualEnv);
-    EXPECT_EQ(artifactKindFromRaw(QStringLiteral("VirtualEnv")), std::nullopt);
-    EXPECT_EQ(static_cast<int>(CleanConfidence::reclonable), 3);
-    EXPECT_EQ(rawValue(CleanConfidence::ignoredButUnknown), QStringLiteral("ignoredButUnknown"));
-    EXPECT_EQ(cleanConfidenceFromRaw(QStringLiteral("caution")), CleanConfidence::caution);
-    EXPECT_EQ(rawValue(GitChange::Kind::conflicted), QStringLiteral("conflicted"));
-    EXPECT_EQ(GitStatus::upstreamGone().caseName(), QStringLiteral("upstreamGone"));
-}
-
-TEST(ScanModel, GitStatusComparesCaseAndPayload) {
-    EXPECT_EQ(GitStatus::dirty(3), GitStatus::dirty(3));
-    EXPECT_NE(GitStatus::dirty(3), GitStatus::dirty(4));
-    EXPECT_NE(GitStatus::dirty(3), GitStatus::aheadOfRemote(3));
-    EXPECT_EQ(qHash(GitStatus::aheadOfRemote(2)), qHash(GitStatus::aheadOfRemote(2)));
-    EXPECT_NE(qHash(GitStatus::aheadOfRemote(2)), qHash(GitStatus::aheadOfRemote(5)));
-    EXPECT_EQ(GitStatus::dirty(7).changedCount(), 7);
-    EXPECT_EQ(GitStatus::dirty(7).commits(), 0);
-    EXPECT_EQ(GitStatus::aheadOfRemote(2).commits(), 2);
-}

@@ -189,8 +189,6 @@ TEST_F(ScanSessionTest, ActivityPutsProjectsWithoutGitFirstAndSizePutsTheLargest
     EXPECT_EQ(names(session.orderedProjects()),
               (QStringList{QStringLiteral("outside-git"), QStringLiteral("undated"),
                            QStringLiteral("stale"), QStringLiteral("recent")}));
-    EXPECT_EQ(title(ProjectSortMode::activity), QStringLiteral("Activity"));
-    EXPECT_EQ(title(ProjectSortMode::size), QStringLiteral("Size"));
 }
 
 TEST_F(ScanSessionTest, TheTreeNestsSortsEachLevelAndTheUnsyncedFilterKeepsAncestors) {

@@ -1,6 +1,6 @@
 #include "scanning/SizeCalculator.h"
 
-#include "TreeFixture.h"
+#include "support/TreeFixture.h"
 #include "scanning/MeasurementPool.h"
 
 #include <QDirIterator>

@@ -128,15 +128,6 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     ASSERT_TRUE(QTest::qWaitFor([&] { return detail.trashButton()->isEnabled(); }, test::patience));
     test::saveScreenshot(window, QStringLiteral("window-project-selected"));
 
-    // Unticking in the list unticks in the session, and the buttons follow.
-    const QModelIndex box = detail.itemsModel().index(0, ProjectItemsModel::folderColumn);
-    ASSERT_TRUE(detail.itemsModel().setData(box, Qt::Unchecked, Qt::CheckStateRole));
-    EXPECT_TRUE(session.selectedItemIDs().isEmpty());
-    EXPECT_TRUE(
-        QTest::qWaitFor([&] { return !detail.trashButton()->isEnabled(); }, test::patience));
-    EXPECT_FALSE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
-    ASSERT_TRUE(detail.itemsModel().setData(box, Qt::Checked, Qt::CheckStateRole));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return detail.trashButton()->isEnabled(); }, test::patience));
     EXPECT_TRUE(QTest::qWaitFor(
         [&] { return window.summary()->tickedText() == QStringLiteral("30 KB"); }, test::patience))
         << qPrintable(window.summary()->tickedText());
@@ -209,31 +200,6 @@ TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
     test::saveScreenshot(window, QStringLiteral("window-trash-failures"));
 }
 
-TEST_F(MainWindowTest, TheWholeProjectIsOfferedWithAWarningAndNeverPreTicked) {
-    const Project app = makeProject(root + QStringLiteral("/app"));
-    const CleanableItem whole =
-        makeItem(app, {}, ArtifactKind::wholeProject, CleanConfidence::reclonable);
-    const CleanableItem out = makeItem(app, QStringLiteral("out"), ArtifactKind::unknown,
-                                       CleanConfidence::ignoredButUnknown);
-    GitDetails details = makeDetails(GitStatus::fullySynced());
-    window.scanFolder(root);
-    scans.feed({ScanEvent::projectDiscovered(app), ScanEvent::gitStatusUpdated(app.id, details),
-                ScanEvent::itemsClassified(app.id, {out, whole}),
-                ScanEvent::sizeUpdated(whole.id, 2'000'000), ScanEvent::scanCompleted()});
-    waitForRows(QStringLiteral("app"));
-    session.setSelection(SidebarSelection::forProject(app));
-    ProjectDetailView& detail = *window.detailView();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return detail.showsWholeProjectWarning(); }, test::patience));
-    EXPECT_TRUE(window.projectView()->selectionModel()->isRowSelected(0, {}));
-    EXPECT_EQ(detail.itemsModel().index(0, ProjectItemsModel::confidenceColumn).data().toString(),
-              QStringLiteral("ignored, unverified"));
-    EXPECT_EQ(detail.itemsModel().index(1, ProjectItemsModel::confidenceColumn).data().toString(),
-              QStringLiteral("re-clonable"));
-    EXPECT_TRUE(session.selectedItemIDs().isEmpty());
-    EXPECT_EQ(detail.tickedText(), QStringLiteral("Nothing ticked"));
-    test::saveScreenshot(window, QStringLiteral("window-whole-project"));
-}
-
 TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone) {
     const QString home = test::fakeHome();
     test::writeFile(home + QStringLiteral("/Library/Caches/Yarn/v6/archive.tgz"),
@@ -284,10 +250,5 @@ TEST_F(MainWindowTest, SortAndFilterControlsDriveTheSessionAndFollowIt) {
     EXPECT_TRUE(session.showOnlyUnsynced());
     session.setShowOnlyUnsynced(false);
     EXPECT_FALSE(window.action(MainWindow::Action::showOnlyUnsynced)->isChecked());
-    EXPECT_EQ(window.action(MainWindow::Action::chooseFolder)->shortcut(),
-              QKeySequence(QKeySequence::Open));
-    EXPECT_TRUE(window.action(MainWindow::Action::moveToTrash)
-                    ->shortcuts()
-                    .contains(QKeySequence(Qt::CTRL | Qt::Key_Backspace)));
     EXPECT_FALSE(window.action(MainWindow::Action::rescan)->isEnabled());
 }
