@@ -44,8 +44,8 @@ ScanRun::ScanRun(std::shared_ptr<ScanEventSink> sink, QString root, ScanOptions 
     : sink_(std::move(sink))
     , root_(std::move(root))
     , options_(std::move(options))
-    , inspections_(WorkQueue::defaultWidth())
-    , measurements_(WorkQueue::defaultWidth()) {}
+    , measurements_(WorkQueue::defaultWidth())
+    , inspections_(WorkQueue::defaultWidth()) {}
 
 ScanRun::~ScanRun() = default;
 
@@ -66,11 +66,12 @@ void ScanRun::run() {
             if (!dispatchedGroups_.contains(key))
                 dispatch(groups_.value(key));
         }
-        inspections_.waitUntilIdle();
-        measurements_.waitUntilIdle();
     } catch (const CancelledError&) {
-        // Queued work sees the same token and ends early; the stream still gets its last event.
+        // Queued work sees the same token and ends early.
     }
+    // Inspections queue measurements, so they finish first; nothing may follow scanCompleted.
+    inspections_.waitUntilIdle();
+    measurements_.waitUntilIdle();
     sink_->send(ScanEvent::scanCompleted());
 }
 

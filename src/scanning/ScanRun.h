@@ -45,8 +45,9 @@ private:
     std::mutex candidatesLock_;
     QHash<QUuid, QSet<QString>> candidatesByProject_;
 
-    WorkQueue inspections_;
+    // Declared in this order so that the inspections, which queue measurements, stop first.
     WorkQueue measurements_;
+    WorkQueue inspections_;
 };
 
 } // namespace corvane

@@ -16,13 +16,23 @@ namespace {
 
 using Kind = ScanEvent::Kind;
 
-// Runs a scan to its end on this thread's event loop and returns every event in arrival order.
-QList<ScanEvent> scanToEnd(const QString& root, bool cancelAtOnce = false) {
+QList<ScanEvent> ofKind(const QList<ScanEvent>& events, Kind kind);
+
+enum class Cancel { never, atOnce, afterFirstProject };
+
+// Runs a scan to its end on this thread's event loop and returns every event in arrival order,
+// including any that arrive shortly after the end (there should be none).
+QList<ScanEvent> scanToEnd(const QString& root, Cancel cancel = Cancel::never) {
     std::unique_ptr<ScanStream> stream = ScanEngine::scan(root, ScanOptions{});
     QList<ScanEvent> events;
     QObject::connect(stream.get(), &ScanStream::eventsArrived, stream.get(),
-                     [&](const QList<ScanEvent>& batch) { events.append(batch); });
-    if (cancelAtOnce)
+                     [&](const QList<ScanEvent>& batch) {
+                         events.append(batch);
+                         if (cancel == Cancel::afterFirstProject &&
+                             !ofKind(events, Kind::projectDiscovered).isEmpty())
+                             stream->cancel();
+                     });
+    if (cancel == Cancel::atOnce)
         stream->cancel();
     QElapsedTimer clock;
     clock.start();
@@ -224,12 +234,17 @@ TEST(ScanEngine, IgnoredFoldersNoCatalogNameCoversAreOfferedUnverified) {
     EXPECT_FALSE(itemNamed(items, QStringLiteral("assets")));
 }
 
-TEST(ScanEngine, ACancelledScanStillEndsWithScanCompleted) {
+TEST(ScanEngine, ACancelledScanStillEndsWithScanCompletedAndNothingFollowsIt) {
     const QString root = test::makeTempDir();
     for (int index = 0; index < 200; ++index)
         test::writeFile(root + QStringLiteral("/p%1/package.json").arg(index), "{}");
-    const QList<ScanEvent> events = scanToEnd(root, true);
-    ASSERT_FALSE(events.isEmpty());
-    EXPECT_EQ(events.last().kind, Kind::scanCompleted);
-    EXPECT_EQ(ofKind(events, Kind::scanCompleted).size(), 1);
+    for (int index = 0; index < 6; ++index)
+        test::commitFiles(test::makeRepo(root + QStringLiteral("/r%1").arg(index)),
+                          {{QStringLiteral("package.json"), "{}"}});
+    for (const Cancel cancel : {Cancel::atOnce, Cancel::afterFirstProject}) {
+        const QList<ScanEvent> events = scanToEnd(root, cancel);
+        ASSERT_FALSE(events.isEmpty());
+        EXPECT_EQ(events.last().kind, Kind::scanCompleted);
+        EXPECT_EQ(ofKind(events, Kind::scanCompleted).size(), 1);
+    }
 }
