@@ -34,6 +34,14 @@ void WorkQueue::waitUntilIdle() {
     changed_.wait(guard, [this] { return jobs_.empty() && running_ == 0; });
 }
 
+void WorkQueue::discardQueued() {
+    {
+        std::lock_guard guard(lock_);
+        jobs_.clear();
+    }
+    changed_.notify_all();
+}
+
 int WorkQueue::defaultWidth() {
     return std::max(2, QThread::idealThreadCount());
 }

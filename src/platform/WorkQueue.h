@@ -22,6 +22,8 @@ public:
     void enqueue(std::function<void()> job);
     // Blocks until every job queued so far has finished.
     void waitUntilIdle();
+    // Drops the jobs that have not started; running ones go on.
+    void discardQueued();
 
     // The number of active processor cores, but at least 2.
     static int defaultWidth();

@@ -12,7 +12,7 @@ namespace corvane {
 // as soon as it is known. Paths can be queued at any moment, so measuring the first project's
 // items overlaps the git inspection of the next ones. Measurements run in the order queued.
 //
-// Threads start on demand, never more than the limit. Destroying the pool drops what has not
+// At most `threadLimit` measurements run at once. Destroying the pool drops what has not
 // started and waits for the measurements that are running; cancel the token first so that those
 // stop at their next check instead of finishing.
 class MeasurementPool {

@@ -1,5 +1,6 @@
 #include "scanning/ScanSession.h"
 
+#include "platform/BackgroundJobs.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
@@ -10,7 +11,6 @@
 #include "scanning/SizeCalculator.h"
 
 #include <QDir>
-#include <QThreadPool>
 #include <array>
 
 namespace corvane {
@@ -334,7 +334,7 @@ void ScanSession::scanCaches() {
     }
     announce(changes | assign(isCacheScanning_, true, cacheScanningChange));
 
-    QThreadPool::globalInstance()->start(
+    runInBackground(
         [this, caches, generation, mailbox = mailbox_, cancellation = jobCancellation_] {
             try {
                 for (const GlobalCacheItem& cache : caches) {
@@ -441,7 +441,7 @@ void ScanSession::trashPaths(const QList<QString>& paths) {
 
 void ScanSession::runTrash(TrashPlan plan) {
     announce(assign(isTrashing_, true, trashingChange));
-    QThreadPool::globalInstance()->start(
+    runInBackground(
         [this, plan = std::move(plan), mailbox = mailbox_, cancellation = jobCancellation_] {
             TrashResult result{plan, {}, {}};
             try {
