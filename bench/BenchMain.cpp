@@ -252,8 +252,7 @@ int runGit(const Options& options) {
     int synced = 0;
     for (const QString& repo : repos) {
         const GitDetails details = GitInspector::inspect(repo);
-        GitInspector::stashList(repo);
-        GitInspector::localBranches(repo);
+        GitInspector::localWork(repo);
         GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(repo);
         GitIgnoreEvaluator::ignoredPaths(repo, {repo + QStringLiteral("/node_modules")});
         synced += details.status == GitStatus::fullySynced() ? 1 : 0;

@@ -87,8 +87,8 @@ cat >"$scratch/raw-git.sh" <<'SH'
 export GIT_OPTIONAL_LOCKS=0 GIT_TERMINAL_PROMPT=0
 g() { git -C "$repo" -c core.quotepath=off -c core.fsmonitor=false "$@" >/dev/null 2>&1; }
 while IFS= read -r repo <&3; do
-  g status --porcelain=v2 --branch -z; g remote; g remote get-url origin; g log -1 --format=%ct
-  g stash list; g for-each-ref refs/heads '--format=%(refname:short)%09%(upstream)%09%(upstream:track)'
+  g status --porcelain=v2 --branch -z; g remote -v; g log -1 --format=%ct
+  g for-each-ref '--format=%(refname)%09%(upstream)%09%(upstream:track)' refs/heads refs/stash
   g ls-files --others --ignored --exclude-standard --directory -z
   printf '%s\0' "$repo/node_modules" | g check-ignore --stdin -z
 done

@@ -5,6 +5,7 @@
 
 #include <QFileInfo>
 #include <QTimeZone>
+#include <algorithm>
 
 namespace corvane {
 namespace {
@@ -147,18 +148,30 @@ GitStatus GitInspector::decideStatus(const GitStatusReport& report, bool hasRemo
     return GitStatus::fullySynced();
 }
 
-std::optional<QString> GitInspector::chooseRemote(const QByteArray& remoteListing) {
-    QStringList names;
+std::optional<GitRemote> GitInspector::chooseRemote(const QByteArray& remoteListing) {
+    // Lines are "name<TAB>url (fetch)", "name<TAB>url (push)", or "name<TAB>" for a remote
+    // without a URL; a bare name (the short listing) is read too.
+    static const QString fetchSuffix = QStringLiteral(" (fetch)");
+    QList<GitRemote> remotes;
     for (const QString& line : QString::fromUtf8(remoteListing).split(u'\n')) {
-        const QString name = line.trimmed();
-        if (!name.isEmpty())
-            names.append(name);
+        const qsizetype tab = line.indexOf(u'\t');
+        const QString name = line.left(tab).trimmed();
+        if (name.isEmpty())
+            continue;
+        if (remotes.isEmpty() || remotes.last().name != name)
+            remotes.append(GitRemote{name, std::nullopt});
+        const QString rest = tab < 0 ? QString() : line.mid(tab + 1);
+        if (rest.endsWith(fetchSuffix) && !remotes.last().fetchURL)
+            remotes.last().fetchURL = rest.chopped(fetchSuffix.size()).trimmed();
     }
-    if (names.contains(QStringLiteral("origin")))
-        return QStringLiteral("origin");
-    if (names.isEmpty())
+    const auto origin = std::find_if(remotes.cbegin(), remotes.cend(), [](const GitRemote& remote) {
+        return remote.name == QLatin1String("origin");
+    });
+    if (origin != remotes.cend())
+        return *origin;
+    if (remotes.isEmpty())
         return std::nullopt;
-    return names.first();
+    return remotes.first();
 }
 
 GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& cancellation) {
@@ -173,19 +186,19 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
         return GitDetails{};
     const GitStatusReport report = parseStatus(*statusOutput);
 
-    std::optional<QString> remote;
-    if (const auto listing = outputOfSuccess(repo, {QStringLiteral("remote")}, cancellation))
+    // The names and their URLs come from one run: every git start costs about as much as the
+    // work of these small commands.
+    std::optional<GitRemote> remote;
+    const QStringList remoteArguments{QStringLiteral("remote"), QStringLiteral("-v")};
+    if (const auto listing = outputOfSuccess(repo, remoteArguments, cancellation))
         remote = chooseRemote(*listing);
 
     GitDetails details;
     details.status = decideStatus(report, remote.has_value());
     details.branch = report.branch;
     details.changes = report.changes;
-    if (remote) {
-        const QStringList arguments{QStringLiteral("remote"), QStringLiteral("get-url"), *remote};
-        if (const auto url = outputOfSuccess(repo, arguments, cancellation))
-            details.remoteURL = QString::fromUtf8(*url).trimmed();
-    }
+    if (remote)
+        details.remoteURL = remote->fetchURL;
     const QStringList logArguments{QStringLiteral("log"), QStringLiteral("-1"),
                                    QStringLiteral("--format=%ct")};
     if (const auto log = outputOfSuccess(repo, logArguments, cancellation)) {
@@ -197,29 +210,42 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
     return details;
 }
 
-std::optional<QString> GitInspector::stashList(const QString& repo,
-                                               const CancellationToken& cancellation) {
-    const auto output =
-        outputOfSuccess(repo, {QStringLiteral("stash"), QStringLiteral("list")}, cancellation);
-    if (!output)
-        return std::nullopt;
-    return QString::fromUtf8(*output);
+GitRefReport GitInspector::parseRefs(const QByteArray& refListing) {
+    static const QString branchPrefix = QStringLiteral("refs/heads/");
+    GitRefReport report;
+    for (const QString& line : QString::fromUtf8(refListing).split(u'\n', Qt::SkipEmptyParts)) {
+        if (line.startsWith(QLatin1String("refs/stash\t")))
+            report.hasStash = true;
+        else if (line.startsWith(branchPrefix))
+            report.localBranches += line.mid(branchPrefix.size()) + u'\n';
+        else
+            report.localBranches += line + u'\n'; // unreadable, and so counted as unsafe
+    }
+    return report;
 }
 
-std::optional<QString> GitInspector::localBranches(const QString& repo,
-                                                   const CancellationToken& cancellation) {
-    const QStringList arguments{
+LocalWorkListings GitInspector::localWork(const QString& repo,
+                                          const CancellationToken& cancellation) {
+    const QStringList refArguments{
         QStringLiteral("for-each-ref"),
-        QStringLiteral("--format=%(refname:short)%09%(upstream)%09%(upstream:track)"),
-        QStringLiteral("refs/heads")};
-    const auto output = outputOfSuccess(repo, arguments, cancellation);
-    if (!output)
-        return std::nullopt;
-    return QString::fromUtf8(*output);
+        QStringLiteral("--format=%(refname)%09%(upstream)%09%(upstream:track)"),
+        QStringLiteral("refs/heads"), QStringLiteral("refs/stash")};
+    const std::optional<QByteArray> refs = outputOfSuccess(repo, refArguments, cancellation);
+    if (!refs)
+        return {};
+    const GitRefReport report = parseRefs(*refs);
+    LocalWorkListings listings{QString(), report.localBranches};
+    // Without the stash ref, "stash list" prints nothing, so it is only run when there is one.
+    if (report.hasStash) {
+        const QStringList stashArguments{QStringLiteral("stash"), QStringLiteral("list")};
+        const std::optional<QByteArray> stash = outputOfSuccess(repo, stashArguments, cancellation);
+        listings.stashList = stash ? std::optional(QString::fromUtf8(*stash)) : std::nullopt;
+    }
+    return listings;
 }
 
-bool GitInspector::hasLocalOnlyWork(const std::optional<QString>& stashList,
-                                    const std::optional<QString>& localBranches) {
+bool GitInspector::hasLocalOnlyWork(const LocalWorkListings& listings) {
+    const auto& [stashList, localBranches] = listings;
     if (!stashList || !localBranches)
         return true;
     if (!stashList->trimmed().isEmpty())

@@ -21,30 +21,50 @@ struct GitStatusReport {
     QList<GitChange> changes;
 };
 
+struct GitRemote {
+    QString name;
+    // Absent for a remote that has no URL configured.
+    std::optional<QString> fetchURL;
+};
+
+// What may hold work that the status cannot see. Each listing is absent when git failed.
+struct LocalWorkListings {
+    // The raw output of "stash list".
+    std::optional<QString> stashList;
+    // One line per local branch: name, upstream ref and tracking state ("[ahead 1]", "[gone]"),
+    // separated by tabs (which ref names cannot contain).
+    std::optional<QString> localBranches;
+};
+
+// What one listing of the branches and the stash ref says.
+struct GitRefReport {
+    // In the form of `LocalWorkListings::localBranches`.
+    QString localBranches;
+    bool hasStash = false;
+};
+
 // Answers, for one working tree, whether anything in it exists only on this machine.
 struct GitInspector {
-    // Runs status, the remote listing, the remote's URL and the last commit's date, in that
+    // Runs status, the remote listing with the remotes' URLs and the last commit's date, in that
     // order. Never throws: a tree git cannot read (not a repository, corrupt, git missing or
     // hanging) comes back as `notARepo`, which keeps it from ever being offered whole.
     static GitDetails inspect(const QString& repo, const CancellationToken& cancellation = {});
 
-    // The raw output of "stash list"; nothing when git fails.
-    static std::optional<QString> stashList(const QString& repo,
-                                            const CancellationToken& cancellation = {});
-    // One line per local branch: name, upstream ref and tracking state ("[ahead 1]", "[gone]"),
-    // separated by tabs (which ref names cannot contain); nothing when git fails.
-    static std::optional<QString> localBranches(const QString& repo,
-                                                const CancellationToken& cancellation = {});
+    // The stash and branch listings, read with one git run in the common case of no stash.
+    static LocalWorkListings localWork(const QString& repo,
+                                       const CancellationToken& cancellation = {});
     // True when work may exist only here: a listing is missing (unknown counts as unsafe), a
     // stash entry exists, or a local branch is ahead of its upstream, has none, or lost it.
-    static bool hasLocalOnlyWork(const std::optional<QString>& stashList,
-                                 const std::optional<QString>& localBranches);
+    static bool hasLocalOnlyWork(const LocalWorkListings& listings);
 
     // The pieces of `inspect`, for callers and tests that already hold git's output.
     static GitStatusReport parseStatus(const QByteArray& output);
     static GitStatus decideStatus(const GitStatusReport& report, bool hasRemote);
-    // "origin" when listed, else the first name; nothing when the listing names no remote.
-    static std::optional<QString> chooseRemote(const QByteArray& remoteListing);
+    // From the lines of "remote -v": "origin" when listed, else the first name, with its fetch
+    // URL; nothing when the listing names no remote.
+    static std::optional<GitRemote> chooseRemote(const QByteArray& remoteListing);
+    // From "for-each-ref" lines of full ref name, upstream and tracking state.
+    static GitRefReport parseRefs(const QByteArray& refListing);
 
     // The nearest folder, `path` itself included, that holds a ".git" entry (a folder, or the
     // file of a linked worktree or submodule); nothing when no ancestor has one.

@@ -20,10 +20,9 @@ bool isOwnProject(const RepoGroup& group, const Project& project) {
     return group.repoURL && Paths::standardized(project.url) == Paths::standardized(*group.repoURL);
 }
 
-bool isOfferedWhole(const GitDetails& details, const std::optional<QString>& stashList,
-                    const std::optional<QString>& localBranches) {
+bool isOfferedWhole(const GitDetails& details, const LocalWorkListings& localWork) {
     return details.status.kind() == GitStatus::Case::fullySynced &&
-           !GitInspector::hasLocalOnlyWork(stashList, localBranches);
+           !GitInspector::hasLocalOnlyWork(localWork);
 }
 
 } // namespace
@@ -74,12 +73,12 @@ RepoGroupInspector::inspect(const RepoGroup& group,
         QList<CleanableItem> items =
             Classifier::classify(project, sortedCandidates(candidates.value(project.id)),
                                  found.ignored, group.repoURL.has_value());
-        if (isOwnProject(group, project) &&
-            isOfferedWhole(found.details, found.stashList, found.localBranches))
+        if (isOwnProject(group, project) && isOfferedWhole(found.details, found.localWork))
             items.append(CleanableItem(project.id, project.url, project.name,
                                        ArtifactKind::wholeProject, CleanConfidence::reclonable));
-        inspections.append(
-            ProjectInspection{project, found.details, items, found.stashList, found.localBranches});
+        inspections.append(ProjectInspection{project, found.details, items,
+                                             found.localWork.stashList,
+                                             found.localWork.localBranches});
     }
     return inspections;
 }
@@ -94,10 +93,8 @@ RepoGroupInspector::RepoFindings RepoGroupInspector::askGit(const RepoGroup& gro
         found.details.status == GitStatus::fullySynced() &&
         std::any_of(group.projects.cbegin(), group.projects.cend(),
                     [&](const Project& project) { return isOwnProject(group, project); });
-    if (mayBeOfferedWhole) {
-        found.stashList = GitInspector::stashList(repo, cancellation);
-        found.localBranches = GitInspector::localBranches(repo, cancellation);
-    }
+    if (mayBeOfferedWhole)
+        found.localWork = GitInspector::localWork(repo, cancellation);
 
     // Git lists these because it ignores them; a well-known name is trusted whatever git says.
     // So only generic names are asked about, which spares most repositories a git run.

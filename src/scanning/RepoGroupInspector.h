@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Cancellation.h"
+#include "scanning/GitInspector.h"
 #include "scanning/ScanModel.h"
 
 #include <QHash>
@@ -29,8 +30,7 @@ private:
     // the repository may be offered whole, which is all they decide (absent otherwise).
     struct RepoFindings {
         GitDetails details;
-        std::optional<QString> stashList;
-        std::optional<QString> localBranches;
+        LocalWorkListings localWork;
         QSet<QString> ignored;
     };
 

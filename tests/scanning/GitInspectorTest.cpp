@@ -110,16 +110,47 @@ TEST(GitStatusParsing, StatusFollowsItsPriorityOrder) {
 TEST(GitLocalOnlyWork, AnythingThatMayExistOnlyHereCounts) {
     const QString synced = s("main\trefs/remotes/origin/main\t\n"
                              "release\trefs/remotes/origin/release\t[behind 2]\n");
-    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(QString(), synced));
-    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(QString(), QString()));
-    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(std::nullopt, synced));
-    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(QString(), std::nullopt));
-    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(s("stash@{0}: WIP on main: 1234 First\n"), synced));
+    auto localOnly = [](std::optional<QString> stash, std::optional<QString> branches) {
+        return GitInspector::hasLocalOnlyWork({std::move(stash), std::move(branches)});
+    };
+    EXPECT_FALSE(localOnly(QString(), synced));
+    EXPECT_FALSE(localOnly(QString(), QString()));
+    EXPECT_TRUE(localOnly(std::nullopt, synced));
+    EXPECT_TRUE(localOnly(QString(), std::nullopt));
+    EXPECT_TRUE(localOnly(s("stash@{0}: WIP on main: 1234 First\n"), synced));
     for (const char* branch :
          {"topic\trefs/remotes/origin/topic\t[ahead 1]\n",
           "topic\trefs/remotes/origin/topic\t[ahead 1, behind 3]\n",
           "topic\trefs/remotes/origin/topic\t[gone]\n", "topic\t\t\n", "unreadable line\n"})
-        EXPECT_TRUE(GitInspector::hasLocalOnlyWork(QString(), synced + s(branch))) << branch;
+        EXPECT_TRUE(localOnly(QString(), synced + s(branch))) << branch;
+
+    // A branch may be called "stash"; only the stash ref itself is a stash.
+    const GitRefReport refs = GitInspector::parseRefs(
+        "refs/heads/stash\trefs/remotes/origin/stash\t\n"
+        "refs/heads/feature/x\trefs/remotes/origin/feature/x\t[behind 1]\n");
+    EXPECT_FALSE(refs.hasStash);
+    EXPECT_EQ(refs.localBranches, s("stash\trefs/remotes/origin/stash\t\n"
+                                    "feature/x\trefs/remotes/origin/feature/x\t[behind 1]\n"));
+    EXPECT_TRUE(GitInspector::parseRefs("refs/stash\t\t\n").hasStash);
+}
+
+TEST(GitRemoteListing, OriginWinsAndItsFetchUrlIsTaken) {
+    const GitRemote origin{s("origin"), s("https://example.invalid/me/my tool.git")};
+    const std::optional<GitRemote> fromVerbose =
+        GitInspector::chooseRemote("bare\t\n"
+                                   "origin\thttps://example.invalid/me/my tool.git (fetch)\n"
+                                   "origin\tssh://push.example.invalid/me/tool (push)\n"
+                                   "upstream\thttps://example.invalid/up.git (fetch)\n"
+                                   "upstream\thttps://example.invalid/up.git (push)\n");
+    ASSERT_TRUE(fromVerbose);
+    EXPECT_EQ(fromVerbose->name, origin.name);
+    EXPECT_EQ(fromVerbose->fetchURL, origin.fetchURL);
+
+    const std::optional<GitRemote> withoutURL = GitInspector::chooseRemote("bare\t\nzeta\t\n");
+    ASSERT_TRUE(withoutURL);
+    EXPECT_EQ(withoutURL->name, s("bare"));
+    EXPECT_EQ(withoutURL->fetchURL, std::nullopt);
+    EXPECT_EQ(GitInspector::chooseRemote("\n \n"), std::nullopt);
 }
 
 TEST(GitClient, RunsGitInTheTreeWithSafeOptionsAndEnvironment) {
@@ -233,7 +264,9 @@ TEST(GitInspection, FreshRepositoryWithoutCommits) {
 
     test::addRemote(repo, s("origin"), test::makeBareRepo());
     EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::noUpstream());
-    EXPECT_EQ(GitInspector::localBranches(repo), QString());
+    const LocalWorkListings unborn = GitInspector::localWork(repo);
+    EXPECT_EQ(unborn.localBranches, QString());
+    EXPECT_EQ(unborn.stashList, QString());
 }
 
 TEST(GitInspection, OriginsUrlWinsOverOtherRemotes) {
@@ -271,32 +304,31 @@ TEST(GitInspection, KeepsTheFirstFiveHundredChangesInGitsOrder) {
 TEST(GitInspection, StashesAndOtherBranchesRevealWorkTheStatusCannotSee) {
     const test::SyncedRepo synced = test::makeSyncedRepo();
     const QString repo = synced.repo;
-    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(GitInspector::stashList(repo),
-                                                GitInspector::localBranches(repo)));
+    EXPECT_FALSE(GitInspector::hasLocalOnlyWork(GitInspector::localWork(repo)));
 
     // A branch ahead of its upstream while the current one is in sync.
     test::git(repo, {s("checkout"), s("-q"), s("-b"), s("side"), s("--track"), s("origin/main")});
     test::commitFiles(repo, {{s("side.txt"), "s\n"}});
     test::git(repo, {s("checkout"), s("-q"), s("main")});
     EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
-    EXPECT_TRUE(GitInspector::localBranches(repo)->contains(s("[ahead 1]")));
-    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(GitInspector::stashList(repo),
-                                               GitInspector::localBranches(repo)));
+    const LocalWorkListings withSide = GitInspector::localWork(repo);
+    EXPECT_TRUE(withSide.localBranches->contains(s("side\trefs/remotes/origin/main\t[ahead 1]")));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(withSide));
     test::git(repo, {s("branch"), s("-q"), s("-D"), s("side")});
 
     writeIn(repo, "README.md", "edited\n");
     test::git(repo, {s("stash"), s("-q")});
     EXPECT_EQ(GitInspector::inspect(repo).status, GitStatus::fullySynced());
-    EXPECT_TRUE(GitInspector::stashList(repo)->startsWith(s("stash@{0}")));
-    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(GitInspector::stashList(repo),
-                                               GitInspector::localBranches(repo)));
+    const LocalWorkListings withStash = GitInspector::localWork(repo);
+    EXPECT_TRUE(withStash.stashList->startsWith(s("stash@{0}")));
+    EXPECT_TRUE(GitInspector::hasLocalOnlyWork(withStash));
 }
 
 TEST(GitInspection, FoldersGitCannotReadAreNotRepositories) {
     const GitDetails notARepo;
     const QString plain = test::makeTempDir();
     EXPECT_EQ(GitInspector::inspect(plain), notARepo);
-    EXPECT_EQ(GitInspector::stashList(plain), std::nullopt);
+    EXPECT_EQ(GitInspector::localWork(plain).stashList, std::nullopt);
     EXPECT_EQ(GitInspector::inspect(plain + s("/missing")), notARepo);
 
     const QString corrupt = test::makeRepo();
@@ -307,8 +339,9 @@ TEST(GitInspection, FoldersGitCannotReadAreNotRepositories) {
     const test::SyncedRepo synced = test::makeSyncedRepo();
     const test::ScopedEnvironment missing("CORVANE_TOOL_GIT", plain + s("/no-git-here"));
     EXPECT_EQ(GitInspector::inspect(synced.repo), notARepo);
-    EXPECT_EQ(GitInspector::stashList(synced.repo), std::nullopt);
-    EXPECT_EQ(GitInspector::localBranches(synced.repo), std::nullopt);
+    const LocalWorkListings unknown = GitInspector::localWork(synced.repo);
+    EXPECT_EQ(unknown.stashList, std::nullopt);
+    EXPECT_EQ(unknown.localBranches, std::nullopt);
 }
 
 // Costs the ten seconds of the time limit, once.

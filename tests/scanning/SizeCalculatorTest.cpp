@@ -1,7 +1,7 @@
 #include "scanning/SizeCalculator.h"
 
-#include "support/TreeFixture.h"
 #include "scanning/MeasurementPool.h"
+#include "support/TreeFixture.h"
 
 #include <QDirIterator>
 #include <atomic>
