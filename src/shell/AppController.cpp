@@ -22,9 +22,14 @@ AppController::AppController(const LaunchOptions& options, ScanStarter starter, 
             Qt::QueuedConnection);
 }
 
-AppController::~AppController() = default;
+// Quitting from the menu-bar extra closes no window, so the place is kept when the app ends.
+AppController::~AppController() {
+    QSettings().setValue(windowGeometryKey, window_->saveGeometry());
+}
 
 void AppController::start() {
+    // Nothing stored, or a place on a screen that is gone: the window keeps its default.
+    window_->restoreGeometry(QSettings().value(windowGeometryKey).toByteArray());
     showWindow();
     const QString last = QSettings().value(lastFolderKey).toString();
     // A folder that has gone since (a drive not mounted) is not an error; the user chooses again.

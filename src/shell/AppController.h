@@ -24,11 +24,14 @@ class AppController : public QObject {
 public:
     // Where the folder chosen last is remembered, to be scanned again at the next launch.
     static inline const QString lastFolderKey = QStringLiteral("lastScannedFolder");
+    // Where the main window's size and place are kept between launches.
+    static inline const QString windowGeometryKey = QStringLiteral("mainWindowGeometry");
 
     AppController(const LaunchOptions& options, ScanStarter starter, QObject* parent = nullptr);
     ~AppController() override;
 
-    // Shows the window, the welcome on the first launch, and scans the folder of last time.
+    // Shows the window where it was last time, the welcome on the first launch, and scans the
+    // folder of last time.
     void start();
 
     const LaunchOptions& launchOptions() const { return options_; }

@@ -47,6 +47,20 @@ TEST_F(AppControllerTest, TheWelcomeShowsOnceAndTheChosenFolderIsScannedAgainAtT
     EXPECT_EQ(again.session().rootURL(), root);
 }
 
+TEST_F(AppControllerTest, TheWindowOpensAtTheSizeItHadWhenTheAppEnded) {
+    QSettings().setValue(WelcomeDialog::settingsKey, true);
+    QSize fresh;
+    {
+        AppController app(LaunchOptions{}, scans.starter());
+        app.start();
+        fresh = app.window().size();
+        app.window().resize(fresh - QSize(200, 100));
+    }
+    AppController again(LaunchOptions{}, scans.starter());
+    again.start();
+    EXPECT_EQ(again.window().size(), fresh - QSize(200, 100));
+}
+
 TEST_F(AppControllerTest, AFolderThatIsGoneIsNotScannedAndTheSwitchesAreKept) {
     QSettings().setValue(WelcomeDialog::settingsKey, true);
     QSettings().setValue(AppController::lastFolderKey, test::fakeHome() + QStringLiteral("/gone"));
