@@ -1,39 +1,161 @@
+// The freedesktop Trash: the item moves into "files" of a Trash folder on its own volume, and a
+// ".trashinfo" record in "info" says where it came from and when. Every step that can fail says
+// why and leaves the item where it was. (Qt's own moveToTrash retries forever when the record
+// cannot be written, so it is not used.)
+
 #include "scanning/PlatformTrash.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QStandardPaths>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace corvane {
 namespace {
 
-// Qt makes the "Trash" folder only when the data folder above it exists and is writable; when it
-// cannot, it has no Trash and puts the item into a "files" folder below the current folder
-// instead. So the home Trash is made here, private to the user as the freedesktop rules ask, and
-// nothing moves unless it is a folder.
-bool ensureHomeTrash(const QString& trash) {
-    if (QFileInfo(trash).isDir())
-        return true;
-    QDir().mkpath(QFileInfo(trash).path());
-    if (QDir().mkdir(trash))
-        QFile::setPermissions(trash, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                         QFileDevice::ExeOwner);
-    return QFileInfo(trash).isDir();
+// A name clash this many times over means something else is wrong.
+constexpr int maximumNameAttempts = 1000;
+
+QString systemMessage(int error) {
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+QByteArray bytesOf(const QString& path) {
+    return QFile::encodeName(path);
+}
+
+// A folder of the user's own, made private when it is new; a link is never taken for one.
+bool ensurePrivateFolder(const QByteArray& folder) {
+    if (::mkdir(folder.constData(), 0700) != 0 && errno != EEXIST)
+        return false;
+    struct stat info {};
+    return ::lstat(folder.constData(), &info) == 0 && S_ISDIR(info.st_mode) &&
+           info.st_uid == ::getuid();
+}
+
+QByteArray parentOf(const QByteArray& path) {
+    const qsizetype slash = path.lastIndexOf('/');
+    return slash <= 0 ? QByteArray("/") : path.left(slash);
+}
+
+// The top folder of the volume that holds `path`: the last ancestor on the same device.
+QByteArray volumeTop(const QByteArray& path, dev_t device) {
+    QByteArray top = path;
+    while (top != "/") {
+        const QByteArray parent = parentOf(top);
+        struct stat info {};
+        if (::stat(parent.constData(), &info) != 0 || info.st_dev != device)
+            break;
+        top = parent;
+    }
+    return top;
+}
+
+// The Trash folder for an item on `device`: the home Trash when it is on the same volume, else
+// the volume's own ".Trash/<uid>" (when the administrator made a sticky ".Trash") or
+// ".Trash-<uid>".
+std::optional<QByteArray> trashFor(const QByteArray& item, dev_t device, QString& problem) {
+    const QString dataFolder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QByteArray home = bytesOf(dataFolder + QStringLiteral("/Trash"));
+    if (dataFolder.isEmpty() || !QDir().mkpath(dataFolder) || !ensurePrivateFolder(home)) {
+        problem =
+            QStringLiteral("The Trash folder %1 could not be created").arg(QFile::decodeName(home));
+        return std::nullopt;
+    }
+    struct stat homeInfo {};
+    if (::stat(home.constData(), &homeInfo) == 0 && homeInfo.st_dev == device)
+        return home;
+
+    const QByteArray top = volumeTop(parentOf(item), device);
+    const QByteArray base = top == "/" ? QByteArray() : top;
+    const QByteArray uid = QByteArray::number(::getuid());
+    struct stat shared {};
+    const QByteArray sharedTrash = base + "/.Trash";
+    if (::lstat(sharedTrash.constData(), &shared) == 0 && S_ISDIR(shared.st_mode) &&
+        (shared.st_mode & S_ISVTX) && ensurePrivateFolder(sharedTrash + '/' + uid))
+        return sharedTrash + '/' + uid;
+    const QByteArray ownTrash = base + "/.Trash-" + uid;
+    if (ensurePrivateFolder(ownTrash))
+        return ownTrash;
+    problem =
+        QStringLiteral("The volume %1 has no Trash that can be used").arg(QFile::decodeName(top));
+    return std::nullopt;
+}
+
+QByteArray trashInfo(const QByteArray& item) {
+    return "[Trash Info]\nPath=" + item.toPercentEncoding("/") + "\nDeletionDate=" +
+           QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toUtf8() +
+           '\n';
+}
+
+bool writeAll(int descriptor, const QByteArray& bytes) {
+    qsizetype written = 0;
+    while (written < bytes.size()) {
+        const ssize_t count = ::write(descriptor, bytes.constData() + written,
+                                      static_cast<size_t>(bytes.size() - written));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return false;
+        written += count;
+    }
+    return true;
 }
 
 } // namespace
 
 std::optional<QString> moveToPlatformTrash(const QString& path) {
-    const QString dataFolder =
-        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString trash = dataFolder + QStringLiteral("/Trash");
-    if (dataFolder.isEmpty() || !ensureHomeTrash(trash))
-        return QStringLiteral("The Trash folder %1 could not be created").arg(trash);
-    QFile file(path);
-    if (file.moveToTrash())
-        return std::nullopt;
-    return file.errorString();
+    const QByteArray item = bytesOf(path);
+    struct stat itemInfo {};
+    if (::lstat(item.constData(), &itemInfo) != 0)
+        return systemMessage(errno);
+    QString problem;
+    const std::optional<QByteArray> trash = trashFor(item, itemInfo.st_dev, problem);
+    if (!trash)
+        return problem;
+    const QByteArray files = *trash + "/files";
+    const QByteArray info = *trash + "/info";
+    if (!ensurePrivateFolder(files) || !ensurePrivateFolder(info))
+        return QStringLiteral("The Trash folder %1 could not be prepared")
+            .arg(QFile::decodeName(*trash));
+
+    const QByteArray name = item.mid(item.lastIndexOf('/') + 1);
+    const QByteArray record = trashInfo(item);
+    for (int attempt = 1; attempt <= maximumNameAttempts; ++attempt) {
+        const QByteArray candidate = attempt == 1 ? name : name + ' ' + QByteArray::number(attempt);
+        const QByteArray infoPath = info + '/' + candidate + ".trashinfo";
+        const QByteArray target = files + '/' + candidate;
+        // The record is made first and exclusively: it reserves the name in the Trash.
+        const int descriptor =
+            ::open(infoPath.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (descriptor < 0 && errno == EEXIST)
+            continue;
+        if (descriptor < 0)
+            return QStringLiteral("The Trash could not record where the item came from: %1")
+                .arg(systemMessage(errno));
+        const bool recorded = writeAll(descriptor, record);
+        const int writeError = errno;
+        ::close(descriptor);
+        struct stat existing {};
+        const bool nameTaken = ::lstat(target.constData(), &existing) == 0;
+        if (recorded && !nameTaken && ::rename(item.constData(), target.constData()) == 0)
+            return std::nullopt;
+        const int moveError = errno;
+        ::unlink(infoPath.constData());
+        if (nameTaken)
+            continue;
+        if (!recorded)
+            return QStringLiteral("The Trash could not record where the item came from: %1")
+                .arg(systemMessage(writeError));
+        return systemMessage(moveError);
+    }
+    return QStringLiteral("The Trash has no free name for this item");
 }
 
 } // namespace corvane

@@ -2,18 +2,12 @@
 #include "agents/AgentHistoryIndex.h"
 #include "agents/AgentRelinker.h"
 #include "agents/ClaudeHistory.h"
+#include "support/LockedFolder.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
 #include <QFile>
 #include <gtest/gtest.h>
-
-#ifdef Q_OS_LINUX
-#include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-#endif
 
 using namespace corvane;
 using test::s;
@@ -28,58 +22,6 @@ QStringList entriesOf(const QString& folder) {
 QString historyFolder(const AgentLocations& locations, const QString& name) {
     return locations.claudeProjects + u'/' + name;
 }
-
-// Makes one folder impossible to move, even for root: the immutable flag where the file system
-// has it, else no write permission on the folder itself (a folder moved to another parent must
-// rewrite its ".." entry). Undone when it goes out of scope.
-class Unmovable {
-public:
-    explicit Unmovable(const QString& folder)
-        : folder_(folder) {
-#ifdef Q_OS_LINUX
-        immutable_ = setImmutable(true);
-#endif
-        if (!immutable_)
-            QFile::setPermissions(folder_, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-    }
-    ~Unmovable() {
-#ifdef Q_OS_LINUX
-        if (immutable_)
-            setImmutable(false);
-#endif
-        QFile::setPermissions(folder_, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                           QFileDevice::ExeOwner);
-    }
-    Unmovable(const Unmovable&) = delete;
-    Unmovable& operator=(const Unmovable&) = delete;
-
-    // Whether a move of the folder to another parent really fails here.
-    bool works(const QString& elsewhere) const {
-        const QString probe = elsewhere + s("/probe");
-        if (QDir().rename(folder_, probe)) {
-            QDir().rename(probe, folder_);
-            return false;
-        }
-        return true;
-    }
-
-private:
-#ifdef Q_OS_LINUX
-    bool setImmutable(bool on) {
-        const int descriptor = ::open(QFile::encodeName(folder_).constData(), O_RDONLY);
-        if (descriptor < 0)
-            return false;
-        int flags = 0;
-        bool done = ::ioctl(descriptor, FS_IOC_GETFLAGS, &flags) == 0;
-        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-        done = done && ::ioctl(descriptor, FS_IOC_SETFLAGS, &flags) == 0;
-        ::close(descriptor);
-        return done;
-    }
-#endif
-    QString folder_;
-    bool immutable_ = false;
-};
 
 } // namespace
 
@@ -203,8 +145,8 @@ TEST(ClaudeFoldersStep, AnItemThatCannotMoveMidwayStaysAndTheRestMoves) {
     test::writeFile(oldFolder + s("/m-locked/tool-results/r.txt"), "result");
     test::writeClaudeSessionIn(locations, s("/a/b"), s("z"));
     test::writeClaudeSessionIn(locations, s("/c/b"), s("native"));
-    Unmovable locked(oldFolder + s("/m-locked"));
-    if (!locked.works(newFolder))
+    const test::LockedFolder locked(oldFolder + s("/m-locked"));
+    if (!locked.refusesMoves(newFolder))
         GTEST_SKIP() << "no way to make a folder unmovable here";
 
     const AgentRelinker relinker{locations};

@@ -1,7 +1,9 @@
 #include "scanning/TrashService.h"
 
+#include "support/LockedFolder.h"
 #include "support/TestEnvironment.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -33,26 +35,42 @@ void link(const QString& target, const QString& linkPath) {
 
 TEST(TrashService, MovesItemsIntoTheUsersTrashAndRecordsWhereTheyCameFrom) {
     const QString root = test::makeTempDir(QStringLiteral("trash-root"));
-    // A name no other test trashes, to find it among whatever the Trash holds.
-    const QString item = root + QStringLiteral("/app/node_modules-of-the-first-test");
-    test::writeFile(item + QStringLiteral("/left-pad/index.js"), "module.exports = 1;\n");
+    // Two folders of one name, which no other test trashes, to find them among whatever the
+    // Trash holds; the second must not replace the first, and its path is not plain ASCII.
+    const QString name = QStringLiteral("node_modules-of-the-first-test");
+    const QString first = root + QStringLiteral("/app/") + name;
+    const QString second = root + QStringLiteral("/caf\u00e9 lib/") + name;
+    test::writeFile(first + QStringLiteral("/left-pad/index.js"), "module.exports = 1;\n");
+    test::writeFile(second + QStringLiteral("/right-pad/index.js"), "module.exports = 2;\n");
 
-    const TrashOutcome outcome = TrashService::trash({item}, root);
+    const TrashOutcome outcome = TrashService::trash({first, second}, root);
 
-    EXPECT_EQ(outcome.trashed, QList<QString>{item});
+    EXPECT_EQ(outcome.trashed, (QList<QString>{first, second}));
     EXPECT_TRUE(outcome.failures.isEmpty());
-    EXPECT_FALSE(isPresent(item));
+    EXPECT_FALSE(isPresent(first));
+    EXPECT_FALSE(isPresent(second));
 #ifdef Q_OS_LINUX
     const QDir files(trashFolder() + QStringLiteral("/files"));
-    const QStringList entries =
-        files.entryList({QStringLiteral("node_modules-of-the-first-test*")}, QDir::Dirs);
-    ASSERT_EQ(entries.size(), 1);
-    EXPECT_TRUE(QFile::exists(files.filePath(entries[0]) + QStringLiteral("/left-pad/index.js")));
-    QFile info(trashFolder() + QStringLiteral("/info/") + entries[0] +
-               QStringLiteral(".trashinfo"));
-    ASSERT_TRUE(info.open(QIODevice::ReadOnly));
-    const QByteArray record = info.readAll();
-    EXPECT_TRUE(record.contains("Path=" + QUrl::toPercentEncoding(item, "/"))) << record.data();
+    const QStringList entries = files.entryList({name + u'*'}, QDir::Dirs, QDir::Name);
+    ASSERT_EQ(entries.size(), 2);
+    QMap<QByteArray, QString> contentByOrigin;
+    for (const QString& entry : entries) {
+        QFile info(trashFolder() + QStringLiteral("/info/") + entry + QStringLiteral(".trashinfo"));
+        ASSERT_TRUE(info.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = info.readAll().split('\n');
+        ASSERT_GE(lines.size(), 3);
+        EXPECT_EQ(lines[0], "[Trash Info]");
+        EXPECT_TRUE(
+            QDateTime::fromString(QString::fromLatin1(lines[2].mid(13)), Qt::ISODate).isValid())
+            << lines[2].data();
+        contentByOrigin.insert(
+            lines[1],
+            QDir(files.filePath(entry)).entryList(QDir::Dirs | QDir::NoDotAndDotDot).join(u','));
+    }
+    EXPECT_EQ(contentByOrigin.value("Path=" + QUrl::toPercentEncoding(first, "/")),
+              QStringLiteral("left-pad"));
+    EXPECT_EQ(contentByOrigin.value("Path=" + QUrl::toPercentEncoding(second, "/")),
+              QStringLiteral("right-pad"));
 #endif
 }
 
@@ -173,19 +191,18 @@ TEST(TrashService, WithoutAUsableTrashNothingMovesAnywhere) {
 }
 
 TEST(TrashService, APlatformRefusalKeepsTheItemAndPassesThePlatformsMessageOn) {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "permissions do not bind the super-user";
     const QString root = test::makeTempDir(QStringLiteral("trash-refused"));
     test::writeFile(root + QStringLiteral("/dist/app.js"));
     const QString info = trashFolder() + QStringLiteral("/info");
     QDir().mkpath(info);
     QDir().mkpath(trashFolder() + QStringLiteral("/files"));
-    QFile::setPermissions(info, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    TrashOutcome outcome;
+    {
+        // The Trash cannot record where the item came from, so it takes nothing.
+        const test::LockedFolder locked(info);
+        outcome = TrashService::trash({root + QStringLiteral("/dist")}, root);
+    }
 
-    const TrashOutcome outcome = TrashService::trash({root + QStringLiteral("/dist")}, root);
-
-    QFile::setPermissions(info,
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     EXPECT_TRUE(outcome.trashed.isEmpty());
     ASSERT_EQ(outcome.failures.size(), 1);
     EXPECT_FALSE(outcome.failures[0].message.isEmpty());
