@@ -21,8 +21,8 @@ const std::vector<Command>& commandTable() {
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},
         {"inspect",
-         "Show the git state of the working tree that holds PATH and which folders directly "
-         "inside it would be offered, and why",
+         "Show the git state of the working tree that holds PATH and what a scan would offer of "
+         "it as a project, and why",
          defineInspectCommand},
         {"caches",
          "List the developer caches outside your projects with their sizes; `caches clean ID...` "

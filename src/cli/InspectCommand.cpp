@@ -5,10 +5,9 @@
 #include "cli/JsonOutput.h"
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
-#include "scanning/Classifier.h"
-#include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/GitInspector.h"
 #include "scanning/ProjectDetector.h"
+#include "scanning/RepoGroupInspector.h"
 #include "scanning/ScanWording.h"
 
 #include <QDir>
@@ -41,35 +40,6 @@ FolderContents contentsOf(const QString& path) {
             contents.subfolders.append(Paths::joined(path, entry.fileName()));
     }
     return contents;
-}
-
-QList<CleanableItem> classifiedItems(const QString& path, const std::optional<QString>& tree,
-                                     const CancellationToken& cancellation) {
-    const FolderContents contents = contentsOf(path);
-    QSet<QString> ignored;
-    if (tree) {
-        ignored = GitIgnoreEvaluator::ignoredPaths(*tree, contents.subfolders, cancellation);
-        // A folder that holds only ignored content is listed by git without being ignored by a
-        // rule of its own; the listing is git's word that nothing in it is tracked.
-        for (const QString& folder :
-             GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(*tree, cancellation)) {
-            if (Paths::parentPath(folder) == path)
-                ignored.insert(folder);
-        }
-    }
-    QStringList candidates;
-    for (const QString& folder : contents.subfolders) {
-        if (ignored.contains(folder) ||
-            ArtifactCatalog::match(Paths::lastComponent(folder), contents.names))
-            candidates.append(folder);
-    }
-    const Project project{QUuid::createUuid(),
-                          Paths::lastComponent(path),
-                          path,
-                          ProjectDetector::markers(contents.names.values()),
-                          tree,
-                          std::nullopt};
-    return Classifier::classify(project, candidates, ignored, tree.has_value());
 }
 
 QString padded(const QString& text, qsizetype width) {
@@ -130,9 +100,27 @@ InspectReport inspectFolder(const QString& path, const CancellationToken& cancel
     InspectReport report;
     report.path = path;
     report.workingTree = GitInspector::enclosingWorkingTree(path);
-    if (report.workingTree)
-        report.details = GitInspector::inspect(*report.workingTree, cancellation);
-    report.items = classifiedItems(path, report.workingTree, cancellation);
+    // The folder is judged as the scan judges a project: the same group inspection, with the
+    // catalog's folders directly inside it as the walker would have found them.
+    const FolderContents contents = contentsOf(path);
+    const Project project{QUuid::createUuid(),
+                          Paths::lastComponent(path),
+                          path,
+                          ProjectDetector::markers(contents.names.values()),
+                          report.workingTree,
+                          std::nullopt};
+    QSet<QString> candidates;
+    for (const QString& folder : contents.subfolders) {
+        if (ArtifactCatalog::match(Paths::lastComponent(folder), contents.names))
+            candidates.insert(folder);
+    }
+    const RepoGroup group{report.workingTree, {project}};
+    const QList<ProjectInspection> inspections =
+        RepoGroupInspector::inspect(group, {{project.id, candidates}}, cancellation);
+    if (!inspections.isEmpty()) {
+        report.details = inspections.first().details;
+        report.items = inspections.first().items;
+    }
     return report;
 }
 

@@ -15,13 +15,13 @@ struct InspectReport {
     // The working tree that holds `path`; nothing when it is in none.
     std::optional<QString> workingTree;
     GitDetails details;
-    // The classified folders directly inside `path`.
+    // What the scan would offer of this folder, were it a project of its own: the catalog's
+    // folders directly inside it, the folders below it that git ignores and no catalog name
+    // covers, and the whole folder when it is a repository with nothing only here.
     QList<CleanableItem> items;
 };
 
-// Inspects the folder at `path` (absolute, existing). Candidates are the direct subfolders that
-// the catalog matches beside their siblings or that git ignores, plus the ignored directories
-// outside the catalog that lie directly inside `path`.
+// Inspects the folder at `path` (absolute, existing) the way the scan inspects a project.
 InspectReport inspectFolder(const QString& path, const CancellationToken& cancellation = {});
 
 // `path`, `gitRepoURL`, `git` and `items`, as `corvane inspect --json` prints them.

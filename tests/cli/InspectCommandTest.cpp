@@ -57,14 +57,15 @@ TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOfferedAsJsonOrText) {
     EXPECT_EQ(git.value(s("repoDisplayName")).toString(), web.remote.section(u'/', -1));
     EXPECT_EQ(git.value(s("lastCommitDate")).toString(), s("2023-11-14T22:13:20Z"));
     EXPECT_EQ(git.value(s("changes")).toArray(), QJsonArray());
-    EXPECT_EQ(itemRows(json),
-              (QStringList{s("build buildOutput safe"), s("dist buildOutput caution"),
-                           s("generated unknown ignoredButUnknown"),
-                           s("node_modules dependencies safe")}));
+    EXPECT_EQ(
+        itemRows(json),
+        (QStringList{s("build buildOutput safe"), s("dist buildOutput caution"),
+                     s("generated unknown ignoredButUnknown"), s("node_modules dependencies safe"),
+                     web.repo.section(u'/', -1) + s(" wholeProject reclonable")}));
     EXPECT_EQ(json.value(s("items")).toArray().at(0).toObject().value(s("url")).toString(),
               web.repo + s("/build"));
 
-    // A folder inside the tree is judged with the tree's git.
+    // A folder inside the tree is judged with the tree's git, and is not the repository.
     const cli::InspectReport nested = cli::inspectFolder(web.repo + s("/packages/app"));
     EXPECT_EQ(nested.workingTree, web.repo);
     ASSERT_EQ(nested.items.size(), 1);
@@ -78,7 +79,7 @@ TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOfferedAsJsonOrText) {
     EXPECT_EQ(printed.exitCode, 0) << printed.standardError.toStdString();
     const QJsonObject document = QJsonDocument::fromJson(printed.standardOutput).object();
     EXPECT_EQ(document.value(s("path")).toString(), web.repo);
-    EXPECT_EQ(document.value(s("items")).toArray().size(), 4);
+    EXPECT_EQ(document.value(s("items")).toArray().size(), 5);
 
     const ProcessResult text = ProcessRunner::run(corvane, {s("inspect"), web.repo}, {}, {}, 60);
     EXPECT_EQ(text.exitCode, 0);
