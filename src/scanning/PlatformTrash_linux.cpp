@@ -29,13 +29,17 @@ QByteArray bytesOf(const QString& path) {
     return QFile::encodeName(path);
 }
 
-// A folder of the user's own, made private when it is new; a link is never taken for one.
-bool ensurePrivateFolder(const QByteArray& folder) {
+enum class Links { followed, refused };
+
+// A folder of the user's own, made private when it is new. On a shared volume a link is never
+// taken for one; the home Trash may be a link the user made.
+bool ensurePrivateFolder(const QByteArray& folder, Links links = Links::refused) {
     if (::mkdir(folder.constData(), 0700) != 0 && errno != EEXIST)
         return false;
     struct stat info {};
-    return ::lstat(folder.constData(), &info) == 0 && S_ISDIR(info.st_mode) &&
-           info.st_uid == ::getuid();
+    const int found = links == Links::followed ? ::stat(folder.constData(), &info)
+                                               : ::lstat(folder.constData(), &info);
+    return found == 0 && S_ISDIR(info.st_mode) && info.st_uid == ::getuid();
 }
 
 QByteArray parentOf(const QByteArray& path) {
@@ -63,7 +67,8 @@ std::optional<QByteArray> trashFor(const QByteArray& item, dev_t device, QString
     const QString dataFolder =
         QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     const QByteArray home = bytesOf(dataFolder + QStringLiteral("/Trash"));
-    if (dataFolder.isEmpty() || !QDir().mkpath(dataFolder) || !ensurePrivateFolder(home)) {
+    if (dataFolder.isEmpty() || !QDir().mkpath(dataFolder) ||
+        !ensurePrivateFolder(home, Links::followed)) {
         problem =
             QStringLiteral("The Trash folder %1 could not be created").arg(QFile::decodeName(home));
         return std::nullopt;
