@@ -2,13 +2,13 @@
 // bench/run-bench.sh, each checked against what the workspace's manifest says should be found.
 
 #include "Manifest.h"
+#include "platform/MeasurementPool.h"
 #include "platform/Paths.h"
+#include "platform/SizeCalculator.h"
 #include "scanning/DirectoryWalker.h"
 #include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/GitInspector.h"
-#include "scanning/MeasurementPool.h"
 #include "scanning/ScanEngine.h"
-#include "scanning/SizeCalculator.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>

@@ -16,8 +16,8 @@ ProcessResult GitClient::run(const QString& workingTree, const QStringList& argu
         {QStringLiteral("GIT_OPTIONAL_LOCKS"), QStringLiteral("0")},
         {QStringLiteral("GIT_TERMINAL_PROMPT"), QStringLiteral("0")},
     };
-    return ProcessRunner::run(Locations::toolPath(Locations::Tool::git), fullArguments, stdinData,
-                              overrides, timeLimitSeconds, cancellation);
+    return ProcessRunner::system().run(Locations::toolPath(Locations::Tool::git), fullArguments,
+                                       stdinData, overrides, timeLimitSeconds, cancellation);
 }
 
 } // namespace corvane

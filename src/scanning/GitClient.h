@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Cancellation.h"
-#include "scanning/ProcessRunner.h"
+#include "platform/ProcessRunner.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,8 +1,8 @@
 #include "scanning/ScanRun.h"
 
+#include "platform/SizeCalculator.h"
 #include "scanning/DirectoryWalker.h"
 #include "scanning/RepoGroupInspector.h"
-#include "scanning/SizeCalculator.h"
 
 namespace corvane {
 namespace {

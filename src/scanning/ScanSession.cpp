@@ -2,13 +2,13 @@
 
 #include "platform/BackgroundJobs.h"
 #include "platform/ByteFormat.h"
+#include "platform/CheckedSum.h"
 #include "platform/Locations.h"
+#include "platform/MainThreadMailbox.h"
 #include "platform/Paths.h"
-#include "scanning/CheckedSum.h"
+#include "platform/SizeCalculator.h"
 #include "scanning/GlobalCacheCatalog.h"
-#include "scanning/MainThreadMailbox.h"
 #include "scanning/ProjectTree.h"
-#include "scanning/SizeCalculator.h"
 
 #include <QDir>
 #include <array>

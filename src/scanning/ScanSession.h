@@ -2,8 +2,8 @@
 
 #include "platform/Cancellation.h"
 #include "platform/ToastCenter.h"
+#include "platform/TrashService.h"
 #include "scanning/ScanSessionTypes.h"
-#include "scanning/TrashService.h"
 
 #include <QHash>
 #include <QList>

@@ -1,8 +1,8 @@
 #include "scanning/ScanSessionTypes.h"
 
+#include "platform/CheckedSum.h"
 #include "platform/Paths.h"
-#include "scanning/CheckedSum.h"
-#include "scanning/SizeCalculator.h"
+#include "platform/SizeCalculator.h"
 
 #include <QDir>
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/Cancellation.h"
+#include "platform/TrashService.h"
 #include "scanning/GlobalCacheCatalog.h"
 #include "scanning/ScanModel.h"
 #include "scanning/ScanStream.h"
-#include "scanning/TrashService.h"
 
 #include <QHash>
 #include <QList>

@@ -1,7 +1,7 @@
 #include "shell/SummaryStrip.h"
 
 #include "platform/ByteFormat.h"
-#include "scanning/CheckedSum.h"
+#include "platform/CheckedSum.h"
 #include "scanning/ScanWording.h"
 
 #include <QHBoxLayout>

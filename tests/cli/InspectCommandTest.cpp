@@ -1,7 +1,7 @@
 #include "cli/InspectCommand.h"
 
 #include "cli/JsonOutput.h"
-#include "scanning/ProcessRunner.h"
+#include "platform/ProcessRunner.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -74,19 +74,20 @@ TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOfferedAsJsonOrText) {
 
     // The command itself prints one JSON document, or text, and refuses a missing folder.
     const QString corvane = s(CORVANE_EXECUTABLE);
-    const ProcessResult printed =
-        ProcessRunner::run(corvane, {s("inspect"), web.repo + s("/"), s("--json")}, {}, {}, 60);
+    const ProcessResult printed = ProcessRunner::system().run(
+        corvane, {s("inspect"), web.repo + s("/"), s("--json")}, {}, {}, 60);
     EXPECT_EQ(printed.exitCode, 0) << printed.standardError.toStdString();
     const QJsonObject document = QJsonDocument::fromJson(printed.standardOutput).object();
     EXPECT_EQ(document.value(s("path")).toString(), web.repo);
     EXPECT_EQ(document.value(s("items")).toArray().size(), 5);
 
-    const ProcessResult text = ProcessRunner::run(corvane, {s("inspect"), web.repo}, {}, {}, 60);
+    const ProcessResult text =
+        ProcessRunner::system().run(corvane, {s("inspect"), web.repo}, {}, {}, 60);
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_TRUE(text.standardOutput.contains("Everything committed and pushed"));
 
     const ProcessResult missing =
-        ProcessRunner::run(corvane, {s("inspect"), web.repo + s("/absent")}, {}, {}, 60);
+        ProcessRunner::system().run(corvane, {s("inspect"), web.repo + s("/absent")}, {}, {}, 60);
     EXPECT_EQ(missing.exitCode, 2);
     EXPECT_TRUE(missing.standardOutput.isEmpty());
 

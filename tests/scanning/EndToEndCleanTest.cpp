@@ -1,6 +1,6 @@
 // From a generated workspace of real projects to items in a real (redirected) Trash.
 
-#include "scanning/ProcessRunner.h"
+#include "platform/ProcessRunner.h"
 #include "scanning/ScanEngine.h"
 #include "scanning/ScanSession.h"
 #include "support/TestEnvironment.h"
@@ -49,7 +49,7 @@ QSet<QString> pathsInTrash() {
 }
 
 QJsonObject generateWorkspace(const QString& workspace) {
-    const ProcessResult made = ProcessRunner::run(
+    const ProcessResult made = ProcessRunner::system().run(
         QStringLiteral("/usr/bin/env"),
         {QStringLiteral("python3"), generator, workspace, QStringLiteral("--projects"),
          QStringLiteral("14"), QStringLiteral("--scale"), QStringLiteral("0.05"),

@@ -2,8 +2,8 @@
 // names that are not UTF-8, huge flat folders, special files, roots that are not folders. The
 // walk and the measurement finish with what they could read.
 
+#include "platform/SizeCalculator.h"
 #include "scanning/DirectoryWalker.h"
-#include "scanning/SizeCalculator.h"
 #include "support/TreeFixture.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "scanning/ScanEngine.h"
 
-#include "scanning/SizeCalculator.h"
+#include "platform/SizeCalculator.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 

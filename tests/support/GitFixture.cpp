@@ -30,8 +30,8 @@ ProcessResult runGit(const QString& folder, const QStringList& arguments,
                      const std::optional<QByteArray>& input) {
     QStringList full{QStringLiteral("-C"), folder};
     full += arguments;
-    return ProcessRunner::run(Locations::toolPath(Locations::Tool::git), full, input,
-                              fixedIdentity(), 60);
+    return ProcessRunner::system().run(Locations::toolPath(Locations::Tool::git), full, input,
+                                       fixedIdentity(), 60);
 }
 
 void setLocalIdentity(const QString& repo) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scanning/ProcessRunner.h"
+#include "platform/ProcessRunner.h"
 
 #include <QByteArray>
 #include <QMap>

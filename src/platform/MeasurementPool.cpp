@@ -1,7 +1,7 @@
-#include "scanning/MeasurementPool.h"
+#include "platform/MeasurementPool.h"
 
+#include "platform/SizeCalculator.h"
 #include "platform/WorkQueue.h"
-#include "scanning/SizeCalculator.h"
 
 namespace corvane {
 

@@ -1,6 +1,6 @@
-#include "scanning/SizeCalculator.h"
+#include "platform/SizeCalculator.h"
 
-#include "scanning/MeasurementPool.h"
+#include "platform/MeasurementPool.h"
 #include "support/TreeFixture.h"
 
 #include <QDirIterator>

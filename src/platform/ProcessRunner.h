@@ -50,23 +50,49 @@ private:
     QByteArray utf8_;
 };
 
-struct ProcessRunner {
+// The one way the system starts a child program. The real runner is the default everywhere; a
+// test hands a subclass to the code under test to make one call fail in a way no stand-in
+// program can (a launch refused for one tool only, a time-out at an exact step).
+class ProcessRunner {
+public:
+    // Everything about one call, as the caller gave it.
+    struct Call {
+        const QString& executable;
+        const QStringList& arguments;
+        const std::optional<QByteArray>& stdinData;
+        const QHash<QString, QString>& environmentOverrides;
+        double timeout;
+        const CancellationToken& cancellation;
+    };
+
+    virtual ~ProcessRunner() = default;
+
+    // The runner that starts real children.
+    static const ProcessRunner& system();
+
     // Runs `executable` (an absolute path, never searched in PATH) with `arguments` and no shell.
-    // Blocks the calling worker thread until the child has ended and both output pipes are read;
+    // Blocks the calling worker thread until the child has exited and both output pipes are read;
     // never call it on the main thread. Standard input is always a pipe: it receives `stdinData`
     // when given and is then closed. `environmentOverrides` are laid over the inherited
     // environment. When `timeout` seconds pass the child gets one SIGTERM and the call throws
-    // `timedOut` once it has ended. Cancelling `cancellation` sends the same SIGTERM and the call
+    // `timedOut` once it has exited. Cancelling `cancellation` sends the same SIGTERM and the call
     // returns what the child's end produced. Throws `launchFailed` when the program cannot start.
-    static ProcessResult run(const QString& executable, const QStringList& arguments,
-                             const std::optional<QByteArray>& stdinData = std::nullopt,
-                             const QHash<QString, QString>& environmentOverrides = {},
-                             double timeout = 60.0,
-                             const CancellationToken& cancellation = CancellationToken());
+    ProcessResult run(const QString& executable, const QStringList& arguments,
+                      const std::optional<QByteArray>& stdinData = std::nullopt,
+                      const QHash<QString, QString>& environmentOverrides = {},
+                      double timeout = 60.0,
+                      const CancellationToken& cancellation = CancellationToken()) const {
+        return execute(
+            Call{executable, arguments, stdinData, environmentOverrides, timeout, cancellation});
+    }
 
     // The "PATH" override for tools installed by package managers: the tool's own folder, then the
     // usual places, since a desktop application inherits a minimal PATH.
     static QString toolSearchPath(const QString& executable);
+
+protected:
+    // Starts the child and waits for it, as `run` describes.
+    virtual ProcessResult execute(const Call& call) const;
 };
 
 } // namespace corvane

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/PlatformTrash.h"
+
 #include <QList>
 #include <QString>
 #include <optional>
@@ -33,7 +35,8 @@ struct TrashService {
     static inline const QString goneMessage = QStringLiteral("No longer exists");
 
     // Blocking; run it off the main thread. Never throws: every problem is a failure of its item.
-    static TrashOutcome trash(const QList<QString>& urls, const QString& root);
+    static TrashOutcome trash(const QList<QString>& urls, const QString& root,
+                              const PlatformTrash& platform = PlatformTrash::system());
 
     // What `trash` would refuse `url` for before asking the platform (outside the area, or gone),
     // or nothing when the item would be handed to the platform's Trash. Moves nothing.

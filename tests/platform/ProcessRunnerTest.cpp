@@ -1,4 +1,4 @@
-#include "scanning/ProcessRunner.h"
+#include "platform/ProcessRunner.h"
 
 #include "support/TestEnvironment.h"
 
@@ -18,8 +18,8 @@ const QString sh = QStringLiteral("/bin/sh");
 
 ProcessResult shell(const QByteArray& script, std::optional<QByteArray> input = std::nullopt,
                     QHash<QString, QString> overrides = {}, double timeout = 30) {
-    return ProcessRunner::run(sh, {QStringLiteral("-c"), QString::fromUtf8(script)}, input,
-                              overrides, timeout);
+    return ProcessRunner::system().run(sh, {QStringLiteral("-c"), QString::fromUtf8(script)}, input,
+                                       overrides, timeout);
 }
 
 int openDescriptorCount() {
@@ -76,9 +76,9 @@ TEST(ProcessRunner, SleepingPastTheLimitTimesOut) {
 
 TEST(ProcessRunner, PathOverrideReplacesPathAndOtherVariablesPassThrough) {
     ::setenv("CORVANE_TEST_MARKER", "inherited", 1);
-    const ProcessResult result =
-        ProcessRunner::run(QStringLiteral("/usr/bin/env"), {}, std::nullopt,
-                           {{QStringLiteral("PATH"), QStringLiteral("/opt/tool/bin:/bin")}});
+    const ProcessResult result = ProcessRunner::system().run(
+        QStringLiteral("/usr/bin/env"), {}, std::nullopt,
+        {{QStringLiteral("PATH"), QStringLiteral("/opt/tool/bin:/bin")}});
     const QList<QByteArray> lines = result.standardOutput.split('\n');
     EXPECT_TRUE(lines.contains("PATH=/opt/tool/bin:/bin"));
     EXPECT_EQ(lines.count("PATH=/opt/tool/bin:/bin"), 1);
@@ -88,7 +88,7 @@ TEST(ProcessRunner, PathOverrideReplacesPathAndOtherVariablesPassThrough) {
 
 TEST(ProcessRunner, MissingOrNonExecutableProgramsFailToLaunchWithTheSystemsText) {
     try {
-        ProcessRunner::run(QStringLiteral("/nonexistent/tool"), {});
+        ProcessRunner::system().run(QStringLiteral("/nonexistent/tool"), {});
         FAIL() << "expected launchFailed";
     } catch (const ProcessRunnerError& error) {
         EXPECT_EQ(error.kind(), ProcessRunnerError::Case::launchFailed);
@@ -97,7 +97,7 @@ TEST(ProcessRunner, MissingOrNonExecutableProgramsFailToLaunchWithTheSystemsText
     const QString plain = test::makeTempDir() + QStringLiteral("/not-executable");
     test::writeFile(plain, "echo hi\n");
     try {
-        ProcessRunner::run(plain, {});
+        ProcessRunner::system().run(plain, {});
         FAIL() << "expected launchFailed";
     } catch (const ProcessRunnerError& error) {
         EXPECT_EQ(error.kind(), ProcessRunnerError::Case::launchFailed);
@@ -110,8 +110,8 @@ TEST(ProcessRunner, CancellingEndsALongChildPromptly) {
     QElapsedTimer clock;
     clock.start();
     auto running = std::async(std::launch::async, [&] {
-        return ProcessRunner::run(sh, {QStringLiteral("-c"), QStringLiteral("sleep 30")},
-                                  std::nullopt, {}, 60, token);
+        return ProcessRunner::system().run(sh, {QStringLiteral("-c"), QStringLiteral("sleep 30")},
+                                           std::nullopt, {}, 60, token);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     token.cancel();
@@ -130,12 +130,62 @@ TEST(ProcessRunner, AChildThatClosesItsPipesEarlyOrLeavesAGrandchildBehindDoesNo
     EXPECT_LT(clock.elapsed(), 4000);
 }
 
+TEST(ProcessRunner, TheLimitAndCancellationHoldAfterAChildClosedItsPipes) {
+    // A child that closes both pipes and then sleeps must not outlive its limit.
+    QElapsedTimer clock;
+    clock.start();
+    try {
+        shell("exec 1>&- 2>&-; exec sleep 30", std::nullopt, {}, 0.5);
+        FAIL() << "expected timedOut";
+    } catch (const ProcessRunnerError& error) {
+        EXPECT_EQ(error.kind(), ProcessRunnerError::Case::timedOut);
+    }
+    EXPECT_LT(clock.elapsed(), 5000);
+
+    CancellationToken token;
+    clock.restart();
+    auto running = std::async(std::launch::async, [&] {
+        return ProcessRunner::system().run(
+            sh, {QStringLiteral("-c"), QStringLiteral("exec 1>&- 2>&-; exec sleep 30")},
+            std::nullopt, {}, 60, token);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    token.cancel();
+    EXPECT_EQ(running.get().terminationSignal, SIGTERM);
+    EXPECT_LT(clock.elapsed(), 5000);
+}
+
+// A runner a test hands to the code under test: it refuses to start one program and runs the
+// rest for real.
+class RefusingRunner : public ProcessRunner {
+public:
+    explicit RefusingRunner(QString refused)
+        : refused_(std::move(refused)) {}
+
+protected:
+    ProcessResult execute(const Call& call) const override {
+        if (call.executable == refused_)
+            throw ProcessRunnerError::launchFailed(QStringLiteral("refused by the test"));
+        return ProcessRunner::execute(call);
+    }
+
+private:
+    QString refused_;
+};
+
+TEST(ProcessRunner, ASubclassSeesEveryCallAndCanPassItOnToTheRealRunner) {
+    const RefusingRunner runner(QStringLiteral("/bin/false"));
+    EXPECT_EQ(runner.run(sh, {QStringLiteral("-c"), QStringLiteral("echo real")}).standardOutput,
+              QByteArray("real\n"));
+    EXPECT_THROW(runner.run(QStringLiteral("/bin/false"), {}), ProcessRunnerError);
+}
+
 TEST(ProcessRunner, AThousandCallsLeakNoDescriptorsAndLeaveNoZombies) {
     const int before = openDescriptorCount();
     for (int call = 0; call < 1000; ++call)
-        ASSERT_EQ(ProcessRunner::run(QStringLiteral("/bin/true"), {}).exitCode, 0);
+        ASSERT_EQ(ProcessRunner::system().run(QStringLiteral("/bin/true"), {}).exitCode, 0);
     try {
-        ProcessRunner::run(QStringLiteral("/nonexistent"), {});
+        ProcessRunner::system().run(QStringLiteral("/nonexistent"), {});
     } catch (const ProcessRunnerError&) {
     }
     EXPECT_EQ(openDescriptorCount(), before);

@@ -1,4 +1,4 @@
-#include "scanning/ProcessRunner.h"
+#include "platform/ProcessRunner.h"
 
 #include "platform/Paths.h"
 
@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -187,13 +188,20 @@ void feed(Descriptor& fd, const QByteArray& data, qsizetype& written) {
     fd.close();
 }
 
-int waitForExit(pid_t pid, int options) {
+// The child's wait status once it has exited, or nothing while it runs. A child that someone
+// else reaped (SIGCHLD ignored by the whole program) counts as exited with status 255, so no
+// caller mistakes it for success.
+std::optional<int> reaped(pid_t pid, int options) {
     int status = 0;
-    pid_t reaped;
+    pid_t result;
     do {
-        reaped = ::waitpid(pid, &status, options);
-    } while (reaped < 0 && errno == EINTR);
-    return reaped == pid ? status : -1;
+        result = ::waitpid(pid, &status, options);
+    } while (result < 0 && errno == EINTR);
+    if (result == pid)
+        return status;
+    if (result < 0)
+        return 255 << 8;
+    return std::nullopt;
 }
 
 // One child from launch to reaping.
@@ -216,11 +224,11 @@ public:
         setNonBlocking(stdin_.get());
         if (stdinData_.isEmpty())
             stdin_.close();
-        int status = -1;
+        std::optional<int> status;
         while (stdout_.isOpen() || stderr_.isOpen()) {
             pollOnce();
             terminateWhenDue();
-            if (status = waitForExit(pid_, WNOHANG); status != -1) {
+            if (status = reaped(pid_, WNOHANG); status) {
                 // The child is gone; take what it left in the pipes and stop, even if a
                 // grandchild still holds them open.
                 if (stdout_.isOpen())
@@ -231,15 +239,15 @@ public:
             }
         }
         stdin_.close();
-        if (status == -1)
-            status = waitForExit(pid_, 0);
+        if (!status)
+            status = waitForExit();
         if (timedOut_)
             throw ProcessRunnerError::timedOut();
-        if (WIFSIGNALED(status)) {
-            result_.terminationSignal = WTERMSIG(status);
-            result_.exitCode = 128 + WTERMSIG(status);
+        if (WIFSIGNALED(*status)) {
+            result_.terminationSignal = WTERMSIG(*status);
+            result_.exitCode = 128 + WTERMSIG(*status);
         } else {
-            result_.exitCode = WEXITSTATUS(status);
+            result_.exitCode = WEXITSTATUS(*status);
         }
         return std::move(result_);
     }
@@ -270,6 +278,20 @@ private:
         }
     }
 
+    // The output is closed, but the child may go on (it closed its pipes and works or sleeps):
+    // the time limit and cancellation still hold until it exits. Exiting usually follows the
+    // closing within microseconds, so the pauses start short and grow.
+    int waitForExit() {
+        auto pause = std::chrono::microseconds(50);
+        for (;;) {
+            if (const std::optional<int> status = reaped(pid_, WNOHANG))
+                return *status;
+            terminateWhenDue();
+            std::this_thread::sleep_for(pause);
+            pause = std::min(pause * 2, std::chrono::microseconds(pollIntervalMs * 1000));
+        }
+    }
+
     // One SIGTERM, for the time limit or for cancellation; no escalation.
     void terminateWhenDue() {
         if (terminationSent_)
@@ -297,10 +319,12 @@ private:
 
 } // namespace
 
-ProcessResult ProcessRunner::run(const QString& executable, const QStringList& arguments,
-                                 const std::optional<QByteArray>& stdinData,
-                                 const QHash<QString, QString>& environmentOverrides,
-                                 double timeout, const CancellationToken& cancellation) {
+const ProcessRunner& ProcessRunner::system() {
+    static const ProcessRunner runner;
+    return runner;
+}
+
+ProcessResult ProcessRunner::execute(const Call& call) const {
     ignoreBrokenPipesOnce();
     Pipe input;
     Pipe output;
@@ -308,15 +332,16 @@ ProcessResult ProcessRunner::run(const QString& executable, const QStringList& a
     if (!openPipe(input) || !openPipe(output) || !openPipe(error))
         throw ProcessRunnerError::launchFailed(errorText(errno));
 
-    const pid_t pid = spawnChild(executable, arguments, environmentOverrides, input, output, error);
+    const pid_t pid = spawnChild(call.executable, call.arguments, call.environmentOverrides, input,
+                                 output, error);
     // Only the child keeps these ends; our copies would hide the end of its output.
     input.read.close();
     output.write.close();
     error.write.close();
 
     const QByteArray noInput;
-    ChildSession child(pid, input, output, error, stdinData ? *stdinData : noInput, timeout,
-                       cancellation);
+    ChildSession child(pid, input, output, error, call.stdinData ? *call.stdinData : noInput,
+                       call.timeout, call.cancellation);
     return child.runToEnd();
 }
 

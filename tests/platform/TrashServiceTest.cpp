@@ -1,4 +1,4 @@
-#include "scanning/TrashService.h"
+#include "platform/TrashService.h"
 
 #include "support/LockedFolder.h"
 #include "support/TestEnvironment.h"
@@ -212,3 +212,42 @@ TEST(TrashService, APlatformRefusalKeepsTheItemAndPassesThePlatformsMessageOn) {
     EXPECT_TRUE(QFile::exists(root + QStringLiteral("/dist/app.js")));
 }
 #endif
+
+namespace {
+
+// A Trash that refuses the items whose name is given, as a locked file or a full volume would,
+// and takes the rest for real.
+class RefusingTrash : public PlatformTrash {
+public:
+    explicit RefusingTrash(QString refusedName)
+        : refusedName_(std::move(refusedName)) {}
+
+    std::optional<QString> moveToTrash(const QString& path) const override {
+        if (QFileInfo(path).fileName() == refusedName_)
+            return QStringLiteral("The item is in use.");
+        return PlatformTrash::moveToTrash(path);
+    }
+
+private:
+    QString refusedName_;
+};
+
+} // namespace
+
+TEST(TrashService, ARefusalInTheMiddleOfABatchStopsNothingAfterIt) {
+    const QString root = test::makeTempDir(QStringLiteral("trash-batch"));
+    for (const char* name : {"/a/node_modules", "/b/dist", "/c/target"})
+        test::writeFile(root + QString::fromUtf8(name) + QStringLiteral("/file"));
+    const QList<QString> items{root + QStringLiteral("/a/node_modules"),
+                               root + QStringLiteral("/b/dist"),
+                               root + QStringLiteral("/c/target")};
+
+    const TrashOutcome outcome =
+        TrashService::trash(items, root, RefusingTrash(QStringLiteral("dist")));
+
+    EXPECT_EQ(outcome.trashed, (QList<QString>{items[0], items[2]}));
+    EXPECT_EQ(outcome.failures,
+              (QList<TrashFailure>{{items[1], QStringLiteral("The item is in use.")}}));
+    EXPECT_TRUE(QFile::exists(items[1] + QStringLiteral("/file")));
+    EXPECT_FALSE(isPresent(items[2]));
+}

@@ -3,7 +3,7 @@
 // why and leaves the item where it was. (Qt's own moveToTrash retries forever when the record
 // cannot be written, so it is not used.)
 
-#include "scanning/PlatformTrash.h"
+#include "platform/PlatformTrash.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -115,7 +115,7 @@ bool writeAll(int descriptor, const QByteArray& bytes) {
 
 } // namespace
 
-std::optional<QString> moveToPlatformTrash(const QString& path) {
+std::optional<QString> PlatformTrash::moveToTrash(const QString& path) const {
     const QByteArray item = bytesOf(path);
     struct stat itemInfo {};
     if (::lstat(item.constData(), &itemInfo) != 0)

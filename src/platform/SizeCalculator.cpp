@@ -1,8 +1,8 @@
-#include "scanning/SizeCalculator.h"
+#include "platform/SizeCalculator.h"
 
 #include "platform/DirectoryReader.h"
+#include "platform/MeasurementPool.h"
 #include "platform/Paths.h"
-#include "scanning/MeasurementPool.h"
 
 #include <QFile>
 #include <cstdlib>

@@ -1,7 +1,6 @@
-#include "scanning/TrashService.h"
+#include "platform/TrashService.h"
 
 #include "platform/Paths.h"
-#include "scanning/PlatformTrash.h"
 
 #include <QDir>
 #include <QFile>
@@ -90,7 +89,8 @@ std::optional<QString> TrashService::refusal(const QString& url, const QString& 
     return refusalWithin(url, root.isEmpty() ? QString() : canonicalPath(root));
 }
 
-TrashOutcome TrashService::trash(const QList<QString>& urls, const QString& root) {
+TrashOutcome TrashService::trash(const QList<QString>& urls, const QString& root,
+                                 const PlatformTrash& platform) {
     TrashOutcome outcome;
     if (urls.isEmpty())
         return outcome;
@@ -99,7 +99,7 @@ TrashOutcome TrashService::trash(const QList<QString>& urls, const QString& root
         // Tested right before each move: an earlier move of this call may have taken the item.
         std::optional<QString> failure = refusalWithin(url, canonicalRoot);
         if (!failure)
-            failure = moveToPlatformTrash(url);
+            failure = platform.moveToTrash(url);
         if (failure)
             outcome.failures.append({url, *failure});
         else
