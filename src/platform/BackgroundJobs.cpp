@@ -23,4 +23,8 @@ void runInBackground(std::function<void()> job) {
     backgroundPool()->start(std::move(job));
 }
 
+void waitForBackgroundJobs() {
+    backgroundPool()->waitForDone();
+}
+
 } // namespace corvane

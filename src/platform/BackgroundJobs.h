@@ -9,4 +9,8 @@ namespace corvane {
 // the objects it uses.
 void runInBackground(std::function<void()> job);
 
+// Blocks until every job started so far has ended. For tests, which must see a job's effects (or
+// their absence) before they look.
+void waitForBackgroundJobs();
+
 } // namespace corvane

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/PlatformTrash.h"
+#include "platform/TrashService.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+namespace corvane {
+
+// What one trash action moves, fixed when the user is asked: a confirmation shows a plan, and
+// carrying it out moves exactly that plan's items and nothing that was ticked since.
+struct TrashPlan {
+    // Items that must lie inside one allowed area, in the order they are moved.
+    struct Batch {
+        QString root;
+        QList<QString> urls;
+
+        bool operator==(const Batch&) const = default;
+    };
+
+    QList<Batch> batches;
+    // Measured bytes by item; an item without an entry counts 0.
+    QHash<QString, qint64> sizeByURL;
+
+    // Appends `url` to the batch of `root` (a new batch when the last one has another root).
+    void add(const QString& root, const QString& url, std::optional<qint64> bytes);
+    bool isEmpty() const;
+    // Every item, batch after batch.
+    QList<QString> urls() const;
+    // The known bytes of `urls`. Overflow aborts.
+    qint64 bytesOf(const QList<QString>& urls) const;
+    qint64 totalBytes() const { return bytesOf(urls()); }
+
+    bool operator==(const TrashPlan&) const = default;
+};
+
+// A plan carried out (or, in a dry run, looked at): what moved, what did not and why, and the
+// bytes of what moved.
+struct TrashResult {
+    TrashPlan plan;
+    TrashOutcome outcome;
+    qint64 reclaimedBytes = 0;
+    bool wasDryRun = false;
+};
+
+// Moves the plan's items batch by batch through the trash service, each inside its own area.
+// Blocking; run it off the main thread.
+TrashResult carryOut(const TrashPlan& plan,
+                     const PlatformTrash& platform = PlatformTrash::system());
+
+// What carrying the plan out would move and what the trash service would refuse before asking
+// the platform. Moves nothing.
+TrashResult preview(const TrashPlan& plan);
+
+// The toast of a trash action, from its result: "Reclaimed 1.2 GB", or for a dry run
+// "Dry run: would move 3 items (1.2 GB) to the Trash". Empty when nothing moved (or would).
+QString trashToastText(const TrashResult& result);
+
+} // namespace corvane
