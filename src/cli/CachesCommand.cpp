@@ -11,61 +11,56 @@
 namespace corvane::cli {
 namespace {
 
-// The caches need no scan of a folder, so the session gets no engine.
-ScanStarter noScans() {
-    return {};
+void load(GlobalCachesModel& model) {
+    model.reload();
+    waitUntil(model, &GlobalCachesModel::isLoadingChanged, [&model] { return !model.isLoading(); });
 }
 
-void scanCaches(ScanSession& session) {
-    session.scanCaches();
-    waitUntil(session, &ScanSession::isCacheScanningChanged,
-              [&session] { return !session.isCacheScanning(); });
-}
-
-void printCaches(const ScanSession& session, QTextStream& out) {
-    if (session.globalCaches().isEmpty()) {
+void printCaches(const GlobalCachesModel& model, QTextStream& out) {
+    if (model.caches().isEmpty()) {
         out << "No known developer caches found on this machine.\n";
         return;
     }
-    for (const GlobalCacheItem& cache : session.globalCaches()) {
-        const qint64 bytes = session.cacheSizeByID().value(cache.id());
+    for (const GlobalCacheItem& cache : model.caches()) {
+        const qint64 bytes = model.cacheSizeByID().value(cache.id());
         out << cache.entry.name.leftJustified(24) << ' ' << formatBytes(bytes).rightJustified(10)
             << "  " << cache.id() << '\n'
             << "    " << cache.entry.detail << '\n';
     }
-    out << "\nTotal: " << formatBytes(session.measuredCacheBytes()) << '\n';
+    out << "\nTotal: " << formatBytes(model.measuredBytes()) << '\n';
 }
 
 } // namespace
 
 int runCaches(bool json, Console& console) {
     ToastCenter toasts;
-    ScanSession session(toasts, noScans());
-    scanCaches(session);
+    GlobalCachesModel model(toasts);
+    load(model);
     if (json)
-        console.out << QJsonDocument(ScanJson::caches(session)).toJson(QJsonDocument::Indented);
+        console.out << QJsonDocument(ScanJson::caches(model)).toJson(QJsonDocument::Indented);
     else
-        printCaches(session, console.out);
+        printCaches(model, console.out);
     console.out << Qt::flush;
     return exitOk;
 }
 
 int runCachesClean(const CachesCleanRequest& request, Console& console) {
     ToastCenter toasts;
-    ScanSession session(toasts, noScans());
-    scanCaches(session);
+    GlobalCachesModel model(toasts);
+    load(model);
     for (const QString& id : request.ids) {
-        session.setCacheSelected(id, true);
-        if (!session.selectedCacheIDs().contains(id)) {
+        model.setSelected(id, true);
+        if (!model.selectedIDs().contains(id)) {
             console.err << "No developer cache " << id
                         << " on this machine; `corvane caches` lists them.\n";
             return exitRefusedOrBadArguments;
         }
     }
-    return carryOut(session, toasts,
-                    {session.trashPlan(TrashScope::caches()),
-                     [&session] { session.trash(TrashScope::caches()); }},
-                    request.trash, console);
+    return carryOut(model.trashPlan(), request.trash, console,
+                    [&model](const TrashPlan& plan, bool dryRun) {
+                        model.setDryRun(dryRun);
+                        return trashThrough(model, plan);
+                    });
 }
 
 void defineCachesCommand(CLI::App& command, int& status) {

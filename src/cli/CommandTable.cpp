@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "scanning/RulesStore.h"
 #include "scanning/ScanEngine.h"
 
 #include <QCoreApplication>
@@ -44,6 +45,8 @@ int runCommandLine(int argc, char** argv) {
     app.set_version_flag("--version",
                          "corvane " + QCoreApplication::applicationVersion().toStdString());
     app.require_subcommand(0, 1);
+    // The user's own artifact rules, from the settings the app writes, hold here as they do there.
+    const RulesStore rules;
     int status = exitOk;
     for (const Command& command : commandTable())
         command.define(*app.add_subcommand(command.name, command.help), status);

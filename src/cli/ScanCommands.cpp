@@ -4,7 +4,6 @@
 #include "cli/Commands.h"
 #include "cli/ScanJson.h"
 #include "cli/SessionDriver.h"
-#include "platform/Paths.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -13,17 +12,29 @@
 namespace corvane::cli {
 namespace {
 
-std::optional<Project> projectAt(const ScanSession& session, const QString& path) {
-    const QString wanted = Paths::standardized(QDir::current().absoluteFilePath(path));
-    for (const Project& project : session.projects()) {
-        if (Paths::standardized(project.url) == wanted)
-            return project;
-    }
-    return std::nullopt;
-}
-
 QString fromStd(const std::string& text) {
     return QString::fromStdString(text);
+}
+
+TrashRunner sessionRunner(ScanSession& session) {
+    return [&session](const TrashPlan& plan, bool dryRun) {
+        return dryRun ? preview(plan) : trashThrough(session, plan);
+    };
+}
+
+// Exactly the named items; a path that is not one refuses the whole command before anything
+// moves, since a typo must not turn into a partial clean.
+int cleanItems(ScanSession& session, const QStringList& items, const TrashRequest& request,
+               Console& console) {
+    const ScanSession::PathsPlan planned =
+        session.trashPlan(QList<QString>(items.cbegin(), items.cend()));
+    if (!planned.refused.isEmpty()) {
+        for (const TrashFailure& refusal : planned.refused)
+            console.err << refusal.url << ": " << refusal.message << '\n';
+        console.err << "Nothing was moved.\n";
+        return exitRefusedOrBadArguments;
+    }
+    return carryOut(planned.plan, request, console, sessionRunner(session));
 }
 
 } // namespace
@@ -48,17 +59,11 @@ int runClean(const CleanRequest& request, const ScanStarter& starter, Console& c
     ScanSession session(toasts, starter);
     if (const int status = scanFolder(session, request.folder, console); status != exitOk)
         return status;
-
-    if (!request.items.isEmpty()) {
-        const QList<QString> paths(request.items.cbegin(), request.items.cend());
-        return carryOut(
-            session, toasts,
-            {session.trashPlan(paths), [&session, paths] { session.trashPaths(paths); }},
-            request.trash, console);
-    }
+    if (!request.items.isEmpty())
+        return cleanItems(session, request.items, request.trash, console);
     TrashScope scope = TrashScope::everything();
     if (request.project) {
-        const std::optional<Project> project = projectAt(session, *request.project);
+        const std::optional<Project> project = session.projectAt(*request.project);
         if (!project) {
             console.err << "No project at " << *request.project << " in the scan of "
                         << session.rootURL().value_or(QString()) << '\n';
@@ -66,9 +71,7 @@ int runClean(const CleanRequest& request, const ScanStarter& starter, Console& c
         }
         scope = TrashScope::forProject(*project);
     }
-    return carryOut(session, toasts,
-                    {session.trashPlan(scope), [&session, scope] { session.trash(scope); }},
-                    request.trash, console);
+    return carryOut(session.trashPlan(scope), request.trash, console, sessionRunner(session));
 }
 
 void defineScanCommand(CLI::App& command, int& status, ScanStarter starter) {
@@ -111,7 +114,7 @@ void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter) {
                                               "Only the ticked items of the project at this path");
     command
         .add_option("--item", options->items,
-                    "Exactly this path instead of the ticked items (repeatable)")
+                    "Exactly this item of the scan instead of the ticked ones (repeatable)")
         ->excludes(project);
     addTrashFlags(command, options->trash);
     command.callback([options, &status, starter] {

@@ -80,11 +80,11 @@ QJsonObject dryRun(const TrashOutcome& preview, qint64 wouldReclaimBytes) {
             {QStringLiteral("failures"), failures(preview.failures)}};
 }
 
-QJsonObject caches(const ScanSession& session) {
+QJsonObject caches(const GlobalCachesModel& model) {
     QJsonArray array;
-    for (const GlobalCacheItem& cache : session.globalCaches()) {
-        const auto size = session.cacheSizeByID().constFind(cache.id());
-        const bool measured = size != session.cacheSizeByID().cend();
+    for (const GlobalCacheItem& cache : model.caches()) {
+        const auto size = model.cacheSizeByID().constFind(cache.id());
+        const bool measured = size != model.cacheSizeByID().cend();
         array.append(QJsonObject{{QStringLiteral("id"), cache.id()},
                                  {QStringLiteral("name"), cache.entry.name},
                                  {QStringLiteral("url"), cache.entry.url},
@@ -93,7 +93,7 @@ QJsonObject caches(const ScanSession& session) {
                                   measured ? QJsonValue(*size) : QJsonValue(QJsonValue::Null)}});
     }
     return {{QStringLiteral("caches"), array},
-            {QStringLiteral("totalBytes"), session.measuredCacheBytes()}};
+            {QStringLiteral("totalBytes"), model.measuredBytes()}};
 }
 
 } // namespace corvane::cli::ScanJson

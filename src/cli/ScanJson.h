@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scanning/GlobalCachesModel.h"
 #include "scanning/ScanSession.h"
 
 #include <QJsonArray>
@@ -21,6 +22,6 @@ QJsonObject trashResult(const TrashOutcome& outcome, qint64 reclaimedBytes);
 QJsonObject dryRun(const TrashOutcome& preview, qint64 wouldReclaimBytes);
 
 // `caches` (in table order) and `totalBytes`.
-QJsonObject caches(const ScanSession& session);
+QJsonObject caches(const GlobalCachesModel& model);
 
 } // namespace corvane::cli::ScanJson

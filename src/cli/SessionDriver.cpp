@@ -56,43 +56,42 @@ void printJson(Console& console, const QJsonObject& document) {
     console.out << QJsonDocument(document).toJson(QJsonDocument::Indented) << Qt::flush;
 }
 
-void printFailures(Console& console, const QList<TrashFailure>& failures) {
-    if (failures.isEmpty())
-        return;
-    console.out << "Some items could not be trashed:\n";
-    for (const TrashFailure& failure : failures)
-        console.out << "  " << failure.url << ": " << failure.message << '\n';
-}
-
 int statusFor(const QList<TrashFailure>& failures) {
     return failures.isEmpty() ? exitOk : exitSomeFailed;
 }
 
-int preview(TrashPlan plan, const TrashRequest& request, Console& console) {
-    plan.measureUnmeasured();
-    const TrashOutcome outcome = plan.preview();
-    const qint64 bytes = plan.bytesOf(outcome.trashed);
-    if (request.json) {
-        printJson(console, ScanJson::dryRun(outcome, bytes));
-        return statusFor(outcome.failures);
-    }
-    console.out << "Dry run: would move to the Trash:\n";
-    for (const QString& url : outcome.trashed)
+void printItems(Console& console, const TrashPlan& plan, const QList<QString>& urls) {
+    for (const QString& url : urls)
         console.out << "  " << url << "  " << formatBytes(plan.sizeByURL.value(url)) << '\n';
-    console.out << "Dry run: would reclaim " << formatBytes(bytes) << '\n';
-    printFailures(console, outcome.failures);
-    return statusFor(outcome.failures);
 }
 
 bool confirmed(const TrashPlan& plan, Console& console) {
-    const QList<QString> urls = plan.itemURLs + plan.cacheURLs;
+    const QList<QString> urls = plan.urls();
     console.out << "To be moved to the Trash:\n";
-    for (const QString& url : urls)
-        console.out << "  " << url << "  " << formatBytes(plan.sizeByURL.value(url)) << '\n';
+    printItems(console, plan, urls);
     console.out << Qt::flush;
     return console.ask(QStringLiteral("Move %1 item(s), %2, to the Trash? [y/N] ")
                            .arg(urls.size())
-                           .arg(formatBytes(plan.bytesOf(urls))));
+                           .arg(formatBytes(plan.totalBytes())));
+}
+
+int report(const TrashResult& result, const TrashRequest& request, Console& console) {
+    const TrashOutcome& outcome = result.outcome;
+    if (request.json) {
+        printJson(console, result.wasDryRun
+                               ? ScanJson::dryRun(outcome, result.reclaimedBytes)
+                               : ScanJson::trashResult(outcome, result.reclaimedBytes));
+        return statusFor(outcome.failures);
+    }
+    if (result.wasDryRun) {
+        console.out << "Dry run: would move to the Trash:\n";
+        printItems(console, result.plan, outcome.trashed);
+        console.out << "Dry run: would reclaim " << formatBytes(result.reclaimedBytes) << '\n';
+    } else if (!outcome.trashed.isEmpty()) {
+        console.out << trashToastText(result) << '\n';
+    }
+    printFailures(console, outcome.failures);
+    return statusFor(outcome.failures);
 }
 
 } // namespace
@@ -125,9 +124,17 @@ int scanFolder(ScanSession& session, const QString& folder, Console& console) {
     return exitOk;
 }
 
-int carryOut(ScanSession& session, const ToastCenter& toasts, PlannedTrash planned,
-             const TrashRequest& request, Console& console) {
-    if (planned.plan.isEmpty()) {
+void printFailures(Console& console, const QList<TrashFailure>& failures) {
+    if (failures.isEmpty())
+        return;
+    console.out << "Some items could not be trashed:\n";
+    for (const TrashFailure& failure : failures)
+        console.out << "  " << failure.url << ": " << failure.message << '\n';
+}
+
+int carryOut(const TrashPlan& plan, const TrashRequest& request, Console& console,
+             const TrashRunner& run) {
+    if (plan.isEmpty()) {
         if (request.json)
             printJson(console,
                       request.dryRun ? ScanJson::dryRun({}, 0) : ScanJson::trashResult({}, 0));
@@ -135,41 +142,18 @@ int carryOut(ScanSession& session, const ToastCenter& toasts, PlannedTrash plann
             console.out << "Nothing is ticked to move to the Trash.\n";
         return exitOk;
     }
-    if (request.dryRun)
-        return preview(std::move(planned.plan), request, console);
-    if (!request.yes) {
+    if (!request.dryRun && !request.yes) {
         if (!console.canAsk) {
             console.err << "Nothing was moved: confirm with --yes, or run on a terminal to be "
                            "asked first.\n";
             return exitRefusedOrBadArguments;
         }
-        if (!confirmed(planned.plan, console)) {
+        if (!confirmed(plan, console)) {
             console.out << "Nothing was moved.\n";
             return exitOk;
         }
     }
-
-    TrashOutcome outcome;
-    qint64 reclaimed = 0;
-    // The receiver ends with this call, and the connection with it.
-    const QObject receiver;
-    QObject::connect(&session, &ScanSession::trashCompleted, &receiver,
-                     [&outcome, &reclaimed](const TrashOutcome& result, qint64 bytes) {
-                         outcome = result;
-                         reclaimed = bytes;
-                     });
-    planned.start();
-    waitUntil(session, &ScanSession::isTrashingChanged,
-              [&session] { return !session.isTrashing(); });
-
-    if (request.json) {
-        printJson(console, ScanJson::trashResult(outcome, reclaimed));
-        return statusFor(outcome.failures);
-    }
-    if (!outcome.trashed.isEmpty() && toasts.current())
-        console.out << toasts.current()->message << '\n';
-    printFailures(console, outcome.failures);
-    return statusFor(outcome.failures);
+    return report(run(plan, request.dryRun), request, console);
 }
 
 } // namespace corvane::cli

@@ -12,6 +12,10 @@ QString standardized(const QString& path) {
     return QDir::cleanPath(path);
 }
 
+QString absoluteStandardized(const QString& path) {
+    return standardized(QDir::current().absoluteFilePath(path));
+}
+
 QString withPrivatePrefix(const QString& path, bool macRules) {
     if (macRules && (path.startsWith(u"/tmp/") || path.startsWith(u"/var/")))
         return QStringLiteral("/private") + path;

@@ -9,6 +9,9 @@ namespace corvane::Paths {
 // Removes "." and ".." components, repeated and trailing slashes. No symbolic link is resolved.
 QString standardized(const QString& path);
 
+// `path` made absolute against the current folder, then standardized. No link is resolved.
+QString absoluteStandardized(const QString& path);
+
 // On macOS "/tmp" and "/var" are links into "/private"; paths that begin with "/tmp/" or "/var/"
 // get the "/private" prefix so both spellings compare equal. Elsewhere the path is unchanged.
 QString withPrivatePrefix(const QString& path, bool macRules);

@@ -1,16 +1,12 @@
 #include "scanning/ScanSession.h"
 
 #include "platform/BackgroundJobs.h"
-#include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
 #include "platform/MainThreadMailbox.h"
 #include "platform/Paths.h"
-#include "platform/SizeCalculator.h"
-#include "scanning/GlobalCacheCatalog.h"
 #include "scanning/ProjectTree.h"
 
-#include <QDir>
 #include <array>
 
 namespace corvane {
@@ -26,17 +22,10 @@ enum Change : unsigned {
     gitChange = 1u << 5,
     sizesChange = 1u << 6,
     selectedItemsChange = 1u << 7,
-    selectionChange = 1u << 8,
-    cachesChange = 1u << 9,
-    cacheSizesChange = 1u << 10,
-    selectedCachesChange = 1u << 11,
-    cacheScanningChange = 1u << 12,
-    failuresChange = 1u << 13,
-    trashingChange = 1u << 14,
-    sortChange = 1u << 15,
-    filterChange = 1u << 16,
-    pendingChange = 1u << 17,
-    nextChange = 1u << 18,
+    failuresChange = 1u << 8,
+    trashingChange = 1u << 9,
+    sortChange = 1u << 10,
+    filterChange = 1u << 11,
 };
 
 struct Announcement {
@@ -53,17 +42,10 @@ constexpr std::array announcements{
     Announcement{gitChange, &ScanSession::gitDetailsByProjectChanged},
     Announcement{sizesChange, &ScanSession::sizeByItemChanged},
     Announcement{selectedItemsChange, &ScanSession::selectedItemIDsChanged},
-    Announcement{selectionChange, &ScanSession::selectionChanged},
-    Announcement{cachesChange, &ScanSession::globalCachesChanged},
-    Announcement{cacheSizesChange, &ScanSession::cacheSizeByIDChanged},
-    Announcement{selectedCachesChange, &ScanSession::selectedCacheIDsChanged},
-    Announcement{cacheScanningChange, &ScanSession::isCacheScanningChanged},
     Announcement{failuresChange, &ScanSession::trashFailuresChanged},
     Announcement{trashingChange, &ScanSession::isTrashingChanged},
     Announcement{sortChange, &ScanSession::sortModeChanged},
     Announcement{filterChange, &ScanSession::showOnlyUnsyncedChanged},
-    Announcement{pendingChange, &ScanSession::pendingSelectionPathChanged},
-    Announcement{nextChange, &ScanSession::nextSelectionPathChanged},
 };
 
 template <typename Value> unsigned assign(Value& field, const Value& value, Change change) {
@@ -80,8 +62,9 @@ template <typename Container> unsigned clear(Container& container, Change change
     return change;
 }
 
-QString absolutePath(const QString& path) {
-    return Paths::standardized(QDir::current().absoluteFilePath(path));
+bool isUnderAny(const QString& path, const QList<QString>& folders) {
+    return std::any_of(folders.cbegin(), folders.cend(),
+                       [&path](const QString& folder) { return Paths::isUnder(path, folder); });
 }
 
 // Drops repeated URLs and those inside another URL of the list: trashing the outer folder takes
@@ -98,29 +81,20 @@ QList<QString> outermost(const QList<QString>& urls) {
     return kept;
 }
 
-bool isUnderAny(const QString& path, const QList<QString>& folders) {
-    return std::any_of(folders.cbegin(), folders.cend(),
-                       [&path](const QString& folder) { return Paths::isUnder(path, folder); });
-}
-
 } // namespace
 
-struct ScanSession::TrashResult {
-    TrashPlan plan;
-    TrashOutcome items;
-    TrashOutcome caches;
-};
-
-ScanSession::ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent)
+ScanSession::ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent,
+                         const PlatformTrash& trash)
     : QObject(parent)
     , toasts_(toasts)
     , starter_(std::move(starter))
+    , platformTrash_(trash)
     , mailbox_(std::make_shared<MainThreadMailbox>(this)) {}
 
 ScanSession::~ScanSession() {
-    // Workers still running find the mailbox closed and stop at their next cancellation check.
+    // A trash action still running goes on (the user confirmed it); its result finds the mailbox
+    // closed.
     mailbox_->close();
-    jobCancellation_.cancel();
 }
 
 void ScanSession::announce(unsigned changes) {
@@ -128,10 +102,6 @@ void ScanSession::announce(unsigned changes) {
         if (changes & announcement.change)
             emit(this->*announcement.signal)();
     }
-}
-
-void ScanSession::setSelection(const std::optional<SidebarSelection>& selection) {
-    announce(assign(selection_, selection, selectionChange));
 }
 
 void ScanSession::setSortMode(ProjectSortMode mode) {
@@ -142,42 +112,18 @@ void ScanSession::setShowOnlyUnsynced(bool on) {
     announce(assign(showOnlyUnsynced_, on, filterChange));
 }
 
-void ScanSession::setPendingSelectionPath(const std::optional<QString>& path) {
-    announce(assign(pendingSelectionPath_, path, pendingChange));
-}
-
-void ScanSession::setNextSelectionPath(const std::optional<QString>& path) {
-    announce(assign(nextSelectionPath_, path, nextChange));
-}
-
 std::optional<ScanRefusal> ScanSession::chooseFolderAndScan(const QString& folder) {
     if (std::optional<ScanRefusal> refusal = scanRefusal(folder, Locations::homeDir()))
         return refusal;
-    const QString root = absolutePath(folder);
-    unsigned changes = assign(rootURL_, std::optional<QString>(root), rootChange);
-    // Projects of another folder's scan are gone; their ids would never match again.
-    if (selection_ && selection_->kind == SidebarSelection::Kind::project)
-        changes |= assign(selection_, std::optional<SidebarSelection>(), selectionChange);
-    announce(changes);
+    const QString root = Paths::absoluteStandardized(folder);
+    announce(assign(rootURL_, std::optional<QString>(root), rootChange));
     startScan(root);
     return std::nullopt;
 }
 
 void ScanSession::rescan() {
-    if (!rootURL_)
-        return;
-    // Identities do not survive a scan, paths do: the selected project is found again by path.
-    std::optional<QString> reselect = pendingSelectionPath_;
-    if (selection_ && selection_->kind == SidebarSelection::Kind::project)
-        reselect = selection_->project->url;
-    if (nextSelectionPath_)
-        reselect = nextSelectionPath_;
-    unsigned changes = assign(nextSelectionPath_, std::optional<QString>(), nextChange);
-    changes |= assign(pendingSelectionPath_, reselect, pendingChange);
-    if (selection_ && selection_->kind == SidebarSelection::Kind::project)
-        changes |= assign(selection_, std::optional<SidebarSelection>(), selectionChange);
-    announce(changes);
-    startScan(*rootURL_);
+    if (rootURL_)
+        startScan(*rootURL_);
 }
 
 void ScanSession::startScan(const QString& root) {
@@ -189,19 +135,19 @@ void ScanSession::startScan(const QString& root) {
         disconnect(scanStream_.get(), nullptr, this, nullptr);
     }
     retiredStream_ = std::move(scanStream_);
+    trashedDuringScan_.clear();
     unsigned changes = clear(projects_, projectsChange) | clear(itemsByProject_, itemsChange) |
                        clear(gitDetailsByProject_, gitChange) | clear(sizeByItem_, sizesChange) |
                        clear(selectedItemIDs_, selectedItemsChange) |
                        assign(currentPath_, QString(), currentPathChange) |
                        assign(isScanning_, true, scanningChange);
-    scanStream_ = starter_ ? starter_(root, scanOptions_) : nullptr;
-    if (scanStream_) {
+    scanStream_ = starter_ ? starter_(root, scanOptionsFor(root, Locations::homeDir())) : nullptr;
+    if (scanStream_)
         connect(scanStream_.get(), &ScanStream::eventsArrived, this, &ScanSession::applyEvents);
-        announce(changes);
-        return;
-    }
+    emit scanStarted();
     announce(changes);
-    finishScan();
+    if (!scanStream_)
+        finishScan();
 }
 
 void ScanSession::applyEvents(const QList<ScanEvent>& events) {
@@ -218,21 +164,17 @@ unsigned ScanSession::apply(const ScanEvent& event) {
     switch (event.kind) {
     case ScanEvent::Kind::progress:
         return assign(currentPath_, event.currentPath, currentPathChange);
-    case ScanEvent::Kind::projectDiscovered: {
+    case ScanEvent::Kind::projectDiscovered:
         projects_.append(event.project);
-        unsigned changes = projectsChange;
-        if (pendingSelectionPath_ &&
-            Paths::standardized(*pendingSelectionPath_) == Paths::standardized(event.project.url)) {
-            selection_ = SidebarSelection::forProject(event.project);
-            pendingSelectionPath_.reset();
-            changes |= selectionChange | pendingChange;
-        }
-        return changes;
-    }
+        return projectsChange;
     case ScanEvent::Kind::gitStatusUpdated:
+        if (trashedDuringScan_.contains(event.projectID))
+            return 0;
         gitDetailsByProject_.insert(event.projectID, event.details);
         return gitChange;
     case ScanEvent::Kind::itemsClassified: {
+        if (trashedDuringScan_.contains(event.projectID))
+            return 0;
         unsigned changes = itemsChange;
         // Replaced items are gone, and so are their ticks and sizes.
         for (const CleanableItem& old : itemsByProject_.value(event.projectID)) {
@@ -245,12 +187,13 @@ unsigned ScanSession::apply(const ScanEvent& event) {
         return changes | preselect(event.projectID, event.items);
     }
     case ScanEvent::Kind::sizeUpdated:
+        if (trashedDuringScan_.contains(event.itemID))
+            return 0;
         sizeByItem_.insert(event.itemID, event.bytes);
         return sizesChange;
     case ScanEvent::Kind::scanCompleted:
         // The finished stream stays until the next scan: it is still emitting this batch.
-        return assign(isScanning_, false, scanningChange) |
-               assign(pendingSelectionPath_, std::optional<QString>(), pendingChange);
+        return assign(isScanning_, false, scanningChange);
     }
     return 0;
 }
@@ -271,8 +214,7 @@ unsigned ScanSession::preselect(const QUuid& projectID, const QList<CleanableIte
 }
 
 void ScanSession::finishScan() {
-    announce(assign(isScanning_, false, scanningChange) |
-             assign(pendingSelectionPath_, std::optional<QString>(), pendingChange));
+    announce(assign(isScanning_, false, scanningChange));
 }
 
 void ScanSession::toggleItem(const QUuid& itemID) {
@@ -298,191 +240,87 @@ void ScanSession::setItemSelected(const QUuid& itemID, bool selected) {
     }
 }
 
-void ScanSession::toggleCache(const QString& cacheID) {
-    setCacheSelected(cacheID, !selectedCacheIDs_.contains(cacheID));
-}
-
-void ScanSession::setCacheSelected(const QString& cacheID, bool selected) {
-    if (selected == selectedCacheIDs_.contains(cacheID))
-        return;
-    const bool listed =
-        std::any_of(globalCaches_.cbegin(), globalCaches_.cend(),
-                    [&cacheID](const GlobalCacheItem& c) { return c.id() == cacheID; });
-    if (selected && !listed)
-        return;
-    if (selected)
-        selectedCacheIDs_.insert(cacheID);
-    else
-        selectedCacheIDs_.remove(cacheID);
-    announce(selectedCachesChange);
-}
-
-void ScanSession::scanCaches() {
-    if (isCacheScanning_)
-        return;
-    const int generation = ++cacheGeneration_;
-    QList<GlobalCacheItem> caches;
-    for (const GlobalCacheEntry& entry : GlobalCacheCatalog::listing(Locations::homeDir()))
-        caches.append({entry});
-    // Sizes are measured afresh: an old size of a cache that has since grown would mislead.
-    unsigned changes = assign(globalCaches_, caches, cachesChange) |
-                       clear(selectedCacheIDs_, selectedCachesChange) |
-                       clear(cacheSizeByID_, cacheSizesChange);
-    if (caches.isEmpty()) {
-        announce(changes);
-        return;
-    }
-    announce(changes | assign(isCacheScanning_, true, cacheScanningChange));
-
-    runInBackground(
-        [this, caches, generation, mailbox = mailbox_, cancellation = jobCancellation_] {
-            try {
-                for (const GlobalCacheItem& cache : caches) {
-                    const qint64 bytes = SizeCalculator::size(cache.entry.url, cancellation);
-                    mailbox->post([this, generation, id = cache.id(), bytes] {
-                        applyCacheSize(generation, id, bytes);
-                    });
-                }
-            } catch (const CancelledError&) {
-                return;
-            }
-            mailbox->post([this, generation] { finishCacheScan(generation); });
-        });
-}
-
-void ScanSession::applyCacheSize(int generation, const QString& cacheID, qint64 bytes) {
-    const bool listed =
-        std::any_of(globalCaches_.cbegin(), globalCaches_.cend(),
-                    [&cacheID](const GlobalCacheItem& c) { return c.id() == cacheID; });
-    if (generation != cacheGeneration_ || !listed)
-        return;
-    cacheSizeByID_.insert(cacheID, bytes);
-    announce(cacheSizesChange);
-}
-
-void ScanSession::finishCacheScan(int generation) {
-    if (generation == cacheGeneration_)
-        announce(assign(isCacheScanning_, false, cacheScanningChange));
-}
-
 TrashPlan ScanSession::trashPlan(const TrashScope& scope) const {
     TrashPlan plan;
-    plan.cacheRoot = Locations::homeDir();
-    if (scope.kind != TrashScope::Kind::caches && rootURL_) {
-        plan.itemRoot = *rootURL_;
-        QList<QString> urls;
-        for (const Project& project : projects_) {
-            if (scope.kind == TrashScope::Kind::project &&
-                (!scope.project || project.id != scope.project->id))
-                continue;
-            for (const CleanableItem& item : itemsByProject_.value(project.id)) {
-                if (!selectedItemIDs_.contains(item.id))
-                    continue;
-                urls.append(item.url);
-                if (const auto size = sizeByItem_.constFind(item.id); size != sizeByItem_.cend())
-                    plan.sizeByURL.insert(item.url, *size);
-            }
-        }
-        plan.itemURLs = outermost(urls);
-    }
-    if (scope.kind != TrashScope::Kind::project) {
-        for (const GlobalCacheItem& cache : globalCaches_) {
-            if (!selectedCacheIDs_.contains(cache.id()))
-                continue;
-            plan.cacheURLs.append(cache.entry.url);
-            if (const auto size = cacheSizeByID_.constFind(cache.id());
-                size != cacheSizeByID_.cend())
-                plan.sizeByURL.insert(cache.entry.url, *size);
-        }
-    }
-    return plan;
-}
-
-TrashPlan ScanSession::trashPlan(const QList<QString>& paths) const {
-    TrashPlan plan;
-    plan.cacheRoot = Locations::homeDir();
     if (!rootURL_)
         return plan;
-    plan.itemRoot = *rootURL_;
-    QHash<QString, QUuid> itemAtPath;
-    for (const QList<CleanableItem>& items : itemsByProject_) {
-        for (const CleanableItem& item : items)
-            itemAtPath.insert(item.url, item.id);
-    }
-    for (const QString& given : paths) {
-        const QString path = absolutePath(given);
-        if (plan.itemURLs.contains(path))
+    QList<QString> urls;
+    QHash<QString, qint64> sizes;
+    for (const Project& project : projects_) {
+        if (scope.kind == TrashScope::Kind::project &&
+            (!scope.project || project.id != scope.project->id))
             continue;
-        plan.itemURLs.append(path);
-        const auto item = itemAtPath.constFind(path);
-        const auto size =
-            item == itemAtPath.cend() ? sizeByItem_.cend() : sizeByItem_.constFind(*item);
-        if (size == sizeByItem_.cend())
-            plan.unmeasuredPaths.append(path);
-        else
-            plan.sizeByURL.insert(path, *size);
+        for (const CleanableItem& item : itemsByProject_.value(project.id)) {
+            if (!selectedItemIDs_.contains(item.id))
+                continue;
+            urls.append(item.url);
+            if (const auto size = sizeByItem_.constFind(item.id); size != sizeByItem_.cend())
+                sizes.insert(item.url, *size);
+        }
+    }
+    for (const QString& url : outermost(urls)) {
+        const auto size = sizes.constFind(url);
+        plan.add(*rootURL_, url, size == sizes.cend() ? std::nullopt : std::optional(*size));
     }
     return plan;
 }
 
-void ScanSession::trash(const TrashScope& scope) {
-    if (isTrashing_)
-        return;
-    if (TrashPlan plan = trashPlan(scope); !plan.isEmpty())
-        runTrash(std::move(plan));
+std::optional<CleanableItem> ScanSession::itemAt(const QString& path) const {
+    for (const QList<CleanableItem>& items : itemsByProject_) {
+        for (const CleanableItem& item : items) {
+            if (item.url == path)
+                return item;
+        }
+    }
+    return std::nullopt;
 }
 
-void ScanSession::trashPaths(const QList<QString>& paths) {
-    if (isTrashing_)
-        return;
-    if (TrashPlan plan = trashPlan(paths); !plan.isEmpty())
-        runTrash(std::move(plan));
+ScanSession::PathsPlan ScanSession::trashPlan(const QList<QString>& paths) const {
+    PathsPlan result;
+    if (!rootURL_)
+        return result;
+    QList<QString> urls;
+    for (const QString& given : paths) {
+        const QString path = Paths::absoluteStandardized(given);
+        // What leads outside the folder is refused for that first, as the trash service would.
+        if (const std::optional<QString> refusal = TrashService::refusal(path, *rootURL_);
+            refusal && *refusal == TrashService::refusedOutsideMessage) {
+            result.refused.append({given, *refusal});
+            continue;
+        }
+        if (!itemAt(path)) {
+            result.refused.append({given, notAnItemMessage});
+            continue;
+        }
+        urls.append(path);
+    }
+    for (const QString& url : outermost(urls)) {
+        const CleanableItem item = *itemAt(url);
+        const auto size = sizeByItem_.constFind(item.id);
+        result.plan.add(*rootURL_, url,
+                        size == sizeByItem_.cend() ? std::nullopt : std::optional(*size));
+    }
+    return result;
 }
 
-void ScanSession::runTrash(TrashPlan plan) {
+void ScanSession::trash(const TrashPlan& plan) {
+    if (isTrashing_ || plan.isEmpty())
+        return;
     announce(assign(isTrashing_, true, trashingChange));
-    runInBackground(
-        [this, plan = std::move(plan), mailbox = mailbox_, cancellation = jobCancellation_] {
-            TrashResult result{plan, {}, {}};
-            try {
-                result.plan.measureUnmeasured(cancellation);
-            } catch (const CancelledError&) {
-                return;
-            }
-            // Project items only inside the scanned folder, caches only inside the home folder.
-            if (!plan.itemURLs.isEmpty() && !plan.itemRoot.isEmpty())
-                result.items = TrashService::trash(plan.itemURLs, plan.itemRoot);
-            if (!plan.cacheURLs.isEmpty())
-                result.caches = TrashService::trash(plan.cacheURLs, plan.cacheRoot);
-            mailbox->post([this, result] { applyTrashResult(result); });
-        });
+    runInBackground([this, plan, mailbox = mailbox_, platform = &platformTrash_] {
+        const TrashResult result = carryOut(plan, *platform);
+        mailbox->post([this, result] { applyTrashResult(result); });
+    });
 }
 
 void ScanSession::applyTrashResult(const TrashResult& result) {
-    TrashOutcome outcome = result.items;
-    outcome.append(result.caches);
-    const qint64 reclaimed = result.plan.bytesOf(outcome.trashed);
-    if (!outcome.trashed.isEmpty())
-        toasts_.post(QStringLiteral("Reclaimed ") + formatBytes(reclaimed));
-
-    unsigned changes = forgetTrashed(result.items.trashed);
-    for (const QString& url : result.caches.trashed) {
-        for (qsizetype index = globalCaches_.size() - 1; index >= 0; --index) {
-            const QString id = globalCaches_[index].id();
-            if (globalCaches_[index].entry.url != url)
-                continue;
-            globalCaches_.removeAt(index);
-            changes |= cachesChange;
-            if (selectedCacheIDs_.remove(id))
-                changes |= selectedCachesChange;
-            if (cacheSizeByID_.remove(id))
-                changes |= cacheSizesChange;
-        }
-    }
-    changes |= assign(trashFailures_, outcome.failures, failuresChange);
+    if (const QString toast = trashToastText(result); !toast.isEmpty())
+        toasts_.post(toast);
+    unsigned changes = forgetTrashed(result.outcome.trashed);
+    changes |= assign(trashFailures_, result.outcome.failures, failuresChange);
     changes |= assign(isTrashing_, false, trashingChange);
     announce(changes);
-    emit trashCompleted(outcome, reclaimed);
+    emit trashCompleted(result);
 }
 
 unsigned ScanSession::forgetTrashed(const QList<QString>& trashedURLs) {
@@ -494,6 +332,8 @@ unsigned ScanSession::forgetTrashed(const QList<QString>& trashedURLs) {
             changes |= selectedItemsChange;
         if (sizeByItem_.remove(item.id))
             changes |= sizesChange;
+        if (isScanning_)
+            trashedDuringScan_.insert(item.id);
     };
     // A trashed folder takes along every project and item inside it, not only its own record.
     for (qsizetype index = projects_.size() - 1; index >= 0; --index) {
@@ -504,11 +344,9 @@ unsigned ScanSession::forgetTrashed(const QList<QString>& trashedURLs) {
         gitDetailsByProject_.remove(project.id);
         for (const CleanableItem& item : itemsByProject_.take(project.id))
             forgetItem(item);
+        if (isScanning_)
+            trashedDuringScan_.insert(project.id);
         changes |= projectsChange | gitChange | itemsChange;
-        if (selection_ && selection_->project && selection_->project->id == project.id) {
-            selection_.reset();
-            changes |= selectionChange;
-        }
     }
     for (QList<CleanableItem>& items : itemsByProject_) {
         for (qsizetype index = items.size() - 1; index >= 0; --index) {
@@ -534,6 +372,15 @@ QList<Project> ScanSession::orderedProjects() const {
 std::optional<Project> ScanSession::project(const QUuid& projectID) const {
     for (const Project& project : projects_) {
         if (project.id == projectID)
+            return project;
+    }
+    return std::nullopt;
+}
+
+std::optional<Project> ScanSession::projectAt(const QString& path) const {
+    const QString wanted = Paths::absoluteStandardized(path);
+    for (const Project& project : projects_) {
+        if (project.url == wanted)
             return project;
     }
     return std::nullopt;
@@ -571,8 +418,6 @@ qint64 ScanSession::selectedBytes() const {
     qint64 total = 0;
     for (const QUuid& id : selectedItemIDs_)
         total = checkedSum(total, sizeByItem_.value(id, 0));
-    for (const QString& id : selectedCacheIDs_)
-        total = checkedSum(total, cacheSizeByID_.value(id, 0));
     return total;
 }
 
@@ -580,13 +425,6 @@ qint64 ScanSession::measuredBytes() const {
     qint64 total = 0;
     for (const qint64 bytes : sizeByItem_)
         total = checkedSum(total, bytes);
-    return total;
-}
-
-qint64 ScanSession::measuredCacheBytes() const {
-    qint64 total = 0;
-    for (const GlobalCacheItem& cache : globalCaches_)
-        total = checkedSum(total, cacheSizeByID_.value(cache.id(), 0));
     return total;
 }
 

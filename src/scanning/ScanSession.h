@@ -1,8 +1,7 @@
 #pragma once
 
-#include "platform/Cancellation.h"
 #include "platform/ToastCenter.h"
-#include "platform/TrashService.h"
+#include "platform/TrashPlan.h"
 #include "scanning/ScanSessionTypes.h"
 
 #include <QHash>
@@ -18,21 +17,26 @@ namespace corvane {
 
 class MainThreadMailbox;
 
-// The model behind the main window: the scanned folder, everything its scan has found, what the
-// user has ticked, the developer caches, and the running trash action. It lives on the main
-// thread; scans, measurements and trashing run on workers and come back here in order. Every
-// property announces its changes with its own signal, once per batch of updates.
+// The model of a project scan: the scanned folder, everything its scan has found, what the user
+// has ticked, and the running trash action. It lives on the main thread; the scan and the trash
+// action run on workers and come back here in order. Every property announces its changes with
+// its own signal, once per batch of updates.
 class ScanSession : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isScanning READ isScanning NOTIFY isScanningChanged)
     Q_PROPERTY(QString currentPath READ currentPath NOTIFY currentPathChanged)
-    Q_PROPERTY(bool isCacheScanning READ isCacheScanning NOTIFY isCacheScanningChanged)
     Q_PROPERTY(bool isTrashing READ isTrashing NOTIFY isTrashingChanged)
     Q_PROPERTY(bool showOnlyUnsynced READ showOnlyUnsynced WRITE setShowOnlyUnsynced NOTIFY
                    showOnlyUnsyncedChanged)
 
 public:
-    ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent = nullptr);
+    // Why a path given by hand cannot be trashed as an item of the scan.
+    static inline const QString notAnItemMessage =
+        QStringLiteral("Refused: not an item of this scan (only the folders a scan offers can be "
+                       "moved)");
+
+    ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent = nullptr,
+                const PlatformTrash& trash = PlatformTrash::system());
     ~ScanSession() override;
 
     const std::optional<QString>& rootURL() const { return rootURL_; }
@@ -45,61 +49,46 @@ public:
     // An item without an entry has not been measured yet.
     const QHash<QUuid, qint64>& sizeByItem() const { return sizeByItem_; }
     const QSet<QUuid>& selectedItemIDs() const { return selectedItemIDs_; }
-    const std::optional<SidebarSelection>& selection() const { return selection_; }
-    const QList<GlobalCacheItem>& globalCaches() const { return globalCaches_; }
-    const QHash<QString, qint64>& cacheSizeByID() const { return cacheSizeByID_; }
-    const QSet<QString>& selectedCacheIDs() const { return selectedCacheIDs_; }
-    bool isCacheScanning() const { return isCacheScanning_; }
     // Failures of the last trash action, shown under "Some items could not be trashed".
     const QList<TrashFailure>& trashFailures() const { return trashFailures_; }
     bool isTrashing() const { return isTrashing_; }
     ProjectSortMode sortMode() const { return sortMode_; }
     bool showOnlyUnsynced() const { return showOnlyUnsynced_; }
-    const std::optional<QString>& pendingSelectionPath() const { return pendingSelectionPath_; }
-    const std::optional<QString>& nextSelectionPath() const { return nextSelectionPath_; }
 
-    void setSelection(const std::optional<SidebarSelection>& selection);
     void setSortMode(ProjectSortMode mode);
     void setShowOnlyUnsynced(bool on);
-    void setPendingSelectionPath(const std::optional<QString>& path);
-    void setNextSelectionPath(const std::optional<QString>& path);
-    // The walk settings of later scans.
-    void setScanOptions(const ScanOptions& options) { scanOptions_ = options; }
 
     // Scans `folder` unless it is one of the places refused for safety; then the refusal comes
     // back for the caller to show, and nothing changes.
     std::optional<ScanRefusal> chooseFolderAndScan(const QString& folder);
-    // Scans `rootURL` again; afterwards `nextSelectionPath`, else the selected project's folder,
-    // is selected as soon as the scan finds it.
+    // Scans `rootURL` again.
     void rescan();
 
     void toggleItem(const QUuid& itemID);
     void setItemSelected(const QUuid& itemID, bool selected);
-    void toggleCache(const QString& cacheID);
-    void setCacheSelected(const QString& cacheID, bool selected);
 
-    // Lists the developer caches of the home folder and measures them in the background. Ticks
-    // are cleared; nothing is ticked by default.
-    void scanCaches();
-
-    // What `trash(scope)` would hand to the trash service now. An item inside another item of the
-    // same plan is left out: its parent carries it to the Trash.
+    // What trashing the scope's ticked items would move now, inside the scanned folder. An item
+    // inside another item of the same plan is left out: its parent carries it to the Trash.
     TrashPlan trashPlan(const TrashScope& scope) const;
-    // The same for exactly these paths, as project items inside the scanned folder.
-    TrashPlan trashPlan(const QList<QString>& paths) const;
 
-    // Moves the scope's ticked items and caches to the Trash in the background. Ignored while a
-    // trash action runs or when the scope has nothing ticked.
-    void trash(const TrashScope& scope);
-    // The same flow for exactly these paths (normally items of the scan); the trash service's
-    // containment rule decides what may go.
-    void trashPaths(const QList<QString>& paths);
+    // Exactly the items of the scan at `paths` (any kind, any confidence), and the paths that are
+    // refused: what resolves outside the scanned folder, then what is not an item of the scan.
+    struct PathsPlan {
+        TrashPlan plan;
+        QList<TrashFailure> refused;
+    };
+    PathsPlan trashPlan(const QList<QString>& paths) const;
+
+    // Moves exactly the items of `plan` to the Trash in the background, whatever was ticked since
+    // it was made (a scan may still be running). Ignored while a trash action runs.
+    void trash(const TrashPlan& plan);
 
     // The sorted, filtered project tree the views show.
     QList<ProjectNode> projectTree() const;
     // The same tree flattened depth first.
     QList<Project> orderedProjects() const;
     std::optional<Project> project(const QUuid& projectID) const;
+    std::optional<Project> projectAt(const QString& path) const;
     QList<CleanableItem> items(const QUuid& projectID) const {
         return itemsByProject_.value(projectID);
     }
@@ -109,12 +98,10 @@ public:
     qint64 reclaimableBytes() const;
     // Reclaimable bytes per kind, in kind order, for a summary bar; kinds with nothing are absent.
     QMap<ArtifactKind, qint64> reclaimableBytesByKind() const;
-    // Measured bytes of the ticked items and ticked caches.
+    // Measured bytes of the ticked items.
     qint64 selectedBytes() const;
     // Bytes measured so far by the running or last scan.
     qint64 measuredBytes() const;
-    // Bytes of the listed caches measured so far.
-    qint64 measuredCacheBytes() const;
 
 signals:
     void rootURLChanged();
@@ -125,43 +112,32 @@ signals:
     void gitDetailsByProjectChanged();
     void sizeByItemChanged();
     void selectedItemIDsChanged();
-    void selectionChanged();
-    void globalCachesChanged();
-    void cacheSizeByIDChanged();
-    void selectedCacheIDsChanged();
-    void isCacheScanningChanged();
     void trashFailuresChanged();
     void isTrashingChanged();
     void sortModeChanged();
     void showOnlyUnsyncedChanged();
-    void pendingSelectionPathChanged();
-    void nextSelectionPathChanged();
+    // A scan of `rootURL` has started; what the last one found is gone.
+    void scanStarted();
     // A trash action has been applied: what moved, what did not, and the bytes reclaimed.
-    void trashCompleted(const corvane::TrashOutcome& outcome, qint64 reclaimedBytes);
+    void trashCompleted(const corvane::TrashResult& result);
 
 private:
-    struct TrashResult;
-
     void startScan(const QString& root);
     void applyEvents(const QList<ScanEvent>& events);
     unsigned apply(const ScanEvent& event);
     unsigned preselect(const QUuid& projectID, const QList<CleanableItem>& items);
     void finishScan();
-    void runTrash(TrashPlan plan);
     void applyTrashResult(const TrashResult& result);
     unsigned forgetTrashed(const QList<QString>& trashedURLs);
-    void applyCacheSize(int generation, const QString& cacheID, qint64 bytes);
-    void finishCacheScan(int generation);
+    std::optional<CleanableItem> itemAt(const QString& path) const;
     void announce(unsigned changes);
 
     ToastCenter& toasts_;
     ScanStarter starter_;
-    ScanOptions scanOptions_;
+    const PlatformTrash& platformTrash_;
     std::unique_ptr<ScanStream> scanStream_;
     std::unique_ptr<ScanStream> retiredStream_;
     std::shared_ptr<MainThreadMailbox> mailbox_;
-    CancellationToken jobCancellation_;
-    int cacheGeneration_ = 0;
 
     std::optional<QString> rootURL_;
     bool isScanning_ = false;
@@ -171,17 +147,13 @@ private:
     QHash<QUuid, GitDetails> gitDetailsByProject_;
     QHash<QUuid, qint64> sizeByItem_;
     QSet<QUuid> selectedItemIDs_;
-    std::optional<SidebarSelection> selection_;
-    QList<GlobalCacheItem> globalCaches_;
-    QHash<QString, qint64> cacheSizeByID_;
-    QSet<QString> selectedCacheIDs_;
-    bool isCacheScanning_ = false;
     QList<TrashFailure> trashFailures_;
     bool isTrashing_ = false;
     ProjectSortMode sortMode_ = ProjectSortMode::size;
     bool showOnlyUnsynced_ = false;
-    std::optional<QString> pendingSelectionPath_;
-    std::optional<QString> nextSelectionPath_;
+    // Projects and items a trash action took while their scan still ran: the events the scan
+    // still sends about them are dropped.
+    QSet<QUuid> trashedDuringScan_;
 };
 
 } // namespace corvane

@@ -1,15 +1,11 @@
 #include "scanning/ScanSessionTypes.h"
 
-#include "platform/CheckedSum.h"
 #include "platform/Paths.h"
-#include "platform/SizeCalculator.h"
-
-#include <QDir>
 
 namespace corvane {
 
 std::optional<ScanRefusal> scanRefusal(const QString& folder, const QString& homeFolder) {
-    const QString chosen = Paths::standardized(QDir::current().absoluteFilePath(folder));
+    const QString chosen = Paths::absoluteStandardized(folder);
     const QString home = Paths::standardized(homeFolder);
     QString place;
     if (chosen == u"/")
@@ -28,14 +24,11 @@ std::optional<ScanRefusal> scanRefusal(const QString& folder, const QString& hom
                                           "holds your dev projects, for example ~/Code.")};
 }
 
-QString title(ProjectSortMode mode) {
-    switch (mode) {
-    case ProjectSortMode::size:
-        return QStringLiteral("Size");
-    case ProjectSortMode::activity:
-        return QStringLiteral("Activity");
-    }
-    return {};
+ScanOptions scanOptionsFor(const QString& root, const QString& homeFolder) {
+    ScanOptions options;
+    options.skipsHiddenAndBundlesOutsideProjects =
+        Paths::isUnder(Paths::standardized(homeFolder), Paths::absoluteStandardized(root));
+    return options;
 }
 
 QList<Project> flattened(const QList<ProjectNode>& nodes) {
@@ -46,34 +39,6 @@ QList<Project> flattened(const QList<ProjectNode>& nodes) {
             projects.append(flattened(*node.children));
     }
     return projects;
-}
-
-void TrashPlan::measureUnmeasured(const CancellationToken& cancellation) {
-    for (const QString& path : std::as_const(unmeasuredPaths))
-        sizeByURL.insert(path, SizeCalculator::size(path, cancellation));
-    unmeasuredPaths.clear();
-}
-
-qint64 TrashPlan::bytesOf(const QList<QString>& urls) const {
-    qint64 total = 0;
-    for (const QString& url : urls)
-        total = checkedSum(total, sizeByURL.value(url, 0));
-    return total;
-}
-
-TrashOutcome TrashPlan::preview() const {
-    TrashOutcome outcome;
-    const auto check = [&outcome](const QList<QString>& urls, const QString& root) {
-        for (const QString& url : urls) {
-            if (const std::optional<QString> refusal = TrashService::refusal(url, root))
-                outcome.failures.append({url, *refusal});
-            else
-                outcome.trashed.append(url);
-        }
-    };
-    check(itemURLs, itemRoot);
-    check(cacheURLs, cacheRoot);
-    return outcome;
 }
 
 } // namespace corvane

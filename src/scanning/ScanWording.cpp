@@ -69,4 +69,14 @@ QString changeWords(GitChange::Kind kind) {
     return rawValue(kind);
 }
 
+QString sortTitle(ProjectSortMode mode) {
+    switch (mode) {
+    case ProjectSortMode::size:
+        return QStringLiteral("Size");
+    case ProjectSortMode::activity:
+        return QStringLiteral("Activity");
+    }
+    return {};
+}
+
 } // namespace corvane::ScanWording

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scanning/ScanModel.h"
+#include "scanning/ScanSessionTypes.h"
 
 #include <QString>
 
@@ -16,5 +17,7 @@ QString confidenceWords(CleanConfidence confidence);
 QString gitStateWords(const GitStatus& status);
 // "modified", "renamed", ...: the change kinds read as they are named.
 QString changeWords(GitChange::Kind kind);
+// "Size" or "Activity".
+QString sortTitle(ProjectSortMode mode);
 
 } // namespace corvane::ScanWording

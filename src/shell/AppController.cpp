@@ -14,7 +14,9 @@ AppController::AppController(const LaunchOptions& options, ScanStarter starter, 
     : QObject(parent)
     , options_(options)
     , session_(toasts_, std::move(starter))
-    , window_(std::make_unique<MainWindow>(session_, toasts_, rules_))
+    , caches_(toasts_)
+    , navigation_(session_)
+    , window_(std::make_unique<MainWindow>(session_, caches_, navigation_, toasts_, rules_))
     , menuBarExtra_(std::make_unique<MenuBarExtra>(session_)) {
     connect(&session_, &ScanSession::rootURLChanged, this, &AppController::rememberFolder);
     connect(menuBarExtra_.get(), &MenuBarExtra::openRequested, this, &AppController::showWindow);

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/ToastCenter.h"
+#include "scanning/GlobalCachesModel.h"
 #include "scanning/RulesStore.h"
 #include "scanning/ScanSession.h"
 #include "shell/LaunchOptions.h"
+#include "shell/Navigation.h"
 #include "shell/WelcomeDialog.h"
 
 #include <QObject>
@@ -16,8 +18,9 @@ class MainWindow;
 class MenuBarExtra;
 
 // Makes the application's models once, hands them to the views, and keeps them for as long as
-// the application runs: the toast center every model posts to, the custom rules, the scan
-// session, the main window and the menu-bar extra.
+// the application runs: the toast center every model posts to, the custom rules, the model of
+// each area (the project scan, the developer caches), where the window is, the main window and
+// the menu-bar extra.
 class AppController : public QObject {
     Q_OBJECT
 
@@ -38,6 +41,8 @@ public:
     ToastCenter& toasts() { return toasts_; }
     RulesStore& rules() { return rules_; }
     ScanSession& session() { return session_; }
+    GlobalCachesModel& caches() { return caches_; }
+    Navigation& navigation() { return navigation_; }
     MainWindow& window() { return *window_; }
     MenuBarExtra& menuBarExtra() { return *menuBarExtra_; }
     // The welcome while it is shown.
@@ -51,6 +56,8 @@ private:
     ToastCenter toasts_;
     RulesStore rules_;
     ScanSession session_;
+    GlobalCachesModel caches_;
+    Navigation navigation_;
     std::unique_ptr<MainWindow> window_;
     std::unique_ptr<MenuBarExtra> menuBarExtra_;
     QPointer<WelcomeDialog> welcome_;

@@ -18,10 +18,10 @@ const QString CachesView::introText = QStringLiteral(
 const QString CachesView::emptyText =
     QStringLiteral("No known developer caches found on this machine.");
 
-CachesView::CachesView(ScanSession& session, QWidget* parent)
+CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     : QWidget(parent)
-    , session_(session)
-    , model_(new CachesModel(session, this))
+    , caches_(caches)
+    , model_(new CachesTableModel(caches, this))
     , list_(new QTreeView(this))
     , empty_(new QLabel(emptyText, this))
     , ticked_(new QLabel(this))
@@ -44,9 +44,11 @@ CachesView::CachesView(ScanSession& session, QWidget* parent)
     list_->setAlternatingRowColors(true);
     list_->setWordWrap(false);
     list_->header()->setStretchLastSection(false);
-    list_->header()->setSectionResizeMode(CachesModel::nameColumn, QHeaderView::ResizeToContents);
-    list_->header()->setSectionResizeMode(CachesModel::detailColumn, QHeaderView::Stretch);
-    list_->header()->setSectionResizeMode(CachesModel::sizeColumn, QHeaderView::ResizeToContents);
+    list_->header()->setSectionResizeMode(CachesTableModel::nameColumn,
+                                          QHeaderView::ResizeToContents);
+    list_->header()->setSectionResizeMode(CachesTableModel::detailColumn, QHeaderView::Stretch);
+    list_->header()->setSectionResizeMode(CachesTableModel::sizeColumn,
+                                          QHeaderView::ResizeToContents);
     empty_->setObjectName(QStringLiteral("cachesEmptyState"));
     empty_->setAlignment(Qt::AlignCenter);
     empty_->setForegroundRole(QPalette::PlaceholderText);
@@ -68,14 +70,15 @@ CachesView::CachesView(ScanSession& session, QWidget* parent)
     layout->addLayout(body_, 1);
     layout->addLayout(footer);
 
-    connect(rescanButton_, &QPushButton::clicked, &session_, &ScanSession::scanCaches);
-    connect(trashButton_, &QPushButton::clicked, this,
-            [this] { emit trashRequested(TrashScope::caches()); });
+    connect(rescanButton_, &QPushButton::clicked, &caches_, &GlobalCachesModel::reload);
+    connect(trashButton_, &QPushButton::clicked, this, &CachesView::trashRequested);
     for (const auto signal :
-         {&ScanSession::globalCachesChanged, &ScanSession::cacheSizeByIDChanged,
-          &ScanSession::selectedCacheIDsChanged, &ScanSession::isCacheScanningChanged,
-          &ScanSession::isTrashingChanged})
-        connect(&session_, signal, this, &CachesView::showState);
+         {&GlobalCachesModel::cachesChanged, &GlobalCachesModel::cacheSizeByIDChanged})
+        connect(&caches_, signal, this, &CachesView::showState);
+    for (const auto signal :
+         {&InventoryModel::selectedIDsChanged, &InventoryModel::isLoadingChanged,
+          &InventoryModel::isRemovingChanged})
+        connect(&caches_, signal, this, &CachesView::showState);
     showState();
 }
 
@@ -84,23 +87,21 @@ void CachesView::showEvent(QShowEvent* event) {
     if (scanRequested_)
         return;
     scanRequested_ = true;
-    session_.scanCaches();
+    caches_.reload();
     showState();
 }
 
 void CachesView::showState() {
-    const bool empty =
-        scanRequested_ && session_.globalCaches().isEmpty() && !session_.isCacheScanning();
+    const bool empty = caches_.hasLoaded() && caches_.caches().isEmpty() && !caches_.isLoading();
     body_->setCurrentWidget(empty ? static_cast<QWidget*>(empty_) : list_);
-    const TrashPlan plan = session_.trashPlan(TrashScope::caches());
-    const auto count = plan.cacheURLs.size();
+    const auto count = caches_.selectedIDs().size();
     ticked_->setText(count == 0 ? QString()
                                 : QStringLiteral("%1 ticked, %2")
                                       .arg(count == 1 ? QStringLiteral("1 cache")
                                                       : QStringLiteral("%1 caches").arg(count),
-                                           formatBytes(plan.bytesOf(plan.cacheURLs))));
-    trashButton_->setEnabled(count > 0 && !session_.isTrashing());
-    rescanButton_->setEnabled(!session_.isCacheScanning());
+                                           formatBytes(caches_.selectedBytes())));
+    trashButton_->setEnabled(count > 0 && !caches_.isRemoving());
+    rescanButton_->setEnabled(!caches_.isLoading());
 }
 
 bool CachesView::showsEmptyState() const {

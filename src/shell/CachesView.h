@@ -1,7 +1,7 @@
 #pragma once
 
-#include "scanning/ScanSession.h"
-#include "shell/CachesModel.h"
+#include "scanning/GlobalCachesModel.h"
+#include "shell/CachesTableModel.h"
 
 #include <QWidget>
 
@@ -21,9 +21,9 @@ public:
     static const QString introText;
     static const QString emptyText;
 
-    explicit CachesView(ScanSession& session, QWidget* parent = nullptr);
+    explicit CachesView(GlobalCachesModel& caches, QWidget* parent = nullptr);
 
-    CachesModel& model() { return *model_; }
+    CachesTableModel& model() { return *model_; }
     QTreeView* listView() const { return list_; }
     QPushButton* trashButton() const { return trashButton_; }
     QPushButton* rescanButton() const { return rescanButton_; }
@@ -31,7 +31,8 @@ public:
     QString tickedText() const;
 
 signals:
-    void trashRequested(const corvane::TrashScope& scope);
+    // The user asks to move the ticked caches to the Trash.
+    void trashRequested();
 
 protected:
     // The caches are listed and measured the first time the view is shown, not at start-up:
@@ -41,8 +42,8 @@ protected:
 private:
     void showState();
 
-    ScanSession& session_;
-    CachesModel* model_;
+    GlobalCachesModel& caches_;
+    CachesTableModel* model_;
     QTreeView* list_;
     QLabel* empty_;
     QLabel* ticked_;

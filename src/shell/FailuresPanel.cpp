@@ -11,9 +11,8 @@
 
 namespace corvane {
 
-FailuresPanel::FailuresPanel(const ScanSession& session, QWidget* parent)
+FailuresPanel::FailuresPanel(QWidget* parent)
     : QFrame(parent)
-    , session_(session)
     , list_(new QListWidget(this)) {
     setObjectName(QStringLiteral("trashFailures"));
     setFrameShape(QFrame::StyledPanel);
@@ -36,9 +35,7 @@ FailuresPanel::FailuresPanel(const ScanSession& session, QWidget* parent)
     layout->addLayout(header);
     layout->addWidget(list_);
 
-    connect(&session_, &ScanSession::trashFailuresChanged, this, &FailuresPanel::showFailures);
-    connect(&session_, &ScanSession::trashCompleted, this, &FailuresPanel::showFailures);
-    showFailures();
+    showFailures({});
 }
 
 QStringList FailuresPanel::lines() const {
@@ -48,9 +45,9 @@ QStringList FailuresPanel::lines() const {
     return lines;
 }
 
-void FailuresPanel::showFailures() {
+void FailuresPanel::showFailures(const QList<TrashFailure>& failures) {
     list_->clear();
-    for (const TrashFailure& failure : session_.trashFailures()) {
+    for (const TrashFailure& failure : failures) {
         auto* line = new QListWidgetItem(Paths::lastComponent(failure.url) + QStringLiteral(": ") +
                                          failure.message);
         line->setToolTip(failure.url);
@@ -60,7 +57,7 @@ void FailuresPanel::showFailures() {
     const int lines = std::clamp(list_->count(), 1, 4);
     list_->setFixedHeight(lines * std::max(list_->sizeHintForRow(0), fontMetrics().height()) +
                           2 * list_->frameWidth() + 4);
-    setVisible(!session_.trashFailures().isEmpty());
+    setVisible(!failures.isEmpty());
 }
 
 } // namespace corvane

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scanning/ScanSession.h"
+#include "platform/TrashService.h"
 
 #include <QFrame>
 
@@ -17,14 +17,13 @@ class FailuresPanel : public QFrame {
 public:
     static inline const QString heading = QStringLiteral("Some items could not be trashed");
 
-    explicit FailuresPanel(const ScanSession& session, QWidget* parent = nullptr);
+    explicit FailuresPanel(QWidget* parent = nullptr);
 
     QStringList lines() const;
+    // Shows the failures of the trash action that just ended (hidden when there are none).
+    void showFailures(const QList<TrashFailure>& failures);
 
 private:
-    void showFailures();
-
-    const ScanSession& session_;
     QListWidget* list_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
+#include "scanning/ScanWording.h"
 #include "shell/AppIcon.h"
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
@@ -51,10 +52,12 @@ QString counted(qsizetype count, const char* one, const char* many) {
 
 } // namespace
 
-MainWindow::MainWindow(ScanSession& session, ToastCenter& toasts, RulesStore& rules,
-                       QWidget* parent)
+MainWindow::MainWindow(ScanSession& session, GlobalCachesModel& caches, Navigation& navigation,
+                       ToastCenter& toasts, RulesStore& rules, QWidget* parent)
     : QMainWindow(parent)
     , session_(session)
+    , caches_(caches)
+    , navigation_(navigation)
     , toasts_(toasts)
     , rules_(rules)
     , projectModel_(new ProjectTreeModel(session, this)) {
@@ -74,23 +77,32 @@ MainWindow::MainWindow(ScanSession& session, ToastCenter& toasts, RulesStore& ru
     connect(&statusTimer_, &QTimer::timeout, this, &MainWindow::updateStatus);
 
     connect(&session_, &ScanSession::rootURLChanged, this, &MainWindow::updateFolder);
-    connect(&session_, &ScanSession::selectionChanged, this, &MainWindow::followSessionSelection);
+    connect(&navigation_, &Navigation::selectionChanged, this, &MainWindow::followSelection);
     connect(&session_, &ScanSession::isScanningChanged, this, [this] {
         session_.isScanning() ? statusTimer_.start() : statusTimer_.stop();
         updateStatus();
         updateActions();
     });
     for (const auto signal :
-         {&ScanSession::selectedItemIDsChanged, &ScanSession::selectedCacheIDsChanged,
-          &ScanSession::isTrashingChanged})
+         {&ScanSession::selectedItemIDsChanged, &ScanSession::isTrashingChanged})
         connect(&session_, signal, this, &MainWindow::updateActions);
+    for (const auto signal :
+         {&InventoryModel::selectedIDsChanged, &InventoryModel::isRemovingChanged})
+        connect(&caches_, signal, this, &MainWindow::updateActions);
+    // Each trash action replaces what the panel said about the last one.
+    connect(&session_, &ScanSession::trashCompleted, this, [this](const TrashResult& result) {
+        failures_->showFailures(result.outcome.failures);
+    });
+    connect(&caches_, &GlobalCachesModel::trashCompleted, this, [this](const TrashResult& result) {
+        failures_->showFailures(result.outcome.failures);
+    });
     connect(&session_, &ScanSession::projectsChanged, this, [this] {
         if (!session_.isScanning())
             updateStatus();
     });
     resize(1180, 760);
     updateFolder();
-    followSessionSelection();
+    followSelection();
 }
 
 MainWindow::~MainWindow() = default;
@@ -118,8 +130,13 @@ void MainWindow::makeActions() {
         make(Action::moveToTrash, QStringLiteral("Move to Trash"), QStyle::SP_TrashIcon);
     trash->setShortcuts(
         {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::CTRL | Qt::Key_Backspace)});
-    trash->setToolTip(QStringLiteral("Move every ticked item and cache to the Trash"));
-    connect(trash, &QAction::triggered, this, [this] { confirmTrash(TrashScope::everything()); });
+    trash->setToolTip(QStringLiteral("Move the ticked items on show to the Trash"));
+    connect(trash, &QAction::triggered, this, [this] {
+        if (showsCaches())
+            confirmCachesTrash();
+        else
+            confirmTrash(TrashScope::everything());
+    });
 
     QAction* unsynced = make(Action::showOnlyUnsynced, QStringLiteral("Only Unsynced"));
     unsynced->setCheckable(true);
@@ -133,7 +150,7 @@ void MainWindow::makeActions() {
     for (const auto& [which, mode] :
          {std::pair{Action::sortBySize, ProjectSortMode::size},
           std::pair{Action::sortByActivity, ProjectSortMode::activity}}) {
-        QAction* sort = make(which, QStringLiteral("Sort by ") + title(mode));
+        QAction* sort = make(which, QStringLiteral("Sort by ") + ScanWording::sortTitle(mode));
         sort->setCheckable(true);
         sort->setChecked(session_.sortMode() == mode);
         sortGroup->addAction(sort);
@@ -199,8 +216,8 @@ void MainWindow::makeToolBar() {
     bar->addWidget(new QLabel(QStringLiteral(" Sort by "), bar));
     sortChoice_ = new QComboBox(bar);
     sortChoice_->setObjectName(QStringLiteral("sortChoice"));
-    sortChoice_->addItem(title(ProjectSortMode::size));
-    sortChoice_->addItem(title(ProjectSortMode::activity));
+    sortChoice_->addItem(ScanWording::sortTitle(ProjectSortMode::size));
+    sortChoice_->addItem(ScanWording::sortTitle(ProjectSortMode::activity));
     sortChoice_->setCurrentIndex(session_.sortMode() == ProjectSortMode::size ? 0 : 1);
     connect(sortChoice_, &QComboBox::activated, this, [this](int index) {
         session_.setSortMode(index == 0 ? ProjectSortMode::size : ProjectSortMode::activity);
@@ -216,7 +233,7 @@ void MainWindow::makeToolBar() {
 QWidget* MainWindow::makeCentralArea() {
     auto* central = new QWidget(this);
     summary_ = new SummaryStrip(session_, central);
-    failures_ = new FailuresPanel(session_, central);
+    failures_ = new FailuresPanel(central);
 
     sidebar_ = new QListWidget(central);
     sidebar_->setObjectName(QStringLiteral("sidebar"));
@@ -232,8 +249,8 @@ QWidget* MainWindow::makeCentralArea() {
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
 
-    cachesView_ = new CachesView(session_, central);
-    connect(cachesView_, &CachesView::trashRequested, this, &MainWindow::confirmTrash);
+    cachesView_ = new CachesView(caches_, central);
+    connect(cachesView_, &CachesView::trashRequested, this, &MainWindow::confirmCachesTrash);
     pages_ = new QStackedWidget(central);
     pages_->addWidget(makeProjectsPage());
     pages_->addWidget(cachesView_);
@@ -355,16 +372,27 @@ void MainWindow::showRefusal(const ScanRefusal& refusal) {
 }
 
 void MainWindow::confirmTrash(const TrashScope& scope) {
-    if (session_.isTrashing())
-        return;
-    const TrashPlan plan = session_.trashPlan(scope);
+    if (!session_.isTrashing())
+        askToTrash(session_.trashPlan(scope),
+                   [this](const TrashPlan& plan) { session_.trash(plan); });
+}
+
+void MainWindow::confirmCachesTrash() {
+    if (!caches_.isRemoving())
+        askToTrash(caches_.trashPlan(), [this](const TrashPlan& plan) { caches_.trash(plan); });
+}
+
+void MainWindow::askToTrash(const TrashPlan& plan, std::function<void(const TrashPlan&)> carryOut) {
     if (plan.isEmpty())
         return;
     QMessageBox* box = makeTrashConfirmation(this, TrashQuestion::about(plan));
-    connect(box, &QMessageBox::buttonClicked, this, [this, box, scope](QAbstractButton* button) {
-        if (box->buttonRole(button) == QMessageBox::AcceptRole)
-            session_.trash(scope);
-    });
+    // The plan the sheet shows is the plan carried out: a scan still running may tick more
+    // items meanwhile, and those wait for a sheet of their own.
+    connect(box, &QMessageBox::buttonClicked, this,
+            [box, plan, carryOut = std::move(carryOut)](QAbstractButton* button) {
+                if (box->buttonRole(button) == QMessageBox::AcceptRole)
+                    carryOut(plan);
+            });
     box->open();
 }
 
@@ -377,21 +405,21 @@ void MainWindow::showSettings() {
 }
 
 void MainWindow::showCaches() {
-    session_.setSelection(SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::globalCaches));
 }
 
 void MainWindow::showProjects() {
-    const std::optional<SidebarSelection>& current = session_.selection();
+    const std::optional<SidebarSelection>& current = navigation_.selection();
     if (current && current->kind == SidebarSelection::Kind::project) {
-        followSessionSelection();
+        followSelection();
         return;
     }
     // Back from another destination: the project shown before, if the scan still has it.
     std::optional<SidebarSelection> back;
     if (lastProjectSelection_ && session_.project(lastProjectSelection_->project->id))
         back = lastProjectSelection_;
-    session_.setSelection(back);
-    followSessionSelection();
+    navigation_.setSelection(back);
+    followSelection();
 }
 
 void MainWindow::onSidebarRowChanged(int row) {
@@ -411,11 +439,12 @@ void MainWindow::onProjectRowSelected() {
     if (rows.isEmpty())
         return;
     if (const std::optional<Project> project = projectModel_->projectAt(rows.first()))
-        session_.setSelection(SidebarSelection::forProject(*project));
+        navigation_.setSelection(SidebarSelection::forProject(*project));
 }
 
-void MainWindow::followSessionSelection() {
-    const std::optional<SidebarSelection>& selection = session_.selection();
+void MainWindow::followSelection() {
+    updateActions();
+    const std::optional<SidebarSelection>& selection = navigation_.selection();
     const bool caches = selection && selection->kind == SidebarSelection::Kind::globalCaches;
     followingSession_ = true;
     sidebar_->setCurrentRow(caches ? cachesRow : projectsRow);
@@ -431,7 +460,7 @@ void MainWindow::followSessionSelection() {
 }
 
 void MainWindow::selectProjectRow() {
-    const std::optional<SidebarSelection>& selection = session_.selection();
+    const std::optional<SidebarSelection>& selection = navigation_.selection();
     const QModelIndex row = selection && selection->project
                                 ? projectModel_->indexOf(selection->project->id)
                                 : QModelIndex();
@@ -451,9 +480,10 @@ void MainWindow::updateActions() {
     action(Action::rescan)->setEnabled(session_.rootURL() && !trashing);
     // Ticks change with every batch of a scan, so this stays a look at the sets; the plan, with
     // its nesting checks, is only made when the user asks.
+    const bool caches = showsCaches();
     const bool ticked =
-        !session_.selectedItemIDs().isEmpty() || !session_.selectedCacheIDs().isEmpty();
-    action(Action::moveToTrash)->setEnabled(ticked && !trashing);
+        caches ? !caches_.selectedIDs().isEmpty() : !session_.selectedItemIDs().isEmpty();
+    action(Action::moveToTrash)->setEnabled(ticked && !(caches ? caches_.isRemoving() : trashing));
 }
 
 void MainWindow::updateFolder() {
@@ -484,6 +514,11 @@ void MainWindow::updateStatus() {
         status_->setText(
             QStringLiteral("%1 in %2").arg(counted(projects, "project", "projects"), *root));
     }
+}
+
+bool MainWindow::showsCaches() const {
+    const std::optional<SidebarSelection>& selection = navigation_.selection();
+    return selection && selection->kind == SidebarSelection::Kind::globalCaches;
 }
 
 QString MainWindow::statusText() const {

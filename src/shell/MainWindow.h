@@ -1,8 +1,10 @@
 #pragma once
 
 #include "platform/ToastCenter.h"
+#include "scanning/GlobalCachesModel.h"
 #include "scanning/RulesStore.h"
 #include "scanning/ScanSession.h"
+#include "shell/Navigation.h"
 #include "shell/SettingsDialog.h"
 
 #include <QMainWindow>
@@ -27,8 +29,9 @@ class ToastOverlay;
 
 // The main window: a sidebar of destinations (the projects of the scanned folder, the developer
 // caches), the project list beside the selected project, a summary of what can be reclaimed,
-// and a toolbar to choose a folder, rescan, sort, filter and move the ticked items to the Trash.
-// It only reads the session and calls its operations; every rule lives in the session.
+// and a toolbar to choose a folder, rescan, sort, filter and move the ticked items of the area
+// on show to the Trash. It only reads the models and calls their operations; every rule lives
+// in them.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
@@ -48,17 +51,20 @@ public:
         QStringLiteral("Choose the folder that holds your dev projects");
     static inline const QString chooserAcceptLabel = QStringLiteral("Scan");
 
-    MainWindow(ScanSession& session, ToastCenter& toasts, RulesStore& rules,
-               QWidget* parent = nullptr);
+    MainWindow(ScanSession& session, GlobalCachesModel& caches, Navigation& navigation,
+               ToastCenter& toasts, RulesStore& rules, QWidget* parent = nullptr);
     ~MainWindow() override;
 
     // Opens the folder chooser as a sheet; the chosen folder goes to scanFolder.
     void chooseFolder();
     // Scans `folder`, or shows the alert that says why it is refused.
     void scanFolder(const QString& folder);
-    // Asks (in a sheet) to move the scope's ticked items to the Trash, and does it if the user
-    // agrees. Nothing happens while a trash action runs or when nothing of the scope is ticked.
+    // Asks (in a sheet) to move the scope's ticked items to the Trash, and moves exactly what the
+    // sheet showed if the user agrees, whatever is ticked by then. Nothing happens while a trash
+    // action runs or when nothing of the scope is ticked.
     void confirmTrash(const TrashScope& scope);
+    // The same for the ticked developer caches.
+    void confirmCachesTrash();
     void showSettings();
     void showCaches();
     void showProjects();
@@ -81,15 +87,19 @@ private:
     QWidget* makeCentralArea();
     QWidget* makeProjectsPage();
     void showRefusal(const ScanRefusal& refusal);
+    void askToTrash(const TrashPlan& plan, std::function<void(const TrashPlan&)> carryOut);
+    bool showsCaches() const;
     void onSidebarRowChanged(int row);
     void onProjectRowSelected();
-    void followSessionSelection();
+    void followSelection();
     void selectProjectRow();
     void updateActions();
     void updateFolder();
     void updateStatus();
 
     ScanSession& session_;
+    GlobalCachesModel& caches_;
+    Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
     ProjectTreeModel* projectModel_ = nullptr;

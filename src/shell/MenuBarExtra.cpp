@@ -28,11 +28,9 @@ MenuBarExtra::MenuBarExtra(ScanSession& session, QObject* parent)
     refreshTimer_.setSingleShot(true);
     refreshTimer_.setInterval(refreshDelay);
     connect(&refreshTimer_, &QTimer::timeout, this, &MenuBarExtra::refresh);
-    for (const auto signal :
-         {&ScanSession::sizeByItemChanged, &ScanSession::itemsByProjectChanged,
-          &ScanSession::projectsChanged, &ScanSession::selectedItemIDsChanged,
-          &ScanSession::cacheSizeByIDChanged, &ScanSession::selectedCacheIDsChanged,
-          &ScanSession::rootURLChanged, &ScanSession::isTrashingChanged})
+    for (const auto signal : {&ScanSession::sizeByItemChanged, &ScanSession::itemsByProjectChanged,
+                              &ScanSession::projectsChanged, &ScanSession::selectedItemIDsChanged,
+                              &ScanSession::rootURLChanged, &ScanSession::isTrashingChanged})
         connect(&session_, signal, &refreshTimer_, [this] {
             if (!refreshTimer_.isActive())
                 refreshTimer_.start();

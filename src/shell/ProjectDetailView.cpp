@@ -222,12 +222,12 @@ void ProjectDetailView::showItemsState() {
     warningBox_->setVisible(wholeOffered);
 
     const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
-    const auto count = plan.itemURLs.size();
+    const auto count = plan.urls().size();
     ticked_->setText(count == 0 ? QStringLiteral("Nothing ticked")
                                 : QStringLiteral("%1 ticked, %2")
                                       .arg(count == 1 ? QStringLiteral("1 item")
                                                       : QStringLiteral("%1 items").arg(count),
-                                           formatBytes(plan.bytesOf(plan.itemURLs))));
+                                           formatBytes(plan.totalBytes())));
     trashButton_->setEnabled(count > 0 && !session_.isTrashing());
 }
 

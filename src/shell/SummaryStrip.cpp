@@ -143,8 +143,7 @@ SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent)
     connect(&refreshTimer_, &QTimer::timeout, this, &SummaryStrip::refresh);
     for (const auto signal :
          {&ScanSession::projectsChanged, &ScanSession::itemsByProjectChanged,
-          &ScanSession::sizeByItemChanged, &ScanSession::selectedItemIDsChanged,
-          &ScanSession::cacheSizeByIDChanged, &ScanSession::selectedCacheIDsChanged})
+          &ScanSession::sizeByItemChanged, &ScanSession::selectedItemIDsChanged})
         connect(&session_, signal, &refreshTimer_, [this] {
             if (!refreshTimer_.isActive())
                 refreshTimer_.start();

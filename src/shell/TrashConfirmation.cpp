@@ -9,8 +9,8 @@
 namespace corvane {
 
 TrashQuestion TrashQuestion::about(const TrashPlan& plan) {
-    const QList<QString> urls = plan.itemURLs + plan.cacheURLs;
-    const QString bytes = formatBytes(plan.bytesOf(urls));
+    const QList<QString> urls = plan.urls();
+    const QString bytes = formatBytes(plan.totalBytes());
     TrashQuestion question;
     if (urls.size() == 1) {
         question.text =

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scanning/ScanSessionTypes.h"
+#include "platform/TrashPlan.h"
 
 #include <QString>
 

@@ -1,6 +1,8 @@
 #include "cli/ScanCommands.h"
 
 #include "cli/Command.h"
+#include "platform/ProcessRunner.h"
+#include "scanning/RulesStore.h"
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
@@ -10,6 +12,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSettings>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -230,14 +233,11 @@ TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothingThenJsonListsWh
     EXPECT_EQ(document[u"wouldReclaimBytes"].toInteger(), 7000);
 
     out.clear();
-    request.items = {space.apiOut.url, space.root + s("/escape")};
-    EXPECT_EQ(runClean(request, scripted(space.events), console), exitSomeFailed);
+    request.items = {space.apiOut.url, space.tidy.url};
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitOk);
     document = parsed(out);
-    EXPECT_EQ(strings(document[u"wouldTrash"]), QStringList{space.apiOut.url});
-    // The scan never measured it, so the preview does.
-    EXPECT_GT(document[u"wouldReclaimBytes"].toInteger(), 0);
-    EXPECT_EQ(document[u"failures"][0][u"message"].toString(),
-              s("Refused: resolves outside the scanned folder"));
+    // Any item of the scan may be named, whatever its kind or confidence.
+    EXPECT_EQ(strings(document[u"wouldTrash"]), (QStringList{space.apiOut.url, space.tidy.url}));
 
     for (const CleanableItem& item : {space.monoModules, space.looseVenv, space.apiOut})
         EXPECT_TRUE(QFile::exists(item.url + s("/content")));
@@ -255,6 +255,32 @@ TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothingThenJsonListsWh
     EXPECT_EQ(document[u"failures"][0][u"url"].toString(), space.monoModules.url);
     EXPECT_EQ(document[u"failures"][0][u"message"].toString(), s("No longer exists"));
     EXPECT_TRUE(QFile::exists(space.apiOut.url));
+}
+
+TEST_F(ScanCommandsTest, CleanItemTakesOnlyItemsOfTheScanAndRefusesTheRestBeforeMovingAnything) {
+    const QString outside = test::makeTempDir(s("outside"));
+    test::writeFile(outside + s("/precious"), "keep");
+    QFile::link(outside, space.root + s("/escape"));
+    test::writeFile(space.tidy.url + s("/src/main.js"), "work");
+    test::writeFile(space.tidy.url + s("/.git/HEAD"), "ref: refs/heads/main\n");
+
+    CleanRequest request;
+    request.folder = space.root;
+    request.trash.yes = true;
+    request.items = {space.looseVenv.url, space.tidy.url + s("/src"), space.root + s("/escape"),
+                     space.tidy.url + s("/.git")};
+    EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);
+
+    EXPECT_TRUE(err.contains(space.tidy.url + s("/src: Refused: not an item of this scan")))
+        << qPrintable(err);
+    EXPECT_TRUE(err.contains(space.tidy.url + s("/.git: Refused: not an item of this scan")));
+    EXPECT_TRUE(
+        err.contains(space.root + s("/escape: Refused: resolves outside the scanned folder")));
+    EXPECT_TRUE(err.contains(s("Nothing was moved.")));
+    for (const QString& kept :
+         {space.looseVenv.url + s("/content"), space.tidy.url + s("/src/main.js"),
+          space.tidy.url + s("/.git/HEAD"), outside + s("/precious")})
+        EXPECT_TRUE(QFile::exists(kept)) << qPrintable(kept);
 }
 
 TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProject) {
@@ -285,4 +311,31 @@ TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProje
 
     request.project = s("nowhere");
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);
+}
+
+TEST(ScanCommandLine, TheUsersOwnRulesHoldForTheCommandAsTheyDoForTheApp) {
+    const QString root = test::makeTempDir(s("rules"));
+    test::writeFile(root + s("/app/package.json"), "{}");
+    test::writeFile(root + s("/app/logs/today.log"), "lines");
+    {
+        // Stored the way the app's settings store them.
+        RulesStore rules;
+        CustomRule rule = rules.addRule();
+        rule.name = s("logs");
+        rule.isHighConfidence = true;
+        ASSERT_TRUE(rules.updateRule(rule));
+        QSettings().sync();
+    }
+    ArtifactCatalog::setCustomRules({});
+
+    const ProcessResult result = ProcessRunner::system().run(
+        QStringLiteral(CORVANE_EXECUTABLE), {s("scan"), root, s("--json")}, {}, {}, 60);
+    ASSERT_EQ(result.exitCode, 0) << result.standardError.toStdString();
+    const QJsonObject scan = parsed(QString::fromUtf8(result.standardOutput));
+    const QJsonArray items = scan[u"projects"][0][u"items"].toArray();
+    ASSERT_EQ(items.size(), 1) << result.standardOutput.toStdString();
+    EXPECT_EQ(items[0][u"url"].toString(), root + s("/app/logs"));
+    EXPECT_EQ(items[0][u"kind"].toString(), s("cache"));
+    EXPECT_EQ(items[0][u"confidence"].toString(), s("safe"));
+    QSettings().remove(RulesStore::settingsKey);
 }

@@ -109,7 +109,7 @@ TEST(EndToEnd, AGeneratedWorkspaceIsScannedAsItsManifestSaysAndOnlyTickedItemsRe
             tickedPaths.insert(item.url);
     }
 
-    session.trash(TrashScope::everything());
+    session.trash(session.trashPlan(TrashScope::everything()));
     ASSERT_TRUE(waitFor([&] { return !session.isTrashing(); }, 120'000));
     EXPECT_TRUE(session.trashFailures().isEmpty());
     ASSERT_TRUE(toasts.current());
@@ -132,4 +132,30 @@ TEST(EndToEnd, AGeneratedWorkspaceIsScannedAsItsManifestSaysAndOnlyTickedItemsRe
     }
     for (const QString& path : trashed)
         EXPECT_TRUE(tickedPaths.contains(path)) << path.toStdString();
+}
+
+TEST(EndToEnd, AScanOfTheHomeFolderTakesNoToolInstallationForAProject) {
+    const QString home = test::fakeHome();
+    const QList<QString> installed{home + QStringLiteral("/.pyenv/versions/3.12/lib/demo"),
+                                   home + QStringLiteral("/.rustup/toolchains/stable/lib/demo")};
+    test::writeFile(installed[0] + QStringLiteral("/setup.py"));
+    test::writeFile(installed[1] + QStringLiteral("/Cargo.toml"));
+    test::writeFile(home + QStringLiteral("/Code/app/package.json"), "{}");
+    test::writeFile(home + QStringLiteral("/Code/.drafts/idea/package.json"), "{}");
+
+    ToastCenter toasts;
+    ScanSession session(toasts, ScanEngine::scan);
+    ASSERT_FALSE(session.chooseFolderAndScan(home));
+    ASSERT_TRUE(waitFor([&] { return !session.isScanning(); }, 60'000));
+    QStringList found;
+    for (const Project& project : session.projects())
+        found.append(project.url);
+    EXPECT_EQ(found, QStringList{home + QStringLiteral("/Code/app")});
+
+    // Below the home folder a hidden folder is the user's own choice and is looked into.
+    ASSERT_FALSE(session.chooseFolderAndScan(home + QStringLiteral("/Code")));
+    ASSERT_TRUE(waitFor([&] { return !session.isScanning(); }, 60'000));
+    EXPECT_EQ(session.projects().size(), 2);
+    for (const char* folder : {"/.pyenv", "/.rustup", "/Code"})
+        QDir(home + QString::fromUtf8(folder)).removeRecursively();
 }

@@ -1,5 +1,6 @@
 #include "scanning/ScanSession.h"
 
+#include "platform/BackgroundJobs.h"
 #include "platform/ByteFormat.h"
 #include "platform/ToastCenter.h"
 #include "support/FakeScan.h"
@@ -9,7 +10,6 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThreadPool>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -250,20 +250,21 @@ TEST_F(ScanSessionTest, TrashedItemsAndProjectsLeaveTheStateAndTheToastSaysWhatC
                 ScanEvent::sizeUpdated(oldModules.id, 300'000),
                 ScanEvent::sizeUpdated(whole.id, 1'000'000), ScanEvent::scanCompleted()});
     session.toggleItem(whole.id);
-    session.setSelection(SidebarSelection::forProject(old));
 
     const TrashPlan plan = session.trashPlan(TrashScope::everything());
     // The old project's own items go with it, and are not counted twice.
-    EXPECT_EQ(plan.itemURLs, (QList<QString>{modules.url, old.url}));
-    EXPECT_EQ(plan.bytesOf(plan.itemURLs), 3'000'000);
+    EXPECT_EQ(plan.urls(), (QList<QString>{modules.url, old.url}));
+    EXPECT_EQ(plan.totalBytes(), 3'000'000);
 
-    QSignalSpy completed(&session, &ScanSession::trashCompleted);
-    session.trash(TrashScope::everything());
+    std::optional<TrashResult> result;
+    QObject::connect(&session, &ScanSession::trashCompleted, &session,
+                     [&result](const TrashResult& done) { result = done; });
+    session.trash(plan);
     EXPECT_TRUE(session.isTrashing());
     waitForTrash();
 
-    ASSERT_EQ(completed.count(), 1);
-    EXPECT_EQ(completed[0][1].toLongLong(), 3'000'000);
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->reclaimedBytes, 3'000'000);
     ASSERT_TRUE(toasts.current());
     EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(3'000'000));
     EXPECT_FALSE(QFile::exists(modules.url));
@@ -275,7 +276,6 @@ TEST_F(ScanSessionTest, TrashedItemsAndProjectsLeaveTheStateAndTheToastSaysWhatC
     EXPECT_FALSE(session.gitDetailsByProject().contains(old.id));
     EXPECT_TRUE(session.selectedItemIDs().isEmpty());
     EXPECT_EQ(session.sizeByItem().keys(), QList<QUuid>{dist.id});
-    EXPECT_FALSE(session.selection());
     EXPECT_TRUE(session.trashFailures().isEmpty());
 }
 
@@ -290,7 +290,7 @@ TEST_F(ScanSessionTest, ATrashWhereEverythingFailsPostsNoToastAndListsTheFailure
                 ScanEvent::itemsClassified(app.id, {vanished}),
                 ScanEvent::itemsClassified(elsewhere.id, {outside}), ScanEvent::scanCompleted()});
 
-    session.trash(TrashScope::everything());
+    session.trash(session.trashPlan(TrashScope::everything()));
     waitForTrash();
 
     EXPECT_FALSE(toasts.current());
@@ -319,14 +319,14 @@ TEST_F(ScanSessionTest, NothingTickedDoesNothingAndASecondRequestWaitsForNoOne) 
 
     QSignalSpy trashing(&session, &ScanSession::isTrashingChanged);
     QSignalSpy completed(&session, &ScanSession::trashCompleted);
-    session.trash(TrashScope::everything());
-    session.trash(TrashScope::caches());
+    EXPECT_TRUE(session.trashPlan(TrashScope::everything()).isEmpty());
+    session.trash(session.trashPlan(TrashScope::everything()));
     EXPECT_EQ(trashing.count(), 0);
 
     session.toggleItem(firstModules.id);
     session.toggleItem(secondModules.id);
-    session.trash(TrashScope::forProject(first));
-    session.trash(TrashScope::forProject(second));
+    session.trash(session.trashPlan(TrashScope::forProject(first)));
+    session.trash(session.trashPlan(TrashScope::forProject(second)));
     waitForTrash();
     QTest::qWait(200);
 
@@ -336,89 +336,106 @@ TEST_F(ScanSessionTest, NothingTickedDoesNothingAndASecondRequestWaitsForNoOne) 
     EXPECT_EQ(session.selectedItemIDs(), QSet<QUuid>{secondModules.id});
 }
 
-TEST_F(ScanSessionTest, TickedCachesGoToTheTrashWithoutAnyScannedFolder) {
-    const QString home = test::fakeHome();
-    const QString gradle = home + QStringLiteral("/.gradle/caches");
-    const QString cargo = home + QStringLiteral("/.cargo/registry");
-    test::writeFile(gradle + QStringLiteral("/modules-2/a.jar"), QByteArray(10000, 'g'));
-    test::writeFile(cargo + QStringLiteral("/index/crates"), QByteArray(3000, 'c'));
-
-    session.scanCaches();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !session.isCacheScanning(); }, patience));
-    ASSERT_EQ(session.globalCaches().size(), 2);
-    EXPECT_EQ(session.globalCaches()[0].id(), QStringLiteral(".gradle/caches"));
-    EXPECT_GT(session.cacheSizeByID().value(QStringLiteral(".gradle/caches")), 0);
-    EXPECT_TRUE(session.selectedCacheIDs().isEmpty());
-
-    session.toggleCache(QStringLiteral(".gradle/caches"));
-    const qint64 gradleBytes = session.cacheSizeByID().value(QStringLiteral(".gradle/caches"));
-    EXPECT_EQ(session.selectedBytes(), gradleBytes);
-    session.trash(TrashScope::everything());
-    waitForTrash();
-
-    EXPECT_FALSE(session.rootURL());
-    EXPECT_FALSE(QFile::exists(gradle));
-    EXPECT_TRUE(QFile::exists(cargo));
-    ASSERT_EQ(session.globalCaches().size(), 1);
-    EXPECT_EQ(session.globalCaches()[0].id(), QStringLiteral(".cargo/registry"));
-    EXPECT_FALSE(session.cacheSizeByID().contains(QStringLiteral(".gradle/caches")));
-    ASSERT_TRUE(toasts.current());
-    EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(gradleBytes));
-    QDir(home + QStringLiteral("/.cargo")).removeRecursively();
-}
-
-TEST_F(ScanSessionTest, ACacheRescanClearsTheTicksAndKeepsTheTableOrder) {
-    const QString home = test::fakeHome();
-    QDir().mkpath(home + QStringLiteral("/go/pkg/mod/cache"));
-    QDir().mkpath(home + QStringLiteral("/.m2/repository"));
-    session.scanCaches();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !session.isCacheScanning(); }, patience));
-    session.toggleCache(QStringLiteral("go/pkg/mod/cache"));
-    session.toggleCache(QStringLiteral("not/a/listed/cache"));
-    EXPECT_EQ(session.selectedCacheIDs(), QSet<QString>{QStringLiteral("go/pkg/mod/cache")});
-
-    session.scanCaches();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return !session.isCacheScanning(); }, patience));
-
-    EXPECT_TRUE(session.selectedCacheIDs().isEmpty());
-    ASSERT_EQ(session.globalCaches().size(), 2);
-    EXPECT_EQ(session.globalCaches()[0].id(), QStringLiteral(".m2/repository"));
-    EXPECT_EQ(session.globalCaches()[1].id(), QStringLiteral("go/pkg/mod/cache"));
-    EXPECT_EQ(session.cacheSizeByID().size(), 2);
-    QDir(home + QStringLiteral("/go")).removeRecursively();
-    QDir(home + QStringLiteral("/.m2")).removeRecursively();
-}
-
-TEST_F(ScanSessionTest, ARescanReselectsTheProjectByPathAndDropsTheOldScan) {
+TEST_F(ScanSessionTest, ATrashConfirmedDuringTheScanMovesExactlyWhatItShowed) {
     startScan();
     const Project app = makeProject(root + QStringLiteral("/app"));
-    scans.feed({ScanEvent::projectDiscovered(app)});
-    session.setSelection(SidebarSelection::forProject(app));
+    const Project old = makeProject(root + QStringLiteral("/old"));
+    const Project later = makeProject(root + QStringLiteral("/later"));
+    const CleanableItem modules = makeItem(app, QStringLiteral("node_modules"));
+    const CleanableItem whole =
+        makeItem(old, {}, ArtifactKind::wholeProject, CleanConfidence::reclonable);
+    const CleanableItem laterModules = makeItem(later, QStringLiteral("node_modules"));
+    for (const QString& folder : {modules.url, old.url + QStringLiteral("/src"), laterModules.url})
+        test::writeFile(folder + QStringLiteral("/file"), "x");
+    scans.feed({ScanEvent::projectDiscovered(app), ScanEvent::projectDiscovered(old),
+                ScanEvent::itemsClassified(app.id, {modules}),
+                ScanEvent::itemsClassified(old.id, {whole}),
+                ScanEvent::sizeUpdated(modules.id, 40)});
+    session.toggleItem(whole.id);
+
+    // The sheet shows this plan; while it is open the scan goes on and ticks another project.
+    const TrashPlan shown = session.trashPlan(TrashScope::everything());
+    scans.feed({ScanEvent::projectDiscovered(later),
+                ScanEvent::itemsClassified(later.id, {laterModules})});
+    ASSERT_TRUE(session.selectedItemIDs().contains(laterModules.id));
+    session.trash(shown);
+    waitForTrash();
+
+    EXPECT_FALSE(QFile::exists(modules.url));
+    EXPECT_FALSE(QFile::exists(old.url));
+    EXPECT_TRUE(QFile::exists(laterModules.url + QStringLiteral("/file")));
+    EXPECT_EQ(session.selectedItemIDs(), QSet<QUuid>{laterModules.id});
+
+    // What the scan still sends about what went to the Trash is not taken back in.
+    scans.feed({ScanEvent::gitStatusUpdated(old.id, makeDetails(GitStatus::fullySynced())),
+                ScanEvent::sizeUpdated(whole.id, 900), ScanEvent::sizeUpdated(laterModules.id, 7),
+                ScanEvent::scanCompleted()});
+    EXPECT_FALSE(session.gitDetailsByProject().contains(old.id));
+    EXPECT_EQ(session.sizeByItem().keys(), QList<QUuid>{laterModules.id});
+    EXPECT_EQ(names(session.projects()),
+              (QStringList{QStringLiteral("app"), QStringLiteral("later")}));
+}
+
+namespace {
+
+// A Trash that will not take folders of one name, as a locked file would make it refuse.
+class RefusingTrash : public PlatformTrash {
+public:
+    std::optional<QString> moveToTrash(const QString& path) const override {
+        if (path.endsWith(QStringLiteral("/locked")))
+            return QStringLiteral("The item is in use.");
+        return PlatformTrash::moveToTrash(path);
+    }
+};
+
+} // namespace
+
+TEST(ScanSessionFailures, OneItemTheTrashRefusesStaysTickedAndTheRestStillMoves) {
+    const QString root = test::makeTempDir(QStringLiteral("refusals"));
+    const RefusingTrash trash;
+    ToastCenter toasts;
+    test::FakeScans scans;
+    ScanSession session(toasts, scans.starter(), nullptr, trash);
+    ASSERT_EQ(session.chooseFolderAndScan(root), std::nullopt);
+    const Project app = makeProject(root + QStringLiteral("/app"));
+    const CleanableItem locked =
+        makeItem(app, QStringLiteral("locked"), ArtifactKind::cache, CleanConfidence::safe);
+    const CleanableItem modules = makeItem(app, QStringLiteral("node_modules"));
+    for (const CleanableItem& item : {locked, modules})
+        test::writeFile(item.url + QStringLiteral("/file"), "x");
+    scans.feed({ScanEvent::projectDiscovered(app),
+                ScanEvent::itemsClassified(app.id, {locked, modules}),
+                ScanEvent::sizeUpdated(locked.id, 1'000), ScanEvent::sizeUpdated(modules.id, 20),
+                ScanEvent::scanCompleted()});
+
+    session.trash(session.trashPlan(TrashScope::everything()));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isTrashing(); }, patience));
+
+    EXPECT_EQ(session.trashFailures(),
+              (QList<TrashFailure>{{locked.url, QStringLiteral("The item is in use.")}}));
+    EXPECT_EQ(session.selectedItemIDs(), QSet<QUuid>{locked.id});
+    EXPECT_FALSE(QFile::exists(modules.url));
+    ASSERT_TRUE(toasts.current());
+    EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(20));
+}
+
+TEST_F(ScanSessionTest, ARescanDropsTheOldScanAndWhatItStillSends) {
+    startScan();
+    scans.feed({ScanEvent::projectDiscovered(makeProject(root + QStringLiteral("/app")))});
+    QSignalSpy started(&session, &ScanSession::scanStarted);
 
     // The unfinished first scan is cancelled, and what it still sends never arrives.
     session.rescan();
     scans.sinks[0]->send(ScanEvent::projectDiscovered(makeProject(root + QStringLiteral("/late"))));
     ASSERT_EQ(scans.roots.size(), 2);
     EXPECT_EQ(scans.roots[1], root);
+    EXPECT_EQ(started.count(), 1);
     EXPECT_TRUE(scans.sinks[0]->isCancelled());
-    EXPECT_FALSE(session.selection());
-    EXPECT_EQ(session.pendingSelectionPath(), app.url);
     EXPECT_TRUE(session.projects().isEmpty());
 
     const Project again = makeProject(root + QStringLiteral("/app"));
     scans.feed({ScanEvent::projectDiscovered(again)});
-    ASSERT_TRUE(session.selection());
-    EXPECT_EQ(session.selection()->project, again);
     EXPECT_EQ(session.projects(), QList<Project>{again});
-    EXPECT_FALSE(session.pendingSelectionPath());
-
-    // A path asked for that no project matches is dropped when the scan ends.
-    session.setNextSelectionPath(root + QStringLiteral("/gone"));
-    session.rescan();
-    EXPECT_EQ(session.pendingSelectionPath(), root + QStringLiteral("/gone"));
-    EXPECT_FALSE(session.nextSelectionPath());
-    scans.feed({ScanEvent::scanCompleted()});
-    EXPECT_FALSE(session.pendingSelectionPath());
 }
 
 TEST(ScanSessionLifetime, AResultArrivingAfterTheSessionIsGoneIsDropped) {
@@ -433,10 +450,12 @@ TEST(ScanSessionLifetime, AResultArrivingAfterTheSessionIsGoneIsDropped) {
         ASSERT_EQ(session.chooseFolderAndScan(root), std::nullopt);
         scans.feed({ScanEvent::projectDiscovered(app),
                     ScanEvent::itemsClassified(app.id, {modules}), ScanEvent::scanCompleted()});
-        session.trash(TrashScope::everything());
-        session.scanCaches();
+        session.trash(session.trashPlan(TrashScope::everything()));
     }
-    QThreadPool::globalInstance()->waitForDone();
+    // The trash job really ran to its end, on the pool it runs on, before the events are looked
+    // at: its result must find the session's mailbox closed.
+    waitForBackgroundJobs();
+    EXPECT_FALSE(QFile::exists(modules.url));
     QCoreApplication::processEvents();
     EXPECT_FALSE(toasts.current());
 }

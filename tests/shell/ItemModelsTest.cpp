@@ -1,10 +1,11 @@
-#include "shell/CachesModel.h"
+#include "shell/CachesTableModel.h"
 #include "shell/ProjectItemsModel.h"
 #include "shell/ShellTesting.h"
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
 #include <QAbstractItemModelTester>
+#include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
@@ -108,36 +109,37 @@ TEST_F(ProjectItemsModelTest, TickBoxesAreTheSessionsTicksBothWays) {
     EXPECT_EQ(changes.first().at(2).value<QList<int>>(), QList<int>{Qt::CheckStateRole});
 }
 
-TEST(CachesModelTest, ListsTheCachesOfTheHomeFolderWithTicksAndSizesAndLosesTrashedRowsOnly) {
+TEST(CachesTableModelTest, ListsTheCachesOfTheHomeFolderWithTicksAndSizesAndLosesTrashedRowsOnly) {
     const QString home = test::fakeHome();
     test::writeFile(home + QStringLiteral("/Library/Caches/Yarn/v6/package.tgz"),
                     QByteArray(20'000, 'y'));
     test::writeFile(home + QStringLiteral("/.npm/_cacache/index"), QByteArray(5'000, 'n'));
     test::writeFile(home + QStringLiteral("/.cargo/registry/index"), QByteArray(1'000, 'c'));
     ToastCenter toasts;
-    test::FakeScans scans;
-    ScanSession session(toasts, scans.starter());
-    CachesModel model(session);
+    GlobalCachesModel caches(toasts);
+    CachesTableModel model(caches);
     Tester tester(&model, Tester::FailureReportingMode::Fatal);
 
-    session.scanCaches();
+    caches.reload();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return caches.hasLoaded(); }, test::patience));
     ASSERT_EQ(test::dumpTree(model), QStringLiteral("Yarn cache,npm cache,Cargo registry"));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isCacheScanning(); }, test::patience));
-    EXPECT_FALSE(model.index(0, CachesModel::sizeColumn).data().toString().isEmpty());
-    EXPECT_NE(model.index(0, CachesModel::sizeColumn).data().toString(),
+    EXPECT_FALSE(model.index(0, CachesTableModel::sizeColumn).data().toString().isEmpty());
+    EXPECT_NE(model.index(0, CachesTableModel::sizeColumn).data().toString(),
               QStringLiteral("Measuring sizes..."));
-    EXPECT_EQ(model.index(1, CachesModel::detailColumn).data().toString(),
+    EXPECT_EQ(model.index(1, CachesTableModel::detailColumn).data().toString(),
               QStringLiteral("Package cache. Downloaded again on the next install."));
     EXPECT_EQ(model.index(0, 0).data(Qt::CheckStateRole).value<Qt::CheckState>(), Qt::Unchecked);
 
     ASSERT_TRUE(model.setData(model.index(1, 0), Qt::Checked, Qt::CheckStateRole));
-    EXPECT_EQ(session.selectedCacheIDs(), QSet<QString>{QStringLiteral(".npm/_cacache")});
+    EXPECT_EQ(caches.selectedIDs(), QSet<QString>{QStringLiteral(".npm/_cacache")});
     QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
     QSignalSpy removals(&model, &QAbstractItemModel::rowsRemoved);
-    session.trash(TrashScope::caches());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isTrashing(); }, test::patience));
+    caches.trash(caches.trashPlan());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !caches.isRemoving(); }, test::patience));
     EXPECT_EQ(test::dumpTree(model), QStringLiteral("Yarn cache,Cargo registry"));
     EXPECT_EQ(removals.count(), 1);
     EXPECT_EQ(resets.count(), 0);
     EXPECT_FALSE(QFileInfo::exists(home + QStringLiteral("/.npm/_cacache")));
+    for (const char* folder : {"/Library/Caches/Yarn", "/.cargo", "/.npm"})
+        QDir(home + QString::fromUtf8(folder)).removeRecursively();
 }

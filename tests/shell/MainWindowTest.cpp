@@ -89,7 +89,9 @@ protected:
     RulesStore rules;
     test::FakeScans scans;
     ScanSession session{toasts, scans.starter()};
-    MainWindow window{session, toasts, rules};
+    GlobalCachesModel caches{toasts};
+    Navigation navigation{session};
+    MainWindow window{session, caches, navigation, toasts, rules};
 };
 
 } // namespace
@@ -120,7 +122,7 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     EXPECT_EQ(window.statusText(), QStringLiteral("2 projects in ") + root);
 
     selectRow(app);
-    ASSERT_EQ(session.selection(), SidebarSelection::forProject(app));
+    ASSERT_EQ(navigation.selection(), SidebarSelection::forProject(app));
     ProjectDetailView& detail = *window.detailView();
     ASSERT_EQ(detail.project(), app);
     ASSERT_EQ(detail.itemsModel().rowCount(), 1);
@@ -200,6 +202,31 @@ TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
     test::saveScreenshot(window, QStringLiteral("window-trash-failures"));
 }
 
+TEST_F(MainWindowTest, TheSheetCarriesOutWhatItShowedWhileTheScanGoesOn) {
+    const auto [app, modules] =
+        makeOnDisk(QStringLiteral("app"), QStringLiteral("node_modules"), 5'000);
+    const auto [late, lateModules] =
+        makeOnDisk(QStringLiteral("late"), QStringLiteral("node_modules"), 7'000);
+    window.scanFolder(root);
+    scans.feed(found(app, modules, 5'000));
+    waitForRows(QStringLiteral("app"));
+    window.action(MainWindow::Action::moveToTrash)->trigger();
+    QMessageBox* box = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return (box = test::openBox(window, QStringLiteral("trashConfirmation"))); },
+        test::patience));
+    EXPECT_EQ(box->text(), QStringLiteral("Move “node_modules” to the Trash?"));
+
+    // While the sheet is open the scan finds and ticks more; the sheet never showed it.
+    scans.feed(found(late, lateModules, 7'000));
+    ASSERT_TRUE(session.selectedItemIDs().contains(lateModules.id));
+    test::clickButton(*box, QMessageBox::AcceptRole);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !QFileInfo::exists(modules.url); }, test::patience));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isTrashing(); }, test::patience));
+    EXPECT_TRUE(QFileInfo::exists(lateModules.url + QStringLiteral("/blob")));
+    EXPECT_EQ(session.selectedItemIDs(), QSet<QUuid>{lateModules.id});
+}
+
 TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone) {
     const QString home = test::fakeHome();
     test::writeFile(home + QStringLiteral("/Library/Caches/Yarn/v6/archive.tgz"),
@@ -209,35 +236,35 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
     auto* sidebar = window.findChild<QListWidget*>(QStringLiteral("sidebar"));
     ASSERT_NE(sidebar, nullptr);
     sidebar->setCurrentRow(1);
-    ASSERT_EQ(session.selection(), SidebarSelection::of(SidebarSelection::Kind::globalCaches));
-    CachesView& caches = *window.cachesView();
-    ASSERT_TRUE(caches.isVisible());
-    ASSERT_EQ(test::dumpTree(caches.model()), QStringLiteral("Yarn cache,Go module cache"));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isCacheScanning(); }, test::patience));
-    EXPECT_FALSE(caches.trashButton()->isEnabled());
+    ASSERT_EQ(navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+    CachesView& view = *window.cachesView();
+    ASSERT_TRUE(view.isVisible());
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return caches.hasLoaded() && !caches.isLoading(); }, test::patience));
+    ASSERT_EQ(test::dumpTree(view.model()), QStringLiteral("Yarn cache,Go module cache"));
+    EXPECT_FALSE(view.trashButton()->isEnabled());
     test::saveScreenshot(window, QStringLiteral("window-caches"));
 
-    ASSERT_TRUE(
-        caches.model().setData(caches.model().index(1, 0), Qt::Checked, Qt::CheckStateRole));
-    EXPECT_TRUE(caches.trashButton()->isEnabled());
-    EXPECT_TRUE(caches.tickedText().startsWith(QStringLiteral("1 cache ticked, ")))
-        << qPrintable(caches.tickedText());
-    caches.trashButton()->click();
+    ASSERT_TRUE(view.model().setData(view.model().index(1, 0), Qt::Checked, Qt::CheckStateRole));
+    EXPECT_TRUE(view.trashButton()->isEnabled());
+    EXPECT_TRUE(view.tickedText().startsWith(QStringLiteral("1 cache ticked, ")))
+        << qPrintable(view.tickedText());
+    view.trashButton()->click();
     EXPECT_TRUE(acceptConfirmation(QStringLiteral("sheet-move-cache"))
                     .startsWith(QStringLiteral("Move “cache” to the Trash?")));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return caches.model().rowCount() == 1; }, test::patience));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view.model().rowCount() == 1; }, test::patience));
     EXPECT_FALSE(QFileInfo::exists(home + QStringLiteral("/go/pkg/mod/cache")));
     EXPECT_TRUE(window.toastOverlay()->message().startsWith(QStringLiteral("Reclaimed ")));
 
     // Back to the projects and again to the caches: the list is not measured twice by itself.
     sidebar->setCurrentRow(0);
-    EXPECT_EQ(session.selection(), std::nullopt);
+    EXPECT_EQ(navigation.selection(), std::nullopt);
     sidebar->setCurrentRow(1);
-    EXPECT_EQ(caches.model().rowCount(), 1);
+    EXPECT_EQ(view.model().rowCount(), 1);
     test::writeFile(home + QStringLiteral("/unrelated"));
     QDir(home + QStringLiteral("/Library/Caches/Yarn")).removeRecursively();
-    caches.rescanButton()->click();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return caches.showsEmptyState(); }, test::patience));
+    view.rescanButton()->click();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return view.showsEmptyState(); }, test::patience));
     test::saveScreenshot(window, QStringLiteral("window-caches-empty"));
 }
 

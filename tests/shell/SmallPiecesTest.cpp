@@ -79,15 +79,13 @@ TEST(AppIconTest, TheIconFileHoldsOnePngPerSlotWithLengthsThatAddUp) {
 
 TEST(TrashQuestionTest, NamesASingleItemAndCountsSeveralWithTheirSize) {
     TrashPlan plan;
-    plan.itemURLs = {QStringLiteral("/code/app/node_modules")};
-    plan.sizeByURL.insert(plan.itemURLs[0], 1'500'000);
+    plan.add(QStringLiteral("/code"), QStringLiteral("/code/app/node_modules"), 1'500'000);
     TrashQuestion question = TrashQuestion::about(plan);
     EXPECT_EQ(question.text, QStringLiteral("Move “node_modules” to the Trash?"));
     EXPECT_TRUE(question.informativeText.startsWith(QStringLiteral("It takes 1.5 MB.")));
 
-    plan.cacheURLs = {QStringLiteral("/home/me/.npm/_cacache")};
-    plan.sizeByURL.insert(plan.cacheURLs[0], 2'000'000'000);
-    plan.itemURLs.append(QStringLiteral("/code/app/dist"));
+    plan.add(QStringLiteral("/home/me"), QStringLiteral("/home/me/.npm/_cacache"), 2'000'000'000);
+    plan.add(QStringLiteral("/code"), QStringLiteral("/code/app/dist"), std::nullopt);
     question = TrashQuestion::about(plan);
     EXPECT_EQ(question.text, QStringLiteral("Move 3 items to the Trash?"));
     EXPECT_TRUE(question.informativeText.startsWith(QStringLiteral("They take 2 GB together.")))

@@ -132,7 +132,9 @@ protected:
     ToastCenter toasts;
     RulesStore rules;
     ScanSession session{toasts, ScanEngine::scan};
-    MainWindow window{session, toasts, rules};
+    GlobalCachesModel caches{toasts};
+    Navigation navigation{session};
+    MainWindow window{session, caches, navigation, toasts, rules};
 };
 
 } // namespace

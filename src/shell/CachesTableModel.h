@@ -1,21 +1,21 @@
 #pragma once
 
-#include "scanning/ScanSession.h"
+#include "scanning/GlobalCachesModel.h"
 
 #include <QAbstractTableModel>
 
 namespace corvane {
 
-// The developer caches the session found, in catalog order, with tick boxes and their sizes as
+// The developer caches the caches model lists, in catalog order, with tick boxes and their sizes as
 // the measurements come in.
-class CachesModel : public QAbstractTableModel {
+class CachesTableModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
     enum Column { nameColumn, detailColumn, sizeColumn, columnTotal };
     enum Role { cacheIDRole = Qt::UserRole + 1 };
 
-    explicit CachesModel(ScanSession& session, QObject* parent = nullptr);
+    explicit CachesTableModel(GlobalCachesModel& caches, QObject* parent = nullptr);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
@@ -30,8 +30,8 @@ private:
     void columnChanged(int column, const QList<int>& roles);
     QString sizeText(const GlobalCacheItem& cache) const;
 
-    ScanSession& session_;
-    QList<GlobalCacheItem> caches_;
+    GlobalCachesModel& caches_;
+    QList<GlobalCacheItem> shown_;
 };
 
 } // namespace corvane

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/InventoryModel.h"
+#include "platform/TrashPlan.h"
+#include "scanning/GlobalCacheCatalog.h"
+
+#include <QHash>
+#include <QList>
+
+namespace corvane {
+
+struct GlobalCacheItem {
+    GlobalCacheEntry entry;
+
+    const QString& id() const { return entry.id; }
+    bool operator==(const GlobalCacheItem&) const = default;
+};
+
+// The developer caches of the home folder: listed and measured in the background on each load,
+// nothing ticked by default (a load clears the ticks), and the ticked ones moved to the Trash
+// inside the home folder. Identifiers are the caches' paths relative to the home folder.
+class GlobalCachesModel : public InventoryModel {
+    Q_OBJECT
+
+public:
+    explicit GlobalCachesModel(ToastCenter& toasts, QObject* parent = nullptr,
+                               const PlatformTrash& trash = PlatformTrash::system());
+
+    // In catalog order.
+    const QList<GlobalCacheItem>& caches() const { return caches_; }
+    // A cache without an entry has not been measured yet.
+    const QHash<QString, qint64>& cacheSizeByID() const { return cacheSizeByID_; }
+    qint64 measuredBytes() const;
+    qint64 selectedBytes() const;
+    std::optional<GlobalCacheItem> cache(const QString& id) const;
+
+    // The ticked caches, each allowed inside the home folder only, so a cache folder that is a
+    // link to another volume is refused.
+    TrashPlan trashPlan() const;
+    // Moves exactly `plan` to the Trash (under the dry-run switch, only looks). Ignored while a
+    // removal runs.
+    void trash(const TrashPlan& plan);
+
+signals:
+    void cachesChanged();
+    void cacheSizeByIDChanged();
+    void trashCompleted(const corvane::TrashResult& result);
+
+protected:
+    void startLoading() override;
+    bool containsItem(const QString& id) const override;
+
+private:
+    void showListing(const QList<GlobalCacheEntry>& entries);
+    void applyTrashResult(const TrashResult& result);
+
+    const PlatformTrash& platformTrash_;
+    QList<GlobalCacheItem> caches_;
+    QHash<QString, qint64> cacheSizeByID_;
+};
+
+} // namespace corvane
