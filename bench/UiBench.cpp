@@ -59,7 +59,9 @@ int main(int argc, char** argv) {
     corvane::ToastCenter toasts;
     corvane::RulesStore rules;
     corvane::ScanSession session(toasts, corvane::ScanEngine::scan);
-    corvane::MainWindow window(session, toasts, rules);
+    corvane::GlobalCachesModel caches(toasts);
+    corvane::Navigation navigation(session);
+    corvane::MainWindow window(session, caches, navigation, toasts, rules);
     window.show();
 
     Gaps gaps;

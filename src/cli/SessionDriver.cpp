@@ -4,6 +4,7 @@
 #include "cli/ScanJson.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
+#include "platform/Paths.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -105,7 +106,7 @@ void addTrashFlags(CLI::App& command, TrashRequest& request) {
 
 int scanFolder(ScanSession& session, const QString& folder, Console& console) {
     const QString path =
-        folder.isEmpty() ? QDir::currentPath() : QDir::current().absoluteFilePath(folder);
+        Paths::absoluteStandardized(folder.isEmpty() ? QStringLiteral(".") : folder);
     // The safety refusal comes first: it is the answer even for a Desktop that does not exist.
     std::optional<ScanRefusal> refusal = scanRefusal(path, Locations::homeDir());
     if (!refusal && !QFileInfo(path).isDir()) {

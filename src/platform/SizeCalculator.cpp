@@ -1,5 +1,6 @@
 #include "platform/SizeCalculator.h"
 
+#include "platform/CheckedSum.h"
 #include "platform/DirectoryReader.h"
 #include "platform/MeasurementPool.h"
 #include "platform/Paths.h"
@@ -16,13 +17,6 @@ namespace corvane {
 namespace {
 
 constexpr qint64 cancellationCheckInterval = 512;
-
-qint64 checkedAdd(qint64 sum, qint64 bytes) {
-    qint64 result = 0;
-    if (__builtin_add_overflow(sum, bytes, &result))
-        std::abort();
-    return result;
-}
 
 // One level of the depth-first walk: the open folder and the subfolders still to visit. Keeping
 // the parent open lets each child be opened relative to it, so no path is ever rebuilt and no
@@ -79,7 +73,7 @@ private:
             if (++entries_ % cancellationCheckInterval == 0)
                 cancellation_.throwIfCancelled();
             if (entry.kind == EntryKind::regularFile)
-                total_ = checkedAdd(total_, entry.allocatedBytes);
+                total_ = checkedSum(total_, entry.allocatedBytes);
             else if (entry.kind == EntryKind::directory)
                 level.subfolders.emplace_back(entry.name);
         }

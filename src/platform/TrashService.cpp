@@ -56,11 +56,8 @@ bool isInside(const QString& canonicalItem, const QString& canonicalRoot) {
     // No allowed area means nothing is allowed (an empty root must not become the current folder).
     if (canonicalRoot.isEmpty())
         return false;
-    // A plain case-sensitive comparison; the "/" keeps a sibling "proj-old" out of root "proj".
-    if (canonicalItem == canonicalRoot)
-        return true;
-    const QString prefix = canonicalRoot.endsWith(u'/') ? canonicalRoot : canonicalRoot + u'/';
-    return canonicalItem.startsWith(prefix);
+    // A plain case-sensitive comparison that keeps a sibling "proj-old" out of root "proj".
+    return Paths::isUnder(canonicalItem, canonicalRoot);
 }
 
 std::optional<QString> refusalWithin(const QString& url, const QString& canonicalRoot) {
@@ -81,8 +78,7 @@ void TrashOutcome::append(const TrashOutcome& other) {
 
 QString TrashService::canonicalPath(const QString& path) {
     int hops = 0;
-    return resolved(QDir::isAbsolutePath(path) ? path : QDir::current().absoluteFilePath(path),
-                    hops);
+    return resolved(QDir::current().absoluteFilePath(path), hops);
 }
 
 std::optional<QString> TrashService::refusal(const QString& url, const QString& root) {
