@@ -2,9 +2,9 @@
 // bench/run-bench.sh, each checked against what the workspace's manifest says should be found.
 
 #include "Manifest.h"
-#include "platform/MeasurementPool.h"
 #include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
+#include "platform/WorkQueue.h"
 #include "scanning/DirectoryWalker.h"
 #include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/GitInspector.h"
@@ -32,7 +32,7 @@ enum ExitStatus { exitOk = 0, exitMismatch = 1, exitBadInput = 2 };
 struct Options {
     std::string manifest;
     std::string root;
-    int threads = MeasurementPool::defaultThreadCount();
+    int threads = WorkQueue::defaultWidth();
     bool quiet = false;
 };
 
@@ -81,7 +81,8 @@ QStringList notIn(const QSet<QString>& found, const QSet<QString>& expected) {
     return extra;
 }
 
-// The size phase alone: every artifact folder of the manifest, measured as the engine will.
+// The size phase alone: every artifact folder of the manifest, measured as a scan measures its
+// items, one SizeCalculator call per folder on a work queue as wide as the scan's.
 int runSizes(const Options& options) {
     const std::optional<Manifest> manifest = load(options);
     if (!manifest)
@@ -89,8 +90,14 @@ int runSizes(const Options& options) {
     QElapsedTimer timer;
     timer.start();
     std::vector<qint64> sizes(static_cast<size_t>(manifest->artifacts.size()), 0);
-    SizeCalculator::sizes(manifest->artifacts, options.threads, {},
-                          [&](qsizetype index, qint64 bytes) { sizes[size_t(index)] = bytes; });
+    {
+        WorkQueue measurements(options.threads);
+        for (qsizetype i = 0; i < manifest->artifacts.size(); ++i)
+            measurements.enqueue([&sizes, &manifest, i] {
+                sizes[size_t(i)] = SizeCalculator::size(manifest->artifacts[i]);
+            });
+        measurements.waitUntilIdle();
+    }
     const qint64 elapsed = timer.elapsed();
     if (options.quiet)
         return exitOk;
@@ -280,7 +287,7 @@ struct BenchCommand {
 
 const std::vector<BenchCommand>& commands() {
     static const std::vector<BenchCommand> table{
-        {"sizes", "Measure every artifact folder of the manifest with the measurement pool",
+        {"sizes", "Measure every artifact folder of the manifest as a scan measures its items",
          runSizes},
         {"walk", "Walk the workspace and compare projects and candidates with the manifest",
          runWalk},

@@ -17,6 +17,9 @@ workspace_dir=${BENCH_WORKSPACE_DIR:-${XDG_CACHE_HOME:-$HOME/.cache}/corvane-ben
 workspace="$workspace_dir/ws-scale$scale"
 manifest="$workspace-manifest.json"
 runs=${BENCH_RUNS:-5}
+# Another build (its build directory) whose scan and git wrapper are timed in the same run, so a
+# change can be judged against the code before it under the same load.
+baseline=${BENCH_BASELINE:-}
 
 say() { printf '%s\n' "$*"; }
 fail() { printf 'bench: %s\n' "$*" >&2; exit 1; }
@@ -99,6 +102,14 @@ commands+=(
   "git commands, shell loop|bash $(q "$scratch/raw-git.sh") 3<$(q "$scratch/repos")"
   "git commands, engine wrapper|$(q "$bench") git --manifest $(q "$manifest") --quiet"
 )
+if [[ -n $baseline ]]; then
+  baseline_bench="$baseline/bench/corvane_bench"
+  [[ -x $baseline_bench ]] || fail "BENCH_BASELINE has no bench/corvane_bench: $baseline"
+  commands+=(
+    "baseline scan: workspace|$(q "$baseline_bench") scan --manifest $(q "$manifest") --quiet"
+    "baseline git commands, engine wrapper|$(q "$baseline_bench") git --manifest $(q "$manifest") --quiet"
+  )
+fi
 
 run_timed() { # index, round
   local line=${commands[$1]}
@@ -130,8 +141,8 @@ reference_of() { # name -> index of the du line over the same folders
   local name=${commands[$1]%%|*} target j
   case $name in
     *artifact*) target="du -s artifact folders" ;;
-    "git commands, engine wrapper") target="git commands, shell loop" ;;
-    "corvane scan"*) target="gdu -n -p -s workspace" ;;
+    "git commands, engine wrapper" | "baseline git"*) target="git commands, shell loop" ;;
+    "corvane scan"* | "baseline scan"*) target="gdu -n -p -s workspace" ;;
     *) target="du -s workspace" ;;
   esac
   for j in "${!commands[@]}"; do
@@ -153,6 +164,12 @@ ratio_line() { # label, index, reference index, goal
 }
 ratio_line "Full scan against gdu" "$(index_of "corvane scan")" "$(index_of "gdu")" 1.3
 ratio_line "Git wrapper against the raw commands" "$(index_of "git commands, engine")" "$(index_of "git commands, shell")" 1.1
+if [[ -n $baseline ]]; then
+  awk -v a="${wall[$(index_of "corvane scan")]}" -v b="${wall[$(index_of "baseline scan")]}" \
+    'BEGIN { printf "Full scan against the baseline build: %.2fx its wall time\n", a / b }'
+  awk -v a="${wall[$(index_of "git commands, engine")]}" -v b="${wall[$(index_of "baseline git")]}" \
+    'BEGIN { printf "Git wrapper against the baseline build: %.2fx its wall time\n", a / b }'
+fi
 scan_rss=$(column_median "$(index_of "corvane scan")" '$4 / 1024')
 say "Full scan peak memory at scale $scale: ${scan_rss} MB (goal: at most 100 MB at scale 1, 150 MB at scale 4)"
 

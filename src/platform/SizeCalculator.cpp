@@ -2,12 +2,9 @@
 
 #include "platform/CheckedSum.h"
 #include "platform/DirectoryReader.h"
-#include "platform/MeasurementPool.h"
 #include "platform/Paths.h"
 
 #include <QFile>
-#include <cstdlib>
-#include <mutex>
 #include <string>
 #include <sys/stat.h>
 #include <unordered_set>
@@ -105,24 +102,6 @@ qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancel
     }
     DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes);
     return TreeMeasurement(cancellation, excluded).run(std::move(root));
-}
-
-void SizeCalculator::sizes(const QStringList& paths, int threads,
-                           const CancellationToken& cancellation,
-                           const std::function<void(qsizetype index, qint64 bytes)>& onEach) {
-    std::mutex reporting;
-    {
-        MeasurementPool pool(cancellation, threads);
-        for (qsizetype index = 0; index < paths.size(); ++index) {
-            pool.measure(paths[index], [&reporting, &onEach, &cancellation, index](qint64 bytes) {
-                std::lock_guard guard(reporting);
-                if (!cancellation.isCancelled())
-                    onEach(index, bytes);
-            });
-        }
-        pool.waitForAll();
-    }
-    cancellation.throwIfCancelled();
 }
 
 } // namespace corvane

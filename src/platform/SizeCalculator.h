@@ -5,7 +5,6 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
-#include <functional>
 
 namespace corvane {
 
@@ -20,13 +19,6 @@ struct SizeCalculator {
     // folder whose parts are measured on their own is not read twice.
     static qint64 size(const QString& path, const CancellationToken& cancellation = {},
                        const QSet<QString>& excludedPaths = {});
-
-    // Measures `paths` with at most `threads` at a time (see MeasurementPool) and calls
-    // `onEach(index, bytes)` as each size is known: one call at a time, from a worker thread, in
-    // no particular order. Throws CancelledError once cancelled; sizes not reported by then never
-    // are.
-    static void sizes(const QStringList& paths, int threads, const CancellationToken& cancellation,
-                      const std::function<void(qsizetype index, qint64 bytes)>& onEach);
 };
 
 } // namespace corvane

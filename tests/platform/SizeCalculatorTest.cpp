@@ -1,17 +1,11 @@
 #include "platform/SizeCalculator.h"
 
-#include "platform/MeasurementPool.h"
 #include "support/TreeFixture.h"
 
 #include <QDirIterator>
-#include <atomic>
-#include <condition_variable>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <mutex>
-#include <set>
-#include <thread>
 
 using namespace corvane;
 using namespace corvane::test;
@@ -131,90 +125,4 @@ TEST(SizeCalculator, CancellationIsNoticedWithinFiveHundredTwelveEntries) {
     CancellationToken token;
     token.cancel();
     EXPECT_THROW(SizeCalculator::size(root, token), CancelledError);
-}
-
-TEST(MeasurementPool, ReportsEverySizeOnceWithinTheThreadLimit) {
-    QStringList paths;
-    for (int i = 0; i < 8; ++i) {
-        const QString root = makeTempDir(QStringLiteral("pool"));
-        for (int f = 0; f <= i; ++f)
-            writeFileOfSize(root + QStringLiteral("/d%1/f.bin").arg(f), 4096 * (f + 1));
-        paths.append(root);
-    }
-    paths.append(makeTempDir() + QStringLiteral("/does-not-exist"));
-
-    std::mutex lock;
-    std::map<qsizetype, qint64> reported;
-    std::set<std::thread::id> threads;
-    SizeCalculator::sizes(paths, 2, {}, [&](qsizetype index, qint64 bytes) {
-        std::lock_guard guard(lock);
-        EXPECT_TRUE(reported.emplace(index, bytes).second) << "reported twice: " << index;
-        threads.insert(std::this_thread::get_id());
-    });
-    ASSERT_EQ(reported.size(), static_cast<size_t>(paths.size()));
-    for (qsizetype i = 0; i < paths.size(); ++i)
-        EXPECT_EQ(reported[i], expectedSize(paths[i])) << paths[i].toStdString();
-    EXPECT_LE(threads.size(), 2u);
-    EXPECT_EQ(reported[paths.size() - 1], 0);
-}
-
-TEST(MeasurementPool, MeasuresWhileTheCallerGoesOnQueueing) {
-    const QString first = makeMixedTree();
-    const QString second = makeMixedTree();
-    std::mutex lock;
-    std::condition_variable changed;
-    QList<qint64> sizes;
-    auto record = [&](qint64 bytes) {
-        std::lock_guard guard(lock);
-        sizes.append(bytes);
-        changed.notify_all();
-    };
-
-    MeasurementPool pool(CancellationToken{}, 2);
-    pool.measure(first, record);
-    {
-        // The first size arrives before anyone waits for the pool.
-        std::unique_lock guard(lock);
-        ASSERT_TRUE(
-            changed.wait_for(guard, std::chrono::seconds(60), [&] { return !sizes.isEmpty(); }));
-    }
-    pool.measure(second, record);
-    pool.waitForAll();
-    EXPECT_EQ(sizes, (QList<qint64>{expectedSize(first), expectedSize(second)}));
-    pool.waitForAll();
-}
-
-TEST(MeasurementPool, CancelledWorkIsNeverReported) {
-    const QString root = makeMixedTree();
-    CancellationToken token;
-    token.cancel();
-    std::atomic<int> reports = 0;
-    {
-        MeasurementPool pool(token, 2);
-        for (int i = 0; i < 20; ++i)
-            pool.measure(root, [&](qint64) { ++reports; });
-        pool.waitForAll();
-    }
-    EXPECT_EQ(reports, 0);
-    EXPECT_THROW(SizeCalculator::sizes({root}, 2, token, [](qsizetype, qint64) {}), CancelledError);
-
-    // Destroying a pool with work still queued drops it without waiting for it. The first
-    // report holds the only worker until the pool is about to go.
-    std::atomic<bool> closing = false;
-    {
-        MeasurementPool pool(CancellationToken{}, 1);
-        for (int i = 0; i < 200; ++i) {
-            pool.measure(root, [&](qint64) {
-                ++reports;
-                while (!closing)
-                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            });
-        }
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (reports == 0 && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        closing = true;
-    }
-    EXPECT_GE(reports, 1);
-    EXPECT_LT(reports, 200);
 }
