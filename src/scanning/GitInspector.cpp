@@ -113,6 +113,19 @@ std::optional<GitChange> changeFrom(const QByteArray& record) {
     return std::nullopt;
 }
 
+// The status as git would give it without any user settings that change what it shows: every
+// untracked file, every change inside submodules (also those .gitmodules or the configuration
+// asks to leave out), and renames as renames.
+QStringList statusArguments() {
+    return {QStringLiteral("status"),
+            QStringLiteral("--porcelain=v2"),
+            QStringLiteral("--branch"),
+            QStringLiteral("-z"),
+            QStringLiteral("--untracked-files=normal"),
+            QStringLiteral("--ignore-submodules=none"),
+            QStringLiteral("--find-renames")};
+}
+
 } // namespace
 
 GitStatusReport GitInspector::parseStatus(const QByteArray& output) {
@@ -178,10 +191,7 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
     if (cancellation.isCancelled())
         return GitDetails{};
     const std::optional<QByteArray> statusOutput =
-        outputOfSuccess(repo,
-                        {QStringLiteral("status"), QStringLiteral("--porcelain=v2"),
-                         QStringLiteral("--branch"), QStringLiteral("-z")},
-                        cancellation);
+        outputOfSuccess(repo, statusArguments(), cancellation);
     if (!statusOutput)
         return GitDetails{};
     const GitStatusReport report = parseStatus(*statusOutput);
@@ -199,7 +209,9 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
     details.changes = report.changes;
     if (remote)
         details.remoteURL = remote->fetchURL;
+    // A user who has git show signatures gets their verdict printed before the date.
     const QStringList logArguments{QStringLiteral("log"), QStringLiteral("-1"),
+                                   QStringLiteral("--no-show-signature"),
                                    QStringLiteral("--format=%ct")};
     if (const auto log = outputOfSuccess(repo, logArguments, cancellation)) {
         bool ok = false;
