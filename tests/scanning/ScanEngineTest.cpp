@@ -162,10 +162,14 @@ TEST(ScanEngine, OnlyASyncedRepositoryWithNothingLocalIsOfferedWhole) {
 TEST(ScanEngine, IgnoredFoldersNoCatalogNameCoversAreOfferedUnverified) {
     const QString repo = test::makeRepo();
     test::commitFiles(repo, {{QStringLiteral("package.json"), "{}"},
-                             {QStringLiteral(".gitignore"), "generated/\nassets/\n"}});
+                             {QStringLiteral(".gitignore"), "generated/\nassets/\nPods/\n"},
+                             {QStringLiteral("ios/Podfile"), ""}});
     test::writeFile(repo + QStringLiteral("/generated/data.bin"), "x");
     test::writeFile(repo + QStringLiteral("/assets/blob"), "x");
     test::writeFile(repo + QStringLiteral("/assets/build/out"), "x");
+    // A catalog name whose sibling condition fails is no catalog folder: git has the last word.
+    test::writeFile(repo + QStringLiteral("/Pods/Lib/lib.swift"), "x");
+    test::writeFile(repo + QStringLiteral("/ios/Pods/Lib/lib.swift"), "x");
 
     const QList<ScanEvent> events = scanToEnd(repo);
     const ScanEvent* items = itemsOf(events, QDir(repo).dirName());
@@ -178,6 +182,15 @@ TEST(ScanEngine, IgnoredFoldersNoCatalogNameCoversAreOfferedUnverified) {
     ASSERT_TRUE(build);
     EXPECT_EQ(build->confidence, CleanConfidence::safe);
     EXPECT_FALSE(itemNamed(items, QStringLiteral("assets")));
+
+    const CleanableItem* loosePods = test::itemAt(events, repo + QStringLiteral("/Pods"));
+    ASSERT_TRUE(loosePods);
+    EXPECT_EQ(loosePods->kind, ArtifactKind::unknown);
+    EXPECT_EQ(loosePods->confidence, CleanConfidence::ignoredButUnknown);
+    const CleanableItem* pods = test::itemAt(events, repo + QStringLiteral("/ios/Pods"));
+    ASSERT_TRUE(pods);
+    EXPECT_EQ(pods->kind, ArtifactKind::dependencies);
+    EXPECT_EQ(pods->confidence, CleanConfidence::safe);
 }
 
 TEST(ScanEngine, ACancelledScanStillEndsWithScanCompletedAndNothingFollowsIt) {
