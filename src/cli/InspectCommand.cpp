@@ -9,6 +9,7 @@
 #include "scanning/ProjectDetector.h"
 #include "scanning/RepoGroupInspector.h"
 #include "scanning/ScanWording.h"
+#include "scanning/WalkRules.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -109,6 +110,10 @@ InspectReport inspectFolder(const QString& path, const CancellationToken& cancel
                           ProjectDetector::markers(contents.names.values()),
                           report.workingTree,
                           std::nullopt};
+    const WalkRules rules(path, ScanOptions{});
+    // The home folder is no project for the scan, so nothing in it is judged as part of one.
+    if (rules.protectedFolders().isHome(path))
+        return report;
     QSet<QString> candidates;
     for (const QString& folder : contents.subfolders) {
         if (ArtifactCatalog::match(Paths::lastComponent(folder), contents.names))
@@ -116,7 +121,7 @@ InspectReport inspectFolder(const QString& path, const CancellationToken& cancel
     }
     const RepoGroup group{report.workingTree, {project}};
     const QList<ProjectInspection> inspections =
-        RepoGroupInspector::inspect(group, {{project.id, candidates}}, cancellation);
+        RepoGroupInspector::inspect(group, {{project.id, candidates}}, rules, cancellation);
     if (!inspections.isEmpty()) {
         report.details = inspections.first().details;
         report.items = inspections.first().items;

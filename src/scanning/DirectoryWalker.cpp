@@ -93,9 +93,16 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         return;
 
     Folder inside = folder;
-    if (listing.nameSet.contains(QStringLiteral(".git")))
+    // A home folder kept in git (dotfiles) holds the user's whole life, not one project: what
+    // lies in it belongs to no project and no working tree above it.
+    const bool isHome = rules_.protectedFolders().isHome(folder.path);
+    if (isHome) {
+        inside.project.reset();
+        inside.repo.reset();
+    } else if (listing.nameSet.contains(QStringLiteral(".git"))) {
         inside.repo = folder.path;
-    const QStringList markers = ProjectDetector::markers(listing.names);
+    }
+    const QStringList markers = isHome ? QStringList() : ProjectDetector::markers(listing.names);
     qsizetype ownProjectIndex = -1;
     if (!markers.isEmpty()) {
         Project project;

@@ -1,5 +1,7 @@
 #include "scanning/GitInspector.h"
 
+#include "platform/DirectoryReader.h"
+#include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "scanning/GitClient.h"
 
@@ -277,8 +279,14 @@ bool GitInspector::hasLocalOnlyWork(const LocalWorkListings& listings) {
 }
 
 std::optional<QString> GitInspector::enclosingWorkingTree(const QString& path) {
+    // As in the scan, a repository in the home folder (dotfiles) is no working tree for the
+    // folders in it.
+    const QString home = Paths::standardized(Locations::homeDir());
+    const QString canonicalHome = DirectoryReader::canonicalPath(home).value_or(home);
     QString folder = Paths::standardized(path);
     while (!folder.isEmpty()) {
+        if (folder == home || folder == canonicalHome)
+            return std::nullopt;
         if (QFileInfo::exists(Paths::joined(folder, QStringLiteral(".git"))))
             return folder;
         if (folder == QLatin1String("/"))

@@ -67,7 +67,8 @@ struct GitInspector {
     static GitRefReport parseRefs(const QByteArray& refListing);
 
     // The nearest folder, `path` itself included, that holds a ".git" entry (a folder, or the
-    // file of a linked worktree or submodule); nothing when no ancestor has one.
+    // file of a linked worktree or submodule); nothing when no ancestor has one. The search ends
+    // below the home folder: a home kept in git is no working tree for what lies in it.
     static std::optional<QString> enclosingWorkingTree(const QString& path);
 };
 

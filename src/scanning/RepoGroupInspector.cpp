@@ -1,8 +1,10 @@
 #include "scanning/RepoGroupInspector.h"
 
+#include "platform/DirectoryReader.h"
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
 #include "scanning/Classifier.h"
+#include "scanning/FolderNames.h"
 #include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/GitInspector.h"
 
@@ -25,10 +27,43 @@ bool isOfferedWhole(const GitDetails& details, const LocalWorkListings& localWor
            !GitInspector::hasLocalOnlyWork(localWork);
 }
 
+// Whether the walk, going down from the project's folder, would have entered every folder on the
+// way to `folder` and `folder` itself. Costs a canonical path only when skipped paths are in
+// use, and a listing of a parent folder only for a catalog name there, whose sibling condition
+// then decides; other names decide alone.
+bool walkEnters(const WalkRules& rules, const QString& project, const QString& folder,
+                FolderNames& names) {
+    QString canonical;
+    if (rules.needsCanonicalPaths()) {
+        const std::optional<QString> resolved = DirectoryReader::canonicalPath(folder);
+        if (!resolved)
+            return false;
+        canonical = *resolved;
+    }
+    static const QSet<QString> noNames;
+    for (QString current = folder; current.size() > project.size();
+         current = Paths::parentPath(current)) {
+        if (rules.protectedFolders().isHome(current))
+            return false;
+        const QString name = Paths::lastComponent(current);
+        const QSet<QString>& siblings = ArtifactCatalog::isKnownArtifactName(name)
+                                            ? names.in(Paths::parentPath(current))
+                                            : noNames;
+        const int depth = rules.depthOf(current);
+        if (depth < 0 || rules.step({name, current, canonical, depth, true, siblings}) !=
+                             WalkRules::Step::descend)
+            return false;
+        if (!canonical.isEmpty())
+            canonical = Paths::parentPath(canonical);
+    }
+    return true;
+}
+
 } // namespace
 
 void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
                                            const QStringList& ignoredFolders,
+                                           const WalkRules& rules,
                                            QHash<QUuid, QSet<QString>>& candidatesByProject) {
     auto holdsAnotherCandidate = [&](const QString& folder) {
         for (const Project& project : projects) {
@@ -42,6 +77,7 @@ void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
         }
         return false;
     };
+    FolderNames names;
     for (const QString& folder : ignoredFolders) {
         if (holdsAnotherCandidate(folder))
             continue;
@@ -51,7 +87,7 @@ void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
             if (encloses && (!nearest || project.url.size() > nearest->url.size()))
                 nearest = &project;
         }
-        if (nearest)
+        if (nearest && walkEnters(rules, nearest->url, folder, names))
             candidatesByProject[nearest->id].insert(folder);
     }
 }
@@ -59,12 +95,12 @@ void RepoGroupInspector::addIgnoredFolders(const QList<Project>& projects,
 QList<ProjectInspection>
 RepoGroupInspector::inspect(const RepoGroup& group,
                             const QHash<QUuid, QSet<QString>>& walkedCandidates,
-                            const CancellationToken& cancellation) {
+                            const WalkRules& rules, const CancellationToken& cancellation) {
     QHash<QUuid, QSet<QString>> candidates;
     for (const Project& project : group.projects)
         candidates.insert(project.id, walkedCandidates.value(project.id));
     const RepoFindings found =
-        group.repoURL ? askGit(group, candidates, cancellation) : RepoFindings{};
+        group.repoURL ? askGit(group, candidates, rules, cancellation) : RepoFindings{};
 
     QList<ProjectInspection> inspections;
     for (const Project& project : group.projects) {
@@ -76,6 +112,10 @@ RepoGroupInspector::inspect(const RepoGroup& group,
         if (isOwnProject(group, project) && isOfferedWhole(found.details, found.localWork))
             items.append(CleanableItem(project.id, project.url, project.name,
                                        ArtifactKind::wholeProject, CleanConfidence::reclonable));
+        // Whatever git and the catalog say, the user's own folders are never offered.
+        items.removeIf([&](const CleanableItem& item) {
+            return !rules.protectedFolders().allowsItem(item.url);
+        });
         inspections.append(ProjectInspection{project, found.details, items,
                                              found.localWork.stashList,
                                              found.localWork.localBranches});
@@ -85,6 +125,7 @@ RepoGroupInspector::inspect(const RepoGroup& group,
 
 RepoGroupInspector::RepoFindings RepoGroupInspector::askGit(const RepoGroup& group,
                                                             QHash<QUuid, QSet<QString>>& candidates,
+                                                            const WalkRules& rules,
                                                             const CancellationToken& cancellation) {
     const QString& repo = *group.repoURL;
     RepoFindings found;
@@ -108,7 +149,7 @@ RepoGroupInspector::RepoFindings RepoGroupInspector::askGit(const RepoGroup& gro
         }
     }
     found.ignored = GitIgnoreEvaluator::ignoredPaths(repo, generic, cancellation);
-    addIgnoredFolders(group.projects, outsideCatalog, candidates);
+    addIgnoredFolders(group.projects, outsideCatalog, rules, candidates);
     for (const QSet<QString>& set : std::as_const(candidates)) {
         for (const QString& folder : outsideCatalog) {
             if (set.contains(folder))

@@ -44,6 +44,7 @@ ScanRun::ScanRun(std::shared_ptr<ScanEventSink> sink, QString root, ScanOptions 
     : sink_(std::move(sink))
     , root_(std::move(root))
     , options_(std::move(options))
+    , rules_(root_, options_)
     , measurements_(WorkQueue::defaultWidth())
     , inspections_(WorkQueue::defaultWidth()) {}
 
@@ -114,7 +115,7 @@ void ScanRun::inspectGroup(const RepoGroup& group) {
             candidates.insert(project.id, candidatesByProject_.value(project.id));
     }
     const QList<ProjectInspection> inspections =
-        RepoGroupInspector::inspect(group, candidates, cancellation);
+        RepoGroupInspector::inspect(group, candidates, rules_, cancellation);
 
     std::optional<CleanableItem> wholeProject;
     QList<CleanableItem> parts;

@@ -3,6 +3,7 @@
 #include "platform/WorkQueue.h"
 #include "scanning/ScanModel.h"
 #include "scanning/ScanStream.h"
+#include "scanning/WalkRules.h"
 
 #include <QHash>
 #include <QSet>
@@ -36,6 +37,7 @@ private:
     std::shared_ptr<ScanEventSink> sink_;
     QString root_;
     ScanOptions options_;
+    WalkRules rules_;
 
     // Touched only by the walker's thread.
     QHash<QString, RepoGroup> groups_;

@@ -24,7 +24,8 @@ bool isUserNumber(QStringView text) {
 WalkRules::WalkRules(const QString& root, ScanOptions options)
     : root_(Paths::standardized(root))
     , options_(std::move(options))
-    , skippedPaths_(options_.skippedPaths) {
+    , skippedPaths_(options_.skippedPaths)
+    , protectedFolders_(ProtectedFolders::ofCurrentUser(root_)) {
     for (const QString& path : options_.skippedPaths) {
         if (std::optional<QString> canonical = DirectoryReader::canonicalPath(path))
             skippedPaths_.insert(*canonical);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scanning/ProtectedFolders.h"
 #include "scanning/ScanModel.h"
 
 #include <QSet>
@@ -45,6 +46,10 @@ public:
     bool needsCanonicalPaths() const { return !skippedPaths_.isEmpty(); }
     // Levels of `path` below the root; -1 when it does not lie under it.
     int depthOf(const QString& path) const;
+    // The user's folders that are never items. The home folder among them is also where the
+    // walk starts afresh: it is never a project, and a repository there or above it is no
+    // working tree for what lies in it.
+    const ProtectedFolders& protectedFolders() const { return protectedFolders_; }
 
     // The Trash of any volume: ".Trash" (in the home, and "<volume>/.Trash/<uid>" on Linux),
     // ".Trash-<uid>" that Linux desktops make on other volumes, and ".Trashes" on macOS volumes.
@@ -57,6 +62,7 @@ private:
     ScanOptions options_;
     // `options_.skippedPaths` plus the canonical form of each, so either spelling matches.
     QSet<QString> skippedPaths_;
+    ProtectedFolders protectedFolders_;
 };
 
 } // namespace corvane

@@ -410,4 +410,13 @@ TEST(GitInspection, WorkingTreeIsTheNearestFolderHoldingGit) {
     EXPECT_EQ(GitInspector::enclosingWorkingTree(repo + s("/packages/app")),
               repo + s("/packages/app"));
     EXPECT_EQ(GitInspector::enclosingWorkingTree(test::makeTempDir()), std::nullopt);
+
+    // A home folder kept in git (dotfiles) is no working tree for what lies in it.
+    const QString home = test::makeRepo(test::makeTempDir(s("home")));
+    QDir().mkpath(home + s("/code/tool"));
+    const test::ScopedEnvironment homeIsHere("HOME", home);
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(home + s("/code/tool")), std::nullopt);
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(home), std::nullopt);
+    test::makeRepo(home + s("/code"));
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(home + s("/code/tool")), home + s("/code"));
 }
