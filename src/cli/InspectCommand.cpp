@@ -5,6 +5,7 @@
 #include "cli/JsonOutput.h"
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
+#include "scanning/DirectoryWalker.h"
 #include "scanning/GitInspector.h"
 #include "scanning/ProjectDetector.h"
 #include "scanning/RepoGroupInspector.h"
@@ -95,6 +96,23 @@ void writeItems(QTextStream& out, const QList<CleanableItem>& items) {
             << ScanWording::confidenceWords(item.confidence) << '\n';
 }
 
+// The repositories in the folder (clones, submodules) decide, as in a scan, whether the folder
+// may be offered whole and which ignored folders may be offered; they are found by the scan's
+// own walk. Below the root of the working tree the walk cannot tell the projects of that tree
+// apart from those in none, and counts only those in another tree.
+QList<Project> projectsOfOtherTrees(const QString& path, const QString& workingTree,
+                                    const CancellationToken& cancellation) {
+    const DirectoryWalker::WalkResult walked = DirectoryWalker(path, {}, {}).walk(cancellation);
+    QList<Project> others;
+    for (const Project& found : walked.projects) {
+        const bool inAnotherTree =
+            found.gitRepoURL ? *found.gitRepoURL != workingTree : path == workingTree;
+        if (inAnotherTree)
+            others.append(found);
+    }
+    return others;
+}
+
 } // namespace
 
 InspectReport inspectFolder(const QString& path, const CancellationToken& cancellation) {
@@ -120,8 +138,17 @@ InspectReport inspectFolder(const QString& path, const CancellationToken& cancel
             candidates.insert(folder);
     }
     const RepoGroup group{report.workingTree, {project}};
+    RepoGroupInspector::Surroundings surroundings{rules, {}};
+    if (report.workingTree) {
+        try {
+            surroundings.projectsOfOtherTrees =
+                projectsOfOtherTrees(path, *report.workingTree, cancellation);
+        } catch (const CancelledError&) {
+            return report;
+        }
+    }
     const QList<ProjectInspection> inspections =
-        RepoGroupInspector::inspect(group, {{project.id, candidates}}, rules, cancellation);
+        RepoGroupInspector::inspect(group, {{project.id, candidates}}, surroundings, cancellation);
     if (!inspections.isEmpty()) {
         report.details = inspections.first().details;
         report.items = inspections.first().items;

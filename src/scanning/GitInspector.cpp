@@ -278,6 +278,49 @@ bool GitInspector::hasLocalOnlyWork(const LocalWorkListings& listings) {
     return false;
 }
 
+QSet<QString> GitInspector::submodulesAmong(const QString& repo, const QStringList& trees,
+                                            const CancellationToken& cancellation) {
+    const QString root = Paths::standardized(repo);
+    const QString rootPrefix = Paths::joined(root, QString());
+    // Paths are paths, not patterns: a folder may be named "[draft]*".
+    QStringList arguments{QStringLiteral("--literal-pathspecs"), QStringLiteral("ls-files"),
+                          QStringLiteral("--stage"), QStringLiteral("-z"), QStringLiteral("--")};
+    for (const QString& tree : trees) {
+        if (tree.startsWith(rootPrefix))
+            arguments.append(tree.mid(rootPrefix.size()));
+    }
+    QSet<QString> submodules;
+    if (arguments.size() == 5)
+        return submodules;
+    const std::optional<QByteArray> listing = outputOfSuccess(repo, arguments, cancellation);
+    if (!listing)
+        return submodules;
+    // "<mode> <object> <stage>\t<path>"; a gitlink has mode 160000. A tracked file below a
+    // nested tree's folder is listed too, under its own path, which names no tree.
+    for (const QByteArray& record : listing->split('\0')) {
+        const qsizetype tab = record.indexOf('\t');
+        if (tab > 0 && record.startsWith("160000 "))
+            submodules.insert(Paths::joined(root, QString::fromUtf8(record.mid(tab + 1))));
+    }
+    return submodules;
+}
+
+bool GitInspector::submoduleIsOnRemote(const QString& tree, const CancellationToken& cancellation) {
+    const std::optional<QByteArray> status = outputOfSuccess(tree, statusArguments(), cancellation);
+    if (!status || !parseStatus(*status).changes.isEmpty())
+        return false;
+    // A submodule usually sits on no branch at all, so its upstream says nothing: the commit it
+    // is at must be on the remote, as the last fetch saw it.
+    const QStringList containing{
+        QStringLiteral("for-each-ref"),        QStringLiteral("--count=1"),
+        QStringLiteral("--contains"),          QStringLiteral("HEAD"),
+        QStringLiteral("--format=%(refname)"), QStringLiteral("refs/remotes")};
+    const std::optional<QByteArray> remoteRefs = outputOfSuccess(tree, containing, cancellation);
+    if (!remoteRefs || remoteRefs->trimmed().isEmpty())
+        return false;
+    return !hasLocalOnlyWork(localWork(tree, cancellation));
+}
+
 std::optional<QString> GitInspector::enclosingWorkingTree(const QString& path) {
     // As in the scan, a repository in the home folder (dotfiles) is no working tree for the
     // folders in it.

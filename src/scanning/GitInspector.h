@@ -4,6 +4,7 @@
 #include "scanning/ScanModel.h"
 
 #include <QByteArray>
+#include <QSet>
 #include <QString>
 #include <optional>
 
@@ -56,6 +57,16 @@ struct GitInspector {
     // True when work may exist only here: a listing is missing (unknown counts as unsafe), a
     // stash entry exists, or a local branch is ahead of its upstream, has none, or lost it.
     static bool hasLocalOnlyWork(const LocalWorkListings& listings);
+
+    // Of `trees` (absolute paths of working trees inside `repo`), those that `repo` records as
+    // submodules (gitlinks). One git run; git failing: none.
+    static QSet<QString> submodulesAmong(const QString& repo, const QStringList& trees,
+                                         const CancellationToken& cancellation = {});
+    // Whether a submodule's working tree holds nothing its remote lacks: no change, its HEAD
+    // commit on one of its remote-tracking branches, and no local-only work. What git cannot
+    // answer counts as held here.
+    static bool submoduleIsOnRemote(const QString& tree,
+                                    const CancellationToken& cancellation = {});
 
     // The pieces of `inspect`, for callers and tests that already hold git's output.
     static GitStatusReport parseStatus(const QByteArray& output);

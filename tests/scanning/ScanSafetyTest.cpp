@@ -1,6 +1,7 @@
-// Whole scans of trees where a careless scanner would offer work that exists nowhere else: other
-// repositories inside a repository, submodules at commits only this machine has, a home folder
-// kept in git, and folders git ignores where the walk itself would never go.
+// Whole scans of trees where a careless scanner would offer work that exists
+// nowhere else: other repositories inside a repository, submodules at commits
+// only this machine has, a home folder kept in git, and folders git ignores
+// where the walk itself would never go.
 
 #include "ScanEvents.h"
 #include "platform/Locations.h"
@@ -38,7 +39,21 @@ GitStatus statusOf(const QList<ScanEvent>& events, const QString& projectURL) {
     return GitStatus::notARepo();
 }
 
-// A repository at `path` with one commit, pushed to a bare "origin" that it tracks.
+void push(const QString& repo) {
+    test::git(repo, {s("push"), s("-q")});
+}
+
+void addSubmodule(const QString& repo, const QString& url, const QString& path) {
+    // Git refuses local submodule URLs unless told that the file transport is
+    // wanted.
+    test::git(repo, {s("-c"), s("protocol.file.allow=always"), s("submodule"), s("add"), s("-q"),
+                     url, path});
+    test::commitAll(repo);
+    push(repo);
+}
+
+// A repository at `path` with one commit, pushed to a bare "origin" that it
+// tracks.
 void makeSyncedRepoAt(const QString& path) {
     test::commitFiles(test::makeRepo(path), {{s("README.md"), "mine\n"}});
     test::addRemote(path, s("origin"), test::makeBareRepo());
@@ -59,6 +74,58 @@ TEST(ScanSafety, AnUntrackedFileTheUsersSettingsHideStillCounts) {
     EXPECT_FALSE(isOfferedWhole(events, repo));
 }
 
+TEST(ScanSafety, ARepositoryHoldingAnotherRepositoryInAnIgnoredFolderIsNotOfferedWhole) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString repo = synced.repo;
+    test::commitFiles(repo, {{s(".gitignore"), "scratch/\n"}, {s("package.json"), "{}"}});
+    push(repo);
+    test::writeFile(repo + s("/scratch/notes.txt"), "x");
+    QList<ScanEvent> events = test::scanToEnd(repo);
+    EXPECT_TRUE(isOfferedWhole(events, repo));
+    EXPECT_TRUE(test::itemAt(events, repo + s("/scratch")));
+
+    // A clone kept there, even a clean one, is a repository the outer one knows
+    // nothing about.
+    const QString tool = test::cloneRepo(test::makeSyncedRepo().remote, repo + s("/scratch/tool"));
+    events = test::scanToEnd(repo);
+    EXPECT_EQ(statusOf(events, tool), GitStatus::fullySynced());
+    EXPECT_FALSE(isOfferedWhole(events, repo));
+    EXPECT_FALSE(test::itemAt(events, repo + s("/scratch")));
+
+    test::writeFile(tool + s("/draft.txt"), "only here");
+    events = test::scanToEnd(repo);
+    EXPECT_EQ(statusOf(events, repo), GitStatus::fullySynced());
+    EXPECT_EQ(statusOf(events, tool), GitStatus::dirty(1));
+    EXPECT_FALSE(isOfferedWhole(events, repo));
+    EXPECT_FALSE(test::itemAt(events, repo + s("/scratch")));
+    EXPECT_FALSE(test::itemAt(events, tool));
+}
+
+TEST(ScanSafety, ASubmoduleMustBeAtACommitItsRemoteHas) {
+    const test::SyncedRepo library = test::makeSyncedRepo();
+    const QString repo = test::makeSyncedRepo().repo;
+    addSubmodule(repo, library.remote, s("lib"));
+    const QString lib = repo + s("/lib");
+    QList<ScanEvent> events = test::scanToEnd(repo);
+    ASSERT_TRUE(test::projectAt(events, lib));
+    EXPECT_EQ(test::projectAt(events, lib)->gitRepoURL, lib);
+    EXPECT_TRUE(isOfferedWhole(events, repo));
+
+    // A fix made in the submodule on no branch, recorded and pushed by the outer
+    // repository: every status is clean, yet the fix exists only here.
+    test::git(lib, {s("checkout"), s("-q"), s("--detach")});
+    test::commitFiles(lib, {{s("fix.txt"), "fixed\n"}});
+    test::commitAll(repo);
+    push(repo);
+    events = test::scanToEnd(repo);
+    EXPECT_EQ(statusOf(events, repo), GitStatus::fullySynced());
+    EXPECT_FALSE(isOfferedWhole(events, repo));
+
+    test::git(lib, {s("push"), s("-q"), s("origin"), s("HEAD:refs/heads/fix")});
+    events = test::scanToEnd(repo);
+    EXPECT_TRUE(isOfferedWhole(events, repo));
+}
+
 TEST(ScanSafety, AHomeFolderKeptInGitOffersNothingOfTheHome) {
     // The home lies in a synced repository of its own, which ignores it.
     const QString outer = test::makeRepo(test::makeTempDir(s("outer")));
@@ -69,7 +136,8 @@ TEST(ScanSafety, AHomeFolderKeptInGitOffersNothingOfTheHome) {
     const test::ScopedEnvironment homeIsHere("HOME", home);
     const test::ScopedEnvironment configIsHere("XDG_CONFIG_HOME", home + s("/.config"));
 
-    // Dotfiles: everything ignored, the few files that matter added by force, all pushed.
+    // Dotfiles: everything ignored, the few files that matter added by force, all
+    // pushed.
     test::makeRepo(home);
     test::writeFile(home + s("/.gitignore"), "*\n");
     test::writeFile(home + s("/.bashrc"), "alias ll='ls -l'\n");
@@ -83,7 +151,8 @@ TEST(ScanSafety, AHomeFolderKeptInGitOffersNothingOfTheHome) {
          {".ssh", ".gnupg", ".config", ".local", ".gradle", ".cache", "Library", "Desktop",
           "Documents", "Downloads", "Movies", "Music", "Public", "Applications"})
         test::writeFile(home + u'/' + s(folder) + s("/personal.txt"), "mine");
-    // Some keep a standard folder itself in git: it stays a project, and is never an item.
+    // Some keep a standard folder itself in git: it stays a project, and is never
+    // an item.
     QStringList keptInGit{s("Pictures")};
     if (!Locations::isMac())
         keptInGit.append(s("Dokumente"));
