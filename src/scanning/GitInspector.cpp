@@ -5,6 +5,7 @@
 #include "platform/Paths.h"
 #include "scanning/GitClient.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTimeZone>
 #include <algorithm>
@@ -276,6 +277,14 @@ bool GitInspector::hasLocalOnlyWork(const LocalWorkListings& listings) {
             return true;
     }
     return false;
+}
+
+bool GitInspector::hasLinkedWorktrees(const QString& repo) {
+    // A stale entry (its folder deleted by hand, never pruned) counts too: telling the two apart
+    // is not worth offering a repository whose worktree may still be somewhere.
+    const QDir worktrees(Paths::joined(repo, QStringLiteral(".git/worktrees")));
+    return !worktrees.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System |
+                              QDir::NoDotAndDotDot);
 }
 
 QSet<QString> GitInspector::submodulesAmong(const QString& repo, const QStringList& trees,

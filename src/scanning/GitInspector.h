@@ -58,6 +58,11 @@ struct GitInspector {
     // stash entry exists, or a local branch is ahead of its upstream, has none, or lost it.
     static bool hasLocalOnlyWork(const LocalWorkListings& listings);
 
+    // Whether the repository has linked worktrees (made by "git worktree add"). Their changes
+    // show in no status of the repository, and they stop working when its git folder goes.
+    // Read from the git folder's "worktrees" entries, without running git.
+    static bool hasLinkedWorktrees(const QString& repo);
+
     // Of `trees` (absolute paths of working trees inside `repo`), those that `repo` records as
     // submodules (gitlinks). One git run; git failing: none.
     static QSet<QString> submodulesAmong(const QString& repo, const QStringList& trees,

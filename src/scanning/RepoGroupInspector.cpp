@@ -184,6 +184,7 @@ RepoGroupInspector::RepoFindings RepoGroupInspector::askGit(const RepoGroup& gro
         found.localWork = GitInspector::localWork(repo, cancellation);
         found.offeredWhole =
             !GitInspector::hasLocalOnlyWork(found.localWork) &&
+            !GitInspector::hasLinkedWorktrees(repo) &&
             otherTreesAreOnRemotes(repo, surroundings.projectsOfOtherTrees, cancellation);
     }
 

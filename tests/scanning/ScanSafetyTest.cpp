@@ -126,6 +126,18 @@ TEST(ScanSafety, ASubmoduleMustBeAtACommitItsRemoteHas) {
     EXPECT_TRUE(isOfferedWhole(events, repo));
 }
 
+TEST(ScanSafety, ARepositoryWhoseWorktreeLivesElsewhereIsNotOfferedWhole) {
+    const QString repo = test::makeSyncedRepo().repo;
+    const QString worktree = test::makeTempDir(s("worktrees")) + s("/review");
+    // On no branch, so no branch of the repository shows that it is in use.
+    test::git(repo, {s("worktree"), s("add"), s("-q"), s("--detach"), worktree});
+    test::writeFile(worktree + s("/draft.txt"), "only here");
+
+    const QList<ScanEvent> events = test::scanToEnd(repo);
+    EXPECT_EQ(statusOf(events, repo), GitStatus::fullySynced());
+    EXPECT_FALSE(isOfferedWhole(events, repo));
+}
+
 TEST(ScanSafety, AHomeFolderKeptInGitOffersNothingOfTheHome) {
     // The home lies in a synced repository of its own, which ignores it.
     const QString outer = test::makeRepo(test::makeTempDir(s("outer")));
