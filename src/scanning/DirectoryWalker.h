@@ -18,7 +18,9 @@ class DirectoryReader;
 // One walk of the folder the user chose: finds project roots by their markers, the git working
 // tree and enclosing project of each, and the candidate artifact folders inside projects. Runs
 // synchronously on the calling thread and is used once. Symbolic links are never followed and
-// artifact folders are never entered, so a walk costs in proportion to the source folders.
+// artifact folders are never entered, so a walk costs in proportion to the source folders. What
+// is entered is decided by `WalkRules`. The home folder is never a project, and the walk starts
+// afresh there: nothing in it belongs to a project or working tree above it.
 class DirectoryWalker {
 public:
     struct WalkResult {

@@ -5,6 +5,8 @@
 #include "scanning/ArtifactCatalog.h"
 #include "scanning/ProjectDetector.h"
 
+#include <algorithm>
+
 namespace corvane {
 namespace {
 
