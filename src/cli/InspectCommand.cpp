@@ -5,10 +5,12 @@
 #include "cli/JsonOutput.h"
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
+#include "scanning/DirectoryWalker.h"
 #include "scanning/GitInspector.h"
 #include "scanning/ProjectDetector.h"
 #include "scanning/RepoGroupInspector.h"
 #include "scanning/ScanWording.h"
+#include "scanning/WalkRules.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -94,6 +96,23 @@ void writeItems(QTextStream& out, const QList<CleanableItem>& items) {
             << ScanWording::confidenceWords(item.confidence) << '\n';
 }
 
+// The repositories in the folder (clones, submodules) decide, as in a scan, whether the folder
+// may be offered whole and which ignored folders may be offered; they are found by the scan's
+// own walk. Below the root of the working tree the walk cannot tell the projects of that tree
+// apart from those in none, and counts only those in another tree.
+QList<Project> projectsOfOtherTrees(const QString& path, const QString& workingTree,
+                                    const CancellationToken& cancellation) {
+    const DirectoryWalker::WalkResult walked = DirectoryWalker(path, {}, {}).walk(cancellation);
+    QList<Project> others;
+    for (const Project& found : walked.projects) {
+        const bool inAnotherTree =
+            found.gitRepoURL ? *found.gitRepoURL != workingTree : path == workingTree;
+        if (inAnotherTree)
+            others.append(found);
+    }
+    return others;
+}
+
 } // namespace
 
 InspectReport inspectFolder(const QString& path, const CancellationToken& cancellation) {
@@ -109,14 +128,27 @@ InspectReport inspectFolder(const QString& path, const CancellationToken& cancel
                           ProjectDetector::markers(contents.names.values()),
                           report.workingTree,
                           std::nullopt};
+    const WalkRules rules(path, ScanOptions{});
+    // The home folder is no project for the scan, so nothing in it is judged as part of one.
+    if (rules.protectedFolders().isHome(path))
+        return report;
     QSet<QString> candidates;
     for (const QString& folder : contents.subfolders) {
         if (ArtifactCatalog::match(Paths::lastComponent(folder), contents.names))
             candidates.insert(folder);
     }
     const RepoGroup group{report.workingTree, {project}};
+    RepoGroupInspector::Surroundings surroundings{rules, {}};
+    if (report.workingTree) {
+        try {
+            surroundings.projectsOfOtherTrees =
+                projectsOfOtherTrees(path, *report.workingTree, cancellation);
+        } catch (const CancelledError&) {
+            return report;
+        }
+    }
     const QList<ProjectInspection> inspections =
-        RepoGroupInspector::inspect(group, {{project.id, candidates}}, cancellation);
+        RepoGroupInspector::inspect(group, {{project.id, candidates}}, surroundings, cancellation);
     if (!inspections.isEmpty()) {
         report.details = inspections.first().details;
         report.items = inspections.first().items;

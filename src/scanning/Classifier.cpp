@@ -2,34 +2,14 @@
 
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
+#include "scanning/FolderNames.h"
 #include "scanning/ProjectDetector.h"
 
 #include <QCollator>
-#include <QDir>
-#include <QHash>
 #include <algorithm>
 
 namespace corvane {
 namespace {
-
-// Entry names of each parent folder, read once per classification. A folder that cannot be
-// listed has no entries, which only makes sibling conditions fail.
-class ParentListings {
-public:
-    const QSet<QString>& namesIn(const QString& folder) {
-        auto found = cache_.find(folder);
-        if (found == cache_.end()) {
-            const QStringList names = QDir(folder).entryList(
-                QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                QDir::Unsorted);
-            found = cache_.insert(folder, QSet<QString>(names.cbegin(), names.cend()));
-        }
-        return *found;
-    }
-
-private:
-    QHash<QString, QSet<QString>> cache_;
-};
 
 bool isMarker(const QString& name) {
     return name == QLatin1String(".git") || ProjectDetector::isProjectRoot(name);
@@ -55,12 +35,12 @@ void sortByName(QList<CleanableItem>& items) {
 QList<CleanableItem> Classifier::classify(const Project& project, const QStringList& candidates,
                                           const QSet<QString>& ignoredPaths, bool hasRepo) {
     QList<CleanableItem> items;
-    ParentListings listings;
+    FolderNames listings;
     for (const QString& candidate : candidates) {
         const QString name = Paths::lastComponent(candidate);
         if (isMarker(name))
             continue;
-        const QSet<QString>& siblings = listings.namesIn(Paths::parentPath(candidate));
+        const QSet<QString>& siblings = listings.in(Paths::parentPath(candidate));
         const bool ignored = ignoredPaths.contains(candidate);
         if (const auto match = ArtifactCatalog::match(name, siblings)) {
             items.append(CleanableItem(project.id, candidate, name, match->kind,

@@ -2,7 +2,6 @@
 
 #include "platform/DirectoryReader.h"
 #include "platform/Paths.h"
-#include "scanning/ArtifactCatalog.h"
 #include "scanning/ProjectDetector.h"
 
 #include <QFile>
@@ -13,12 +12,6 @@
 
 namespace corvane {
 namespace {
-
-// The user's Library, the Trash and ~/.local hold no projects and can be huge; the walk may
-// start at the home folder, so they are passed over at every level.
-bool isNeverEntered(const QString& name) {
-    return name == u"Library" || name == u".Trash" || name == u".local";
-}
 
 // The rest of the system names folders by QString paths; a name that is not UTF-8 cannot be
 // spelled that way, so such folders are neither reported nor entered.
@@ -70,22 +63,17 @@ struct DirectoryWalker::Folder {
 
 DirectoryWalker::DirectoryWalker(QString root, ScanOptions options, EventHandler onEvent)
     : root_(Paths::standardized(root))
-    , options_(std::move(options))
+    , rules_(root_, std::move(options))
     , onEvent_(std::move(onEvent)) {}
 
 DirectoryWalker::WalkResult DirectoryWalker::walk(const CancellationToken& cancellation) {
     result_ = {};
     visitedDirCount_ = 0;
     cancellation_ = &cancellation;
-    skippedPaths_ = options_.skippedPaths;
-    for (const QString& path : options_.skippedPaths) {
-        if (std::optional<QString> canonical = DirectoryReader::canonicalPath(path))
-            skippedPaths_.insert(*canonical);
-    }
 
     Folder root;
     root.path = root_;
-    if (!skippedPaths_.isEmpty())
+    if (rules_.needsCanonicalPaths())
         root.canonicalPath = DirectoryReader::canonicalPath(root_).value_or(root_);
     // The folder the user picked may itself be a link to the real one.
     DirectoryReader reader(root_, DirectoryReader::Detail::kinds,
@@ -105,9 +93,16 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         return;
 
     Folder inside = folder;
-    if (listing.nameSet.contains(QStringLiteral(".git")))
+    // A home folder kept in git (dotfiles) holds the user's whole life, not one project: what
+    // lies in it belongs to no project and no working tree above it.
+    const bool isHome = rules_.protectedFolders().isHome(folder.path);
+    if (isHome) {
+        inside.project.reset();
+        inside.repo.reset();
+    } else if (listing.nameSet.contains(QStringLiteral(".git"))) {
         inside.repo = folder.path;
-    const QStringList markers = ProjectDetector::markers(listing.names);
+    }
+    const QStringList markers = isHome ? QStringList() : ProjectDetector::markers(listing.names);
     qsizetype ownProjectIndex = -1;
     if (!markers.isEmpty()) {
         Project project;
@@ -130,20 +125,11 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         const QString path = Paths::joined(folder.path, name);
         const QString canonical =
             folder.canonicalPath.isEmpty() ? QString() : Paths::joined(folder.canonicalPath, name);
-        if (isSkippedEverywhere(name, canonical))
-            continue;
-        if (!inside.project) {
-            if (isSkippedOutsideProjects(name, path, folder.depth, listing.nameSet))
-                continue;
-        } else {
-            if (folder.depth == 0 && options_.skippedNamesAtRoot.contains(name))
-                continue;
-            if (ArtifactCatalog::match(name, listing.nameSet)) {
-                result_.candidatesByProject[*inside.project].insert(path);
-                continue;
-            }
-        }
-        if (folder.depth + 1 > maxDepth)
+        const WalkRules::Step step = rules_.step(
+            {name, path, canonical, folder.depth + 1, inside.project.has_value(), listing.nameSet});
+        if (step == WalkRules::Step::candidate)
+            result_.candidatesByProject[*inside.project].insert(path);
+        if (step != WalkRules::Step::descend)
             continue;
         Folder child = inside;
         child.path = path;
@@ -156,29 +142,6 @@ void DirectoryWalker::visit(DirectoryReader& reader, const Folder& folder) {
         const Project& project = result_.projects.at(ownProjectIndex);
         onProjectFinished_(project, result_.candidatesByProject.value(project.id));
     }
-}
-
-bool DirectoryWalker::isSkippedEverywhere(const QString& name, const QString& canonicalPath) const {
-    if (isNeverEntered(name) || ProjectDetector::isProjectRoot(name))
-        return true;
-    return !options_.skippedPaths.isEmpty() && skippedPaths_.contains(canonicalPath);
-}
-
-bool DirectoryWalker::isSkippedOutsideProjects(const QString& name, const QString& path, int depth,
-                                               const QSet<QString>& siblings) const {
-    if (depth == 0 && options_.skippedNamesAtRoot.contains(name))
-        return true;
-    if (options_.skipsHiddenAndBundlesOutsideProjects) {
-        if (name.startsWith(u'.') || name.endsWith(QLatin1String(".localized")))
-            return true;
-        if (name.contains(u'.') && DirectoryReader::isPackage(path))
-            return true;
-    }
-    // Outside projects the catalog makes no candidates, but a folder of installed packages (a
-    // stray node_modules, a lone virtual environment) holds none of the user's own projects: its
-    // package manifests would only show up as projects nobody wrote.
-    const std::optional<CatalogMatch> match = ArtifactCatalog::match(name, siblings);
-    return match && match->tier == CatalogTier::high;
 }
 
 } // namespace corvane

@@ -2,6 +2,7 @@
 
 #include "platform/Cancellation.h"
 #include "scanning/ScanModel.h"
+#include "scanning/WalkRules.h"
 
 #include <QHash>
 #include <QList>
@@ -17,7 +18,9 @@ class DirectoryReader;
 // One walk of the folder the user chose: finds project roots by their markers, the git working
 // tree and enclosing project of each, and the candidate artifact folders inside projects. Runs
 // synchronously on the calling thread and is used once. Symbolic links are never followed and
-// artifact folders are never entered, so a walk costs in proportion to the source folders.
+// artifact folders are never entered, so a walk costs in proportion to the source folders. What
+// is entered is decided by `WalkRules`. The home folder is never a project, and the walk starts
+// afresh there: nothing in it belongs to a project or working tree above it.
 class DirectoryWalker {
 public:
     struct WalkResult {
@@ -32,7 +35,7 @@ public:
     using EventHandler = std::function<void(const ScanEvent&)>;
 
     // Folders this many levels below the root are still visited; deeper ones never are.
-    static constexpr int maxDepth = 12;
+    static constexpr int maxDepth = WalkRules::maxDepth;
     // `progress` goes out for the 1st, 33rd, 65th ... visited folder.
     static constexpr int progressInterval = 32;
 
@@ -55,16 +58,11 @@ private:
     struct Folder;
 
     void visit(DirectoryReader& reader, const Folder& folder);
-    bool isSkippedEverywhere(const QString& name, const QString& canonicalPath) const;
-    bool isSkippedOutsideProjects(const QString& name, const QString& path, int depth,
-                                  const QSet<QString>& siblings) const;
 
     QString root_;
-    ScanOptions options_;
+    WalkRules rules_;
     EventHandler onEvent_;
     ProjectFinishedHandler onProjectFinished_;
-    // `options_.skippedPaths` plus the canonical form of each, so either spelling matches.
-    QSet<QString> skippedPaths_;
     const CancellationToken* cancellation_ = nullptr;
     WalkResult result_;
     int visitedDirCount_ = 0;

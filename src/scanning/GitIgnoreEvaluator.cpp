@@ -2,6 +2,7 @@
 
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
+#include "scanning/FolderNames.h"
 #include "scanning/GitClient.h"
 
 namespace corvane {
@@ -17,15 +18,19 @@ std::optional<ProcessResult> runGit(const QString& repo, const QStringList& argu
     }
 }
 
-// Whether `path` or one of its ancestors below `root` is a catalog folder. A name with a sibling
-// condition counts even where the condition fails: a "target" the walker would not offer is
-// still no place to look for other ignored folders. Every name that can match is a known name,
-// so no parent folder needs to be listed.
-bool liesInCatalogFolder(const QString& path, const QString& root) {
+// Whether `path` or one of its ancestors below `root` is a catalog folder, as the walker would
+// judge it. A name with a sibling condition ("Pods" needs a "Podfile" beside it) is one only
+// where its condition holds: elsewhere the walker does not record it, and git's word is all
+// there is. Only such a name needs its parent folder listed; every other name decides alone.
+bool liesInCatalogFolder(const QString& path, const QString& root, FolderNames& names) {
     const QString rootPrefix = root.endsWith(u'/') ? root : root + u'/';
     for (QString current = path; current.startsWith(rootPrefix);
          current = Paths::parentPath(current)) {
-        if (ArtifactCatalog::isKnownArtifactName(Paths::lastComponent(current)))
+        const QString name = Paths::lastComponent(current);
+        if (!ArtifactCatalog::isKnownArtifactName(name))
+            continue;
+        if (ArtifactCatalog::match(name, {}) ||
+            ArtifactCatalog::match(name, names.in(Paths::parentPath(current))))
             return true;
     }
     return false;
@@ -77,12 +82,13 @@ GitIgnoreEvaluator::ignoredDirectoriesOutsideCatalog(const QString& repo,
         return {};
     const QString root = Paths::standardized(repo);
     QStringList listed;
+    FolderNames names;
     for (const QByteArray& piece : result->standardOutput.split('\0')) {
         // Git marks directories with a trailing "/"; everything else is a file.
         if (!piece.endsWith('/') || piece.size() < 2)
             continue;
         const QString path = Paths::joined(root, QString::fromUtf8(piece.chopped(1)));
-        if (!liesInCatalogFolder(path, root))
+        if (!liesInCatalogFolder(path, root, names))
             listed.append(path);
     }
     // Git names a folder that holds only ignored content and, again, the ignored folders inside

@@ -17,8 +17,9 @@ struct GitIgnoreEvaluator {
 
     // Absolute paths of the directories git lists as ignored (untracked and covered by the ignore
     // rules, or holding only such content) that neither are nor lie inside a catalog folder, and
-    // that lie inside no other listed directory. Ignored plain files are left out: an item is a
-    // folder. Git failing: empty.
+    // that lie inside no other listed directory. A catalog name whose sibling condition fails
+    // there ("Pods" without "Podfile") is no catalog folder. Ignored plain files are left out: an
+    // item is a folder. Git failing: empty.
     static QStringList ignoredDirectoriesOutsideCatalog(const QString& repo,
                                                         const CancellationToken& cancellation = {});
 };

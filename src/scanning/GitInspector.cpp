@@ -1,8 +1,11 @@
 #include "scanning/GitInspector.h"
 
+#include "platform/DirectoryReader.h"
+#include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "scanning/GitClient.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QTimeZone>
 #include <algorithm>
@@ -113,6 +116,19 @@ std::optional<GitChange> changeFrom(const QByteArray& record) {
     return std::nullopt;
 }
 
+// The status as git would give it without any user settings that change what it shows: every
+// untracked file, every change inside submodules (also those .gitmodules or the configuration
+// asks to leave out), and renames as renames.
+QStringList statusArguments() {
+    return {QStringLiteral("status"),
+            QStringLiteral("--porcelain=v2"),
+            QStringLiteral("--branch"),
+            QStringLiteral("-z"),
+            QStringLiteral("--untracked-files=normal"),
+            QStringLiteral("--ignore-submodules=none"),
+            QStringLiteral("--find-renames")};
+}
+
 } // namespace
 
 GitStatusReport GitInspector::parseStatus(const QByteArray& output) {
@@ -178,10 +194,7 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
     if (cancellation.isCancelled())
         return GitDetails{};
     const std::optional<QByteArray> statusOutput =
-        outputOfSuccess(repo,
-                        {QStringLiteral("status"), QStringLiteral("--porcelain=v2"),
-                         QStringLiteral("--branch"), QStringLiteral("-z")},
-                        cancellation);
+        outputOfSuccess(repo, statusArguments(), cancellation);
     if (!statusOutput)
         return GitDetails{};
     const GitStatusReport report = parseStatus(*statusOutput);
@@ -199,7 +212,9 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
     details.changes = report.changes;
     if (remote)
         details.remoteURL = remote->fetchURL;
+    // A user who has git show signatures gets their verdict printed before the date.
     const QStringList logArguments{QStringLiteral("log"), QStringLiteral("-1"),
+                                   QStringLiteral("--no-show-signature"),
                                    QStringLiteral("--format=%ct")};
     if (const auto log = outputOfSuccess(repo, logArguments, cancellation)) {
         bool ok = false;
@@ -264,9 +279,66 @@ bool GitInspector::hasLocalOnlyWork(const LocalWorkListings& listings) {
     return false;
 }
 
+bool GitInspector::hasLinkedWorktrees(const QString& repo) {
+    // A stale entry (its folder deleted by hand, never pruned) counts too: telling the two apart
+    // is not worth offering a repository whose worktree may still be somewhere.
+    const QDir worktrees(Paths::joined(repo, QStringLiteral(".git/worktrees")));
+    return !worktrees.isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System |
+                              QDir::NoDotAndDotDot);
+}
+
+QSet<QString> GitInspector::submodulesAmong(const QString& repo, const QStringList& trees,
+                                            const CancellationToken& cancellation) {
+    const QString root = Paths::standardized(repo);
+    const QString rootPrefix = Paths::joined(root, QString());
+    // Paths are paths, not patterns: a folder may be named "[draft]*".
+    QStringList arguments{QStringLiteral("--literal-pathspecs"), QStringLiteral("ls-files"),
+                          QStringLiteral("--stage"), QStringLiteral("-z"), QStringLiteral("--")};
+    for (const QString& tree : trees) {
+        if (tree.startsWith(rootPrefix))
+            arguments.append(tree.mid(rootPrefix.size()));
+    }
+    QSet<QString> submodules;
+    if (arguments.size() == 5)
+        return submodules;
+    const std::optional<QByteArray> listing = outputOfSuccess(repo, arguments, cancellation);
+    if (!listing)
+        return submodules;
+    // "<mode> <object> <stage>\t<path>"; a gitlink has mode 160000. A tracked file below a
+    // nested tree's folder is listed too, under its own path, which names no tree.
+    for (const QByteArray& record : listing->split('\0')) {
+        const qsizetype tab = record.indexOf('\t');
+        if (tab > 0 && record.startsWith("160000 "))
+            submodules.insert(Paths::joined(root, QString::fromUtf8(record.mid(tab + 1))));
+    }
+    return submodules;
+}
+
+bool GitInspector::submoduleIsOnRemote(const QString& tree, const CancellationToken& cancellation) {
+    const std::optional<QByteArray> status = outputOfSuccess(tree, statusArguments(), cancellation);
+    if (!status || !parseStatus(*status).changes.isEmpty())
+        return false;
+    // A submodule usually sits on no branch at all, so its upstream says nothing: the commit it
+    // is at must be on the remote, as the last fetch saw it.
+    const QStringList containing{
+        QStringLiteral("for-each-ref"),        QStringLiteral("--count=1"),
+        QStringLiteral("--contains"),          QStringLiteral("HEAD"),
+        QStringLiteral("--format=%(refname)"), QStringLiteral("refs/remotes")};
+    const std::optional<QByteArray> remoteRefs = outputOfSuccess(tree, containing, cancellation);
+    if (!remoteRefs || remoteRefs->trimmed().isEmpty())
+        return false;
+    return !hasLocalOnlyWork(localWork(tree, cancellation));
+}
+
 std::optional<QString> GitInspector::enclosingWorkingTree(const QString& path) {
+    // As in the scan, a repository in the home folder (dotfiles) is no working tree for the
+    // folders in it.
+    const QString home = Paths::standardized(Locations::homeDir());
+    const QString canonicalHome = DirectoryReader::canonicalPath(home).value_or(home);
     QString folder = Paths::standardized(path);
     while (!folder.isEmpty()) {
+        if (folder == home || folder == canonicalHome)
+            return std::nullopt;
         if (QFileInfo::exists(Paths::joined(folder, QStringLiteral(".git"))))
             return folder;
         if (folder == QLatin1String("/"))

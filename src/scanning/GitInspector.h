@@ -4,6 +4,7 @@
 #include "scanning/ScanModel.h"
 
 #include <QByteArray>
+#include <QSet>
 #include <QString>
 #include <optional>
 
@@ -57,6 +58,21 @@ struct GitInspector {
     // stash entry exists, or a local branch is ahead of its upstream, has none, or lost it.
     static bool hasLocalOnlyWork(const LocalWorkListings& listings);
 
+    // Whether the repository has linked worktrees (made by "git worktree add"). Their changes
+    // show in no status of the repository, and they stop working when its git folder goes.
+    // Read from the git folder's "worktrees" entries, without running git.
+    static bool hasLinkedWorktrees(const QString& repo);
+
+    // Of `trees` (absolute paths of working trees inside `repo`), those that `repo` records as
+    // submodules (gitlinks). One git run; git failing: none.
+    static QSet<QString> submodulesAmong(const QString& repo, const QStringList& trees,
+                                         const CancellationToken& cancellation = {});
+    // Whether a submodule's working tree holds nothing its remote lacks: no change, its HEAD
+    // commit on one of its remote-tracking branches, and no local-only work. What git cannot
+    // answer counts as held here.
+    static bool submoduleIsOnRemote(const QString& tree,
+                                    const CancellationToken& cancellation = {});
+
     // The pieces of `inspect`, for callers and tests that already hold git's output.
     static GitStatusReport parseStatus(const QByteArray& output);
     static GitStatus decideStatus(const GitStatusReport& report, bool hasRemote);
@@ -67,7 +83,8 @@ struct GitInspector {
     static GitRefReport parseRefs(const QByteArray& refListing);
 
     // The nearest folder, `path` itself included, that holds a ".git" entry (a folder, or the
-    // file of a linked worktree or submodule); nothing when no ancestor has one.
+    // file of a linked worktree or submodule); nothing when no ancestor has one. The search ends
+    // below the home folder: a home kept in git is no working tree for what lies in it.
     static std::optional<QString> enclosingWorkingTree(const QString& path);
 };
 

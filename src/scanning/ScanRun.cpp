@@ -1,5 +1,6 @@
 #include "scanning/ScanRun.h"
 
+#include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
 #include "scanning/DirectoryWalker.h"
 #include "scanning/RepoGroupInspector.h"
@@ -44,6 +45,7 @@ ScanRun::ScanRun(std::shared_ptr<ScanEventSink> sink, QString root, ScanOptions 
     : sink_(std::move(sink))
     , root_(std::move(root))
     , options_(std::move(options))
+    , rules_(root_, options_)
     , measurements_(WorkQueue::defaultWidth())
     , inspections_(WorkQueue::defaultWidth()) {}
 
@@ -83,6 +85,9 @@ void ScanRun::projectDiscovered(const Project& project) {
         groupOrder_.append(key);
     }
     found->projects.append(project);
+    if (project.gitRepoURL && *project.gitRepoURL == project.url)
+        treeRootIndex_.insert(project.url, discovered_.size());
+    discovered_.append(project);
 }
 
 void ScanRun::projectFinished(const Project& project, const QSet<QString>& candidates) {
@@ -100,10 +105,28 @@ void ScanRun::dispatch(const RepoGroup& group) {
     if (group.projects.isEmpty())
         return;
     dispatchedGroups_.insert(groupKey(group.projects.first()));
-    inspections_.enqueue([this, group] { inspectGroup(group); });
+    inspections_.enqueue(
+        [this, group, others = projectsOfOtherTrees(group)] { inspectGroup(group, others); });
 }
 
-void ScanRun::inspectGroup(const RepoGroup& group) {
+// Called on the walker's thread when the group is dispatched: by then every project in the
+// tree's folder has been found.
+QList<Project> ScanRun::projectsOfOtherTrees(const RepoGroup& group) const {
+    QList<Project> others;
+    if (!group.repoURL)
+        return others;
+    const QString& root = *group.repoURL;
+    // A tree whose root the walk never reached (it lies above the scanned folder) is done only
+    // with the walk, and then everything found is looked at.
+    for (qsizetype index = treeRootIndex_.value(root, 0); index < discovered_.size(); ++index) {
+        const Project& project = discovered_.at(index);
+        if (project.gitRepoURL != group.repoURL && Paths::isUnder(project.url, root))
+            others.append(project);
+    }
+    return others;
+}
+
+void ScanRun::inspectGroup(const RepoGroup& group, const QList<Project>& projectsOfOtherTrees) {
     const CancellationToken& cancellation = sink_->cancellation();
     if (cancellation.isCancelled())
         return;
@@ -113,8 +136,8 @@ void ScanRun::inspectGroup(const RepoGroup& group) {
         for (const Project& project : group.projects)
             candidates.insert(project.id, candidatesByProject_.value(project.id));
     }
-    const QList<ProjectInspection> inspections =
-        RepoGroupInspector::inspect(group, candidates, cancellation);
+    const QList<ProjectInspection> inspections = RepoGroupInspector::inspect(
+        group, candidates, {rules_, projectsOfOtherTrees}, cancellation);
 
     std::optional<CleanableItem> wholeProject;
     QList<CleanableItem> parts;

@@ -3,6 +3,7 @@
 #include "platform/WorkQueue.h"
 #include "scanning/ScanModel.h"
 #include "scanning/ScanStream.h"
+#include "scanning/WalkRules.h"
 
 #include <QHash>
 #include <QSet>
@@ -27,7 +28,8 @@ private:
     void projectDiscovered(const Project& project);
     void projectFinished(const Project& project, const QSet<QString>& candidates);
     void dispatch(const RepoGroup& group);
-    void inspectGroup(const RepoGroup& group);
+    QList<Project> projectsOfOtherTrees(const RepoGroup& group) const;
+    void inspectGroup(const RepoGroup& group, const QList<Project>& projectsOfOtherTrees);
     void measure(const CleanableItem& item, const std::shared_ptr<WholeProjectTally>& tally);
     // Measures the whole project without the `parts` inside it; the tally adds them as they come.
     std::shared_ptr<WholeProjectTally> measureWholeProjectRest(const CleanableItem& whole,
@@ -36,11 +38,17 @@ private:
     std::shared_ptr<ScanEventSink> sink_;
     QString root_;
     ScanOptions options_;
+    WalkRules rules_;
 
     // Touched only by the walker's thread.
     QHash<QString, RepoGroup> groups_;
     QList<QString> groupOrder_;
     QSet<QString> dispatchedGroups_;
+    // Every project in the order the walk found it, and where in that list the project of each
+    // working tree's root folder stands: since the walk is depth first, the projects after it
+    // lie in that folder until the folder is done.
+    QList<Project> discovered_;
+    QHash<QString, qsizetype> treeRootIndex_;
 
     std::mutex candidatesLock_;
     QHash<QUuid, QSet<QString>> candidatesByProject_;

@@ -100,6 +100,18 @@ TEST(InspectCommand, ReportsTheTreeAndWhyEachFolderIsOfferedAsJsonOrText) {
         EXPECT_TRUE(changed.contains(s(expected))) << expected << "\n" << changed.toStdString();
 }
 
+TEST(InspectCommand, ARepositoryInsideTheFolderIsSeenAsTheScanWouldSeeIt) {
+    const test::SyncedRepo web = makeWebProject();
+    const QString tool = test::makeRepo(web.repo + s("/generated/tool"));
+    test::writeFile(tool + s("/draft.txt"), "only here\n");
+
+    const QJsonObject json = cli::inspectJson(cli::inspectFolder(web.repo));
+    EXPECT_EQ(json.value(s("git")).toObject().value(s("status")).toString(), s("fullySynced"));
+    EXPECT_EQ(itemRows(json),
+              (QStringList{s("build buildOutput safe"), s("dist buildOutput caution"),
+                           s("node_modules dependencies safe")}));
+}
+
 TEST(InspectCommand, FolderOutsideGitIsNoRepositoryAndGenericNamesNeedCaution) {
     const QString folder = test::makeTempDir();
     test::writeFile(folder + s("/package.json"), "{}");

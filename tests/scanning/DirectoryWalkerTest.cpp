@@ -235,6 +235,13 @@ TEST(DirectoryWalker, SkipRules) {
     writeFile(root + QStringLiteral("/group/Library/app/package.json"));
     writeFile(root + QStringLiteral("/mono/package.json"));
     writeFile(root + QStringLiteral("/mono/.local/pkg/package.json"));
+    // The Trash of every volume, at any level: freedesktop's ".Trash-<uid>", macOS's ".Trashes".
+    writeFile(root + QStringLiteral("/.Trash-1000/files/old/package.json"));
+    writeFile(root + QStringLiteral("/group/.Trash/501/files/gone/package.json"));
+    writeFile(root + QStringLiteral("/mono/.Trash-0/files/app/package.json"));
+    writeFile(root + QStringLiteral("/group/.Trashes/501/app/package.json"));
+    // Only a user number makes a Trash folder.
+    writeFile(root + QStringLiteral("/group/.Trash-notes/kept/Gemfile"));
     // Folders named like markers, and bundles, are markers only.
     writeFile(root + QStringLiteral("/mono/pom.xml/inner/Gemfile"));
     writeFile(root + QStringLiteral("/mono/Tool.xcworkspace/sub/package.json"));
@@ -262,8 +269,8 @@ TEST(DirectoryWalker, SkipRules) {
     const Walk open = walk(root, lenient);
     EXPECT_THAT(sorted(open.projectPaths(root)),
                 ElementsAre(u".config/tool", u"Archive/old", u"Movies.localized/clip",
-                            u"group/Archive/kept", u"mono", u"private/secret", u"py",
-                            u"py/.hidden-tools/gen"));
+                            u"group/.Trash-notes/kept", u"group/Archive/kept", u"mono",
+                            u"private/secret", u"py", u"py/.hidden-tools/gen"));
 }
 
 TEST(DirectoryWalker, SkippedPathsMatchWhateverTheSpelling) {

@@ -162,9 +162,11 @@ TEST(GitClient, RunsGitInTheTreeWithSafeOptionsAndEnvironment) {
     const test::ScopedEnvironment useFake("CORVANE_TOOL_GIT", fake);
     const ProcessResult result =
         GitClient::run(s("/some tree"), {s("status"), s("-z")}, QByteArray("input"));
-    EXPECT_EQ(result.standardOutput, QByteArray("[-C]\n[/some tree]\n[-c]\n[core.quotepath=off]\n"
-                                                "[-c]\n[core.fsmonitor=false]\n[status]\n[-z]\n"
-                                                "locks=0 prompt=0\ninput"));
+    EXPECT_EQ(result.standardOutput,
+              QByteArray("[-C]\n[/some tree]\n[-c]\n[core.quotepath=off]\n"
+                         "[-c]\n[core.fsmonitor=false]\n[-c]\n[status.showUntrackedFiles=normal]\n"
+                         "[status]\n[-z]\n"
+                         "locks=0 prompt=0\ninput"));
 }
 
 TEST(GitInspection, DirtyTreeListsEveryKindOfChangeOnce) {
@@ -193,6 +195,48 @@ TEST(GitInspection, DirtyTreeListsEveryKindOfChangeOnce) {
     EXPECT_EQ(details.remoteURL, synced.remote);
     EXPECT_EQ(details.lastCommitDate,
               QDateTime::fromSecsSinceEpoch(test::fixtureCommitSeconds, QTimeZone::utc()));
+}
+
+TEST(GitInspection, SettingsThatHideChangesAreOverruled) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString repo = synced.repo;
+    const test::SyncedRepo library = test::makeSyncedRepo();
+    test::git(repo, {s("-c"), s("protocol.file.allow=always"), s("submodule"), s("add"), s("-q"),
+                     library.remote, s("lib")});
+    // The submodule asks to be left out of every status.
+    test::git(repo, {s("config"), s("-f"), s(".gitmodules"), s("submodule.lib.ignore"), s("all")});
+    test::commitFiles(repo,
+                      {{s("old name.txt"), "contents long enough to be found as a rename\n"}});
+    // Verifying a signature needs keys this machine lacks: git says so on the log's output.
+    const QString key = test::makeTempDir() + s("/signing");
+    const ProcessResult keygen = ProcessRunner::system().run(
+        s("/usr/bin/ssh-keygen"), {s("-q"), s("-t"), s("ed25519"), s("-N"), s(""), s("-f"), key},
+        std::nullopt, {}, 30);
+    ASSERT_EQ(keygen.exitCode, 0) << keygen.standardError.toStdString();
+    test::git(repo, {s("-c"), s("gpg.format=ssh"), s("-c"), s("user.signingKey=") + key + s(".pub"),
+                     s("commit"), s("-q"), s("--allow-empty"), s("-S"), s("-m"), s("Signed")});
+    test::git(repo, {s("push"), s("-q")});
+    for (const char* setting :
+         {"status.showUntrackedFiles=no", "status.renames=false", "diff.ignoreSubmodules=all",
+          "log.showSignature=true", "status.aheadBehind=false", "color.ui=always"}) {
+        const QString pair = s(setting);
+        test::git(repo, {s("config"), pair.section(u'=', 0, 0), pair.section(u'=', 1)});
+    }
+    test::git(repo + s("/lib"), {s("config"), s("status.showUntrackedFiles"), s("no")});
+
+    const GitDetails clean = GitInspector::inspect(repo);
+    EXPECT_EQ(clean.status, GitStatus::fullySynced());
+    EXPECT_EQ(clean.lastCommitDate,
+              QDateTime::fromSecsSinceEpoch(test::fixtureCommitSeconds, QTimeZone::utc()));
+
+    writeIn(repo, "loose.txt");
+    test::git(repo, {s("mv"), s("old name.txt"), s("new name.txt")});
+    writeIn(repo, "lib/only here.txt");
+    const GitDetails dirty = GitInspector::inspect(repo);
+    EXPECT_EQ(sortedByPath(dirty.changes), (QList<GitChange>{{s("lib"), Kind::modified},
+                                                             {s("loose.txt"), Kind::untracked},
+                                                             {s("new name.txt"), Kind::renamed}}));
+    EXPECT_EQ(dirty.status, GitStatus::dirty(3));
 }
 
 TEST(GitInspection, MergeConflictIsAConflictedChange) {
@@ -366,4 +410,13 @@ TEST(GitInspection, WorkingTreeIsTheNearestFolderHoldingGit) {
     EXPECT_EQ(GitInspector::enclosingWorkingTree(repo + s("/packages/app")),
               repo + s("/packages/app"));
     EXPECT_EQ(GitInspector::enclosingWorkingTree(test::makeTempDir()), std::nullopt);
+
+    // A home folder kept in git (dotfiles) is no working tree for what lies in it.
+    const QString home = test::makeRepo(test::makeTempDir(s("home")));
+    QDir().mkpath(home + s("/code/tool"));
+    const test::ScopedEnvironment homeIsHere("HOME", home);
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(home + s("/code/tool")), std::nullopt);
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(home), std::nullopt);
+    test::makeRepo(home + s("/code"));
+    EXPECT_EQ(GitInspector::enclosingWorkingTree(home + s("/code/tool")), home + s("/code"));
 }

@@ -1,12 +1,11 @@
 #include "scanning/ScanEngine.h"
 
+#include "ScanEvents.h"
 #include "platform/SizeCalculator.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <gtest/gtest.h>
 
@@ -15,64 +14,11 @@ using namespace corvane;
 namespace {
 
 using Kind = ScanEvent::Kind;
-
-QList<ScanEvent> ofKind(const QList<ScanEvent>& events, Kind kind);
-
-enum class Cancel { never, atOnce, afterFirstProject };
-
-// Runs a scan to its end on this thread's event loop and returns every event in arrival order,
-// including any that arrive shortly after the end (there should be none).
-QList<ScanEvent> scanToEnd(const QString& root, Cancel cancel = Cancel::never) {
-    std::unique_ptr<ScanStream> stream = ScanEngine::scan(root, ScanOptions{});
-    QList<ScanEvent> events;
-    QObject::connect(stream.get(), &ScanStream::eventsArrived, stream.get(),
-                     [&](const QList<ScanEvent>& batch) {
-                         events.append(batch);
-                         if (cancel == Cancel::afterFirstProject &&
-                             !ofKind(events, Kind::projectDiscovered).isEmpty())
-                             stream->cancel();
-                     });
-    if (cancel == Cancel::atOnce)
-        stream->cancel();
-    QElapsedTimer clock;
-    clock.start();
-    while ((events.isEmpty() || events.last().kind != Kind::scanCompleted) &&
-           clock.elapsed() < 60'000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return events;
-}
-
-QList<ScanEvent> ofKind(const QList<ScanEvent>& events, Kind kind) {
-    QList<ScanEvent> found;
-    for (const ScanEvent& event : events) {
-        if (event.kind == kind)
-            found.append(event);
-    }
-    return found;
-}
-
-const ScanEvent* itemsOf(const QList<ScanEvent>& events, const QString& projectName) {
-    QUuid id;
-    for (const ScanEvent& event : events) {
-        if (event.kind == Kind::projectDiscovered && event.project.name == projectName)
-            id = event.project.id;
-    }
-    for (const ScanEvent& event : events) {
-        if (event.kind == Kind::itemsClassified && event.projectID == id)
-            return &event;
-    }
-    return nullptr;
-}
-
-const CleanableItem* itemNamed(const ScanEvent* classified, const QString& name) {
-    if (!classified)
-        return nullptr;
-    for (const CleanableItem& item : classified->items) {
-        if (item.name == name)
-            return &item;
-    }
-    return nullptr;
-}
+using test::Cancel;
+using test::itemNamed;
+using test::itemsOf;
+using test::ofKind;
+using test::scanToEnd;
 
 qint64 sizeOf(const QList<ScanEvent>& events, const QUuid& itemID) {
     for (const ScanEvent& event : events) {
@@ -216,10 +162,14 @@ TEST(ScanEngine, OnlyASyncedRepositoryWithNothingLocalIsOfferedWhole) {
 TEST(ScanEngine, IgnoredFoldersNoCatalogNameCoversAreOfferedUnverified) {
     const QString repo = test::makeRepo();
     test::commitFiles(repo, {{QStringLiteral("package.json"), "{}"},
-                             {QStringLiteral(".gitignore"), "generated/\nassets/\n"}});
+                             {QStringLiteral(".gitignore"), "generated/\nassets/\nPods/\n"},
+                             {QStringLiteral("ios/Podfile"), ""}});
     test::writeFile(repo + QStringLiteral("/generated/data.bin"), "x");
     test::writeFile(repo + QStringLiteral("/assets/blob"), "x");
     test::writeFile(repo + QStringLiteral("/assets/build/out"), "x");
+    // A catalog name whose sibling condition fails is no catalog folder: git has the last word.
+    test::writeFile(repo + QStringLiteral("/Pods/Lib/lib.swift"), "x");
+    test::writeFile(repo + QStringLiteral("/ios/Pods/Lib/lib.swift"), "x");
 
     const QList<ScanEvent> events = scanToEnd(repo);
     const ScanEvent* items = itemsOf(events, QDir(repo).dirName());
@@ -232,6 +182,15 @@ TEST(ScanEngine, IgnoredFoldersNoCatalogNameCoversAreOfferedUnverified) {
     ASSERT_TRUE(build);
     EXPECT_EQ(build->confidence, CleanConfidence::safe);
     EXPECT_FALSE(itemNamed(items, QStringLiteral("assets")));
+
+    const CleanableItem* loosePods = test::itemAt(events, repo + QStringLiteral("/Pods"));
+    ASSERT_TRUE(loosePods);
+    EXPECT_EQ(loosePods->kind, ArtifactKind::unknown);
+    EXPECT_EQ(loosePods->confidence, CleanConfidence::ignoredButUnknown);
+    const CleanableItem* pods = test::itemAt(events, repo + QStringLiteral("/ios/Pods"));
+    ASSERT_TRUE(pods);
+    EXPECT_EQ(pods->kind, ArtifactKind::dependencies);
+    EXPECT_EQ(pods->confidence, CleanConfidence::safe);
 }
 
 TEST(ScanEngine, ACancelledScanStillEndsWithScanCompletedAndNothingFollowsIt) {
@@ -242,7 +201,7 @@ TEST(ScanEngine, ACancelledScanStillEndsWithScanCompletedAndNothingFollowsIt) {
         test::commitFiles(test::makeRepo(root + QStringLiteral("/r%1").arg(index)),
                           {{QStringLiteral("package.json"), "{}"}});
     for (const Cancel cancel : {Cancel::atOnce, Cancel::afterFirstProject}) {
-        const QList<ScanEvent> events = scanToEnd(root, cancel);
+        const QList<ScanEvent> events = scanToEnd(root, {}, cancel);
         ASSERT_FALSE(events.isEmpty());
         EXPECT_EQ(events.last().kind, Kind::scanCompleted);
         EXPECT_EQ(ofKind(events, Kind::scanCompleted).size(), 1);
