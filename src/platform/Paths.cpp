@@ -38,6 +38,12 @@ bool isUnder(const QString& path, const QString& folder) {
     return path.size() > folder.size() && path.startsWith(folder) && path[folder.size()] == u'/';
 }
 
+std::optional<QString> pathInside(const QString& path, const QString& folder) {
+    if (path == folder || !isUnder(path, folder))
+        return std::nullopt;
+    return path.mid(folder.endsWith(u'/') ? folder.size() : folder.size() + 1);
+}
+
 QString lastComponent(const QString& path) {
     const qsizetype slash = path.lastIndexOf(u'/');
     return slash < 0 ? path : path.mid(slash + 1);

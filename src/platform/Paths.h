@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <optional>
 
 // Path helpers shared by every subsystem. File locations are absolute path strings without a
 // trailing slash (except "/" itself).
@@ -23,6 +24,10 @@ QString normalized(const QString& path);
 // True when `path` equals `folder` or lies inside it ("/a/b" is not under "/a/bc" nor the other
 // way round).
 bool isUnder(const QString& path, const QString& folder);
+
+// The part of `path` below `folder` ("b/c" for "/a/b/c" below "/a"); nothing when `path` is the
+// folder itself or lies outside it.
+std::optional<QString> pathInside(const QString& path, const QString& folder);
 
 // The last path component ("" for "/").
 QString lastComponent(const QString& path);

@@ -95,10 +95,10 @@ qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancel
     if (!S_ISDIR(info.st_mode))
         return 0;
     Exclusions excluded;
-    const QString prefix = Paths::standardized(path) + u'/';
+    const QString folder = Paths::standardized(path);
     for (const QString& excludedPath : excludedPaths) {
-        if (excludedPath.startsWith(prefix))
-            excluded.insert(QFile::encodeName(excludedPath.mid(prefix.size())).toStdString());
+        if (const std::optional<QString> relative = Paths::pathInside(excludedPath, folder))
+            excluded.insert(QFile::encodeName(*relative).toStdString());
     }
     DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes);
     return TreeMeasurement(cancellation, excluded).run(std::move(root));

@@ -23,8 +23,7 @@ std::optional<ProcessResult> runGit(const QString& repo, const QStringList& argu
 // where its condition holds: elsewhere the walker does not record it, and git's word is all
 // there is. Only such a name needs its parent folder listed; every other name decides alone.
 bool liesInCatalogFolder(const QString& path, const QString& root, FolderNames& names) {
-    const QString rootPrefix = root.endsWith(u'/') ? root : root + u'/';
-    for (QString current = path; current.startsWith(rootPrefix);
+    for (QString current = path; Paths::pathInside(current, root);
          current = Paths::parentPath(current)) {
         const QString name = Paths::lastComponent(current);
         if (!ArtifactCatalog::isKnownArtifactName(name))

@@ -290,13 +290,12 @@ bool GitInspector::hasLinkedWorktrees(const QString& repo) {
 QSet<QString> GitInspector::submodulesAmong(const QString& repo, const QStringList& trees,
                                             const CancellationToken& cancellation) {
     const QString root = Paths::standardized(repo);
-    const QString rootPrefix = Paths::joined(root, QString());
     // Paths are paths, not patterns: a folder may be named "[draft]*".
     QStringList arguments{QStringLiteral("--literal-pathspecs"), QStringLiteral("ls-files"),
                           QStringLiteral("--stage"), QStringLiteral("-z"), QStringLiteral("--")};
     for (const QString& tree : trees) {
-        if (tree.startsWith(rootPrefix))
-            arguments.append(tree.mid(rootPrefix.size()));
+        if (const std::optional<QString> relative = Paths::pathInside(tree, root))
+            arguments.append(*relative);
     }
     QSet<QString> submodules;
     if (arguments.size() == 5)

@@ -50,12 +50,12 @@ QStringList spellingsOf(const QString& path, const QString& scanRoot,
     if (canonical && *canonical != path)
         spellings.append(*canonical);
     if (canonicalRoot && *canonicalRoot != scanRoot) {
-        const QString rootPrefix = Paths::joined(*canonicalRoot, QString());
         for (const QString& spelling : QStringList(spellings)) {
             if (spelling == *canonicalRoot)
                 spellings.append(scanRoot);
-            else if (spelling.startsWith(rootPrefix))
-                spellings.append(Paths::joined(scanRoot, spelling.mid(rootPrefix.size())));
+            else if (const std::optional<QString> relative =
+                         Paths::pathInside(spelling, *canonicalRoot))
+                spellings.append(Paths::joined(scanRoot, *relative));
         }
     }
     return spellings;

@@ -1,5 +1,6 @@
 #include "scanning/ScanRun.h"
 
+#include "platform/CheckedSum.h"
 #include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
 #include "scanning/DirectoryWalker.h"
@@ -27,8 +28,7 @@ public:
 
     void add(qint64 bytes) {
         std::lock_guard guard(lock_);
-        if (__builtin_add_overflow(total_, bytes, &total_))
-            std::abort();
+        total_ = checkedSum(total_, bytes);
         if (--remaining_ == 0)
             sink_->send(ScanEvent::sizeUpdated(itemID_, total_));
     }

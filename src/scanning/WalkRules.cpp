@@ -77,10 +77,8 @@ bool WalkRules::isPassedOverOutsideProjects(const Subfolder& subfolder) const {
 int WalkRules::depthOf(const QString& path) const {
     if (path == root_)
         return 0;
-    if (!Paths::isUnder(path, root_))
-        return -1;
-    const qsizetype start = root_.endsWith(u'/') ? root_.size() : root_.size() + 1;
-    return static_cast<int>(QStringView(path).mid(start).count(u'/')) + 1;
+    const std::optional<QString> relative = Paths::pathInside(path, root_);
+    return relative ? static_cast<int>(relative->count(u'/')) + 1 : -1;
 }
 
 } // namespace corvane

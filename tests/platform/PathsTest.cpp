@@ -29,6 +29,13 @@ TEST(Paths, UnderMeansEqualOrBelowAfterASeparator) {
     EXPECT_FALSE(Paths::isUnder(QStringLiteral("/a/bc"), QStringLiteral("/a/b")));
     EXPECT_FALSE(Paths::isUnder(QStringLiteral("/a"), QStringLiteral("/a/b")));
     EXPECT_TRUE(Paths::isUnder(QStringLiteral("/x"), QStringLiteral("/")));
+    // What lies below, never the folder itself nor a sibling that starts with its name.
+    EXPECT_EQ(Paths::pathInside(QStringLiteral("/a/b/c/d"), QStringLiteral("/a/b")),
+              QStringLiteral("c/d"));
+    EXPECT_EQ(Paths::pathInside(QStringLiteral("/x/y"), QStringLiteral("/")),
+              QStringLiteral("x/y"));
+    EXPECT_EQ(Paths::pathInside(QStringLiteral("/a/b"), QStringLiteral("/a/b")), std::nullopt);
+    EXPECT_EQ(Paths::pathInside(QStringLiteral("/a/bc/d"), QStringLiteral("/a/b")), std::nullopt);
 }
 
 TEST(Paths, ComponentsOfAPath) {
