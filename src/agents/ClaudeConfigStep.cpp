@@ -47,6 +47,7 @@ private:
         context_.warn(QStringLiteral("Claude Code project settings: ") + problem);
     }
     QList<NewEntry> newEntries(const QJsonObject& projects) const;
+    std::optional<QString> edit(const QString& text, int& added) const;
     std::optional<QString> edited(const QString& text, const QList<NewEntry>& entries) const;
 
     const RelinkContext& context_;
@@ -89,26 +90,40 @@ std::optional<QString> ConfigEditor::edited(const QString& text,
 void ConfigEditor::run() {
     if (!QFileInfo::exists(path_))
         return;
+    int added = 0;
     QString problem;
-    const std::optional<QString> text = RelinkFiles::readText(path_, problem);
-    if (!text)
-        return warn(QStringLiteral("~/.claude.json ") + problem);
-    const QJsonDocument document = QJsonDocument::fromJson(text->toUtf8());
-    if (!document.isObject())
-        return warn(QStringLiteral("~/.claude.json is not valid JSON"));
+    const bool replaced = RelinkFiles::rewrite(
+        path_, [this, &added](const QString& text) { return edit(text, added); }, problem);
+    if (replaced)
+        context_.report.claudeProjectSettings += added;
+    else if (!problem.isEmpty())
+        warn(QStringLiteral("~/.claude.json ") + problem);
+}
+
+// The file with an entry for the new path beside each entry under the old one, checked by parsing
+// it again; nothing when it needs no change, cannot be changed safely, or this is a preview (then
+// the entries are only counted).
+std::optional<QString> ConfigEditor::edit(const QString& text, int& added) const {
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
+    if (!document.isObject()) {
+        warn(QStringLiteral("~/.claude.json is not valid JSON"));
+        return std::nullopt;
+    }
     QJsonObject expected = document.object();
     QJsonObject projects = expected.value(QStringLiteral("projects")).toObject();
     const QList<NewEntry> entries = newEntries(projects);
     if (entries.isEmpty())
-        return;
+        return std::nullopt;
     if (!context_.writes()) {
         context_.report.claudeProjectSettings += int(entries.size());
-        return;
+        return std::nullopt;
     }
-    const std::optional<QString> result = edited(*text, entries);
-    if (!result)
-        return warn(QStringLiteral("could not place the new entries safely; left untouched"));
-    int added = 0;
+    const std::optional<QString> result = edited(text, entries);
+    if (!result) {
+        warn(QStringLiteral("could not place the new entries safely; left untouched"));
+        return std::nullopt;
+    }
+    added = 0;
     for (const NewEntry& entry : entries) {
         if (jsonStringLiteral(entry.key)) {
             projects.insert(entry.key, entry.value);
@@ -116,16 +131,14 @@ void ConfigEditor::run() {
         }
     }
     if (added == 0)
-        return;
+        return std::nullopt;
     expected.insert(QStringLiteral("projects"), projects);
     const QJsonDocument reparsed = QJsonDocument::fromJson(result->toUtf8());
-    if (!reparsed.isObject() || reparsed.object() != expected)
-        return warn(QStringLiteral("in-place rewrite did not match the expected result; left "
-                                   "untouched"));
-    const QString failure = RelinkFiles::replace(path_, *result);
-    if (!failure.isEmpty())
-        return warn(QStringLiteral("~/.claude.json could not be written (%1)").arg(failure));
-    context_.report.claudeProjectSettings += added;
+    if (!reparsed.isObject() || reparsed.object() != expected) {
+        warn(QStringLiteral("in-place rewrite did not match the expected result; left untouched"));
+        return std::nullopt;
+    }
+    return result;
 }
 
 } // namespace

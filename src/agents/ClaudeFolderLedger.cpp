@@ -1,17 +1,23 @@
 #include "agents/ClaudeFolderLedger.h"
 
 #include "platform/JsonFile.h"
+#include "platform/Paths.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QJsonObject>
+#include <QLockFile>
 
 namespace corvane {
+namespace {
 
-QMap<QString, QString> ClaudeFolderLedger::load() const {
+// A relink holds the lock for a moment; one that takes this long has hung or died, and a lock
+// of a process that died is taken over by QLockFile after its stale time.
+constexpr int lockWaitMilliseconds = 10'000;
+constexpr int staleLockMilliseconds = 30'000;
+
+QMap<QString, QString> mappingOf(const QJsonObject& object) {
     QMap<QString, QString> mapping;
-    const std::optional<QJsonValue> contents = JsonFile::read(url);
-    if (!contents || !contents->isObject())
-        return mapping;
-    const QJsonObject object = contents->toObject();
     for (auto entry = object.begin(); entry != object.end(); ++entry) {
         if (entry.value().isString() && !entry.value().toString().isEmpty())
             mapping.insert(entry.key(), entry.value().toString());
@@ -19,7 +25,32 @@ QMap<QString, QString> ClaudeFolderLedger::load() const {
     return mapping;
 }
 
-QString ClaudeFolderLedger::save(const QMap<QString, QString>& mapping) const {
+} // namespace
+
+QMap<QString, QString> ClaudeFolderLedger::load() const {
+    const std::optional<QJsonValue> contents = JsonFile::read(url);
+    if (!contents || !contents->isObject())
+        return {};
+    return mappingOf(contents->toObject());
+}
+
+QString
+ClaudeFolderLedger::update(const std::function<void(QMap<QString, QString>&)>& change) const {
+    if (!QDir().mkpath(Paths::parentPath(url)))
+        return QStringLiteral("could not create the folder %1").arg(Paths::parentPath(url));
+    QLockFile lock(url + QStringLiteral(".lock"));
+    lock.setStaleLockTime(staleLockMilliseconds);
+    if (!lock.tryLock(lockWaitMilliseconds))
+        return QStringLiteral("%1 is being changed by another process").arg(url);
+
+    QMap<QString, QString> mapping;
+    if (QFileInfo::exists(url)) {
+        const std::optional<QJsonValue> contents = JsonFile::read(url);
+        if (!contents || !contents->isObject())
+            return QStringLiteral("%1 could not be read and was left as it is").arg(url);
+        mapping = mappingOf(contents->toObject());
+    }
+    change(mapping);
     QJsonObject object;
     for (auto entry = mapping.begin(); entry != mapping.end(); ++entry)
         object.insert(entry.key(), entry.value());
@@ -27,9 +58,7 @@ QString ClaudeFolderLedger::save(const QMap<QString, QString>& mapping) const {
 }
 
 QString ClaudeFolderLedger::record(const QString& folderName, const QString& path) const {
-    QMap<QString, QString> mapping = load();
-    mapping.insert(folderName, path);
-    return save(mapping);
+    return update([&](QMap<QString, QString>& mapping) { mapping.insert(folderName, path); });
 }
 
 } // namespace corvane

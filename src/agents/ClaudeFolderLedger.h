@@ -2,6 +2,7 @@
 
 #include <QMap>
 #include <QString>
+#include <functional>
 
 namespace corvane {
 
@@ -11,11 +12,15 @@ namespace corvane {
 struct ClaudeFolderLedger {
     QString url;
 
-    // Folder name -> project path. A missing or unreadable file is an empty mapping.
+    // Folder name -> project path, for reading. A missing or unreadable file is an empty mapping.
     QMap<QString, QString> load() const;
-    // Replaces the whole file at once. Returns an empty string, or a message for the user.
-    QString save(const QMap<QString, QString>& mapping) const;
-    // Loads, records `folderName` -> `path`, saves.
+
+    // Applies `change` to the mapping as it is stored now and replaces the file with the result,
+    // holding a lock file beside it throughout, so that two relinks at once never lose each
+    // other's entries. A ledger that exists but cannot be read is never taken for an empty one:
+    // it is left exactly as it is, and the message says why. Returns an empty string on success.
+    QString update(const std::function<void(QMap<QString, QString>&)>& change) const;
+    // Records `folderName` -> `path` through update().
     QString record(const QString& folderName, const QString& path) const;
 };
 

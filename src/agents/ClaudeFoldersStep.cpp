@@ -166,13 +166,13 @@ void FolderMover::giveBack(const ClaudeFolderMove& earlier) {
 void FolderMover::saveLedger() const {
     if (!context_.writes() || (filled_.isEmpty() && emptied_.isEmpty()))
         return;
-    const ClaudeFolderLedger& ledger = context_.locations.claudeFolderLedger;
-    QMap<QString, QString> mapping = ledger.load();
-    for (const QString& name : emptied_)
-        mapping.remove(name);
-    for (auto entry = filled_.begin(); entry != filled_.end(); ++entry)
-        mapping.insert(entry.key(), entry.value());
-    const QString problem = ledger.save(mapping);
+    const QString problem =
+        context_.locations.claudeFolderLedger.update([this](QMap<QString, QString>& mapping) {
+            for (const QString& name : emptied_)
+                mapping.remove(name);
+            for (auto entry = filled_.begin(); entry != filled_.end(); ++entry)
+                mapping.insert(entry.key(), entry.value());
+        });
     if (!problem.isEmpty())
         context_.warn(QStringLiteral("Claude Code history: the new places of the moved folders "
                                      "could not be written down (%1).")

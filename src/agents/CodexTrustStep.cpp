@@ -132,9 +132,18 @@ void TrustEditor::run() {
         return;
     rewritten += QStringView(*text).mid(copiedUpTo);
     if (context_.writes()) {
-        const QString failure = RelinkFiles::replace(path_, rewritten);
-        if (!failure.isEmpty())
+        // The user's own configuration, edited by hand: a change made meanwhile is never lost,
+        // and the next relink finds the entries still to move.
+        QString failure;
+        switch (RelinkFiles::replaceIfUnchanged(path_, *text, rewritten, failure)) {
+        case RelinkFiles::Replaced::done:
+            break;
+        case RelinkFiles::Replaced::changedMeanwhile:
+            return warn(QStringLiteral("config.toml changed while it was being rewritten and was "
+                                       "left untouched."));
+        case RelinkFiles::Replaced::failed:
             return warn(QStringLiteral("config.toml could not be written (%1)").arg(failure));
+        }
     }
     context_.report.codexTrustEntries += count;
 }

@@ -58,6 +58,7 @@ public:
     void rewrite(const QString& path);
 
 private:
+    std::optional<QString> edit(const QString& path, const QString& text, bool& changes) const;
     void warn(const QString& file, const QString& problem) const {
         context_.warn(QStringLiteral("Claude desktop session ") + QFileInfo(file).fileName() +
                       QStringLiteral(": ") + problem);
@@ -85,40 +86,54 @@ QString RecordRewriter::prepare() {
 }
 
 void RecordRewriter::rewrite(const QString& path) {
+    bool changes = false;
     QString problem;
-    const std::optional<QString> text = RelinkFiles::readText(path, problem);
-    if (!text)
+    const bool replaced = RelinkFiles::rewrite(
+        path, [&](const QString& text) { return edit(path, text, changes); }, problem);
+    if (!replaced && !problem.isEmpty())
         return warn(path, problem);
-    const QJsonDocument old = QJsonDocument::fromJson(text->toUtf8());
-    if (!old.isObject())
-        return warn(path, QStringLiteral("not valid JSON"));
+    // A preview counts what it would change without writing.
+    if (replaced || changes)
+        ++context_.report.claudeDesktopSessions;
+}
+
+// The record with every path under the old one moved, checked against the document it must
+// parse to; nothing when it names no such path, cannot be rewritten safely, or this is a preview
+// (then `changes` says whether it would have been).
+std::optional<QString> RecordRewriter::edit(const QString& path, const QString& text,
+                                            bool& changes) const {
+    const QJsonDocument old = QJsonDocument::fromJson(text.toUtf8());
+    if (!old.isObject()) {
+        warn(path, QStringLiteral("not valid JSON"));
+        return std::nullopt;
+    }
     const QJsonValue expected = expectedValue(old.object(), context_.move);
 
     QString rewritten;
     qsizetype copiedUpTo = 0;
     bool matched = false;
-    QRegularExpressionMatchIterator matches = pattern_.globalMatch(*text);
+    QRegularExpressionMatchIterator matches = pattern_.globalMatch(text);
     while (matches.hasNext()) {
         const QRegularExpressionMatch match = matches.next();
-        rewritten += QStringView(*text).mid(copiedUpTo, match.capturedStart() - copiedUpTo);
+        rewritten += QStringView(text).mid(copiedUpTo, match.capturedStart() - copiedUpTo);
         rewritten += match.captured(1) + encodedNew_;
         copiedUpTo = match.capturedEnd();
         matched = true;
     }
     if (!matched && expected == QJsonValue(old.object()))
-        return; // nothing of this record is under the old path
-    rewritten += QStringView(*text).mid(copiedUpTo);
+        return std::nullopt; // nothing of this record is under the old path
+    rewritten += QStringView(text).mid(copiedUpTo);
 
     const QJsonDocument result = QJsonDocument::fromJson(rewritten.toUtf8());
-    if (!result.isObject() || QJsonValue(result.object()) != expected)
-        return warn(path, QStringLiteral("in-place rewrite did not match the expected result; "
-                                         "left untouched"));
-    if (context_.writes()) {
-        const QString failure = RelinkFiles::replace(path, rewritten);
-        if (!failure.isEmpty())
-            return warn(path, QStringLiteral("could not be written (%1)").arg(failure));
+    if (!result.isObject() || QJsonValue(result.object()) != expected) {
+        warn(path, QStringLiteral("in-place rewrite did not match the expected result; left "
+                                  "untouched"));
+        return std::nullopt;
     }
-    ++context_.report.claudeDesktopSessions;
+    changes = true;
+    if (!context_.writes())
+        return std::nullopt;
+    return rewritten;
 }
 
 } // namespace

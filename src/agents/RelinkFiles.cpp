@@ -1,7 +1,9 @@
 #include "agents/RelinkStep.h"
-#include "platform/JsonFile.h"
+#include "platform/Paths.h"
 
+#include <QDir>
 #include <QFile>
+#include <QSaveFile>
 
 namespace corvane::RelinkFiles {
 
@@ -24,8 +26,55 @@ std::optional<QString> readText(const QString& path, QString& problem) {
     return text;
 }
 
-QString replace(const QString& path, const QString& text) {
-    return JsonFile::writeAtomically(path, text.toUtf8());
+Replaced replaceIfUnchanged(const QString& path, const QString& expected, const QString& text,
+                            QString& problem) {
+    if (!QDir().mkpath(Paths::parentPath(path))) {
+        problem = QStringLiteral("its folder could not be made");
+        return Replaced::failed;
+    }
+    QSaveFile file(path);
+    const QByteArray bytes = text.toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+        problem = file.errorString();
+        file.cancelWriting();
+        return Replaced::failed;
+    }
+    // Looked at once the new text is ready, so that only the rename follows the check.
+    QFile current(path);
+    if (!current.open(QIODevice::ReadOnly) || current.readAll() != expected.toUtf8()) {
+        file.cancelWriting();
+        return Replaced::changedMeanwhile;
+    }
+    if (!file.commit()) {
+        problem = file.errorString();
+        return Replaced::failed;
+    }
+    return Replaced::done;
+}
+
+bool rewrite(const QString& path, const std::function<std::optional<QString>(const QString&)>& edit,
+             QString& problem) {
+    // An agent rewrites its file after each message; a few tries outlast any burst of those.
+    constexpr int attempts = 3;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const std::optional<QString> text = readText(path, problem);
+        if (!text)
+            return false;
+        const std::optional<QString> edited = edit(*text);
+        if (!edited)
+            return false;
+        switch (replaceIfUnchanged(path, *text, *edited, problem)) {
+        case Replaced::done:
+            return true;
+        case Replaced::failed:
+            problem = QStringLiteral("could not be written (%1)").arg(problem);
+            return false;
+        case Replaced::changedMeanwhile:
+            break;
+        }
+    }
+    problem = QStringLiteral("kept changing while it was being rewritten and was left untouched");
+    return false;
 }
 
 } // namespace corvane::RelinkFiles
