@@ -1,16 +1,16 @@
-#include "agents/AgentHistoryIndex.h"
 #include "agents/AgentPaths.h"
+#include "agents/AgentsModel.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "cli/SessionDriver.h"
+#include "platform/Paths.h"
 
-#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
 #include <QTextStream>
-#include <algorithm>
 #include <memory>
 
 namespace corvane::cli {
@@ -91,40 +91,24 @@ void printActivities(QTextStream& out, const QList<AgentActivity>& activities) {
     }
 }
 
-// Every folder that has history, each with exactly the sessions and workspaces opened there.
-QMap<QString, QList<AgentActivity>> historyByFolder(const AgentHistoryIndex& index) {
-    QMap<QString, QList<AgentActivity>> folders;
-    const auto activityFor = [&folders](const QString& folder, AgentKind kind) -> AgentActivity& {
-        QList<AgentActivity>& activities = folders[folder];
-        for (AgentActivity& activity : activities) {
-            if (activity.agent == kind)
-                return activity;
-        }
-        activities.append(AgentActivity{kind, {}, {}, {}, {}});
-        return activities.last();
-    };
-    for (const AgentSession& session : index.sessions)
-        activityFor(session.cwd, session.agent).sessions.append(session);
-    for (const AgentWorkspace& workspace : index.workspaces)
-        activityFor(workspace.folder, workspace.agent).workspaces.append(workspace);
-    for (QList<AgentActivity>& activities : folders) {
-        std::sort(activities.begin(), activities.end(),
-                  [](const AgentActivity& a, const AgentActivity& b) { return a.agent < b.agent; });
-        for (AgentActivity& activity : activities)
-            sortMostRecentFirst(activity);
-    }
-    return folders;
-}
-
 void run(const AgentsOptions& options) {
     QTextStream out(stdout);
-    const AgentLocations locations;
-    const AgentHistoryIndex index = AgentHistoryIndex::build(locations);
-    if (!options.folder.empty()) {
-        const QString folder = AgentPaths::normalized(
-            QDir::current().absoluteFilePath(QFile::decodeName(options.folder.c_str())),
-            locations.macPathRules);
-        const QList<AgentActivity> activities = index.activities(folder);
+    ToastCenter toasts;
+    AgentsModel model(toasts);
+    const bool macPathRules = AgentLocations().macPathRules;
+    const QString folder =
+        options.folder.empty()
+            ? QString()
+            : AgentPaths::normalized(
+                  Paths::absoluteStandardized(QFile::decodeName(options.folder.c_str())),
+                  macPathRules);
+    if (!folder.isEmpty())
+        model.setProjectFolders({folder});
+    model.reload();
+    waitUntil(model, &AgentsModel::isLoadingChanged, [&model] { return !model.isLoading(); });
+
+    if (!folder.isEmpty()) {
+        const QList<AgentActivity> activities = model.activities(folder);
         if (options.json) {
             out << QJsonDocument(folderJson(folder, activities)).toJson();
             return;
@@ -135,19 +119,19 @@ void run(const AgentsOptions& options) {
         printActivities(out, activities);
         return;
     }
-    const QMap<QString, QList<AgentActivity>> folders = historyByFolder(index);
+    const QMap<QString, QList<AgentActivity>> folders = model.historyByFolder();
     if (options.json) {
         QJsonArray list;
-        for (auto folder = folders.begin(); folder != folders.end(); ++folder)
-            list.append(folderJson(folder.key(), folder.value()));
+        for (auto entry = folders.begin(); entry != folders.end(); ++entry)
+            list.append(folderJson(entry.key(), entry.value()));
         out << QJsonDocument(QJsonObject{{QStringLiteral("folders"), list}}).toJson();
         return;
     }
     if (folders.isEmpty())
         out << "No agent history found.\n";
-    for (auto folder = folders.begin(); folder != folders.end(); ++folder) {
-        out << folder.key() << '\n';
-        printActivities(out, folder.value());
+    for (auto entry = folders.begin(); entry != folders.end(); ++entry) {
+        out << entry.key() << '\n';
+        printActivities(out, entry.value());
     }
 }
 
