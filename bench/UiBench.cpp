@@ -56,12 +56,9 @@ int main(int argc, char** argv) {
     }
     const QString folder = QFileInfo(arguments[1]).absoluteFilePath();
 
-    corvane::ToastCenter toasts;
-    corvane::RulesStore rules;
-    corvane::ScanSession session(toasts, corvane::ScanEngine::scan);
-    corvane::GlobalCachesModel caches(toasts);
-    corvane::Navigation navigation(session);
-    corvane::MainWindow window(session, caches, navigation, toasts, rules);
+    corvane::AppModels models(corvane::ScanEngine::scan);
+    corvane::ScanSession& session = models.session;
+    corvane::MainWindow window(models);
     window.show();
 
     Gaps gaps;

@@ -13,12 +13,10 @@ namespace corvane {
 AppController::AppController(const LaunchOptions& options, ScanStarter starter, QObject* parent)
     : QObject(parent)
     , options_(options)
-    , session_(toasts_, std::move(starter))
-    , caches_(toasts_)
-    , navigation_(session_)
-    , window_(std::make_unique<MainWindow>(session_, caches_, navigation_, toasts_, rules_))
-    , menuBarExtra_(std::make_unique<MenuBarExtra>(session_)) {
-    connect(&session_, &ScanSession::rootURLChanged, this, &AppController::rememberFolder);
+    , models_(std::move(starter))
+    , window_(std::make_unique<MainWindow>(models_))
+    , menuBarExtra_(std::make_unique<MenuBarExtra>(models_.session)) {
+    connect(&models_.session, &ScanSession::rootURLChanged, this, &AppController::rememberFolder);
     connect(menuBarExtra_.get(), &MenuBarExtra::openRequested, this, &AppController::showWindow);
     connect(menuBarExtra_.get(), &MenuBarExtra::quitRequested, qApp, &QCoreApplication::quit,
             Qt::QueuedConnection);
@@ -48,8 +46,8 @@ void AppController::start() {
 }
 
 void AppController::rememberFolder() {
-    if (session_.rootURL())
-        QSettings().setValue(lastFolderKey, *session_.rootURL());
+    if (models_.session.rootURL())
+        QSettings().setValue(lastFolderKey, *models_.session.rootURL());
 }
 
 void AppController::showWindow() {

@@ -1,11 +1,7 @@
 #pragma once
 
-#include "platform/ToastCenter.h"
-#include "scanning/GlobalCachesModel.h"
-#include "scanning/RulesStore.h"
-#include "scanning/ScanSession.h"
+#include "shell/AppModels.h"
 #include "shell/LaunchOptions.h"
-#include "shell/Navigation.h"
 #include "shell/WelcomeDialog.h"
 
 #include <QObject>
@@ -17,10 +13,8 @@ namespace corvane {
 class MainWindow;
 class MenuBarExtra;
 
-// Makes the application's models once, hands them to the views, and keeps them for as long as
-// the application runs: the toast center every model posts to, the custom rules, the model of
-// each area (the project scan, the developer caches), where the window is, the main window and
-// the menu-bar extra.
+// Makes the application's models once (AppModels), hands them to the views, and keeps them and
+// the main window and the menu-bar extra for as long as the application runs.
 class AppController : public QObject {
     Q_OBJECT
 
@@ -38,11 +32,10 @@ public:
     void start();
 
     const LaunchOptions& launchOptions() const { return options_; }
-    ToastCenter& toasts() { return toasts_; }
-    RulesStore& rules() { return rules_; }
-    ScanSession& session() { return session_; }
-    GlobalCachesModel& caches() { return caches_; }
-    Navigation& navigation() { return navigation_; }
+    AppModels& models() { return models_; }
+    ToastCenter& toasts() { return models_.toasts; }
+    RulesStore& rules() { return models_.rules; }
+    ScanSession& session() { return models_.session; }
     MainWindow& window() { return *window_; }
     MenuBarExtra& menuBarExtra() { return *menuBarExtra_; }
     // The welcome while it is shown.
@@ -53,11 +46,7 @@ private:
     void showWindow();
 
     LaunchOptions options_;
-    ToastCenter toasts_;
-    RulesStore rules_;
-    ScanSession session_;
-    GlobalCachesModel caches_;
-    Navigation navigation_;
+    AppModels models_;
     std::unique_ptr<MainWindow> window_;
     std::unique_ptr<MenuBarExtra> menuBarExtra_;
     QPointer<WelcomeDialog> welcome_;

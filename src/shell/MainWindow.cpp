@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
+#include "shell/AgentsView.h"
 #include "shell/AppIcon.h"
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
@@ -36,8 +37,24 @@
 namespace corvane {
 namespace {
 
+// The sidebar's rows and the pages beside them, in the same order.
 constexpr int projectsRow = 0;
 constexpr int cachesRow = 1;
+constexpr int agentsRow = 2;
+
+// The row of a destination; a project, or nothing chosen, is on the projects row.
+int rowOf(const std::optional<SidebarSelection>& selection) {
+    if (!selection)
+        return projectsRow;
+    switch (selection->kind) {
+    case SidebarSelection::Kind::globalCaches:
+        return cachesRow;
+    case SidebarSelection::Kind::agents:
+        return agentsRow;
+    default:
+        return projectsRow;
+    }
+}
 constexpr int statusInterval = 150;
 
 QKeySequence preferencesShortcut() {
@@ -52,15 +69,15 @@ QString counted(qsizetype count, const char* one, const char* many) {
 
 } // namespace
 
-MainWindow::MainWindow(ScanSession& session, GlobalCachesModel& caches, Navigation& navigation,
-                       ToastCenter& toasts, RulesStore& rules, QWidget* parent)
+MainWindow::MainWindow(AppModels& models, QWidget* parent)
     : QMainWindow(parent)
-    , session_(session)
-    , caches_(caches)
-    , navigation_(navigation)
-    , toasts_(toasts)
-    , rules_(rules)
-    , projectModel_(new ProjectTreeModel(session, this)) {
+    , session_(models.session)
+    , caches_(models.caches)
+    , agents_(models.agents)
+    , navigation_(models.navigation)
+    , toasts_(models.toasts)
+    , rules_(models.rules)
+    , projectModel_(new ProjectTreeModel(models.session, this)) {
     setObjectName(QStringLiteral("mainWindow"));
     setWindowIcon(appIcon());
     setUnifiedTitleAndToolBarOnMac(true);
@@ -132,9 +149,10 @@ void MainWindow::makeActions() {
         {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::CTRL | Qt::Key_Backspace)});
     trash->setToolTip(QStringLiteral("Move the ticked items on show to the Trash"));
     connect(trash, &QAction::triggered, this, [this] {
-        if (showsCaches())
+        const int row = rowOf(navigation_.selection());
+        if (row == cachesRow)
             confirmCachesTrash();
-        else
+        else if (row == projectsRow)
             confirmTrash(TrashScope::everything());
     });
 
@@ -191,6 +209,7 @@ void MainWindow::makeMenus() {
     view->addSeparator();
     view->addAction(QStringLiteral("Projects"), this, &MainWindow::showProjects);
     view->addAction(QStringLiteral("Developer Caches"), this, &MainWindow::showCaches);
+    view->addAction(QStringLiteral("Coding Agents"), this, &MainWindow::showAgents);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -245,6 +264,8 @@ QWidget* MainWindow::makeCentralArea() {
         new QListWidgetItem(style()->standardIcon(QStyle::SP_DirIcon), QStringLiteral("Projects")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveHDIcon),
                                           QStringLiteral("Developer caches")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_FileDialogInfoView),
+                                          QStringLiteral("Coding agents")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -254,6 +275,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_ = new QStackedWidget(central);
     pages_->addWidget(makeProjectsPage());
     pages_->addWidget(cachesView_);
+    agentsView_ = new AgentsView(agents_, session_, central);
+    pages_->addWidget(agentsView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -317,7 +340,7 @@ QWidget* MainWindow::makeProjectsPage() {
         selectProjectRow();
     });
 
-    detailView_ = new ProjectDetailView(session_, this);
+    detailView_ = new ProjectDetailView(session_, agents_, this);
     connect(detailView_, &ProjectDetailView::trashRequested, this, &MainWindow::confirmTrash);
     auto* split = new QSplitter(Qt::Horizontal, this);
     split->addWidget(projectView_);
@@ -408,6 +431,10 @@ void MainWindow::showCaches() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::globalCaches));
 }
 
+void MainWindow::showAgents() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::agents));
+}
+
 void MainWindow::showProjects() {
     const std::optional<SidebarSelection>& current = navigation_.selection();
     if (current && current->kind == SidebarSelection::Kind::project) {
@@ -427,6 +454,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         return;
     if (row == cachesRow)
         showCaches();
+    else if (row == agentsRow)
+        showAgents();
     else
         showProjects();
 }
@@ -445,12 +474,12 @@ void MainWindow::onProjectRowSelected() {
 void MainWindow::followSelection() {
     updateActions();
     const std::optional<SidebarSelection>& selection = navigation_.selection();
-    const bool caches = selection && selection->kind == SidebarSelection::Kind::globalCaches;
+    const int row = rowOf(selection);
     followingSession_ = true;
-    sidebar_->setCurrentRow(caches ? cachesRow : projectsRow);
-    pages_->setCurrentIndex(caches ? cachesRow : projectsRow);
+    sidebar_->setCurrentRow(row);
+    pages_->setCurrentIndex(row);
     followingSession_ = false;
-    if (caches)
+    if (row != projectsRow)
         return;
     const bool isProject = selection && selection->kind == SidebarSelection::Kind::project;
     if (isProject)
@@ -480,10 +509,17 @@ void MainWindow::updateActions() {
     action(Action::rescan)->setEnabled(session_.rootURL() && !trashing);
     // Ticks change with every batch of a scan, so this stays a look at the sets; the plan, with
     // its nesting checks, is only made when the user asks.
-    const bool caches = showsCaches();
-    const bool ticked =
-        caches ? !caches_.selectedIDs().isEmpty() : !session_.selectedItemIDs().isEmpty();
-    action(Action::moveToTrash)->setEnabled(ticked && !(caches ? caches_.isRemoving() : trashing));
+    // The toolbar acts on the area on show; a page without items to tick leaves it off.
+    bool canTrash = false;
+    switch (rowOf(navigation_.selection())) {
+    case projectsRow:
+        canTrash = !session_.selectedItemIDs().isEmpty() && !trashing;
+        break;
+    case cachesRow:
+        canTrash = !caches_.selectedIDs().isEmpty() && !caches_.isRemoving();
+        break;
+    }
+    action(Action::moveToTrash)->setEnabled(canTrash);
 }
 
 void MainWindow::updateFolder() {
@@ -514,11 +550,6 @@ void MainWindow::updateStatus() {
         status_->setText(
             QStringLiteral("%1 in %2").arg(counted(projects, "project", "projects"), *root));
     }
-}
-
-bool MainWindow::showsCaches() const {
-    const std::optional<SidebarSelection>& selection = navigation_.selection();
-    return selection && selection->kind == SidebarSelection::Kind::globalCaches;
 }
 
 QString MainWindow::statusText() const {

@@ -1,10 +1,6 @@
 #pragma once
 
-#include "platform/ToastCenter.h"
-#include "scanning/GlobalCachesModel.h"
-#include "scanning/RulesStore.h"
-#include "scanning/ScanSession.h"
-#include "shell/Navigation.h"
+#include "shell/AppModels.h"
 #include "shell/SettingsDialog.h"
 
 #include <QMainWindow>
@@ -20,6 +16,7 @@ class QTreeView;
 
 namespace corvane {
 
+class AgentsView;
 class CachesView;
 class FailuresPanel;
 class ProjectDetailView;
@@ -51,8 +48,7 @@ public:
         QStringLiteral("Choose the folder that holds your dev projects");
     static inline const QString chooserAcceptLabel = QStringLiteral("Scan");
 
-    MainWindow(ScanSession& session, GlobalCachesModel& caches, Navigation& navigation,
-               ToastCenter& toasts, RulesStore& rules, QWidget* parent = nullptr);
+    explicit MainWindow(AppModels& models, QWidget* parent = nullptr);
     ~MainWindow() override;
 
     // Opens the folder chooser as a sheet; the chosen folder goes to scanFolder.
@@ -67,6 +63,7 @@ public:
     void confirmCachesTrash();
     void showSettings();
     void showCaches();
+    void showAgents();
     void showProjects();
 
     QAction* action(Action which) const;
@@ -74,6 +71,7 @@ public:
     QTreeView* projectView() const { return projectView_; }
     ProjectDetailView* detailView() const { return detailView_; }
     CachesView* cachesView() const { return cachesView_; }
+    AgentsView* agentsView() const { return agentsView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -88,7 +86,6 @@ private:
     QWidget* makeProjectsPage();
     void showRefusal(const ScanRefusal& refusal);
     void askToTrash(const TrashPlan& plan, std::function<void(const TrashPlan&)> carryOut);
-    bool showsCaches() const;
     void onSidebarRowChanged(int row);
     void onProjectRowSelected();
     void followSelection();
@@ -99,6 +96,7 @@ private:
 
     ScanSession& session_;
     GlobalCachesModel& caches_;
+    AgentsModel& agents_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -111,6 +109,7 @@ private:
     QTreeView* projectView_ = nullptr;
     ProjectDetailView* detailView_ = nullptr;
     CachesView* cachesView_ = nullptr;
+    AgentsView* agentsView_ = nullptr;
     SummaryStrip* summary_ = nullptr;
     FailuresPanel* failures_ = nullptr;
     ToastOverlay* toast_ = nullptr;

@@ -42,9 +42,11 @@ const QString ProjectDetailView::wholeProjectWarning = QStringLiteral(
     "never had: ignored files outside the artifact folders, such as .env files with secrets, "
     "local databases and editor settings. Check the folder for them before you tick it.");
 
-ProjectDetailView::ProjectDetailView(ScanSession& session, QWidget* parent)
+ProjectDetailView::ProjectDetailView(ScanSession& session, const AgentsModel& agents,
+                                     QWidget* parent)
     : QWidget(parent)
     , session_(session)
+    , agents_(agents)
     , items_(new ProjectItemsModel(session, this)) {
     auto* placeholder =
         new QLabel(QStringLiteral("Select a project to see what it can give back."), this);
@@ -65,6 +67,7 @@ ProjectDetailView::ProjectDetailView(ScanSession& session, QWidget* parent)
                 refreshTimer_.start();
         });
     connect(&session_, &ScanSession::gitDetailsByProjectChanged, this, &ProjectDetailView::showGit);
+    connect(&agents_, &AgentsModel::historyChanged, this, &ProjectDetailView::showAgentHistory);
     connect(trashButton_, &QPushButton::clicked, this, [this] {
         if (project())
             emit trashRequested(TrashScope::forProject(*project()));
@@ -136,7 +139,9 @@ QWidget* ProjectDetailView::makeGitSection(QWidget* parent) {
     state_ = new QLabel(section);
     branch_ = new QLabel(section);
     remote_ = new QLabel(section);
-    for (QLabel* label : {state_, branch_, remote_})
+    agentHistory_ = new QLabel(section);
+    agentHistory_->setObjectName(QStringLiteral("agentHistory"));
+    for (QLabel* label : {state_, branch_, remote_, agentHistory_})
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto* stateRow = new QHBoxLayout;
     stateRow->setSpacing(2);
@@ -148,6 +153,7 @@ QWidget* ProjectDetailView::makeGitSection(QWidget* parent) {
     form->addRow(QStringLiteral("Git:"), stateRow);
     form->addRow(QStringLiteral("Branch:"), branch_);
     form->addRow(QStringLiteral("Remote:"), remote_);
+    form->addRow(QStringLiteral("Agents:"), agentHistory_);
 
     changesHeading_ = headingLabel(QString(), section);
     changes_ = new QTreeWidget(section);
@@ -177,6 +183,30 @@ void ProjectDetailView::setProject(const std::optional<Project>& project) {
     shownGit_.reset();
     showGit();
     showItemsState();
+    showAgentHistory();
+}
+
+void ProjectDetailView::showAgentHistory() {
+    if (!project())
+        return;
+    const QList<AgentActivity> activities = agents_.activities(project()->url);
+    QStringList agents;
+    for (const AgentActivity& activity : activities) {
+        if (!activity.sessions.isEmpty())
+            agents.append(displayName(activity.agent));
+    }
+    const int sessions = agents_.sessionCount(project()->url);
+    if (sessions == 0)
+        agentHistory_->setText(agents_.hasLoaded() ? QStringLiteral("No sessions")
+                                                   : QStringLiteral("Reading history…"));
+    else
+        agentHistory_->setText((sessions == 1 ? QStringLiteral("1 session")
+                                              : QStringLiteral("%1 sessions").arg(sessions)) +
+                               QStringLiteral(" (") + agents.join(QStringLiteral(", ")) + u')');
+}
+
+QString ProjectDetailView::agentHistoryText() const {
+    return agentHistory_->text();
 }
 
 void ProjectDetailView::showGit() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agents/AgentsModel.h"
 #include "scanning/ScanSession.h"
 #include "shell/ProjectItemsModel.h"
 
@@ -14,8 +15,9 @@ class QTreeWidget;
 
 namespace corvane {
 
-// One project: its git state (branch, remote, what is not committed) and its items with tick
-// boxes, a warning when the whole project is offered, and "Move to Trash" for what is ticked.
+// One project: its git state (branch, remote, what is not committed), how much coding-agent
+// history it has, and its items with tick boxes, a warning when the whole project is offered,
+// and "Move to Trash" for what is ticked.
 class ProjectDetailView : public QWidget {
     Q_OBJECT
 
@@ -23,7 +25,7 @@ public:
     // What git cannot bring back when a whole project goes.
     static const QString wholeProjectWarning;
 
-    explicit ProjectDetailView(ScanSession& session, QWidget* parent = nullptr);
+    ProjectDetailView(ScanSession& session, const AgentsModel& agents, QWidget* parent = nullptr);
 
     void setProject(const std::optional<Project>& project);
     const std::optional<Project>& project() const { return items_->project(); }
@@ -32,6 +34,7 @@ public:
     QTreeView* itemsView() const { return itemsView_; }
     QPushButton* trashButton() const { return trashButton_; }
     bool showsWholeProjectWarning() const;
+    QString agentHistoryText() const;
     QString tickedText() const;
 
 signals:
@@ -43,8 +46,10 @@ private:
     QWidget* makeGitSection(QWidget* parent);
     void showGit();
     void showItemsState();
+    void showAgentHistory();
 
     ScanSession& session_;
+    const AgentsModel& agents_;
     ProjectItemsModel* items_;
     QStackedLayout* pages_ = nullptr;
     QWidget* content_ = nullptr;
@@ -54,6 +59,7 @@ private:
     QLabel* state_ = nullptr;
     QLabel* branch_ = nullptr;
     QLabel* remote_ = nullptr;
+    QLabel* agentHistory_ = nullptr;
     QLabel* changesHeading_ = nullptr;
     QTreeWidget* changes_ = nullptr;
     QTreeView* itemsView_ = nullptr;

@@ -85,13 +85,12 @@ protected:
     }
 
     QString root;
-    ToastCenter toasts;
-    RulesStore rules;
     test::FakeScans scans;
-    ScanSession session{toasts, scans.starter()};
-    GlobalCachesModel caches{toasts};
-    Navigation navigation{session};
-    MainWindow window{session, caches, navigation, toasts, rules};
+    AppModels models{scans.starter()};
+    ScanSession& session = models.session;
+    GlobalCachesModel& caches = models.caches;
+    Navigation& navigation = models.navigation;
+    MainWindow window{models};
 };
 
 } // namespace

@@ -129,12 +129,10 @@ protected:
     }
 
     Workspace workspace;
-    ToastCenter toasts;
-    RulesStore rules;
-    ScanSession session{toasts, ScanEngine::scan};
-    GlobalCachesModel caches{toasts};
-    Navigation navigation{session};
-    MainWindow window{session, caches, navigation, toasts, rules};
+    AppModels models{ScanEngine::scan};
+    ScanSession& session = models.session;
+    RulesStore& rules = models.rules;
+    MainWindow window{models};
 };
 
 } // namespace

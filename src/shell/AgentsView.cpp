@@ -1,0 +1,208 @@
+#include "shell/AgentsView.h"
+
+#include "shell/ActivityWords.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLocale>
+#include <QPushButton>
+#include <QStackedLayout>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+#include <algorithm>
+
+namespace corvane {
+namespace {
+
+enum Column { nameColumn, whenColumn, sourceColumn };
+
+std::optional<QDateTime> latestOf(const QList<AgentActivity>& activities) {
+    std::optional<QDateTime> latest;
+    for (const AgentActivity& activity : activities) {
+        for (const AgentSession& session : activity.sessions) {
+            if (session.updatedAt && (!latest || *session.updatedAt > *latest))
+                latest = session.updatedAt;
+        }
+        for (const AgentWorkspace& workspace : activity.workspaces) {
+            if (workspace.lastUsedAt && (!latest || *workspace.lastUsedAt > *latest))
+                latest = workspace.lastUsedAt;
+        }
+    }
+    return latest;
+}
+
+QString counted(qsizetype count, const char* one, const char* many) {
+    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
+}
+
+QString summaryOf(qsizetype sessions, qsizetype workspaces) {
+    QStringList parts;
+    if (sessions > 0)
+        parts.append(counted(sessions, "session", "sessions"));
+    if (workspaces > 0)
+        parts.append(counted(workspaces, "editor workspace", "editor workspaces"));
+    return parts.join(QStringLiteral(", "));
+}
+
+// Where a session comes from: the agent, or the Claude desktop app when it continues one there.
+QString sourceOf(const AgentSession& session) {
+    if (session.agent == AgentKind::claudeCode && session.desktopID)
+        return QStringLiteral("Claude desktop");
+    return displayName(session.agent);
+}
+
+void setWhen(QTreeWidgetItem* row, const std::optional<QDateTime>& date, const QDateTime& now) {
+    if (!date)
+        return;
+    row->setText(whenColumn, activityWords(*date, now));
+    row->setToolTip(whenColumn, QLocale().toString(date->toLocalTime(), QLocale::LongFormat));
+}
+
+void addActivity(QTreeWidgetItem* project, const AgentActivity& activity, const QDateTime& now) {
+    auto* agent = new QTreeWidgetItem(project);
+    agent->setText(nameColumn, displayName(activity.agent));
+    agent->setText(sourceColumn, summaryOf(activity.sessions.size(), activity.workspaces.size()));
+    for (const AgentSession& session : activity.sessions) {
+        auto* row = new QTreeWidgetItem(agent);
+        row->setText(nameColumn, session.title.value_or(QStringLiteral("Untitled session")));
+        row->setToolTip(nameColumn, session.cwd);
+        setWhen(row, session.updatedAt, now);
+        QString source = sourceOf(session);
+        if (activity.parentFolderSessionIDs.contains(session.id) && activity.parentFolderName)
+            source += QStringLiteral(", ran in the enclosing folder “%1”")
+                          .arg(*activity.parentFolderName);
+        row->setText(sourceColumn, source);
+    }
+    for (const AgentWorkspace& workspace : activity.workspaces) {
+        auto* row = new QTreeWidgetItem(agent);
+        row->setText(nameColumn, workspace.appName + QStringLiteral(" workspace"));
+        row->setToolTip(nameColumn, workspace.folder);
+        setWhen(row, workspace.lastUsedAt, now);
+        row->setText(sourceColumn, workspace.appName);
+    }
+}
+
+} // namespace
+
+const QString AgentsView::introText = QStringLiteral(
+    "What coding agents and editors keep for the projects of this scan: Claude Code and Codex "
+    "sessions, and Cursor, VS Code and Antigravity workspaces. When a project moves, this history "
+    "moves with it.");
+const QString AgentsView::emptyText =
+    QStringLiteral("No coding-agent history for the projects of this scan.");
+const QString AgentsView::noScanText =
+    QStringLiteral("Scan a folder to see the coding-agent history of its projects.");
+const QString AgentsView::loadingText = QStringLiteral("Reading coding-agent history…");
+
+AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget* parent)
+    : QWidget(parent)
+    , agents_(agents)
+    , session_(session)
+    , tree_(new QTreeWidget(this))
+    , state_(new QLabel(this))
+    , body_(new QStackedLayout)
+    , reloadButton_(new QPushButton(QStringLiteral("Reload"), this)) {
+    auto* title = new QLabel(QStringLiteral("Coding agents"), this);
+    QFont big = title->font();
+    big.setPointSizeF(big.pointSizeF() * 1.4);
+    big.setWeight(QFont::DemiBold);
+    title->setFont(big);
+    auto* intro = new QLabel(introText, this);
+    intro->setWordWrap(true);
+    intro->setForegroundRole(QPalette::PlaceholderText);
+
+    tree_->setObjectName(QStringLiteral("agentsTree"));
+    tree_->setColumnCount(3);
+    tree_->setHeaderLabels({QStringLiteral("Project, agent and session"),
+                            QStringLiteral("Last active"), QStringLiteral("From")});
+    tree_->setUniformRowHeights(true);
+    tree_->setAlternatingRowColors(true);
+    tree_->header()->setStretchLastSection(false);
+    tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
+    tree_->header()->setSectionResizeMode(whenColumn, QHeaderView::ResizeToContents);
+    tree_->header()->setSectionResizeMode(sourceColumn, QHeaderView::ResizeToContents);
+    state_->setObjectName(QStringLiteral("agentsState"));
+    state_->setAlignment(Qt::AlignCenter);
+    state_->setForegroundRole(QPalette::PlaceholderText);
+    body_->addWidget(tree_);
+    body_->addWidget(state_);
+    reloadButton_->setObjectName(QStringLiteral("reloadAgents"));
+
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(reloadButton_);
+    footer->addStretch();
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(16, 14, 16, 12);
+    layout->addWidget(title);
+    layout->addWidget(intro);
+    layout->addSpacing(6);
+    layout->addLayout(body_, 1);
+    layout->addLayout(footer);
+
+    refreshTimer_.setSingleShot(true);
+    refreshTimer_.setInterval(100);
+    connect(&refreshTimer_, &QTimer::timeout, this, &AgentsView::showHistory);
+    const auto refreshSoon = [this] {
+        if (!refreshTimer_.isActive())
+            refreshTimer_.start();
+    };
+    connect(reloadButton_, &QPushButton::clicked, &agents_, &AgentsModel::reload);
+    connect(&agents_, &AgentsModel::historyChanged, this, refreshSoon);
+    connect(&agents_, &InventoryModel::isLoadingChanged, this, refreshSoon);
+    connect(&session_, &ScanSession::projectsChanged, this, refreshSoon);
+    showHistory();
+}
+
+QString AgentsView::stateText() const {
+    return body_->currentWidget() == state_ ? state_->text() : QString();
+}
+
+void AgentsView::showHistory() {
+    reloadButton_->setEnabled(!agents_.isLoading());
+    struct Entry {
+        Project project;
+        QList<AgentActivity> activities;
+        std::optional<QDateTime> latest;
+    };
+    QList<Entry> entries;
+    for (const Project& project : session_.projects()) {
+        QList<AgentActivity> activities = agents_.activities(project.url);
+        if (!activities.isEmpty())
+            entries.append({project, activities, latestOf(activities)});
+    }
+    std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+        return a.latest.value_or(QDateTime()) > b.latest.value_or(QDateTime());
+    });
+
+    tree_->clear();
+    const QDateTime now = QDateTime::currentDateTime();
+    for (const Entry& entry : std::as_const(entries)) {
+        auto* project = new QTreeWidgetItem(tree_);
+        project->setText(nameColumn, entry.project.name);
+        project->setToolTip(nameColumn, entry.project.url);
+        QFont bold = project->font(nameColumn);
+        bold.setBold(true);
+        project->setFont(nameColumn, bold);
+        setWhen(project, entry.latest, now);
+        qsizetype sessions = 0;
+        qsizetype workspaces = 0;
+        for (const AgentActivity& activity : entry.activities) {
+            sessions += activity.sessions.size();
+            workspaces += activity.workspaces.size();
+            addActivity(project, activity, now);
+        }
+        project->setText(sourceColumn, summaryOf(sessions, workspaces));
+    }
+    tree_->expandToDepth(1);
+
+    QString state;
+    if (session_.projects().isEmpty() && !session_.isScanning())
+        state = noScanText;
+    else if (entries.isEmpty())
+        state = agents_.isLoading() || !agents_.hasLoaded() ? loadingText : emptyText;
+    state_->setText(state);
+    body_->setCurrentWidget(state.isEmpty() ? static_cast<QWidget*>(tree_) : state_);
+}
+
+} // namespace corvane

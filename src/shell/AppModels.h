@@ -1,0 +1,29 @@
+#pragma once
+
+#include "agents/AgentsModel.h"
+#include "platform/ToastCenter.h"
+#include "scanning/GlobalCachesModel.h"
+#include "scanning/RulesStore.h"
+#include "scanning/ScanSession.h"
+#include "shell/Navigation.h"
+
+namespace corvane {
+
+// Every model of the app, made once and kept for as long as the app runs: the toast center they
+// all post to, the custom rules, the model of each area and where the window is. The views only
+// read them and call their operations.
+class AppModels {
+public:
+    explicit AppModels(ScanStarter starter);
+    AppModels(const AppModels&) = delete;
+    AppModels& operator=(const AppModels&) = delete;
+
+    ToastCenter toasts;
+    RulesStore rules;
+    ScanSession session;
+    GlobalCachesModel caches;
+    AgentsModel agents;
+    Navigation navigation;
+};
+
+} // namespace corvane
