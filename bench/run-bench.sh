@@ -88,9 +88,10 @@ commands=(
 cat >"$scratch/raw-git.sh" <<'SH'
 # The list of repositories comes on descriptor 3, so that no git command can read it.
 export GIT_OPTIONAL_LOCKS=0 GIT_TERMINAL_PROMPT=0
-g() { git -C "$repo" -c core.quotepath=off -c core.fsmonitor=false "$@" >/dev/null 2>&1; }
+g() { git -C "$repo" -c core.quotepath=off -c core.fsmonitor=false -c status.showUntrackedFiles=normal "$@" >/dev/null 2>&1; }
 while IFS= read -r repo <&3; do
-  g status --porcelain=v2 --branch -z; g remote -v; g log -1 --format=%ct
+  g status --porcelain=v2 --branch -z --untracked-files=normal --ignore-submodules=none --find-renames
+  g remote -v; g log -1 --no-show-signature --format=%ct
   g for-each-ref '--format=%(refname)%09%(upstream)%09%(upstream:track)' refs/heads refs/stash
   g ls-files --others --ignored --exclude-standard --directory -z
   printf '%s\0' "$repo/node_modules" | g check-ignore --stdin -z
