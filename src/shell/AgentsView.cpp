@@ -1,6 +1,7 @@
 #include "shell/AgentsView.h"
 
 #include "shell/ActivityWords.h"
+#include "shell/PageHeader.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -103,14 +104,8 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     , state_(new QLabel(this))
     , body_(new QStackedLayout)
     , reloadButton_(new QPushButton(QStringLiteral("Reload"), this)) {
-    auto* title = new QLabel(QStringLiteral("Coding agents"), this);
-    QFont big = title->font();
-    big.setPointSizeF(big.pointSizeF() * 1.4);
-    big.setWeight(QFont::DemiBold);
-    title->setFont(big);
-    auto* intro = new QLabel(introText, this);
-    intro->setWordWrap(true);
-    intro->setForegroundRole(QPalette::PlaceholderText);
+    QLabel* title = makePageTitle(QStringLiteral("Coding agents"), this);
+    QLabel* intro = makePageIntro(introText, this);
 
     tree_->setObjectName(QStringLiteral("agentsTree"));
     tree_->setColumnCount(3);

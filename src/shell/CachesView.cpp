@@ -1,6 +1,7 @@
 #include "shell/CachesView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/PageHeader.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -28,14 +29,8 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     , body_(new QStackedLayout)
     , rescanButton_(new QPushButton(QStringLiteral("Rescan caches"), this))
     , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this)) {
-    auto* title = new QLabel(QStringLiteral("Developer caches"), this);
-    QFont big = title->font();
-    big.setPointSizeF(big.pointSizeF() * 1.4);
-    big.setWeight(QFont::DemiBold);
-    title->setFont(big);
-    auto* intro = new QLabel(introText, this);
-    intro->setWordWrap(true);
-    intro->setForegroundRole(QPalette::PlaceholderText);
+    QLabel* title = makePageTitle(QStringLiteral("Developer caches"), this);
+    QLabel* intro = makePageIntro(introText, this);
 
     list_->setObjectName(QStringLiteral("cachesView"));
     list_->setModel(model_);
