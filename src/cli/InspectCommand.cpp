@@ -190,7 +190,7 @@ void defineInspectCommand(CLI::App& command, int& status) {
             status = exitRefusedOrBadArguments;
             return;
         }
-        const InspectReport report = inspectFolder(Paths::standardized(folder.absoluteFilePath()));
+        const InspectReport report = inspectFolder(Paths::absoluteStandardized(folder.filePath()));
         QTextStream out(stdout);
         if (*json)
             out << QJsonDocument(inspectJson(report)).toJson(QJsonDocument::Indented);

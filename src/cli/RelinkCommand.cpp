@@ -2,8 +2,8 @@
 #include "agents/AgentRelinker.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "platform/Paths.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTextStream>
 #include <memory>
@@ -19,8 +19,8 @@ struct RelinkOptions {
 };
 
 QString absoluteNormalized(const std::string& argument, bool macPathRules) {
-    const QString path = QDir::current().absoluteFilePath(QFile::decodeName(argument.c_str()));
-    return AgentPaths::normalized(path, macPathRules);
+    return AgentPaths::normalized(Paths::absoluteStandardized(QFile::decodeName(argument.c_str())),
+                                  macPathRules);
 }
 
 void printReport(QTextStream& out, const RelinkReport& report, bool preview) {
