@@ -1,7 +1,7 @@
 #include "shell/AgentsView.h"
 
 #include "shell/ActivityWords.h"
-#include "shell/PageHeader.h"
+#include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -10,7 +10,6 @@
 #include <QPushButton>
 #include <QStackedLayout>
 #include <QTreeWidget>
-#include <QVBoxLayout>
 #include <algorithm>
 
 namespace corvane {
@@ -104,8 +103,6 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     , state_(new QLabel(this))
     , body_(new QStackedLayout)
     , reloadButton_(new QPushButton(QStringLiteral("Reload"), this)) {
-    QLabel* title = makePageTitle(QStringLiteral("Coding agents"), this);
-    QLabel* intro = makePageIntro(introText, this);
 
     tree_->setObjectName(QStringLiteral("agentsTree"));
     tree_->setColumnCount(3);
@@ -127,13 +124,7 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     auto* footer = new QHBoxLayout;
     footer->addWidget(reloadButton_);
     footer->addStretch();
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(16, 14, 16, 12);
-    layout->addWidget(title);
-    layout->addWidget(intro);
-    layout->addSpacing(6);
-    layout->addLayout(body_, 1);
-    layout->addLayout(footer);
+    layOutPage(*this, QStringLiteral("Coding agents"), introText, body_, footer);
 
     refreshTimer_.setSingleShot(true);
     refreshTimer_.setInterval(100);

@@ -1,7 +1,7 @@
 #include "shell/CachesView.h"
 
 #include "platform/ByteFormat.h"
-#include "shell/PageHeader.h"
+#include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -9,7 +9,6 @@
 #include <QPushButton>
 #include <QStackedLayout>
 #include <QTreeView>
-#include <QVBoxLayout>
 
 namespace corvane {
 
@@ -29,8 +28,6 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     , body_(new QStackedLayout)
     , rescanButton_(new QPushButton(QStringLiteral("Rescan caches"), this))
     , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this)) {
-    QLabel* title = makePageTitle(QStringLiteral("Developer caches"), this);
-    QLabel* intro = makePageIntro(introText, this);
 
     list_->setObjectName(QStringLiteral("cachesView"));
     list_->setModel(model_);
@@ -57,13 +54,7 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     footer->addWidget(rescanButton_);
     footer->addWidget(ticked_, 1, Qt::AlignRight);
     footer->addWidget(trashButton_);
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(16, 14, 16, 12);
-    layout->addWidget(title);
-    layout->addWidget(intro);
-    layout->addSpacing(6);
-    layout->addLayout(body_, 1);
-    layout->addLayout(footer);
+    layOutPage(*this, QStringLiteral("Developer caches"), introText, body_, footer);
 
     connect(rescanButton_, &QPushButton::clicked, &caches_, &GlobalCachesModel::reload);
     connect(trashButton_, &QPushButton::clicked, this, &CachesView::trashRequested);
