@@ -76,6 +76,14 @@ bool confirmed(const TrashPlan& plan, Console& console) {
                            .arg(formatBytes(plan.totalBytes())));
 }
 
+void printFailures(Console& console, const QList<TrashFailure>& failures) {
+    if (failures.isEmpty())
+        return;
+    console.out << "Some items could not be trashed:\n";
+    for (const TrashFailure& failure : failures)
+        console.out << "  " << failure.url << ": " << failure.message << '\n';
+}
+
 int report(const TrashResult& result, const TrashRequest& request, Console& console) {
     const TrashOutcome& outcome = result.outcome;
     if (request.json) {
@@ -123,14 +131,6 @@ int scanFolder(ScanSession& session, const QString& folder, Console& console) {
     waitUntil(session, &ScanSession::isScanningChanged,
               [&session] { return !session.isScanning(); });
     return exitOk;
-}
-
-void printFailures(Console& console, const QList<TrashFailure>& failures) {
-    if (failures.isEmpty())
-        return;
-    console.out << "Some items could not be trashed:\n";
-    for (const TrashFailure& failure : failures)
-        console.out << "  " << failure.url << ": " << failure.message << '\n';
 }
 
 int carryOut(const TrashPlan& plan, const TrashRequest& request, Console& console,

@@ -52,7 +52,4 @@ using TrashRunner = std::function<TrashResult(const TrashPlan& plan, bool dryRun
 int carryOut(const TrashPlan& plan, const TrashRequest& request, Console& console,
              const TrashRunner& run);
 
-// The lines "path: message" of items that stayed where they were.
-void printFailures(Console& console, const QList<TrashFailure>& failures);
-
 } // namespace corvane::cli
