@@ -1,0 +1,52 @@
+#pragma once
+
+#include "agents/AgentRelinker.h"
+#include "organize/OrganizeTypes.h"
+#include "organize/ProcessInspector.h"
+
+#include <QString>
+#include <exception>
+
+namespace corvane {
+
+class ProjectMoverError : public std::exception {
+public:
+    // The move was refused or failed; `message` is shown to the user as it is.
+    static ProjectMoverError invalid(const QString& message) { return ProjectMoverError(message); }
+
+    const QString& message() const { return message_; }
+    const char* what() const noexcept override { return utf8_.constData(); }
+
+private:
+    explicit ProjectMoverError(const QString& message)
+        : message_(message)
+        , utf8_(message.toUtf8()) {}
+
+    QString message_;
+    QByteArray utf8_;
+};
+
+// Moves one project folder by renaming it on its volume, never by copying, and makes its
+// coding-agent history follow it. Every check is made before anything changes.
+struct ProjectMover {
+    AgentRelinker relinker{AgentLocations()};
+    ProcessInspector processes;
+
+    // Moves `source` to `destination` (both absolute), creating the missing folders above the
+    // destination. Refuses with the exact message when the source is missing or a link, the
+    // destination exists or lies in the source, the two are on different volumes, or a process
+    // works inside the source. Throws ProjectMoverError.
+    MoveRecord move(const QString& source, const QString& destination) const;
+
+    // A record of history relinked from `oldPath` to `newPath` without moving any folder (the
+    // folder was moved by hand earlier).
+    MoveRecord relinkOnly(const QString& oldPath, const QString& newPath) const;
+
+    // Puts the folder of `record` back (when it moved one), relinks its history back and removes
+    // the folders the move created that are empty again. Throws ProjectMoverError with
+    // "Something now exists at " + source when the old place is taken, and leaves everything
+    // as it is then.
+    void undo(const MoveRecord& record) const;
+};
+
+} // namespace corvane
