@@ -2,6 +2,7 @@
 #include "agents/AgentsModel.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "cli/JsonOutput.h"
 #include "cli/SessionDriver.h"
 #include "platform/Paths.h"
 
@@ -21,27 +22,10 @@ struct AgentsOptions {
     bool json = false;
 };
 
-QJsonValue isoDate(const std::optional<QDateTime>& date) {
-    return date ? QJsonValue(date->toUTC().toString(Qt::ISODate)) : QJsonValue();
-}
-
-QJsonValue optionalText(const std::optional<QString>& text) {
-    return text ? QJsonValue(*text) : QJsonValue();
-}
-
-QJsonObject sessionJson(const AgentSession& session) {
-    return {{QStringLiteral("agent"), rawValue(session.agent)},
-            {QStringLiteral("id"), session.id},
-            {QStringLiteral("desktopID"), optionalText(session.desktopID)},
-            {QStringLiteral("title"), optionalText(session.title)},
-            {QStringLiteral("cwd"), session.cwd},
-            {QStringLiteral("updatedAt"), isoDate(session.updatedAt)}};
-}
-
 QJsonObject workspaceJson(const AgentWorkspace& workspace) {
     return {{QStringLiteral("agent"), rawValue(workspace.agent)},
             {QStringLiteral("folder"), workspace.folder},
-            {QStringLiteral("lastUsedAt"), isoDate(workspace.lastUsedAt)},
+            {QStringLiteral("lastUsedAt"), isoDateOrNull(workspace.lastUsedAt)},
             {QStringLiteral("appName"), workspace.appName},
             {QStringLiteral("appBundleID"), workspace.appBundleID}};
 }
@@ -49,7 +33,7 @@ QJsonObject workspaceJson(const AgentWorkspace& workspace) {
 QJsonObject activityJson(const AgentActivity& activity) {
     QJsonArray sessions;
     for (const AgentSession& session : activity.sessions)
-        sessions.append(sessionJson(session));
+        sessions.append(agentSessionJson(session));
     QJsonArray workspaces;
     for (const AgentWorkspace& workspace : activity.workspaces)
         workspaces.append(workspaceJson(workspace));
@@ -59,7 +43,7 @@ QJsonObject activityJson(const AgentActivity& activity) {
             {QStringLiteral("sessions"), sessions},
             {QStringLiteral("workspaces"), workspaces},
             {QStringLiteral("parentFolderSessionIDs"), QJsonArray::fromStringList(parentIDs)},
-            {QStringLiteral("parentFolderName"), optionalText(activity.parentFolderName)}};
+            {QStringLiteral("parentFolderName"), orNull(activity.parentFolderName)}};
 }
 
 QJsonObject folderJson(const QString& folder, const QList<AgentActivity>& activities) {

@@ -34,6 +34,17 @@ const std::vector<Command>& commandTable() {
          defineAgentsCommand},
         {"relink", "Make coding-agent history follow a project folder that moved from OLD to NEW",
          defineRelinkCommand},
+        {"processes",
+         "List the processes working in FOLDER (or anywhere), which keep it from moving",
+         defineProcessesCommand},
+        {"orphans", "List agent history whose folder is gone, and where it probably is now",
+         defineOrphansCommand},
+        {"organize",
+         "Gather the projects of your home folder into one folder, with their agent history; "
+         "`organize undo` puts the last run back",
+         defineOrganizeCommand},
+        {"move", "Move one project folder to a new path on the same disk, with its agent history",
+         defineMoveCommand},
     };
     return table;
 }

@@ -18,4 +18,9 @@ void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter);
 void defineAgentsCommand(CLI::App& command, int& status);
 void defineRelinkCommand(CLI::App& command, int& status);
 
+void defineProcessesCommand(CLI::App& command, int& status);
+void defineOrphansCommand(CLI::App& command, int& status);
+void defineOrganizeCommand(CLI::App& command, int& status);
+void defineMoveCommand(CLI::App& command, int& status);
+
 } // namespace corvane::cli

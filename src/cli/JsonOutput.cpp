@@ -1,10 +1,28 @@
 #include "cli/JsonOutput.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 
 namespace corvane::cli {
 QJsonValue orNull(const std::optional<QString>& text) {
     return text ? QJsonValue(*text) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonValue isoDateOrNull(const std::optional<QDateTime>& date) {
+    return date ? QJsonValue(date->toUTC().toString(Qt::ISODate)) : QJsonValue(QJsonValue::Null);
+}
+
+void printJson(Console& console, const QJsonObject& document) {
+    console.out << QJsonDocument(document).toJson(QJsonDocument::Indented) << Qt::flush;
+}
+
+QJsonObject agentSessionJson(const AgentSession& session) {
+    return {{QStringLiteral("agent"), rawValue(session.agent)},
+            {QStringLiteral("id"), session.id},
+            {QStringLiteral("desktopID"), orNull(session.desktopID)},
+            {QStringLiteral("title"), orNull(session.title)},
+            {QStringLiteral("cwd"), session.cwd},
+            {QStringLiteral("updatedAt"), isoDateOrNull(session.updatedAt)}};
 }
 
 QJsonObject gitDetailsJson(const GitDetails& details) {

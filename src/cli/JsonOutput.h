@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agents/AgentModel.h"
+#include "cli/Console.h"
 #include "scanning/ScanModel.h"
 
 #include <QJsonObject>
@@ -9,6 +11,13 @@
 namespace corvane::cli {
 
 QJsonValue orNull(const std::optional<QString>& text);
+QJsonValue isoDateOrNull(const std::optional<QDateTime>& date);
+
+// The document, indented, on standard output.
+void printJson(Console& console, const QJsonObject& document);
+
+// `agent`, `id`, `desktopID`, `title`, `cwd`, `updatedAt`.
+QJsonObject agentSessionJson(const AgentSession& session);
 
 // `status` (case name), `changedCount` or `commits` when the case carries one, `branch`,
 // `remoteURL`, `repoDisplayName`, `lastCommitDate`, `changes` (`path`/`kind` pairs).

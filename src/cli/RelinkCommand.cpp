@@ -2,6 +2,7 @@
 #include "agents/AgentRelinker.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "cli/RelinkText.h"
 #include "platform/Paths.h"
 
 #include <QFile>
@@ -23,29 +24,6 @@ QString absoluteNormalized(const std::string& argument, bool macPathRules) {
                                   macPathRules);
 }
 
-void printReport(QTextStream& out, const RelinkReport& report, bool preview) {
-    const auto line = [&out](const char* label, int count) {
-        out << "  " << label << ": " << count << '\n';
-    };
-    line("Claude Code history folders", report.claudeHistoryFolders);
-    line("Claude desktop sessions", report.claudeDesktopSessions);
-    line("Claude Code project settings", report.claudeProjectSettings);
-    line("Codex threads", report.codexThreads);
-    line("Codex project roots", report.codexProjectRoots);
-    line("Codex trust entries", report.codexTrustEntries);
-    for (const ClaudeFolderMove& move : report.claudeFolderMoves) {
-        out << "  " << (preview ? "Would move " : "Moved ") << move.from << " to " << move.to;
-        if (move.movedItems)
-            out << " (merged: " << move.movedItems->join(QStringLiteral(", ")) << ')';
-        out << '\n';
-    }
-    if (report.warnings.isEmpty())
-        return;
-    out << "Warnings:\n";
-    for (const QString& warning : report.warnings)
-        out << "  " << warning << '\n';
-}
-
 int run(const RelinkOptions& options) {
     const AgentRelinker relinker{AgentLocations()};
     const bool mac = relinker.locations.macPathRules;
@@ -60,7 +38,7 @@ int run(const RelinkOptions& options) {
         out << (options.preview ? "Would relink agent history from "
                                 : "Relinked agent history from ")
             << oldPath << " to " << newPath << '\n';
-        printReport(out, report, options.preview);
+        printRelinkReport(out, report, options.preview, QStringLiteral("  "));
     }
     return report.warnings.isEmpty() ? exitOk : exitSomeFailed;
 }

@@ -1,6 +1,7 @@
 #include "cli/SessionDriver.h"
 
 #include "cli/Command.h"
+#include "cli/JsonOutput.h"
 #include "cli/ScanJson.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
@@ -52,10 +53,6 @@ private:
     Console& console_;
     QTimer timer_;
 };
-
-void printJson(Console& console, const QJsonObject& document) {
-    console.out << QJsonDocument(document).toJson(QJsonDocument::Indented) << Qt::flush;
-}
 
 int statusFor(const QList<TrashFailure>& failures) {
     return failures.isEmpty() ? exitOk : exitSomeFailed;

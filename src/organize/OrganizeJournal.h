@@ -36,7 +36,8 @@ public:
     QString save(const OrganizeRun& run) const;
     // Removes the run with `id`; replaces it with `remaining` when given (the moves that did not
     // go back).
-    QString remove(const QUuid& id, const std::optional<OrganizeRun>& remaining = std::nullopt) const;
+    QString remove(const QUuid& id,
+                   const std::optional<OrganizeRun>& remaining = std::nullopt) const;
 
     // The JSON forms with the journal's keys.
     static QJsonObject runJson(const OrganizeRun& run);

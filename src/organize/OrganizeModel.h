@@ -43,6 +43,7 @@ public:
     // app); the command line passes false and never changes them.
     OrganizeModel(ToastCenter& toasts, Services services, bool remembersChoices = true,
                   QObject* parent = nullptr);
+    ~OrganizeModel() override;
 
     // The remembered destination ("Code" in the home folder when none is) and layout.
     const QString& destination() const { return destination_; }
@@ -73,12 +74,13 @@ public:
     int progressIndex() const { return progressIndex_; }
     int progressCount() const { return progressCount_; }
 
-    // The outcome of the last organize, move or relink, if any ran since the model was made.
+    // The outcome of the last action when it was an organize, move or relink.
     const std::optional<OrganizeExecutor::Outcome>& lastOutcome() const { return lastOutcome_; }
 
     // Whether the journal holds a run to undo, as of the last load or action.
     bool canUndo() const { return canUndo_; }
     void undoLast();
+    // The outcome of the last action when it was an undo.
     const std::optional<OrganizeExecutor::UndoOutcome>& lastUndo() const { return lastUndo_; }
 
     // Moves one project (the Move Project command), journaled as a run of its own.
@@ -100,10 +102,10 @@ protected:
 
 private:
     OrganizeExecutor executor() const;
-    void runAction(std::function<OrganizeExecutor::Outcome(const OrganizeExecutor&,
-                                                           const CancellationToken&,
-                                                           const OrganizeExecutor::Progress&)>
-                       action);
+    void runAction(
+        std::function<OrganizeExecutor::Outcome(const OrganizeExecutor&, const CancellationToken&,
+                                                const OrganizeExecutor::Progress&)>
+            action);
     void finishAction(const QList<MoveFailure>& failures);
     void setCanUndo(bool value);
 

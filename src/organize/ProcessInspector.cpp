@@ -83,11 +83,11 @@ void keepIfWanted(const PartialProcess& partial,
 
 QList<ProcessInspector::WorkingProcess> ProcessInspector::workingProcesses() const {
     try {
-        const ProcessResult result = runner_->run(
-            Locations::toolPath(Locations::Tool::lsof),
-            {QStringLiteral("-a"), QStringLiteral("-d"), QStringLiteral("cwd"), QStringLiteral("-F"),
-             QStringLiteral("pcn")},
-            std::nullopt, {}, lsofTimeoutSeconds);
+        const ProcessResult result =
+            runner_->run(Locations::toolPath(Locations::Tool::lsof),
+                         {QStringLiteral("-a"), QStringLiteral("-d"), QStringLiteral("cwd"),
+                          QStringLiteral("-F"), QStringLiteral("pcn")},
+                         std::nullopt, {}, lsofTimeoutSeconds);
         // lsof exits with 1 when some process could not be read, yet lists the others.
         return parse(result.standardOutput);
     } catch (const ProcessRunnerError&) {

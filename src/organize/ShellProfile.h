@@ -19,8 +19,8 @@ const QStringList& profileFileNames();
 ShellReferences read(const QString& home, bool macPathRules);
 
 // The same over one profile's text, adding to `references`.
-void scan(const QString& text, const QString& profileName, const QString& home,
-          bool macPathRules, ShellReferences& references);
+void scan(const QString& text, const QString& profileName, const QString& home, bool macPathRules,
+          ShellReferences& references);
 
 // The name of the profile that names `folder` or a path inside it, or nothing.
 std::optional<QString> profileUsing(const ShellReferences& references, const QString& folder);

@@ -6,6 +6,7 @@ AppModels::AppModels(ScanStarter starter)
     : session(toasts, std::move(starter))
     , caches(toasts)
     , agents(toasts)
+    , organize(toasts, OrganizeModel::Services::system())
     , navigation(session) {
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {
@@ -16,6 +17,11 @@ AppModels::AppModels(ScanStarter starter)
             folders.append(project.url);
         agents.setProjectFolders(folders);
         agents.reload();
+    });
+    // Moved projects leave the scanned folder or arrive in it; the scan shows them where they are.
+    QObject::connect(&organize, &OrganizeModel::actionFinished, &session, [this] {
+        if (session.rootURL() && !session.isScanning())
+            session.rescan();
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agents/AgentsModel.h"
+#include "organize/OrganizeModel.h"
 #include "platform/ToastCenter.h"
 #include "scanning/GlobalCachesModel.h"
 #include "scanning/RulesStore.h"
@@ -23,6 +24,7 @@ public:
     ScanSession session;
     GlobalCachesModel caches;
     AgentsModel agents;
+    OrganizeModel organize;
     Navigation navigation;
 };
 

@@ -7,6 +7,7 @@
 #include "shell/AppIcon.h"
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
+#include "shell/OrganizeView.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectTreeModel.h"
 #include "shell/SettingsDialog.h"
@@ -41,6 +42,7 @@ namespace {
 constexpr int projectsRow = 0;
 constexpr int cachesRow = 1;
 constexpr int agentsRow = 2;
+constexpr int organizeRow = 3;
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
@@ -51,6 +53,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return cachesRow;
     case SidebarSelection::Kind::agents:
         return agentsRow;
+    case SidebarSelection::Kind::organize:
+        return organizeRow;
     default:
         return projectsRow;
     }
@@ -74,6 +78,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , session_(models.session)
     , caches_(models.caches)
     , agents_(models.agents)
+    , organize_(models.organize)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -106,6 +111,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     for (const auto signal :
          {&InventoryModel::selectedIDsChanged, &InventoryModel::isRemovingChanged})
         connect(&caches_, signal, this, &MainWindow::updateActions);
+    connect(&organize_, &InventoryModel::isRemovingChanged, this, &MainWindow::updateActions);
     // Each trash action replaces what the panel said about the last one.
     connect(&session_, &ScanSession::trashCompleted, this, [this](const TrashResult& result) {
         failures_->showFailures(result.outcome.failures);
@@ -186,6 +192,16 @@ void MainWindow::makeActions() {
     settings->setShortcut(preferencesShortcut());
     settings->setMenuRole(QAction::PreferencesRole);
     connect(settings, &QAction::triggered, this, &MainWindow::showSettings);
+
+    QAction* move = make(Action::moveProject, QStringLiteral("Move Project…"));
+    move->setToolTip(QStringLiteral("Move the selected project to another folder, with its agent "
+                                    "history"));
+    connect(move, &QAction::triggered, this, [this] {
+        const QString folder = QFileDialog::getExistingDirectory(
+            this, QStringLiteral("Move the project into"), organize_.destination());
+        if (!folder.isEmpty())
+            confirmMoveProject(folder);
+    });
 }
 
 void MainWindow::makeMenus() {
@@ -194,6 +210,7 @@ void MainWindow::makeMenus() {
     file->addAction(action(Action::rescan));
     file->addSeparator();
     file->addAction(action(Action::moveToTrash));
+    file->addAction(action(Action::moveProject));
     file->addSeparator();
     file->addAction(action(Action::settings));
     QAction* quit = file->addAction(QStringLiteral("Quit Corvane Clean"));
@@ -210,6 +227,7 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Projects"), this, &MainWindow::showProjects);
     view->addAction(QStringLiteral("Developer Caches"), this, &MainWindow::showCaches);
     view->addAction(QStringLiteral("Coding Agents"), this, &MainWindow::showAgents);
+    view->addAction(QStringLiteral("Organize"), this, &MainWindow::showOrganize);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -266,6 +284,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("Developer caches")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_FileDialogInfoView),
                                           QStringLiteral("Coding agents")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DirLinkIcon),
+                                          QStringLiteral("Organize")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -277,6 +297,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(cachesView_);
     agentsView_ = new AgentsView(agents_, session_, central);
     pages_->addWidget(agentsView_);
+    organizeView_ = new OrganizeView(organize_, central);
+    pages_->addWidget(organizeView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -435,6 +457,38 @@ void MainWindow::showAgents() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::agents));
 }
 
+void MainWindow::showOrganize() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::organize));
+    // The plan is made when the page is first shown; Reload makes it again.
+    if (!organize_.hasLoaded() && !organize_.isLoading())
+        organize_.reload();
+}
+
+void MainWindow::confirmMoveProject(const QString& newParent) {
+    const std::optional<SidebarSelection>& selection = navigation_.selection();
+    if (!selection || !selection->project || organize_.isOrganizing())
+        return;
+    const QString source = selection->project->url;
+    const QString destination = Paths::joined(newParent, Paths::lastComponent(source));
+    auto* box = new QMessageBox(QMessageBox::Question, QStringLiteral("Move Project"),
+                                QStringLiteral("Move %1 to %2?").arg(source, destination),
+                                QMessageBox::Cancel, this);
+    box->setObjectName(QStringLiteral("moveProjectConfirmation"));
+    box->setInformativeText(
+        QStringLiteral("The folder is renamed on this disk and its coding-agent "
+                       "history follows it. Undo Last Organize puts it back."));
+    QPushButton* move = box->addButton(QStringLiteral("Move"), QMessageBox::AcceptRole);
+    box->setDefaultButton(move);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::WindowModal);
+    connect(box, &QMessageBox::buttonClicked, this,
+            [this, move, source, destination](QAbstractButton* button) {
+                if (button == move)
+                    organize_.moveProject(source, destination);
+            });
+    box->open();
+}
+
 void MainWindow::showProjects() {
     const std::optional<SidebarSelection>& current = navigation_.selection();
     if (current && current->kind == SidebarSelection::Kind::project) {
@@ -456,6 +510,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showCaches();
     else if (row == agentsRow)
         showAgents();
+    else if (row == organizeRow)
+        showOrganize();
     else
         showProjects();
 }
@@ -520,6 +576,9 @@ void MainWindow::updateActions() {
         break;
     }
     action(Action::moveToTrash)->setEnabled(canTrash);
+    const std::optional<SidebarSelection>& selection = navigation_.selection();
+    action(Action::moveProject)
+        ->setEnabled(selection && selection->project && !organize_.isOrganizing());
 }
 
 void MainWindow::updateFolder() {

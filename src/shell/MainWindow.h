@@ -18,6 +18,7 @@ namespace corvane {
 
 class AgentsView;
 class CachesView;
+class OrganizeView;
 class FailuresPanel;
 class ProjectDetailView;
 class ProjectTreeModel;
@@ -41,6 +42,7 @@ public:
         sortBySize,
         sortByActivity,
         settings,
+        moveProject,
     };
 
     // The folder chooser as the window shows it: the title and the accept button.
@@ -65,6 +67,10 @@ public:
     void showCaches();
     void showAgents();
     void showProjects();
+    void showOrganize();
+    // Asks (in a sheet) to move the selected project into `newParent`, keeping its name, and
+    // moves it with its agent history if the user agrees.
+    void confirmMoveProject(const QString& newParent);
 
     QAction* action(Action which) const;
     ProjectTreeModel& projectModel() const { return *projectModel_; }
@@ -72,6 +78,7 @@ public:
     ProjectDetailView* detailView() const { return detailView_; }
     CachesView* cachesView() const { return cachesView_; }
     AgentsView* agentsView() const { return agentsView_; }
+    OrganizeView* organizeView() const { return organizeView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -97,6 +104,7 @@ private:
     ScanSession& session_;
     GlobalCachesModel& caches_;
     AgentsModel& agents_;
+    OrganizeModel& organize_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -110,6 +118,7 @@ private:
     ProjectDetailView* detailView_ = nullptr;
     CachesView* cachesView_ = nullptr;
     AgentsView* agentsView_ = nullptr;
+    OrganizeView* organizeView_ = nullptr;
     SummaryStrip* summary_ = nullptr;
     FailuresPanel* failures_ = nullptr;
     ToastOverlay* toast_ = nullptr;

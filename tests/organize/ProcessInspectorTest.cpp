@@ -1,4 +1,5 @@
 #include "organize/ProcessInspector.h"
+
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "agents/RelinkReport.h"
+
+#include <QTextStream>
+
+namespace corvane::cli {
+
+// What a relink changed, store by store, then its warnings, each line after `indent`.
+void printRelinkReport(QTextStream& out, const RelinkReport& report, bool preview,
+                       const QString& indent);
+
+} // namespace corvane::cli
