@@ -92,7 +92,8 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
     const int count = static_cast<int>(ready.size());
     for (int index = 0; index < count; ++index) {
         const QString source = ready[index].candidate.path;
-        // Asked again after the progress call, so that a cancel made from it stops this move.
+        // Checked on both sides of the progress call, so that a cancel made from it stops this
+        // move.
         if (cancellation.isCancelled())
             break;
         if (progress)
