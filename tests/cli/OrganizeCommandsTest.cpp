@@ -234,6 +234,7 @@ TEST_F(OrganizeCommandsTest, TheCommandLineParsesItsOptionsAndFindsProcesses) {
     child.setWorkingDirectory(shop);
     child.start(s("/bin/sleep"), {s("30")});
     ASSERT_TRUE(child.waitForStarted());
+    const qint64 pid = child.processId();
     const ProcessResult processes = run({s("processes"), shop, s("--json")});
     const ProcessResult busyPlan = run({s("organize"), s("plan"), s("--json")});
     child.kill();
@@ -243,7 +244,7 @@ TEST_F(OrganizeCommandsTest, TheCommandLineParsesItsOptionsAndFindsProcesses) {
     const QJsonArray listed =
         QJsonDocument::fromJson(processes.standardOutput).object()[u"processes"].toArray();
     ASSERT_EQ(listed.size(), 1) << processes.standardOutput.toStdString();
-    EXPECT_EQ(listed[0][u"pid"].toInteger(), child.processId());
+    EXPECT_EQ(listed[0][u"pid"].toInteger(), pid);
     EXPECT_EQ(listed[0][u"displayName"].toString(), s("process sleep"));
     const QJsonArray entries =
         QJsonDocument::fromJson(busyPlan.standardOutput).object()[u"entries"].toArray();

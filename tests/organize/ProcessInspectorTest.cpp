@@ -60,13 +60,14 @@ TEST(ProcessInspector, FindsARealChildWorkingInAFolder) {
     child.setWorkingDirectory(folder);
     child.start(s("/bin/sleep"), {s("30")});
     ASSERT_TRUE(child.waitForStarted());
+    const qint64 pid = child.processId();
 
     const QList<Process> inside =
         ProcessInspector::inside(ProcessInspector().workingProcesses(), folder);
     child.kill();
     child.waitForFinished();
     ASSERT_EQ(inside.size(), 1);
-    EXPECT_EQ(inside[0].pid, child.processId());
+    EXPECT_EQ(inside[0].pid, pid);
     EXPECT_EQ(ProcessInspector::displayName(inside[0]), s("process sleep"));
 }
 
