@@ -49,7 +49,7 @@ OrganizeStatus statusOf(const OrganizeEntry& entry, const ShellReferences& shell
     const QString& destination = entry.destinationRoot;
     if (!QFileInfo::exists(path))
         return OrganizeStatus::of(Case::missing);
-    if (Paths::isUnder(path, destination))
+    if (!destination.isEmpty() && Paths::isUnder(path, destination))
         return OrganizeStatus::of(Case::alreadyOrganized);
     if (const std::optional<QString> profile = ShellProfile::profileUsing(shell, path))
         return OrganizeStatus::of(Case::usedByShell, *profile);

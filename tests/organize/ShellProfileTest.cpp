@@ -48,12 +48,6 @@ TEST(ShellProfile, OnlySearchPathLinesGiveToolFolders) {
     EXPECT_EQ(references.paths.size(), 7);
 }
 
-TEST(ShellProfile, TemporaryFoldersGetThePrivatePrefixOnlyUnderMacRules) {
-    // A home under /var is unusual but real for service accounts.
-    EXPECT_TRUE(scanned("$HOME/x", s("/var/home"), true).paths.contains(s("/private/var/home/x")));
-    EXPECT_TRUE(scanned("$HOME/x", s("/var/home"), false).paths.contains(s("/var/home/x")));
-}
-
 TEST(ShellProfile, ReadsTheProfilesInOrderAndTheFirstKeepsAPath) {
     const QString home = test::makeTempDir(s("home"));
     test::writeFile(home + s("/.bashrc"), "export PATH=$HOME/code/tool/bin:$PATH\n");
