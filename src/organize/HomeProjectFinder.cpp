@@ -102,8 +102,8 @@ struct Rules {
         , macLibrary(Locations::isMac())
         , standardFolders(StandardFolders::of(home)) {}
 
-    // What is neither a candidate nor looked inside. The home and its standard folders are
-    // looked inside, so they are not in here.
+    // What below the home is neither a candidate nor looked inside (the walk starts at the home
+    // without asking). Standard folders are looked inside, so they are not in here.
     bool isOffLimits(const QString& path) const {
         if (!Paths::isUnder(path, home) || path == home)
             return true;
