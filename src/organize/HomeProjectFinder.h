@@ -29,6 +29,7 @@ struct HomeProjectFinder {
     // Sorted by path. Never lists the home folder itself, its standard folders, hidden folders
     // or anything inside them, "node_modules", anything under "/tmp/", the destination, or the
     // dated scratch folders of the Codex app (Documents/Codex/YYYY-MM-DD) and what they hold.
+    // Throws CancelledError once `cancellation` is cancelled (checked once per folder).
     QList<Found> find(const AgentHistoryIndex& index,
                       const CancellationToken& cancellation = CancellationToken()) const;
 

@@ -1,5 +1,6 @@
 #include "organize/OrganizeExecutor.h"
 
+#include "organize/StandardFolders.h"
 #include "platform/Paths.h"
 #include "platform/TrashService.h"
 
@@ -64,14 +65,15 @@ Outcome single(const OrganizeJournal& journal, const QString& source,
     return outcome;
 }
 
-// Only inside the trash area and never the area itself: the home folder is never a candidate.
+// Only inside the trash area (the home folder) and never the area itself, nor one of its standard
+// folders: a Desktop that held nothing but the projects is still the user's Desktop.
 void trashEmptyParents(const OrganizeExecutor& executor, Outcome& outcome) {
     if (executor.trashArea.isEmpty())
         return;
     const QString area = Paths::standardized(executor.trashArea);
     for (const QString& parent : sourceParents(outcome.run)) {
         if (parent == area || !Paths::isUnder(parent, area) ||
-            !OrganizeExecutor::isEmptyFolder(parent))
+            StandardFolders::isStandard(parent, area) || !OrganizeExecutor::isEmptyFolder(parent))
             continue;
         const TrashOutcome trashed = TrashService::trash({parent}, area, *executor.trash);
         if (!trashed.trashed.isEmpty())

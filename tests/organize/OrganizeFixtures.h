@@ -3,6 +3,7 @@
 // What the organizer's tests build and compare: projects with history, plans, and the state of
 // folders before and after.
 
+#include "agents/AgentFixtures.h"
 #include "agents/AgentLocations.h"
 #include "organize/OrganizeExecutor.h"
 #include "organize/OrganizeTypes.h"
@@ -10,6 +11,7 @@
 #include <QByteArray>
 #include <QMap>
 #include <QString>
+#include <QStringList>
 #include <ostream>
 
 namespace corvane {
@@ -40,5 +42,16 @@ ProjectMover moverFor(const AgentLocations& locations);
 
 // An executor over `locations`' history, journaling beside it and trashing inside its home.
 OrganizeExecutor executorFor(const AgentLocations& locations);
+
+// One Codex thread per folder of `cwds` (ids "codex-1", "codex-2", ...), in the newest state
+// database of `locations`.
+inline void writeCodexThreads(const AgentLocations& locations, const QStringList& cwds) {
+    sqlite3* database =
+        createCodexDatabase(locations.codexHome + QStringLiteral("/state_5.sqlite"));
+    for (qsizetype i = 0; i < cwds.size(); ++i)
+        insertThread(database, QStringLiteral("codex-%1").arg(i + 1), cwds[i],
+                     QStringLiteral("Task"), 1700000000 + i);
+    sqlite3_close(database);
+}
 
 } // namespace corvane::test
