@@ -45,6 +45,7 @@ public:
                   QObject* parent = nullptr);
     ~OrganizeModel() override;
 
+    const QString& home() const { return services_.home; }
     // The remembered destination ("Code" in the home folder when none is) and layout.
     const QString& destination() const { return destination_; }
     OrganizeLayout layout() const { return layout_; }

@@ -44,6 +44,14 @@ std::optional<QString> pathInside(const QString& path, const QString& folder) {
     return path.mid(folder.endsWith(u'/') ? folder.size() : folder.size() + 1);
 }
 
+QString withTilde(const QString& path, const QString& home) {
+    if (path == home)
+        return QStringLiteral("~");
+    if (const std::optional<QString> inside = pathInside(path, home))
+        return QStringLiteral("~/") + *inside;
+    return path;
+}
+
 QString lastComponent(const QString& path) {
     const qsizetype slash = path.lastIndexOf(u'/');
     return slash < 0 ? path : path.mid(slash + 1);

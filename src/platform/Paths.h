@@ -29,6 +29,9 @@ bool isUnder(const QString& path, const QString& folder);
 // folder itself or lies outside it.
 std::optional<QString> pathInside(const QString& path, const QString& folder);
 
+// `path` as people read it: "~" for `home` and "~/..." for what lies inside it, else unchanged.
+QString withTilde(const QString& path, const QString& home);
+
 // The last path component ("" for "/").
 QString lastComponent(const QString& path);
 

@@ -18,11 +18,16 @@
 namespace corvane {
 namespace {
 
-enum PlanColumn { projectColumn, statusColumn, whereColumn };
+enum PlanColumn { projectColumn, folderColumn, statusColumn, whereColumn };
 enum OrphanColumn { missingColumn, sessionsColumn, suggestionColumn };
 
 QString projectsWord(qsizetype count) {
     return count == 1 ? QStringLiteral("1 Project") : QStringLiteral("%1 Projects").arg(count);
+}
+
+QString organizeTitle(qsizetype ready) {
+    return ready == 0 ? QStringLiteral("Organize Projects")
+                      : QStringLiteral("Organize ") + projectsWord(ready);
 }
 
 QString statusTitle(const OrganizeStatus& status) {
@@ -99,13 +104,14 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     choices->setColumnStretch(1, 1);
 
     plan_->setObjectName(QStringLiteral("organizePlan"));
-    plan_->setHeaderLabels(
-        {QStringLiteral("Project"), QStringLiteral("Status"), QStringLiteral("Goes to")});
+    plan_->setHeaderLabels({QStringLiteral("Project"), QStringLiteral("Now in"),
+                            QStringLiteral("Status"), QStringLiteral("Goes to")});
     plan_->setUniformRowHeights(true);
     plan_->setAlternatingRowColors(true);
     plan_->setRootIsDecorated(true);
     plan_->header()->setStretchLastSection(true);
     plan_->header()->setSectionResizeMode(projectColumn, QHeaderView::ResizeToContents);
+    plan_->header()->setSectionResizeMode(folderColumn, QHeaderView::ResizeToContents);
     plan_->header()->setSectionResizeMode(statusColumn, QHeaderView::ResizeToContents);
     state_->setObjectName(QStringLiteral("organizeState"));
     state_->setForegroundRole(QPalette::PlaceholderText);
@@ -176,7 +182,7 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     connect(&model_, &OrganizeModel::actionFinished, this, &OrganizeView::showOutcome);
     for (const auto signal :
          {&InventoryModel::isLoadingChanged, &InventoryModel::isRemovingChanged})
-        connect(&model_, signal, this, &OrganizeView::updateButtons);
+        connect(&model_, signal, this, &OrganizeView::showState);
     connect(&model_, &OrganizeModel::canUndoChanged, this, &OrganizeView::updateButtons);
 
     outcome_->hide();
@@ -186,8 +192,13 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     showProgress();
 }
 
+QString OrganizeView::shown(const QString& path) const {
+    return Paths::withTilde(path, model_.home());
+}
+
 void OrganizeView::showChoices() {
-    destination_->setText(model_.destination());
+    destination_->setText(shown(model_.destination()));
+    destination_->setToolTip(model_.destination());
     layout_->setCurrentIndex(static_cast<int>(allOrganizeLayouts().indexOf(model_.layout())));
 }
 
@@ -200,9 +211,9 @@ void OrganizeView::showPlan() {
         if (!group) {
             group = new QTreeWidgetItem(plan_);
             group->setText(projectColumn, groupName);
-            group->setText(whereColumn, entry.group
-                                            ? Paths::joined(entry.destinationRoot, *entry.group)
-                                            : entry.destinationRoot);
+            group->setText(whereColumn,
+                           shown(entry.group ? Paths::joined(entry.destinationRoot, *entry.group)
+                                             : entry.destinationRoot));
             QFont bold = group->font(projectColumn);
             bold.setBold(true);
             group->setFont(projectColumn, bold);
@@ -214,16 +225,20 @@ void OrganizeView::showPlan() {
                      words.isEmpty() ? name : name + QStringLiteral("  (") + words + u')');
         row->setToolTip(projectColumn, entry.candidate.path);
         row->setData(projectColumn, Qt::UserRole, entry.candidate.path);
+        row->setText(folderColumn, shown(Paths::parentPath(entry.candidate.path)));
         row->setText(statusColumn, statusTitle(entry.status));
         const bool ready = entry.status.kind == OrganizeStatus::Case::ready;
-        row->setText(whereColumn, ready ? entry.targetPath() : entry.reasonSentence());
+        row->setText(whereColumn, ready ? shown(entry.targetPath()) : entry.reasonSentence());
         row->setToolTip(whereColumn, ready ? entry.targetPath() : entry.reasonSentence());
         if (!ready)
             for (int column = 0; column < plan_->columnCount(); ++column)
                 row->setForeground(column, palette().brush(QPalette::PlaceholderText));
     }
     plan_->expandAll();
+    showState();
+}
 
+void OrganizeView::showState() {
     QString state;
     if (!model_.hasLoaded() || (model_.isLoading() && model_.entries().isEmpty()))
         state = QStringLiteral("Looking for projects in your home folder…");
@@ -241,11 +256,12 @@ void OrganizeView::showOrphans() {
     orphans_->clear();
     for (const OrphanedHistory& orphan : model_.orphans()) {
         auto* row = new QTreeWidgetItem(orphans_);
-        row->setText(missingColumn, orphan.missingPath);
+        row->setText(missingColumn, shown(orphan.missingPath));
         row->setData(missingColumn, Qt::UserRole, orphan.missingPath);
         row->setText(sessionsColumn, QString::number(orphan.sessions.size()));
         if (orphan.suggestion) {
-            row->setText(suggestionColumn, QStringLiteral("Probably now at ") + *orphan.suggestion);
+            row->setText(suggestionColumn,
+                         QStringLiteral("Probably now at ") + shown(*orphan.suggestion));
             row->setData(suggestionColumn, Qt::UserRole, *orphan.suggestion);
         }
     }
@@ -276,12 +292,16 @@ void OrganizeView::showOutcome() {
             QStringLiteral("Put back %1.").arg(projectsWord(undo->restored.size()).toLower()));
     } else if (const auto& outcome = model_.lastOutcome()) {
         for (const MoveRecord& move : outcome->run.moves)
-            lines.append(QStringLiteral("Moved %1 to %2").arg(move.source, move.destination));
+            lines.append((move.movedFolder ? QStringLiteral("Moved %1 to %2")
+                                           : QStringLiteral("Relinked the history of %1 to %2"))
+                             .arg(shown(move.source), shown(move.destination)));
         for (const QString& folder : outcome->run.trashedEmptyFolders)
-            lines.append(QStringLiteral("Moved the empty folder %1 to the Trash").arg(folder));
+            lines.append(
+                QStringLiteral("Moved the empty folder %1 to the Trash").arg(shown(folder)));
     }
     for (const ItemFailure& failure : model_.failures())
-        lines.append(QStringLiteral("Could not move %1: %2").arg(failure.itemID, failure.message));
+        lines.append(
+            QStringLiteral("Could not move %1: %2").arg(shown(failure.itemID), failure.message));
     outcome_->setText(lines.join(u'\n'));
     outcome_->setVisible(!lines.isEmpty());
     showProgress();
@@ -290,7 +310,7 @@ void OrganizeView::showOutcome() {
 void OrganizeView::updateButtons() {
     const bool busy = model_.isOrganizing() || model_.isLoading();
     const qsizetype ready = model_.readyEntries().size();
-    organizeButton_->setText(QStringLiteral("Organize ") + projectsWord(ready));
+    organizeButton_->setText(organizeTitle(ready));
     organizeButton_->setEnabled(!busy && ready > 0);
     undoButton_->setEnabled(!busy && model_.canUndo());
     addButton_->setEnabled(!model_.isOrganizing());

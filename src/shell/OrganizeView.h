@@ -41,6 +41,8 @@ public:
 private:
     void showChoices();
     void showPlan();
+    void showState();
+    QString shown(const QString& path) const;
     void showOrphans();
     void showProgress();
     void showOutcome();

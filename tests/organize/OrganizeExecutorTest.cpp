@@ -326,5 +326,23 @@ TEST(OrganizeExecutor, AnEmptyFolderHoldsNothingButDsStoreFiles) {
     EXPECT_FALSE(OrganizeExecutor::isEmptyFolder(root + s("/missing")));
 }
 
+TEST(OrganizeExecutor, AStandardFolderOfTheHomeStaysWhenItsProjectsLeaveIt) {
+    const AgentLocations locations = test::makeAgentHome();
+    const QString home = locations.home;
+    OrganizeExecutor executor = test::executorFor(locations);
+    executor.trashArea = home;
+    const QString onDesktop = home + s("/Desktop/app");
+    const QString inOld = home + s("/old/site");
+    test::makeProject(locations, onDesktop, s("desktop"));
+    test::makeProject(locations, inOld, s("old"));
+
+    const OrganizeExecutor::Outcome outcome =
+        executor.run({test::readyEntry(onDesktop, home + s("/Code")),
+                      test::readyEntry(inOld, home + s("/Code"))});
+    EXPECT_EQ(outcome.failures, QList<MoveFailure>());
+    EXPECT_EQ(outcome.run.trashedEmptyFolders, QStringList{home + s("/old")});
+    EXPECT_TRUE(QFileInfo(home + s("/Desktop")).isDir());
+}
+
 } // namespace
 } // namespace corvane

@@ -30,10 +30,11 @@ QStringList pathsOf(const QList<OrphanedHistory>& orphans) {
 }
 
 TEST(OrphanFinder, GroupsGoneFoldersNewestFirstAndBothSpellingsOfTmpAsOne) {
-    const QString home = test::makeTempDir(s("home"));
-    // Unique names, so that no folder of the machine's own /tmp can exist at them.
+    // Unique names, so that no folder of the machine can exist at them; and none under /var or
+    // /tmp but the one spelled both ways, since the Mac's rule moves those under /private.
+    const QString home = s("/corvane-gone-home-%1").arg(QCoreApplication::applicationPid());
     const QString tmpName = s("tmp/corvane-gone-%1").arg(QCoreApplication::applicationPid());
-    const QString existing = test::makeTempDir(s("still-here"));
+    const QString existing = s("/usr");
     AgentHistoryIndex index;
     index.home = home;
     index.macPathRules = true;

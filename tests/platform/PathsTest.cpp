@@ -44,4 +44,10 @@ TEST(Paths, ComponentsOfAPath) {
     EXPECT_EQ(Paths::parentPath(QStringLiteral("/a")), QStringLiteral("/"));
     EXPECT_EQ(Paths::joined(QStringLiteral("/"), QStringLiteral("a")), QStringLiteral("/a"));
     EXPECT_EQ(Paths::joined(QStringLiteral("/a"), QStringLiteral("b")), QStringLiteral("/a/b"));
+    const QString home = QStringLiteral("/Users/me");
+    EXPECT_EQ(Paths::withTilde(home, home), QStringLiteral("~"));
+    EXPECT_EQ(Paths::withTilde(QStringLiteral("/Users/me/code/x"), home),
+              QStringLiteral("~/code/x"));
+    EXPECT_EQ(Paths::withTilde(QStringLiteral("/Users/meg/x"), home),
+              QStringLiteral("/Users/meg/x"));
 }
