@@ -127,7 +127,7 @@ bool confirmedOrAnswered(const QString& question, bool yes, Console& console, in
 void printMoves(Console& console, const OrganizeRun& run) {
     for (const MoveRecord& move : run.moves) {
         console.out << "Moved " << move.source << " to " << move.destination << '\n';
-        printRelinkReport(console.out, move.relink, false, QStringLiteral("    "));
+        printRelinkReport(console.out, move.relink, false, QStringLiteral("    "), true);
     }
     for (const QString& folder : run.trashedEmptyFolders)
         console.out << "Moved the empty folder " << folder << " to the Trash\n";

@@ -3,9 +3,10 @@
 namespace corvane::cli {
 
 void printRelinkReport(QTextStream& out, const RelinkReport& report, bool preview,
-                       const QString& indent) {
-    const auto line = [&out, &indent](const char* label, int count) {
-        out << indent << label << ": " << count << '\n';
+                       const QString& indent, bool changesOnly) {
+    const auto line = [&](const char* label, int count) {
+        if (count > 0 || !changesOnly)
+            out << indent << label << ": " << count << '\n';
     };
     line("Claude Code history folders", report.claudeHistoryFolders);
     line("Claude desktop sessions", report.claudeDesktopSessions);

@@ -3,6 +3,7 @@
 #include "agents/AgentPaths.h"
 #include "platform/Locations.h"
 
+#include <QCoreApplication>
 #include <optional>
 
 namespace corvane {
@@ -88,8 +89,14 @@ QList<ProcessInspector::WorkingProcess> ProcessInspector::workingProcesses() con
                          {QStringLiteral("-a"), QStringLiteral("-d"), QStringLiteral("cwd"),
                           QStringLiteral("-F"), QStringLiteral("pcn")},
                          std::nullopt, {}, lsofTimeoutSeconds);
-        // lsof exits with 1 when some process could not be read, yet lists the others.
-        return parse(result.standardOutput);
+        // lsof exits with 1 when some process could not be read, yet lists the others. This
+        // process and lsof itself work wherever the user started them; neither holds a folder.
+        QList<WorkingProcess> processes = parse(result.standardOutput);
+        processes.removeIf([](const WorkingProcess& process) {
+            return process.pid == QCoreApplication::applicationPid() ||
+                   process.command == QStringLiteral("lsof");
+        });
+        return processes;
     } catch (const ProcessRunnerError&) {
         return {};
     }

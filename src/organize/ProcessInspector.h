@@ -26,7 +26,8 @@ public:
     explicit ProcessInspector(const ProcessRunner& runner = ProcessRunner::system())
         : runner_(&runner) {}
 
-    // Every process whose current directory lsof can see. Blocking; never on the main thread.
+    // Every process whose current directory lsof can see, except this one and lsof's own.
+    // Blocking; never on the main thread.
     QList<WorkingProcess> workingProcesses() const;
 
     // Reads "-F pcn" output: "p" starts a process, "c" names it, "n" gives its directory; a
