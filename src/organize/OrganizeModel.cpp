@@ -20,6 +20,20 @@ QString defaultDestination(const QString& home) {
     return Paths::joined(home, QStringLiteral("Code"));
 }
 
+// What a finished run, move or relink says; nothing when nothing moved (its failures say why).
+std::optional<QString> toastFor(const OrganizeRun& run) {
+    if (run.moves.isEmpty())
+        return std::nullopt;
+    const MoveRecord& first = run.moves.first();
+    if (!first.movedFolder)
+        return QStringLiteral("Relinked the history of %1 to %2")
+            .arg(first.source, first.destination);
+    if (run.moves.size() == 1)
+        return QStringLiteral("Moved %1 to %2")
+            .arg(Paths::lastComponent(first.source), first.destination);
+    return QStringLiteral("Moved %1").arg(projectsWord(run.moves.size()));
+}
+
 QList<ItemFailure> itemFailures(const QList<MoveFailure>& failures) {
     QList<ItemFailure> items;
     for (const MoveFailure& failure : failures)
@@ -251,21 +265,11 @@ void OrganizeModel::runAction(
         post([this, outcome = std::move(outcome)] {
             lastOutcome_ = outcome;
             lastUndo_.reset();
-            const qsizetype moved = outcome.run.moves.size();
             QList<MoveFailure> failures = outcome.failures;
             if (outcome.journalError)
                 failures.append({services_.journalURL, *outcome.journalError});
-            if (moved > 0 && outcome.run.moves.first().movedFolder)
-                toasts().post(moved == 1 && outcome.run.trashedEmptyFolders.isEmpty() &&
-                                      failures.isEmpty()
-                                  ? QStringLiteral("Moved %1 to %2")
-                                        .arg(Paths::lastComponent(outcome.run.moves.first().source),
-                                             outcome.run.moves.first().destination)
-                                  : QStringLiteral("Moved %1").arg(projectsWord(moved)));
-            else if (moved > 0)
-                toasts().post(QStringLiteral("Relinked the history of %1 to %2")
-                                  .arg(outcome.run.moves.first().source,
-                                       outcome.run.moves.first().destination));
+            if (const std::optional<QString> toast = toastFor(outcome.run))
+                toasts().post(*toast);
             finishAction(failures);
         });
     });
