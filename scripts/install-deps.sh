@@ -2,7 +2,8 @@
 # Installs what building and testing need, and nothing when it is all there already.
 set -euo pipefail
 
-debian_packages=(cmake ninja-build g++ pkg-config git lsof qt6-base-dev libcli11-dev
+debian_packages=(cmake ninja-build g++ pkg-config git lsof openssh-client openssh-server tar
+                 qt6-base-dev libcli11-dev
                  libgtest-dev libgmock-dev libsqlite3-dev clang-format qt6-qpa-plugins
                  xvfb xauth)
 brew_formulae=(cmake ninja qt cli11 googletest sqlite clang-format)

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "archive/ArchiveTypes.h"
+#include "platform/Cancellation.h"
+#include "platform/PlatformTrash.h"
+
+#include <QString>
+#include <functional>
+#include <optional>
+
+namespace corvane {
+
+// Receives the events of one archive or restore, in order, on the worker thread that runs it.
+using ArchiveEventSink = std::function<void(const ArchiveEvent& event)>;
+
+// Regular files, their bytes and the entries at the top of a folder: what a copy must match.
+struct ArchiveCounts {
+    qint64 files = 0;
+    qint64 bytes = 0;
+    qint64 topLevelEntries = 0;
+
+    bool operator==(const ArchiveCounts&) const = default;
+};
+
+// Copies a project folder into a folder on any mounted file system, checks the copy against the
+// original, and only then moves the original to the Trash; a restore is the same copy without
+// that last step. Links are recreated, never followed. A partial copy goes to the Trash, or the
+// message names it. Blocking: run it on a worker thread; every outcome is an event, never a throw.
+struct ArchiveService {
+    const PlatformTrash* trash = &PlatformTrash::system();
+    // Called before each entry is copied, with its path relative to the project folder. Tests
+    // change the source here, at an exact point of the copy.
+    std::function<void(const QString& relativePath)> beforeEntry;
+
+    // Copies `source` to `destinationFolder`/<its name>, verifies, trashes the original.
+    void archive(const QString& source, const QString& destinationFolder,
+                 const ArchiveEventSink& sink,
+                 const CancellationToken& cancellation = CancellationToken()) const;
+    // The same copy and check, leaving `source` (the archived copy) as it is.
+    void restore(const QString& source, const QString& destinationFolder,
+                 const ArchiveEventSink& sink,
+                 const CancellationToken& cancellation = CancellationToken()) const;
+
+    // Regular files (hidden ones and package contents included; links and folders count nothing),
+    // the sum of their sizes, and the shallow entry count. Throws CancelledError when cancelled,
+    // and std::runtime_error with the description when the folder can't be read.
+    static ArchiveCounts measure(const QString& folder,
+                                 const CancellationToken& cancellation = CancellationToken());
+
+    // Bytes between two progress events.
+    static constexpr qint64 progressStep = 8 * 1024 * 1024;
+};
+
+} // namespace corvane
