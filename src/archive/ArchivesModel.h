@@ -66,10 +66,8 @@ public:
     // Whether "Restore" (to the original place) is offered, beside "Restore to Another Folder…".
     static bool canRestoreInPlace(const ArchiveRecord& record);
 
-    // The number of agent sessions that refer to a project path, recorded with each archive.
-    void setSessionCounter(std::function<qint64(const QString& path)> counter);
-
-    // Archives the project folder `path` to `target`. One archive or restore runs at a time.
+    // Archives the project folder `path` to `target`, recording how many agent sessions refer to
+    // it. One archive or restore runs at a time.
     void archive(const QString& path, const ArchiveTarget& target);
     const std::optional<ArchiveProgress>& archiveProgress() const { return archiveProgress_; }
     const std::optional<QString>& archiveErrorMessage() const { return archiveErrorMessage_; }
@@ -101,12 +99,15 @@ protected:
     bool containsItem(const QString& id) const override;
 
 private:
+    using Runner =
+        std::function<void(const ArchiveEventSink& sink, const CancellationToken& cancellation)>;
+    // Runs one archive or restore; `onEvent` sees each event on the main thread, in order.
+    void runAction(Runner runner, std::function<void(const ArchiveEvent&)> onEvent);
     void append(const ArchiveRecord& record);
     void saveCatalog();
     void finishAction();
 
     Services services_;
-    std::function<qint64(const QString&)> sessionCounter_;
     QList<ArchiveRecord> records_;
     std::optional<ArchiveProgress> archiveProgress_;
     std::optional<QString> archiveErrorMessage_;

@@ -45,6 +45,17 @@ const std::vector<Command>& commandTable() {
          defineOrganizeCommand},
         {"move", "Move one project folder to a new path on the same disk, with its agent history",
          defineMoveCommand},
+        {"archive",
+         "Copy a project to a folder, drive or server, verify the copy, then move the original to "
+         "the Trash",
+         defineArchiveCommand},
+        {"archives", "List the archived projects and whether each copy can be reached now",
+         defineArchivesCommand},
+        {"restore", "Copy an archived project back, with its agent history", defineRestoreCommand},
+        {"volumes", "List the mounted drives and shares an archive can go to",
+         defineVolumesCommand},
+        {"destinations", "List, add, remove or test the servers saved as archive destinations",
+         defineDestinationsCommand},
     };
     return table;
 }

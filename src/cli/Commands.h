@@ -23,4 +23,10 @@ void defineOrphansCommand(CLI::App& command, int& status);
 void defineOrganizeCommand(CLI::App& command, int& status);
 void defineMoveCommand(CLI::App& command, int& status);
 
+void defineVolumesCommand(CLI::App& command, int& status);
+void defineDestinationsCommand(CLI::App& command, int& status);
+void defineArchiveCommand(CLI::App& command, int& status);
+void defineArchivesCommand(CLI::App& command, int& status);
+void defineRestoreCommand(CLI::App& command, int& status);
+
 } // namespace corvane::cli

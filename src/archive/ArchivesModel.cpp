@@ -1,0 +1,269 @@
+#include "archive/ArchivesModel.h"
+
+#include "agents/AgentHistoryIndex.h"
+#include "agents/AgentPaths.h"
+#include "archive/ExternalVolumes.h"
+#include "archive/SmbMount.h"
+#include "platform/Paths.h"
+
+#include <QFileInfo>
+#include <atomic>
+
+namespace corvane {
+namespace {
+
+bool existsAt(const QString& path) {
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
+}
+
+// Where a finished archive's copy lives, as the catalog keeps it.
+ArchiveLocation locationOf(const ArchiveTarget& target, const QString& finishedAt) {
+    if (target.kind == ArchiveTarget::Kind::ssh)
+        return ArchiveLocation::ssh(target.destination.user, target.destination.host,
+                                    target.destination.remotePath);
+    return ArchiveLocation::folder(finishedAt);
+}
+
+QString restoredToast(const ArchiveRecord& record, const QString& path, bool relinked) {
+    QString text = QStringLiteral("Restored %1 to %2").arg(record.name, path);
+    if (record.agentSessionCount >= 1)
+        text += relinked ? QStringLiteral(" Its agent history was relinked there.")
+                         : QStringLiteral(" Its agent history is attached again.");
+    return text;
+}
+
+} // namespace
+
+ArchivesModel::ArchivesModel(ToastCenter& toasts, Services services, QObject* parent)
+    : InventoryModel(toasts, false, parent)
+    , services_(std::move(services)) {}
+
+bool ArchivesModel::isAvailable(const ArchiveRecord& record) {
+    return record.location.kind == ArchiveLocation::Case::ssh ||
+           QFileInfo(record.location.path).isDir();
+}
+
+bool ArchivesModel::canRestoreInPlace(const ArchiveRecord& record) {
+    return isAvailable(record) && !existsAt(record.originalPath);
+}
+
+QString ArchivesModel::restoreHint(const ArchiveRecord& record) {
+    if (!isAvailable(record))
+        return QStringLiteral("Connect the drive or share that holds this archive");
+    if (existsAt(record.originalPath))
+        return record.originalPath + QStringLiteral(" is taken; choose another folder");
+    return QStringLiteral("Copy it back to ") + record.originalPath;
+}
+
+bool ArchivesModel::containsItem(const QString& id) const {
+    return std::any_of(records_.begin(), records_.end(), [&id](const ArchiveRecord& record) {
+        return record.id.toString(QUuid::WithoutBraces) == id;
+    });
+}
+
+void ArchivesModel::startLoading() {
+    startJob(JobKind::load, [this, catalog = services_.catalog](const CancellationToken&,
+                                                                const MainThreadPost& post) {
+        QList<ArchiveRecord> records = catalog.load();
+        post([this, records = std::move(records)] {
+            records_ = records;
+            emit recordsChanged();
+            finishLoading();
+        });
+    });
+}
+
+void ArchivesModel::runAction(Runner runner, std::function<void(const ArchiveEvent&)> onEvent) {
+    actionCancellation_ = CancellationToken();
+    startJob(JobKind::removal, [this, runner = std::move(runner), onEvent = std::move(onEvent),
+                                cancellation = actionCancellation_](const CancellationToken&,
+                                                                    const MainThreadPost& post) {
+        runner([&post,
+                onEvent](const ArchiveEvent& event) { post([onEvent, event] { onEvent(event); }); },
+               cancellation);
+        post([this] { finishAction(); });
+    });
+}
+
+void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
+    if (!beginRemoval())
+        return;
+    const QString source = Paths::standardized(path);
+    const QString name = Paths::lastComponent(source);
+    archiveErrorMessage_.reset();
+    archiveProgress_ = ArchiveProgress{QUuid::createUuid(), name, 0, 0, {}, false};
+    emit progressChanged();
+
+    // The sessions are counted before the copy; afterwards the folder is in the Trash.
+    auto sessionCount = std::make_shared<std::atomic<qint64>>(0);
+    // A share that could not be mounted has its own sentence, not "Archiving ... failed".
+    auto mountFailed = std::make_shared<std::atomic<bool>>(false);
+    const Services& services = services_;
+    Runner runner = [services, source, target, sessionCount,
+                     mountFailed](const ArchiveEventSink& sink, const CancellationToken& cancel) {
+        *sessionCount =
+            AgentHistoryIndex::build(services.relinker.locations).sessionsIn(source).size();
+        switch (target.kind) {
+        case ArchiveTarget::Kind::folder:
+            services.local.archive(source, target.path, sink, cancel);
+            return;
+        case ArchiveTarget::Kind::volume:
+            services.local.archive(source, ExternalVolumes::archiveFolder(target.path), sink,
+                                   cancel);
+            return;
+        case ArchiveTarget::Kind::ssh:
+            services.ssh.archive(source, target.destination.user, target.destination.host,
+                                 target.destination.remotePath, sink, cancel);
+            return;
+        case ArchiveTarget::Kind::smb: {
+            sink(ArchiveEvent::progress(
+                0, 0, QStringLiteral("Connecting to %1…").arg(target.destination.name)));
+            const SmbMount::Result mounted =
+                SmbMount::mount(target.destination.smbURL, *services.processRunner, 30, cancel);
+            if (!mounted.mountPoint) {
+                *mountFailed = true;
+                sink(ArchiveEvent::failed(mounted.error.value_or(QString())));
+                return;
+            }
+            services.local.archive(source, ExternalVolumes::archiveFolder(*mounted.mountPoint),
+                                   sink, cancel);
+            return;
+        }
+        }
+    };
+    runAction(std::move(runner), [this, source, name, target, sessionCount,
+                                  mountFailed](const ArchiveEvent& event) {
+        switch (event.kind) {
+        case ArchiveEvent::Kind::progress:
+            archiveProgress_->copiedBytes = event.copiedBytes;
+            archiveProgress_->totalBytes = event.totalBytes;
+            archiveProgress_->currentPath = event.currentPath;
+            emit progressChanged();
+            return;
+        case ArchiveEvent::Kind::verifying:
+            archiveProgress_->isVerifying = true;
+            emit progressChanged();
+            return;
+        case ArchiveEvent::Kind::failed:
+            // A failed mount is its own sentence; everything else is a failed archive.
+            archiveErrorMessage_ =
+                event.text.startsWith(QStringLiteral("Could not mount ")) ||
+                        event.text.startsWith(QStringLiteral("Invalid SMB URL: "))
+                    ? event.text
+                    : QStringLiteral("Archiving %1 failed: %2").arg(name, event.text);
+            return;
+        case ArchiveEvent::Kind::finished: {
+            ArchiveRecord record;
+            record.id = QUuid::createUuid();
+            record.name = name;
+            record.originalPath = source;
+            record.location = locationOf(target, event.text);
+            record.archivedAt = QDateTime::currentDateTimeUtc();
+            record.agentSessionCount = *sessionCount;
+            toasts().post(QStringLiteral("Archived %1 to %2. The original is in the Trash.")
+                              .arg(name, event.text));
+            append(record);
+            lastArchived_ = record;
+            emit filesystemChanged();
+            return;
+        }
+        }
+    });
+}
+
+void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) {
+    if (!beginRemoval())
+        return;
+    const QString into =
+        folder.isEmpty() ? Paths::parentPath(record.originalPath) : Paths::standardized(folder);
+    errorMessage_.reset();
+    lastRelink_.reset();
+    restoreProgress_ = ArchiveProgress{record.id, record.name, 0, 0, {}, false};
+    emit progressChanged();
+
+    auto relink = std::make_shared<std::optional<RelinkReport>>();
+    const Services& services = services_;
+    Runner runner = [services, record, into, relink](const ArchiveEventSink& sink,
+                                                     const CancellationToken& cancel) {
+        // The history follows a project restored elsewhere before the model hears it finished, so
+        // the report arrives with the event.
+        const ArchiveEventSink relinking = [&](const ArchiveEvent& event) {
+            if (event.kind == ArchiveEvent::Kind::finished &&
+                Paths::standardized(event.text) != Paths::standardized(record.originalPath)) {
+                const bool mac = services.relinker.locations.macPathRules;
+                *relink = services.relinker.relink(AgentPaths::normalized(record.originalPath, mac),
+                                                   AgentPaths::normalized(event.text, mac));
+            }
+            sink(event);
+        };
+        if (record.location.kind == ArchiveLocation::Case::ssh)
+            services.ssh.restore(record.name, record.location.user, record.location.host,
+                                 record.location.basePath, into, relinking, cancel);
+        else
+            services.local.restore(record.location.path, into, relinking, cancel);
+    };
+    runAction(std::move(runner), [this, record, relink](const ArchiveEvent& event) {
+        switch (event.kind) {
+        case ArchiveEvent::Kind::progress:
+            restoreProgress_->copiedBytes = event.copiedBytes;
+            restoreProgress_->totalBytes = event.totalBytes;
+            restoreProgress_->currentPath = event.currentPath;
+            emit progressChanged();
+            return;
+        case ArchiveEvent::Kind::verifying:
+            restoreProgress_->isVerifying = true;
+            emit progressChanged();
+            return;
+        case ArchiveEvent::Kind::failed:
+            errorMessage_ = QStringLiteral("Restoring %1 failed: %2").arg(record.name, event.text);
+            return;
+        case ArchiveEvent::Kind::finished: {
+            lastRelink_ = *relink;
+            // Another window or the command line may have changed the list meanwhile.
+            records_ = services_.catalog.load();
+            for (ArchiveRecord& stored : records_) {
+                if (stored.id != record.id)
+                    continue;
+                stored.restoredAt = QDateTime::currentDateTimeUtc();
+                stored.restoredPath = event.text;
+                if (*relink)
+                    stored.relink = RelinkReportJson::toObject(**relink);
+            }
+            saveCatalog();
+            emit recordsChanged();
+            toasts().post(restoredToast(record, event.text, relink->has_value()));
+            emit filesystemChanged();
+            return;
+        }
+        }
+    });
+}
+
+void ArchivesModel::append(const ArchiveRecord& record) {
+    // Another window or the command line may have archived meanwhile; their records stay.
+    records_ = services_.catalog.load();
+    records_.append(record);
+    saveCatalog();
+    emit recordsChanged();
+}
+
+void ArchivesModel::saveCatalog() {
+    const QString error = services_.catalog.save(records_);
+    if (!error.isEmpty())
+        errorMessage_ = QStringLiteral("Could not save the archive list: ") + error;
+}
+
+void ArchivesModel::cancel() {
+    actionCancellation_.cancel();
+}
+
+void ArchivesModel::finishAction() {
+    archiveProgress_.reset();
+    restoreProgress_.reset();
+    emit progressChanged();
+    finishRemoval({});
+    emit actionFinished();
+}
+
+} // namespace corvane
