@@ -33,6 +33,15 @@ struct ArchiveTarget {
     }
 };
 
+// What the archives model works on; tests point every part at temporary folders.
+struct ArchiveServices {
+    ArchiveCatalog catalog;
+    AgentRelinker relinker{AgentLocations()};
+    ArchiveService local;
+    SSHArchiveService ssh;
+    const ProcessRunner* processRunner = &ProcessRunner::system();
+};
+
 // The Archived Projects screen's model and the archive action of a project: archives one project
 // at a time to its target (verified, then the original to the Trash) and records it in the
 // catalog; lists the catalog; restores a record to its original place or another folder,
@@ -43,17 +52,13 @@ class ArchivesModel : public InventoryModel {
     Q_OBJECT
 
 public:
-    // What the model works on; tests point every part at temporary folders.
-    struct Services {
-        ArchiveCatalog catalog;
-        AgentRelinker relinker{AgentLocations()};
-        ArchiveService local;
-        SSHArchiveService ssh;
-        const ProcessRunner* processRunner = &ProcessRunner::system();
-    };
+    using Services = ArchiveServices;
 
     explicit ArchivesModel(ToastCenter& toasts, Services services = Services(),
                            QObject* parent = nullptr);
+
+    // The services the next archive or restore uses; tests point them at stand-ins.
+    Services& services() { return services_; }
 
     // The catalog as last loaded, in its order.
     const QList<ArchiveRecord>& records() const { return records_; }

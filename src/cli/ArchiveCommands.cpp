@@ -15,13 +15,6 @@
 namespace corvane::cli {
 namespace {
 
-QJsonObject destinationJson(const SavedDestination& destination) {
-    return QJsonDocument::fromJson(DestinationsStore::encoded({destination}))
-        .array()
-        .first()
-        .toObject();
-}
-
 QString kindWord(SavedDestination::Kind kind) {
     return kind == SavedDestination::Kind::ssh ? QStringLiteral("SSH") : QStringLiteral("SMB");
 }
@@ -341,10 +334,7 @@ int runRestore(const QString& idOrName, const std::optional<QString>& folder, bo
         if (failed)
             document.insert(QStringLiteral("failed"), *model.errorMessage());
         else
-            document.insert(
-                QStringLiteral("finished"),
-                Paths::joined(into.isEmpty() ? Paths::parentPath(record->originalPath) : into,
-                              record->name));
+            document.insert(QStringLiteral("finished"), restoredPath(model, record->id));
         if (model.lastRelink())
             document.insert(QStringLiteral("relink"),
                             RelinkReportJson::toObject(*model.lastRelink()));

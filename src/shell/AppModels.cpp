@@ -7,6 +7,7 @@ AppModels::AppModels(ScanStarter starter)
     , caches(toasts)
     , agents(toasts)
     , organize(toasts, OrganizeModel::Services::system())
+    , archives(toasts)
     , navigation(session) {
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {
@@ -18,11 +19,14 @@ AppModels::AppModels(ScanStarter starter)
         agents.setProjectFolders(folders);
         agents.reload();
     });
-    // Moved projects leave the scanned folder or arrive in it; the scan shows them where they are.
-    QObject::connect(&organize, &OrganizeModel::actionFinished, &session, [this] {
+    // Moved projects leave the scanned folder or arrive in it, an archived original went to the
+    // Trash, a restored project came back: the scan shows each where it is now.
+    const auto rescan = [this] {
         if (session.rootURL() && !session.isScanning())
             session.rescan();
-    });
+    };
+    QObject::connect(&organize, &OrganizeModel::actionFinished, &session, rescan);
+    QObject::connect(&archives, &ArchivesModel::filesystemChanged, &session, rescan);
 }
 
 } // namespace corvane

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "agents/AgentsModel.h"
+#include "archive/ArchivesModel.h"
+#include "archive/DestinationsStore.h"
 #include "organize/OrganizeModel.h"
 #include "platform/ToastCenter.h"
 #include "scanning/GlobalCachesModel.h"
@@ -25,6 +27,8 @@ public:
     GlobalCachesModel caches;
     AgentsModel agents;
     OrganizeModel organize;
+    DestinationsStore destinations;
+    ArchivesModel archives;
     Navigation navigation;
 };
 

@@ -1,10 +1,13 @@
 #include "shell/MainWindow.h"
 
+#include "archive/ExternalVolumes.h"
+#include "archive/SmbMount.h"
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
 #include "shell/AgentsView.h"
 #include "shell/AppIcon.h"
+#include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/OrganizeView.h"
@@ -21,11 +24,14 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListWidget>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -43,6 +49,7 @@ constexpr int projectsRow = 0;
 constexpr int cachesRow = 1;
 constexpr int agentsRow = 2;
 constexpr int organizeRow = 3;
+constexpr int archivedRow = 4;
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
@@ -55,6 +62,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return agentsRow;
     case SidebarSelection::Kind::organize:
         return organizeRow;
+    case SidebarSelection::Kind::archived:
+        return archivedRow;
     default:
         return projectsRow;
     }
@@ -79,6 +88,8 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , caches_(models.caches)
     , agents_(models.agents)
     , organize_(models.organize)
+    , archives_(models.archives)
+    , destinations_(models.destinations)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -112,6 +123,9 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
          {&InventoryModel::selectedIDsChanged, &InventoryModel::isRemovingChanged})
         connect(&caches_, signal, this, &MainWindow::updateActions);
     connect(&organize_, &InventoryModel::isRemovingChanged, this, &MainWindow::updateActions);
+    connect(&archives_, &InventoryModel::isRemovingChanged, this, &MainWindow::updateActions);
+    connect(&archives_, &ArchivesModel::progressChanged, this, &MainWindow::followArchiveProgress);
+    connect(&archives_, &ArchivesModel::actionFinished, this, &MainWindow::showArchiveFailure);
     // Each trash action replaces what the panel said about the last one.
     connect(&session_, &ScanSession::trashCompleted, this, [this](const TrashResult& result) {
         failures_->showFailures(result.outcome.failures);
@@ -193,6 +207,14 @@ void MainWindow::makeActions() {
     settings->setMenuRole(QAction::PreferencesRole);
     connect(settings, &QAction::triggered, this, &MainWindow::showSettings);
 
+    QAction* archive = make(Action::archiveProject, QStringLiteral("Archive…"));
+    archive->setToolTip(QStringLiteral("Copy the selected project to a drive, a share or a server, "
+                                       "verify the copy, then move the original to the Trash"));
+    archiveMenu_ = new QMenu(QStringLiteral("Archive…"), this);
+    archiveMenu_->setObjectName(QStringLiteral("archiveMenu"));
+    connect(archiveMenu_, &QMenu::aboutToShow, this, &MainWindow::fillArchiveMenu);
+    archive->setMenu(archiveMenu_);
+
     QAction* move = make(Action::moveProject, QStringLiteral("Move Project…"));
     move->setToolTip(QStringLiteral("Move the selected project to another folder, with its agent "
                                     "history"));
@@ -211,6 +233,7 @@ void MainWindow::makeMenus() {
     file->addSeparator();
     file->addAction(action(Action::moveToTrash));
     file->addAction(action(Action::moveProject));
+    file->addAction(action(Action::archiveProject));
     file->addSeparator();
     file->addAction(action(Action::settings));
     QAction* quit = file->addAction(QStringLiteral("Quit Corvane Clean"));
@@ -228,6 +251,7 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Developer Caches"), this, &MainWindow::showCaches);
     view->addAction(QStringLiteral("Coding Agents"), this, &MainWindow::showAgents);
     view->addAction(QStringLiteral("Organize"), this, &MainWindow::showOrganize);
+    view->addAction(QStringLiteral("Archived Projects"), this, &MainWindow::showArchived);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -264,6 +288,7 @@ void MainWindow::makeToolBar() {
     auto* spacer = new QWidget(bar);
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     bar->addWidget(spacer);
+    bar->addAction(action(Action::archiveProject));
     bar->addAction(action(Action::moveToTrash));
 }
 
@@ -286,6 +311,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("Coding agents")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DirLinkIcon),
                                           QStringLiteral("Organize")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveNetIcon),
+                                          QStringLiteral("Archived projects")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -299,6 +326,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(agentsView_);
     organizeView_ = new OrganizeView(organize_, central);
     pages_->addWidget(organizeView_);
+    archivedView_ = new ArchivedView(archives_, central);
+    pages_->addWidget(archivedView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -443,7 +472,7 @@ void MainWindow::askToTrash(const TrashPlan& plan, std::function<void(const Tras
 
 void MainWindow::showSettings() {
     if (!settings_)
-        settings_ = new SettingsDialog(rules_, this);
+        settings_ = new SettingsDialog(rules_, destinations_, this);
     settings_->show();
     settings_->raise();
     settings_->activateWindow();
@@ -489,6 +518,135 @@ void MainWindow::confirmMoveProject(const QString& newParent) {
     box->open();
 }
 
+void MainWindow::showArchived() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::archived));
+    archives_.reload();
+}
+
+void MainWindow::fillArchiveMenu() {
+    archiveMenu_->clear();
+    for (const ExternalVolumes::Volume& volume : ExternalVolumes::mounted()) {
+        archiveMenu_->addAction(ExternalVolumes::menuTitle(volume), this, [this, volume] {
+            confirmArchive(ArchiveTarget::volume(volume.path));
+        });
+    }
+    for (const SavedDestination& destination : destinations_.destinations()) {
+        QString title = destination.name;
+        if (destination.kind == SavedDestination::Kind::ssh) {
+            title += QStringLiteral(" (SSH)");
+        } else {
+            const std::optional<QString> mountPoint =
+                SmbMount::expectedMountPoint(destination.smbURL);
+            title += mountPoint && QFileInfo(*mountPoint).isDir() ? QStringLiteral(" (network)")
+                                                                  : QStringLiteral(" (connect)");
+        }
+        archiveMenu_->addAction(title, this, [this, destination] {
+            confirmArchive(ArchiveTarget::saved(destination));
+        });
+    }
+    if (!archiveMenu_->isEmpty())
+        archiveMenu_->addSeparator();
+    archiveMenu_->addAction(QStringLiteral("Choose Folder…"), this, [this] {
+        const QString folder = QFileDialog::getExistingDirectory(
+            this, QStringLiteral("Choose the folder to archive into"));
+        if (!folder.isEmpty())
+            confirmArchive(ArchiveTarget::folder(folder));
+    });
+}
+
+void MainWindow::confirmArchive(const ArchiveTarget& target) {
+    const std::optional<SidebarSelection>& selection = navigation_.selection();
+    if (!selection || !selection->project || archives_.isBusy())
+        return;
+    const Project project = *selection->project;
+    QString where;
+    switch (target.kind) {
+    case ArchiveTarget::Kind::folder:
+        where = target.path;
+        break;
+    case ArchiveTarget::Kind::volume:
+        where = ExternalVolumes::archiveFolder(target.path);
+        break;
+    case ArchiveTarget::Kind::ssh:
+        where = target.destination.user + u'@' + target.destination.host + u':' +
+                target.destination.remotePath;
+        break;
+    case ArchiveTarget::Kind::smb:
+        where = target.destination.smbURL;
+        break;
+    }
+    auto* box = new QMessageBox(QMessageBox::Question, QStringLiteral("Archive"),
+                                QStringLiteral("Archive %1 to %2?").arg(project.name, where),
+                                QMessageBox::Cancel, this);
+    box->setObjectName(QStringLiteral("archiveConfirmation"));
+    box->setInformativeText(QStringLiteral("The project is copied and the copy is counted file by "
+                                           "file. Only when it matches does the original go to "
+                                           "the Trash."));
+    QPushButton* accept = box->addButton(QStringLiteral("Archive"), QMessageBox::AcceptRole);
+    box->setDefaultButton(accept);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::WindowModal);
+    connect(box, &QMessageBox::buttonClicked, this,
+            [this, accept, path = project.url, target](QAbstractButton* button) {
+                if (button == accept)
+                    archives_.archive(path, target);
+            });
+    box->open();
+}
+
+void MainWindow::followArchiveProgress() {
+    const std::optional<ArchiveProgress>& archiving = archives_.archiveProgress();
+    const std::optional<ArchiveProgress>& progress =
+        archiving ? archiving : archives_.restoreProgress();
+    if (!progress) {
+        if (progressSheet_)
+            progressSheet_->close();
+        return;
+    }
+    if (!progressSheet_) {
+        progressSheet_ = new QProgressDialog(this);
+        progressSheet_->setObjectName(QStringLiteral("archiveProgress"));
+        progressSheet_->setAttribute(Qt::WA_DeleteOnClose);
+        progressSheet_->setWindowModality(Qt::WindowModal);
+        progressSheet_->setAutoClose(false);
+        progressSheet_->setAutoReset(false);
+        progressSheet_->setMinimumDuration(0);
+        progressSheet_->setMinimumWidth(460);
+        connect(progressSheet_, &QProgressDialog::canceled, &archives_, &ArchivesModel::cancel);
+        progressSheet_->open();
+    }
+    const QString verb = archiving ? QStringLiteral("Archiving") : QStringLiteral("Restoring");
+    QString text;
+    if (progress->isVerifying)
+        text = QStringLiteral("Verifying the copy of %1…").arg(progress->projectName);
+    else if (progress->totalBytes > 0)
+        text = QStringLiteral("%1 %2: %3 of %4\n%5")
+                   .arg(verb, progress->projectName, formatBytes(progress->copiedBytes),
+                        formatBytes(progress->totalBytes), progress->currentPath);
+    else
+        text = QStringLiteral("%1 %2…\n%3").arg(verb, progress->projectName, progress->currentPath);
+    progressSheet_->setLabelText(text);
+    // Bytes scaled to a thousand steps, so that large projects fit the dialog's int range.
+    progressSheet_->setRange(0, progress->isVerifying || progress->totalBytes <= 0 ? 0 : 1000);
+    if (progress->totalBytes > 0 && !progress->isVerifying)
+        progressSheet_->setValue(
+            static_cast<int>(progress->copiedBytes * 1000 / progress->totalBytes));
+}
+
+void MainWindow::showArchiveFailure() {
+    if (progressSheet_)
+        progressSheet_->close();
+    const std::optional<QString>& message = archives_.archiveErrorMessage();
+    if (!message || archives_.lastArchived())
+        return;
+    auto* alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Archive"), *message,
+                                  QMessageBox::Ok, this);
+    alert->setObjectName(QStringLiteral("archiveFailure"));
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    alert->setWindowModality(Qt::WindowModal);
+    alert->open();
+}
+
 void MainWindow::showProjects() {
     const std::optional<SidebarSelection>& current = navigation_.selection();
     if (current && current->kind == SidebarSelection::Kind::project) {
@@ -512,6 +670,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showAgents();
     else if (row == organizeRow)
         showOrganize();
+    else if (row == archivedRow)
+        showArchived();
     else
         showProjects();
 }
@@ -579,6 +739,8 @@ void MainWindow::updateActions() {
     const std::optional<SidebarSelection>& selection = navigation_.selection();
     action(Action::moveProject)
         ->setEnabled(selection && selection->project && !organize_.isOrganizing());
+    action(Action::archiveProject)
+        ->setEnabled(selection && selection->project && !archives_.isBusy());
 }
 
 void MainWindow::updateFolder() {

@@ -5,6 +5,7 @@
 
 #include <QMainWindow>
 #include <QPointer>
+#include <QProgressDialog>
 #include <QTimer>
 #include <functional>
 
@@ -14,9 +15,12 @@ class QListWidget;
 class QStackedWidget;
 class QTreeView;
 
+class QMenu;
+
 namespace corvane {
 
 class AgentsView;
+class ArchivedView;
 class CachesView;
 class OrganizeView;
 class FailuresPanel;
@@ -43,6 +47,7 @@ public:
         sortByActivity,
         settings,
         moveProject,
+        archiveProject,
     };
 
     // The folder chooser as the window shows it: the title and the accept button.
@@ -71,6 +76,15 @@ public:
     // Asks (in a sheet) to move the selected project into `newParent`, keeping its name, and
     // moves it with its agent history if the user agrees.
     void confirmMoveProject(const QString& newParent);
+    void showArchived();
+    // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
+    // progress sheet on show.
+    void confirmArchive(const ArchiveTarget& target);
+    // The Archive menu of the selected project: mounted volumes, saved destinations and
+    // "Choose Folder…"; filled each time it opens.
+    QMenu* archiveMenu() const { return archiveMenu_; }
+    // The progress sheet of the running archive or restore, while one runs.
+    QProgressDialog* archiveProgressSheet() const { return progressSheet_; }
 
     QAction* action(Action which) const;
     ProjectTreeModel& projectModel() const { return *projectModel_; }
@@ -79,6 +93,7 @@ public:
     CachesView* cachesView() const { return cachesView_; }
     AgentsView* agentsView() const { return agentsView_; }
     OrganizeView* organizeView() const { return organizeView_; }
+    ArchivedView* archivedView() const { return archivedView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -100,11 +115,16 @@ private:
     void updateActions();
     void updateFolder();
     void updateStatus();
+    void fillArchiveMenu();
+    void followArchiveProgress();
+    void showArchiveFailure();
 
     ScanSession& session_;
     GlobalCachesModel& caches_;
     AgentsModel& agents_;
     OrganizeModel& organize_;
+    ArchivesModel& archives_;
+    DestinationsStore& destinations_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -119,6 +139,9 @@ private:
     CachesView* cachesView_ = nullptr;
     AgentsView* agentsView_ = nullptr;
     OrganizeView* organizeView_ = nullptr;
+    ArchivedView* archivedView_ = nullptr;
+    QMenu* archiveMenu_ = nullptr;
+    QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;
     FailuresPanel* failures_ = nullptr;
     ToastOverlay* toast_ = nullptr;

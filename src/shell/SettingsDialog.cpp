@@ -1,6 +1,7 @@
 #include "shell/SettingsDialog.h"
 
 #include "scanning/ScanWording.h"
+#include "shell/DestinationsSection.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -39,7 +40,7 @@ void RuleKindDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
     model->setData(index, static_cast<QComboBox*>(editor)->currentData(), Qt::EditRole);
 }
 
-SettingsDialog::SettingsDialog(RulesStore& rules, QWidget* parent)
+SettingsDialog::SettingsDialog(RulesStore& rules, DestinationsStore& destinations, QWidget* parent)
     : QDialog(parent)
     , model_(new RulesModel(rules, this))
     , view_(new QTableView(this))
@@ -99,8 +100,10 @@ SettingsDialog::SettingsDialog(RulesStore& rules, QWidget* parent)
     layout->addWidget(explanation);
     layout->addWidget(view_, 1);
     layout->addLayout(editRow);
+    layout->addSpacing(12);
+    layout->addWidget(new DestinationsSection(destinations, this), 1);
     layout->addWidget(buttons);
-    resize(560, 380);
+    resize(620, 600);
     updateButtons();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/DestinationsStore.h"
 #include "scanning/RulesStore.h"
 #include "shell/RulesModel.h"
 
@@ -27,12 +28,12 @@ public:
 };
 
 // The settings window: the custom artifact folders, each saved as soon as it is edited and used
-// by the next scan.
+// by the next scan, and the servers saved as archive destinations.
 class SettingsDialog : public QDialog {
     Q_OBJECT
 
 public:
-    explicit SettingsDialog(RulesStore& rules, QWidget* parent = nullptr);
+    SettingsDialog(RulesStore& rules, DestinationsStore& destinations, QWidget* parent = nullptr);
 
     RulesModel& rulesModel() { return *model_; }
     QTableView* rulesView() const { return view_; }

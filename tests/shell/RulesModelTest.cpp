@@ -94,7 +94,8 @@ TEST_F(RulesModelTest, AKindThisVersionDoesNotKnowIsShownAndKeptAsStored) {
 }
 
 TEST_F(RulesModelTest, TheSettingsButtonsAddAndRemoveTheSelectedRule) {
-    SettingsDialog dialog(store);
+    DestinationsStore destinations;
+    SettingsDialog dialog(store, destinations);
     dialog.show();
     EXPECT_FALSE(dialog.removeButton()->isEnabled());
     dialog.addButton()->click();

@@ -1,0 +1,156 @@
+#include "shell/ArchivedView.h"
+
+#include "shell/PageLayout.h"
+
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLocale>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace corvane {
+namespace {
+
+enum Column { nameColumn, whereColumn, whenColumn, stateColumn };
+
+QString stateOf(const ArchiveRecord& record) {
+    if (record.restoredPath)
+        return QStringLiteral("Restored to ") + *record.restoredPath;
+    return ArchivesModel::isAvailable(record) ? QStringLiteral("Archived")
+                                              : QStringLiteral("Not connected");
+}
+
+} // namespace
+
+const QString ArchivedView::introText =
+    QStringLiteral("Projects moved to drives, shares and servers, verified before the original "
+                   "went to the Trash. Restoring copies a project back, with its agent history; "
+                   "the archived copy is never touched.");
+
+ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
+    : QWidget(parent)
+    , model_(model)
+    , list_(new QTreeWidget(this))
+    , state_(new QLabel(this))
+    , hint_(new QLabel(this))
+    , error_(new QLabel(this))
+    , restore_(new QPushButton(QStringLiteral("Restore"), this))
+    , restoreElsewhere_(new QPushButton(QStringLiteral("Restore to Another Folder…"), this)) {
+    setObjectName(QStringLiteral("archivedView"));
+    list_->setObjectName(QStringLiteral("archivedList"));
+    list_->setHeaderLabels({QStringLiteral("Project"), QStringLiteral("Archived at"),
+                            QStringLiteral("When"), QStringLiteral("State")});
+    list_->setRootIsDecorated(false);
+    list_->setUniformRowHeights(true);
+    list_->setAlternatingRowColors(true);
+    list_->header()->setSectionResizeMode(nameColumn, QHeaderView::ResizeToContents);
+    list_->header()->setSectionResizeMode(whereColumn, QHeaderView::Stretch);
+    list_->header()->setSectionResizeMode(whenColumn, QHeaderView::ResizeToContents);
+    list_->header()->setSectionResizeMode(stateColumn, QHeaderView::ResizeToContents);
+    list_->header()->setStretchLastSection(false);
+    state_->setForegroundRole(QPalette::PlaceholderText);
+    hint_->setObjectName(QStringLiteral("restoreHint"));
+    hint_->setWordWrap(true);
+    error_->setObjectName(QStringLiteral("restoreError"));
+    error_->setWordWrap(true);
+    error_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    QPalette warning = error_->palette();
+    warning.setColor(QPalette::WindowText, QColor(0xb0, 0x30, 0x20));
+    error_->setPalette(warning);
+    restore_->setObjectName(QStringLiteral("restoreButton"));
+    restoreElsewhere_->setObjectName(QStringLiteral("restoreElsewhereButton"));
+
+    auto* body = new QVBoxLayout;
+    body->addWidget(list_, 1);
+    body->addWidget(state_);
+    body->addWidget(hint_);
+    body->addWidget(error_);
+    auto* footer = new QHBoxLayout;
+    footer->addStretch();
+    footer->addWidget(restoreElsewhere_);
+    footer->addWidget(restore_);
+    layOutPage(*this, QStringLiteral("Archived projects"), introText, body, footer);
+
+    connect(list_, &QTreeWidget::currentItemChanged, this, &ArchivedView::updateSelection);
+    connect(restore_, &QPushButton::clicked, this, [this] {
+        if (const std::optional<ArchiveRecord> record = selected())
+            model_.restore(*record);
+    });
+    connect(restoreElsewhere_, &QPushButton::clicked, this, [this] {
+        const QString folder =
+            QFileDialog::getExistingDirectory(this, QStringLiteral("Choose the folder to restore"));
+        if (!folder.isEmpty())
+            restoreSelectedTo(folder);
+    });
+    connect(&model_, &ArchivesModel::recordsChanged, this, &ArchivedView::showRecords);
+    connect(&model_, &ArchivesModel::actionFinished, this, &ArchivedView::updateSelection);
+    connect(&model_, &InventoryModel::isLoadingChanged, this, &ArchivedView::showRecords);
+    showRecords();
+}
+
+std::optional<ArchiveRecord> ArchivedView::selected() const {
+    const QTreeWidgetItem* row = list_->currentItem();
+    if (!row)
+        return std::nullopt;
+    const QUuid id = row->data(nameColumn, Qt::UserRole).toUuid();
+    for (const ArchiveRecord& record : model_.records()) {
+        if (record.id == id)
+            return record;
+    }
+    return std::nullopt;
+}
+
+void ArchivedView::restoreSelectedTo(const QString& folder) {
+    if (const std::optional<ArchiveRecord> record = selected())
+        model_.restore(*record, folder);
+}
+
+void ArchivedView::showRecords() {
+    const std::optional<ArchiveRecord> current = selected();
+    list_->clear();
+    // Newest first: the project archived last is the one most often looked for.
+    for (auto record = model_.records().rbegin(); record != model_.records().rend(); ++record) {
+        auto* row = new QTreeWidgetItem(list_);
+        row->setText(nameColumn, record->name);
+        row->setToolTip(nameColumn, QStringLiteral("Was at ") + record->originalPath);
+        row->setData(nameColumn, Qt::UserRole, record->id);
+        row->setText(whereColumn, record->locationDescription());
+        row->setText(whenColumn,
+                     QLocale().toString(record->archivedAt.toLocalTime(), QLocale::ShortFormat));
+        row->setText(stateColumn, stateOf(*record));
+        if (current && current->id == record->id)
+            list_->setCurrentItem(row);
+    }
+    if (!list_->currentItem() && list_->topLevelItemCount() > 0)
+        list_->setCurrentItem(list_->topLevelItem(0));
+    state_->setText(model_.records().isEmpty()
+                        ? (model_.hasLoaded() ? QStringLiteral("No project has been archived yet. "
+                                                               "Archive… on a project moves it to "
+                                                               "a drive, a share or a server.")
+                                              : QStringLiteral("Reading the archive list…"))
+                        : QString());
+    state_->setVisible(!state_->text().isEmpty());
+    updateSelection();
+}
+
+void ArchivedView::updateSelection() {
+    const std::optional<ArchiveRecord> record = selected();
+    const bool idle = !model_.isBusy();
+    restore_->setEnabled(idle && record && ArchivesModel::canRestoreInPlace(*record));
+    restoreElsewhere_->setEnabled(idle && record && ArchivesModel::isAvailable(*record));
+    QString hint;
+    if (record) {
+        hint = ArchivesModel::restoreHint(*record);
+        if (ArchivesModel::isAvailable(*record))
+            hint += QStringLiteral(". The archived copy is never touched.");
+    }
+    hint_->setText(hint);
+    restore_->setToolTip(hint);
+    error_->setText(model_.errorMessage().value_or(QString()));
+    error_->setVisible(model_.errorMessage().has_value());
+}
+
+} // namespace corvane
