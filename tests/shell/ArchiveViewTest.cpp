@@ -36,7 +36,9 @@ class ArchiveViewTest : public testing::Test {
 protected:
     void SetUp() override {
         home = test::fakeHome();
-        drive = test::makeTempDir(s("volumes")) + s("/Backup");
+        const QString volumesFolder = test::makeTempDir(s("volumes"));
+        volumes.emplace("CORVANE_VOLUMES_DIR", volumesFolder);
+        drive = volumesFolder + s("/Backup");
         QDir().mkpath(drive);
         project = home + s("/code/shop");
         test::writeFile(project + s("/README.md"), "hello");
@@ -54,7 +56,7 @@ protected:
     QString home;
     QString drive;
     QString project;
-    test::ScopedEnvironment volumes{"CORVANE_VOLUMES_DIR", test::fakeHome() + s("/volumes-1")};
+    std::optional<test::ScopedEnvironment> volumes;
     test::FakeScans scans;
     AppModels models{scans.starter()};
     MainWindow window{models};
