@@ -181,3 +181,6 @@ if awk -v r="$sizes_ratio" -v g="$goal" 'BEGIN { exit !(r <= g) }'; then
 else
   say "Size phase: ${sizes_ratio}x the wall time of du -s over the same folders, above the goal of ${goal}x."
 fi
+
+say ""
+"$repo/bench/run-archive-bench.sh" "$build_dir/src/cli/corvane" "$workspace" "$manifest"
