@@ -2,6 +2,8 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
+#include <optional>
 
 namespace corvane {
 
@@ -27,6 +29,46 @@ QString archiveFolder(const QString& volumeRoot);
 
 // The volume's name, with " (network)" for a network volume.
 QString menuTitle(const Volume& volume);
+
+// The platform's own listing, whatever CORVANE_VOLUMES_DIR says.
+QList<Volume> systemVolumes();
+
+// What macOS's file manager reports of one mounted volume; a value it leaves out stays unset.
+struct VolumeProperties {
+    QString path;
+    std::optional<QString> name;
+    std::optional<bool> isInternal;
+    std::optional<bool> isBrowsable;
+    std::optional<bool> isLocal;
+};
+
+// The volume as an archive target, or nothing for an internal or hidden one.
+std::optional<Volume> volumeFrom(const VolumeProperties& properties);
+
+// One row of the Linux mount table, with what the listing needs to judge it.
+struct MountEntry {
+    QString mountPoint;
+    // "/dev/sdb1", "//server/share", "server:/export", or a pseudo name such as "proc".
+    QString device;
+    QString fileSystemType;
+    // The file system's label, when it has one.
+    QString label;
+    bool isReadOnly = false;
+    // The block device's removable flag (or its disk's, for a partition).
+    bool isRemovable = false;
+    // For a gvfs mount: the folders inside it, one mounted share each.
+    QStringList gvfsShares;
+};
+
+// Where the system and the home folder live; their file systems are never archive targets.
+struct SystemDisks {
+    QString rootDevice;
+    QString homeMountPoint;
+    QString homeDevice;
+};
+
+// The archive targets one mount offers: none, itself, or each share of a gvfs mount.
+QList<Volume> volumesFrom(const MountEntry& entry, const SystemDisks& system);
 
 } // namespace ExternalVolumes
 } // namespace corvane

@@ -23,6 +23,9 @@ struct Result {
 // Where the share of `smbURL` is mounted when it is; nothing for an address that is not an SMB
 // URL.
 std::optional<QString> expectedMountPoint(const QString& smbURL);
+// The same by macOS's rules ("/Volumes/<share>") or gvfs's
+// ("$XDG_RUNTIME_DIR/gvfs/smb-share:server=<host>,share=<share>").
+std::optional<QString> expectedMountPoint(const QString& smbURL, bool macRules);
 
 // Blocking, for up to `waitSeconds` after asking the system to mount.
 Result mount(const QString& smbURL, const ProcessRunner& runner = ProcessRunner::system(),

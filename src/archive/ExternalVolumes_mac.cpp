@@ -1,0 +1,104 @@
+// macOS listing: Core Foundation's enumerator of mounted volumes (the one NSFileManager's
+// mountedVolumeURLsIncludingResourceValuesForKeys uses), with the four volume properties
+// prefetched; volumeFrom() decides.
+
+#include "archive/ExternalVolumes.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <QString>
+
+namespace corvane::ExternalVolumes {
+namespace {
+
+// Releases a Core Foundation object obtained under the Create or Copy rule.
+class Owned {
+public:
+    explicit Owned(CFTypeRef object)
+        : object_(object) {}
+    ~Owned() {
+        if (object_)
+            CFRelease(object_);
+    }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
+
+    CFTypeRef get() const { return object_; }
+
+private:
+    CFTypeRef object_;
+};
+
+// Nothing when the volume does not report the property.
+std::optional<bool> boolProperty(CFURLRef url, CFStringRef key) {
+    CFTypeRef value = nullptr;
+    if (!CFURLCopyResourcePropertyForKey(url, key, &value, nullptr) || !value)
+        return std::nullopt;
+    const Owned owned(value);
+    if (CFGetTypeID(value) != CFBooleanGetTypeID())
+        return std::nullopt;
+    return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+}
+
+std::optional<QString> stringProperty(CFURLRef url, CFStringRef key) {
+    CFTypeRef value = nullptr;
+    if (!CFURLCopyResourcePropertyForKey(url, key, &value, nullptr) || !value)
+        return std::nullopt;
+    const Owned owned(value);
+    if (CFGetTypeID(value) != CFStringGetTypeID())
+        return std::nullopt;
+    return QString::fromCFString(static_cast<CFStringRef>(value));
+}
+
+QString pathOf(CFURLRef url) {
+    const Owned path(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle));
+    if (!path.get())
+        return {};
+    return QString::fromCFString(static_cast<CFStringRef>(path.get()));
+}
+
+VolumeProperties propertiesOf(CFURLRef url) {
+    VolumeProperties properties;
+    properties.path = pathOf(url);
+    properties.name = stringProperty(url, kCFURLVolumeNameKey);
+    properties.isInternal = boolProperty(url, kCFURLVolumeIsInternalKey);
+    properties.isBrowsable = boolProperty(url, kCFURLVolumeIsBrowsableKey);
+    properties.isLocal = boolProperty(url, kCFURLVolumeIsLocalKey);
+    return properties;
+}
+
+} // namespace
+
+QList<Volume> systemVolumes() {
+    const void* keys[] = {kCFURLVolumeNameKey, kCFURLVolumeIsInternalKey,
+                          kCFURLVolumeIsBrowsableKey, kCFURLVolumeIsLocalKey};
+    const Owned keyArray(CFArrayCreate(kCFAllocatorDefault, keys, 4, &kCFTypeArrayCallBacks));
+    const Owned enumerator(
+        CFURLEnumeratorCreateForMountedVolumes(kCFAllocatorDefault, kCFURLEnumeratorSkipInvisibles,
+                                               static_cast<CFArrayRef>(keyArray.get())));
+    QList<Volume> volumes;
+    if (!enumerator.get())
+        return volumes;
+    const auto volumeEnumerator = static_cast<CFURLEnumeratorRef>(enumerator.get());
+    for (;;) {
+        CFURLRef url = nullptr;
+        CFErrorRef error = nullptr;
+        const CFURLEnumeratorResult result =
+            CFURLEnumeratorGetNextURL(volumeEnumerator, &url, &error);
+        if (result == kCFURLEnumeratorEnd)
+            break;
+        // One volume that cannot be read does not hide the others.
+        if (result == kCFURLEnumeratorError) {
+            if (error)
+                CFRelease(error);
+            continue;
+        }
+        // The enumerator keeps ownership of `url` (the Get rule).
+        if (result == kCFURLEnumeratorSuccess && url) {
+            if (const std::optional<Volume> volume = volumeFrom(propertiesOf(url)))
+                volumes.append(*volume);
+        }
+    }
+    return volumes;
+}
+
+} // namespace corvane::ExternalVolumes
