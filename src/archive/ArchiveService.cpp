@@ -103,11 +103,12 @@ void measureFolder(DirectoryReader& reader, const QByteArray& path, ArchiveCount
         const QByteArray child = path + '/' + entry.name;
         if (entry.kind == EntryKind::regularFile) {
             struct stat info {};
-            if (::lstat(child.constData(), &info) == 0 && S_ISREG(info.st_mode)) {
+            // Gone since the listing: it is not there to count.
+            if (::lstat(child.constData(), &info) != 0 && errno != ENOENT)
+                fail(child, errno);
+            if (S_ISREG(info.st_mode)) {
                 ++counts.files;
                 counts.bytes += info.st_size;
-            } else if (errno != ENOENT) {
-                fail(child, errno);
             }
         } else if (entry.kind == EntryKind::directory) {
             DirectoryReader folder(reader, entry.name);
@@ -158,6 +159,10 @@ private:
                       const QByteArray& target);
     void copyRange(int in, int out, off_t offset, off_t length, const QByteArray& source,
                    const QByteArray& target);
+#ifdef Q_OS_LINUX
+    // Copies what it can of the range, advancing it; true when the rest must go through memory.
+    bool copyInKernel(int in, int out, off_t& offset, off_t& length, const QByteArray& target);
+#endif
     bool linkToEarlierCopy(const struct stat& info, const QByteArray& target) const;
     void counted(qint64 bytes, const QByteArray& relative);
 
@@ -211,6 +216,7 @@ void Copier::copyChildren(DirectoryReader& reader, const QByteArray& source,
         const QByteArray relative = relativeFolder.isEmpty() ? name : relativeFolder + '/' + name;
         if (service_.beforeEntry)
             service_.beforeEntry(decoded(relative));
+        // After the hook, so that a cancel from it stops the copy before this entry.
         cancellation_.throwIfCancelled();
         copyEntry(reader, name, source + '/' + name, target + '/' + name, relative);
     }
@@ -354,25 +360,8 @@ void Copier::copyContents(int in, int out, off_t size, const QByteArray& source,
 void Copier::copyRange(int in, int out, off_t offset, off_t length, const QByteArray& source,
                        const QByteArray& target) {
 #ifdef Q_OS_LINUX
-    // In the kernel, and a clone of the extents where the file system can.
-    while (length > 0) {
-        cancellation_.throwIfCancelled();
-        loff_t from = offset;
-        loff_t to = offset;
-        const ssize_t count = ::copy_file_range(
-            in, &from, out, &to, static_cast<size_t>(std::min(length, chunkSize)), 0);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
-                          errno == EOPNOTSUPP || errno == EPERM))
-            break; // not between these volumes: copied through memory below
-        if (count < 0)
-            fail(target, errno);
-        if (count == 0)
-            return; // the source got shorter; the check after the copy says so
-        offset += count;
-        length -= count;
-    }
+    if (!copyInKernel(in, out, offset, length, target))
+        return;
 #endif
     buffer_.resize(1024 * 1024);
     while (length > 0) {
@@ -384,7 +373,7 @@ void Copier::copyRange(int in, int out, off_t offset, off_t length, const QByteA
         if (count < 0)
             fail(source, errno);
         if (count == 0)
-            return;
+            return; // the source got shorter; the check after the copy says so
         for (ssize_t written = 0; written < count;) {
             const ssize_t step = ::pwrite(out, buffer_.data() + written,
                                           static_cast<size_t>(count - written), offset + written);
@@ -398,6 +387,32 @@ void Copier::copyRange(int in, int out, off_t offset, off_t length, const QByteA
         length -= count;
     }
 }
+
+#ifdef Q_OS_LINUX
+bool Copier::copyInKernel(int in, int out, off_t& offset, off_t& length, const QByteArray& target) {
+    // No pass through memory, and a clone of the extents where the file system can.
+    while (length > 0) {
+        cancellation_.throwIfCancelled();
+        loff_t from = offset;
+        loff_t to = offset;
+        const ssize_t count = ::copy_file_range(
+            in, &from, out, &to, static_cast<size_t>(std::min(length, chunkSize)), 0);
+        if (count < 0 && errno == EINTR)
+            continue;
+        // Not between these two volumes: the rest goes through memory.
+        if (count < 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
+                          errno == EOPNOTSUPP || errno == EPERM))
+            return true;
+        if (count < 0)
+            fail(target, errno);
+        if (count == 0)
+            return false; // the source got shorter; the check after the copy says so
+        offset += count;
+        length -= count;
+    }
+    return false;
+}
+#endif
 
 void Copier::counted(qint64 bytes, const QByteArray& relative) {
     copiedBytes_ += bytes;
