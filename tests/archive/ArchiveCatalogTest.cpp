@@ -1,6 +1,5 @@
 #include "archive/ArchiveCatalog.h"
 
-#include "platform/Locations.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>
@@ -62,10 +61,6 @@ ArchiveRecord restoredSshRecord() {
 }
 
 } // namespace
-
-TEST(ArchiveCatalog, LivesInTheApplicationSupportFolder) {
-    EXPECT_EQ(ArchiveCatalog().url, Locations::appSupportDir() + s("/archive-catalog.json"));
-}
 
 TEST(ArchiveCatalog, EmptyMissingCorruptOrPartlyUnreadableFilesLoadAsNoRecords) {
     const QString folder = test::makeTempDir(s("catalog-unreadable"));
