@@ -1,5 +1,6 @@
 #include "archive/ArchiveService.h"
 
+#include "ArchiveTesting.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -15,23 +16,6 @@
 
 using namespace corvane;
 using test::s;
-
-namespace corvane {
-// Readable failures: "failed(Source no longer exists)" instead of bytes.
-void PrintTo(const ArchiveEvent& event, std::ostream* out) {
-    static const char* const kinds[] = {"progress", "verifying", "finished", "failed"};
-    *out << kinds[int(event.kind)] << '(';
-    if (event.kind == ArchiveEvent::Kind::progress)
-        *out << event.copiedBytes << ", " << event.totalBytes << ", "
-             << qPrintable(event.currentPath);
-    *out << qPrintable(event.text) << ')';
-}
-
-void PrintTo(const ArchiveCounts& counts, std::ostream* out) {
-    *out << counts.files << " files / " << counts.bytes << " bytes / " << counts.topLevelEntries
-         << " entries";
-}
-} // namespace corvane
 
 namespace {
 

@@ -64,8 +64,8 @@ TEST_F(ArchivesModelTest, AnArchiveIsRecordedAndRestoresInPlaceOrElsewhereWithHi
     EXPECT_TRUE(QFileInfo::exists(project + s("/src/main.c")));
     EXPECT_TRUE(QFileInfo::exists(drive + s("/shop/src/main.c"))) << "the archive stays";
     EXPECT_FALSE(model.lastRelink());
-    EXPECT_EQ(toasts.current()->message, s("Restored shop to ") + project +
-                                             s(" Its agent history is attached again."));
+    EXPECT_EQ(toasts.current()->message,
+              s("Restored shop to ") + project + s(" Its agent history is attached again."));
     EXPECT_EQ(model.records().first().restoredPath, project);
     EXPECT_TRUE(model.records().first().restoredAt.has_value());
     EXPECT_EQ(ArchivesModel::restoreHint(record), project + s(" is taken; choose another folder"));
@@ -77,7 +77,8 @@ TEST_F(ArchivesModelTest, AnArchiveIsRecordedAndRestoresInPlaceOrElsewhereWithHi
     ASSERT_FALSE(model.errorMessage()) << model.errorMessage()->toStdString();
     ASSERT_TRUE(model.lastRelink().has_value());
     EXPECT_EQ(model.lastRelink()->claudeHistoryFolders, 1);
-    EXPECT_EQ(test::sessionIDsIn(locations, elsewhere + s("/shop")), QStringList{s("shop-session")});
+    EXPECT_EQ(test::sessionIDsIn(locations, elsewhere + s("/shop")),
+              QStringList{s("shop-session")});
     EXPECT_EQ(toasts.current()->message, s("Restored shop to ") + elsewhere +
                                              s("/shop Its agent history was relinked there."));
     const QList<ArchiveRecord> stored = services.catalog.load();

@@ -1,6 +1,7 @@
 // Archive and restore against a real OpenSSH server on 127.0.0.1 (see SshServer.h); the server's
 // folders are on this machine, so what arrived is read straight from the disk.
 
+#include "ArchiveTesting.h"
 #include "SshServer.h"
 #include "archive/SSHArchiveService.h"
 #include "support/GitFixture.h"
@@ -14,14 +15,6 @@
 #include <thread>
 
 namespace corvane {
-
-void PrintTo(const ArchiveEvent& event, std::ostream* out) {
-    static const char* const kinds[] = {"progress", "verifying", "finished", "failed"};
-    *out << kinds[static_cast<int>(event.kind)] << '(' << event.copiedBytes << ", "
-         << event.totalBytes << ", \"" << event.currentPath.toStdString() << "\", \""
-         << event.text.toStdString() << "\")";
-}
-
 namespace {
 
 using test::s;
