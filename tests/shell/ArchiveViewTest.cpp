@@ -110,7 +110,8 @@ TEST_F(ArchiveViewTest, TheMenuOffersDrivesAndServersAndTheSheetFollowsTheCopyUn
     ASSERT_TRUE(QTest::qWaitFor([this] { return window.archiveProgressSheet() != nullptr; },
                                 test::patience));
     EXPECT_FALSE(window.action(MainWindow::Action::archiveProject)->isEnabled());
-    test::saveScreenshot(window, s("archive-progress"));
+    EXPECT_TRUE(window.archiveProgressSheet()->labelText().startsWith(s("Archiving shop")));
+    test::saveScreenshot(*window.archiveProgressSheet(), s("archive-progress"));
     seen = true;
 
     ASSERT_TRUE(QTest::qWaitFor([this] { return !models.archives.isBusy(); }, test::patience));
