@@ -1,20 +1,13 @@
 #include "archive/SSHArchiveService.h"
 
-#include "platform/CheckedSum.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 
 #include <QFile>
-#include <cerrno>
-#include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace corvane {
 namespace {
@@ -56,67 +49,6 @@ std::optional<QString> knownSshProblem(const QString& standardError, const QStri
         return text("Blocked by macOS Local Network privacy. Allow Corvane Clean under System "
                     "Settings > Privacy & Security > Local Network.");
     return std::nullopt;
-}
-
-struct DirCloser {
-    void operator()(DIR* dir) const { ::closedir(dir); }
-};
-
-[[noreturn]] void throwFor(const QByteArray& path, int error) {
-    throw std::runtime_error((path + ": " + std::strerror(error)).toStdString());
-}
-
-// Adds what lies below the folder open as `fd` (taken over here) to `counts`. Each entry is
-// looked at without following links, so a link to a folder is never entered.
-void addFolder(int fd, const QByteArray& path, ArchiveCounts& counts,
-               const CancellationToken& cancellation, bool isTop) {
-    std::unique_ptr<DIR, DirCloser> dir(::fdopendir(fd));
-    if (!dir) {
-        const int error = errno;
-        ::close(fd);
-        throwFor(path, error);
-    }
-    for (;;) {
-        cancellation.throwIfCancelled();
-        errno = 0;
-        const dirent* entry = ::readdir(dir.get());
-        if (!entry) {
-            if (errno != 0)
-                throwFor(path, errno);
-            return;
-        }
-        const QByteArray name(entry->d_name);
-        if (name == "." || name == "..")
-            continue;
-        if (isTop)
-            ++counts.topLevelEntries;
-        struct stat info {};
-        if (::fstatat(::dirfd(dir.get()), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0)
-            throwFor(path + '/' + name, errno);
-        if (S_ISREG(info.st_mode)) {
-            ++counts.files;
-            counts.bytes = checkedSum(counts.bytes, static_cast<qint64>(info.st_size));
-        } else if (S_ISDIR(info.st_mode)) {
-            const int child = ::openat(::dirfd(dir.get()), entry->d_name,
-                                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-            if (child < 0)
-                throwFor(path + '/' + name, errno);
-            addFolder(child, path + '/' + name, counts, cancellation, false);
-        }
-    }
-}
-
-// Regular files and the sum of their sizes, and the entries directly inside `folder` (hidden
-// ones included): the three numbers the server's count must match. The folder itself must not
-// be a link: tar would send the link, not what it points to.
-ArchiveCounts localCounts(const QString& folder, const CancellationToken& cancellation) {
-    const QByteArray path = QFile::encodeName(folder);
-    const int fd = ::open(path.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0)
-        throwFor(path, errno);
-    ArchiveCounts counts;
-    addFolder(fd, path, counts, cancellation, true);
-    return counts;
 }
 
 QString describe(const ArchiveCounts& counts) {
@@ -247,7 +179,7 @@ private:
 
     bool measure() {
         try {
-            local_ = localCounts(source_, cancellation_);
+            local_ = ArchiveService::measure(source_, cancellation_);
             return true;
         } catch (const CancelledError&) {
             return fail(text("Cancelled"));
@@ -438,7 +370,7 @@ private:
     bool verify() {
         std::optional<ArchiveCounts> local;
         try {
-            local = localCounts(target_, cancellation_);
+            local = ArchiveService::measure(target_, cancellation_);
         } catch (const CancelledError&) {
             return fail(text("Cancelled"));
         } catch (const std::runtime_error&) {
