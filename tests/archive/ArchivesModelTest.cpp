@@ -112,3 +112,20 @@ TEST_F(ArchivesModelTest, FailuresAreWordedForTheUserAndChangeNothing) {
     waitForAction(model);
     EXPECT_TRUE(model.errorMessage()->startsWith(s("Restoring blog failed: ")));
 }
+
+TEST_F(ArchivesModelTest, ACatalogThatCannotBeSavedIsReportedAndTheArchiveStaysDone) {
+    // The catalog's folder is a file: nothing can be written there.
+    test::writeFile(locations.home + s("/blocked"), "a file, not a folder");
+    services.catalog.url = locations.home + s("/blocked/archive-catalog.json");
+    ArchivesModel model(toasts, services);
+    const QString drive = locations.home + s("/drive");
+    model.archive(project, ArchiveTarget::folder(drive));
+    waitForAction(model);
+    EXPECT_FALSE(model.archiveErrorMessage());
+    ASSERT_TRUE(model.errorMessage().has_value());
+    EXPECT_TRUE(model.errorMessage()->startsWith(s("Could not save the archive list: ")))
+        << model.errorMessage()->toStdString();
+    EXPECT_TRUE(QFileInfo::exists(drive + s("/shop/README.md")));
+    EXPECT_FALSE(QFileInfo::exists(project));
+    EXPECT_EQ(model.records().size(), 1) << "the record is still shown for this session";
+}
