@@ -92,6 +92,7 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
     const QString source = Paths::standardized(path);
     const QString name = Paths::lastComponent(source);
     archiveErrorMessage_.reset();
+    errorMessage_.reset();
     archiveProgress_ = ArchiveProgress{QUuid::createUuid(), name, 0, 0, {}, false};
     emit progressChanged();
 
