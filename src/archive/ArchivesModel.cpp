@@ -91,6 +91,7 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
         return;
     const QString source = Paths::standardized(path);
     const QString name = Paths::lastComponent(source);
+    lastActionWasArchive_ = true;
     archiveErrorMessage_.reset();
     errorMessage_.reset();
     archiveProgress_ = ArchiveProgress{QUuid::createUuid(), name, 0, 0, {}, false};
@@ -178,6 +179,7 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
         return;
     const QString into =
         folder.isEmpty() ? Paths::parentPath(record.originalPath) : Paths::standardized(folder);
+    lastActionWasArchive_ = false;
     errorMessage_.reset();
     lastRelink_.reset();
     restoreProgress_ = ArchiveProgress{record.id, record.name, 0, 0, {}, false};

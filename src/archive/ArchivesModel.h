@@ -87,6 +87,9 @@ public:
     // The relink report of the last restore that ran one.
     const std::optional<RelinkReport>& lastRelink() const { return lastRelink_; }
 
+    // Whether the last action to start was an archive (else a restore, or none yet).
+    bool lastActionWasArchive() const { return lastActionWasArchive_; }
+
     // Cancels the running archive or restore; it ends as failed with "Cancelled".
     void cancel();
     bool isBusy() const { return isRemoving(); }
@@ -121,6 +124,7 @@ private:
     std::optional<QString> errorMessage_;
     std::optional<RelinkReport> lastRelink_;
     CancellationToken actionCancellation_;
+    bool lastActionWasArchive_ = false;
 };
 
 } // namespace corvane

@@ -636,8 +636,14 @@ void MainWindow::followArchiveProgress() {
 void MainWindow::showArchiveFailure() {
     if (progressSheet_)
         progressSheet_->close();
-    const std::optional<QString>& message = archives_.archiveErrorMessage();
-    if (!message || archives_.lastArchived())
+    // A failed archive says why; a finished one may still not have reached the catalog. A
+    // restore says it on the Archived Projects page.
+    if (!archives_.lastActionWasArchive())
+        return;
+    const std::optional<QString> message = archives_.archiveErrorMessage()
+                                               ? archives_.archiveErrorMessage()
+                                               : archives_.errorMessage();
+    if (!message)
         return;
     auto* alert = new QMessageBox(QMessageBox::Warning, QStringLiteral("Archive"), *message,
                                   QMessageBox::Ok, this);
