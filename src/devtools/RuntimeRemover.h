@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QMap>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <functional>
+
+namespace corvane {
+
+// Deletes simulator runtimes and waits for the system to finish: macOS removes a runtime's disk
+// image in the background, so a runtime counts as removed only once it is no longer listed. The
+// operations are handed in, so that tests drive the polling with a clock of their own.
+struct RuntimeRemover {
+    enum class Phase { failed, removing, removed };
+
+    struct Result {
+        QStringList removed;
+        QStringList stillRemoving;
+        // Runtime id -> the error text.
+        QMap<QString, QString> failed;
+
+        bool operator==(const Result&) const = default;
+    };
+
+    std::function<void(const QStringList& udids)> shutDown;
+    std::function<void(const QStringList& udids)> deleteDevices;
+    // Throws std::exception (its what() is the message) when the deletion fails.
+    std::function<void(const QString& runtimeID)> deleteRuntime;
+    std::function<QSet<QString>()> installedIDs;
+    std::function<void(double seconds)> sleep;
+    double pollInterval = 2;
+    double timeout = 180;
+
+    // Shuts down the booted devices given, deletes the devices given (when there are any), deletes
+    // each runtime ("no matching images" and "no runtime disk images" are not failures: the
+    // runtime is already going), then polls until none is left or the time is up.
+    Result remove(const QStringList& runtimeIDs, const QStringList& bootedDeviceIDs,
+                  const QStringList& deviceIDs) const;
+};
+
+} // namespace corvane

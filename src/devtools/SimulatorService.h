@@ -1,0 +1,54 @@
+#pragma once
+
+#include "devtools/SimulatorTypes.h"
+#include "platform/ProcessRunner.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QMap>
+#include <QSet>
+#include <QStringList>
+#include <exception>
+
+namespace corvane {
+
+// A simctl or xcodebuild run that failed: "simctl exited with <status>: <its error output>", or
+// why it could not run.
+class SimulatorServiceError : public std::exception {
+public:
+    explicit SimulatorServiceError(const QString& message)
+        : message_(message)
+        , utf8_(message.toUtf8()) {}
+
+    const QString& message() const { return message_; }
+    const char* what() const noexcept override { return utf8_.constData(); }
+
+private:
+    QString message_;
+    QByteArray utf8_;
+};
+
+// Runs simctl (through xcrun) and xcodebuild with their time limits and reads their JSON.
+// Blocking; run it off the main thread. Every failure throws SimulatorServiceError.
+struct SimulatorService {
+    const ProcessRunner* runner = &ProcessRunner::system();
+
+    QList<SimulatorRuntime> runtimes() const;
+    QList<SimulatorDevice> devices() const;
+    // The SDK version each simulator platform builds against.
+    QMap<SimPlatform, QString> sdkVersions() const;
+    QSet<QString> installedRuntimeIDs() const;
+
+    void shutDown(const QStringList& udids) const;
+    // Runs nothing when `udids` is empty.
+    void deleteDevices(const QStringList& udids) const;
+    void erase(const QString& udid) const;
+    void deleteRuntime(const QString& id) const;
+
+    // The readers, public for their tests.
+    static QList<SimulatorRuntime> parseRuntimes(const QByteArray& json);
+    static QList<SimulatorDevice> parseDevices(const QByteArray& json);
+    static QMap<SimPlatform, QString> parseSdkVersions(const QByteArray& json);
+};
+
+} // namespace corvane
