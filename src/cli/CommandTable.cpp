@@ -52,6 +52,14 @@ const std::vector<Command>& commandTable() {
         {"archives", "List the archived projects and whether each copy can be reached now",
          defineArchivesCommand},
         {"restore", "Copy an archived project back, with its agent history", defineRestoreCommand},
+        {"docker",
+         "List Docker's images, containers, volumes and build cache; `docker remove` and "
+         "`docker prune-build-cache` free them for good",
+         defineDockerCommand},
+        {"simulators",
+         "List Xcode's simulator runtimes and devices; `simulators delete-runtime` and "
+         "`simulators erase` free them for good",
+         defineSimulatorsCommand},
         {"volumes", "List the mounted drives and shares an archive can go to",
          defineVolumesCommand},
         {"destinations", "List, add, remove or test the servers saved as archive destinations",

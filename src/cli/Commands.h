@@ -29,4 +29,7 @@ void defineArchiveCommand(CLI::App& command, int& status);
 void defineArchivesCommand(CLI::App& command, int& status);
 void defineRestoreCommand(CLI::App& command, int& status);
 
+void defineDockerCommand(CLI::App& command, int& status);
+void defineSimulatorsCommand(CLI::App& command, int& status);
+
 } // namespace corvane::cli

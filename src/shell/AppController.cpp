@@ -13,7 +13,7 @@ namespace corvane {
 AppController::AppController(const LaunchOptions& options, ScanStarter starter, QObject* parent)
     : QObject(parent)
     , options_(options)
-    , models_(std::move(starter))
+    , models_(std::move(starter), options)
     , window_(std::make_unique<MainWindow>(models_))
     , menuBarExtra_(std::make_unique<MenuBarExtra>(models_.session)) {
     connect(&models_.session, &ScanSession::rootURLChanged, this, &AppController::rememberFolder);

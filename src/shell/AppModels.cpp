@@ -1,13 +1,18 @@
 #include "shell/AppModels.h"
 
+#include "platform/Locations.h"
+
 namespace corvane {
 
-AppModels::AppModels(ScanStarter starter)
+AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     : session(toasts, std::move(starter))
     , caches(toasts)
     , agents(toasts)
     , organize(toasts, OrganizeModel::Services::system())
     , archives(toasts)
+    , docker(toasts, DockerService{&ProcessRunner::system(), Locations::homeDir()},
+             options.dockerDryRun)
+    , simulators(toasts, SimulatorService(), options.simulatorDryRun)
     , navigation(session) {
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {

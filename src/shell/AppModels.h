@@ -3,11 +3,14 @@
 #include "agents/AgentsModel.h"
 #include "archive/ArchivesModel.h"
 #include "archive/DestinationsStore.h"
+#include "devtools/DockerModel.h"
+#include "devtools/SimulatorsModel.h"
 #include "organize/OrganizeModel.h"
 #include "platform/ToastCenter.h"
 #include "scanning/GlobalCachesModel.h"
 #include "scanning/RulesStore.h"
 #include "scanning/ScanSession.h"
+#include "shell/LaunchOptions.h"
 #include "shell/Navigation.h"
 
 namespace corvane {
@@ -17,7 +20,8 @@ namespace corvane {
 // read them and call their operations.
 class AppModels {
 public:
-    explicit AppModels(ScanStarter starter);
+    // The inventories' dry-run switches come from `options`.
+    explicit AppModels(ScanStarter starter, const LaunchOptions& options = LaunchOptions());
     AppModels(const AppModels&) = delete;
     AppModels& operator=(const AppModels&) = delete;
 
@@ -29,6 +33,8 @@ public:
     OrganizeModel organize;
     DestinationsStore destinations;
     ArchivesModel archives;
+    DockerModel docker;
+    SimulatorsModel simulators;
     Navigation navigation;
 };
 

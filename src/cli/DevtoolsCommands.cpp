@@ -1,0 +1,436 @@
+#include "cli/DevtoolsCommands.h"
+
+#include "cli/Command.h"
+#include "cli/JsonOutput.h"
+#include "cli/SessionDriver.h"
+#include "platform/ByteFormat.h"
+#include "platform/Locations.h"
+
+#include <QJsonArray>
+
+namespace corvane::cli {
+namespace {
+
+template <typename Model> void load(Model& model) {
+    model.reload();
+    waitUntil(model, &Model::isLoadingChanged, [&model] { return !model.isLoading(); });
+}
+
+// Runs the model's action started by `start` and waits until it has ended. A dry run may end
+// at once, without any work to wait for.
+template <typename Model>
+void carryOutAction(Model& model, const std::function<void()>& start,
+                    const std::function<bool()>& isBusy) {
+    bool finished = false;
+    const QObject receiver;
+    QObject::connect(&model, &Model::actionFinished, &receiver, [&finished] { finished = true; });
+    start();
+    waitUntil(model, &Model::actionFinished, [&] { return finished || !isBusy(); });
+}
+
+// Asks before a permanent change unless told not to; nothing is asked off a terminal.
+bool confirmed(const QString& question, const ChangeFlags& flags, Console& console, int& status) {
+    if (flags.dryRun || flags.yes)
+        return true;
+    if (!console.canAsk) {
+        console.err << "Nothing was changed: confirm with --yes, or run on a terminal to be asked "
+                       "first.\n";
+        status = exitRefusedOrBadArguments;
+        return false;
+    }
+    if (!console.ask(question)) {
+        console.out << "Nothing was changed.\n" << Qt::flush;
+        status = exitOk;
+        return false;
+    }
+    return true;
+}
+
+QJsonObject dockerJson(const DockerModel& model) {
+    QJsonObject status{{QStringLiteral("status"), model.status()->caseName()}};
+    if (model.status()->kind == DockerStatus::Case::running)
+        status.insert(QStringLiteral("version"), model.status()->version);
+    if (!model.snapshot()) {
+        status.insert(QStringLiteral("loadError"), orNull(model.loadError()));
+        return status;
+    }
+    const DockerSnapshot& snapshot = *model.snapshot();
+    QJsonArray images;
+    for (const DockerImage& image : snapshot.images)
+        images.append(QJsonObject{
+            {QStringLiteral("id"), image.id},
+            {QStringLiteral("displayName"), image.displayName()},
+            {QStringLiteral("repository"), image.repository},
+            {QStringLiteral("tag"), image.tag},
+            {QStringLiteral("references"), QJsonArray::fromStringList(image.references)},
+            {QStringLiteral("sizeBytes"), image.sizeBytes},
+            {QStringLiteral("uniqueBytes"), image.uniqueBytes},
+            {QStringLiteral("containerCount"), image.containerCount},
+            {QStringLiteral("createdAt"), isoDateOrNull(image.createdAt)},
+            {QStringLiteral("removalBlockedReason"),
+             orNull(DockerService::removalBlockedReason(image))}});
+    QJsonArray containers;
+    for (const DockerContainer& container : snapshot.containers)
+        containers.append(
+            QJsonObject{{QStringLiteral("id"), container.id},
+                        {QStringLiteral("name"), container.name},
+                        {QStringLiteral("image"), container.image},
+                        {QStringLiteral("state"), container.state},
+                        {QStringLiteral("status"), container.status},
+                        {QStringLiteral("composeProject"), orNull(container.composeProject)},
+                        {QStringLiteral("sizeBytes"), container.sizeBytes},
+                        {QStringLiteral("createdAt"), isoDateOrNull(container.createdAt)},
+                        {QStringLiteral("removalBlockedReason"),
+                         orNull(DockerService::removalBlockedReason(container))}});
+    QJsonArray volumes;
+    for (const DockerVolume& volume : snapshot.volumes)
+        volumes.append(
+            QJsonObject{{QStringLiteral("name"), volume.name},
+                        {QStringLiteral("sizeBytes"), volume.sizeBytes},
+                        {QStringLiteral("containerCount"), volume.containerCount},
+                        {QStringLiteral("isAnonymous"), volume.isAnonymous},
+                        {QStringLiteral("composeProject"), orNull(volume.composeProject)},
+                        {QStringLiteral("removalBlockedReason"),
+                         orNull(DockerService::removalBlockedReason(volume))}});
+    const DockerBuildCache& cache = snapshot.buildCache;
+    status.insert(QStringLiteral("images"), images);
+    status.insert(QStringLiteral("containers"), containers);
+    status.insert(QStringLiteral("volumes"), volumes);
+    status.insert(QStringLiteral("buildCache"),
+                  QJsonObject{{QStringLiteral("entryCount"), cache.entryCount},
+                              {QStringLiteral("totalBytes"), cache.totalBytes},
+                              {QStringLiteral("reclaimableBytes"), cache.reclaimableBytes},
+                              {QStringLiteral("lastUsedAt"), isoDateOrNull(cache.lastUsedAt)}});
+    status.insert(QStringLiteral("imageTotalBytes"),
+                  snapshot.imageTotalBytes ? QJsonValue(*snapshot.imageTotalBytes) : QJsonValue());
+    return status;
+}
+
+void printDocker(const DockerModel& model, QTextStream& out) {
+    const DockerStatus& status = *model.status();
+    if (status.kind == DockerStatus::Case::notInstalled) {
+        out << DockerModel::notInstalledText << '\n';
+        return;
+    }
+    if (status.kind == DockerStatus::Case::notRunning) {
+        out << DockerModel::notRunningText << '\n';
+        return;
+    }
+    out << "Docker " << status.version << '\n';
+    if (model.loadError()) {
+        out << *model.loadError() << '\n';
+        return;
+    }
+    const DockerSnapshot& snapshot = *model.snapshot();
+    const auto blocked = [&out](const std::optional<QString>& reason) {
+        if (reason)
+            out << "    " << *reason << '\n';
+    };
+    out << "\nImages\n";
+    for (const DockerImage& image : snapshot.images) {
+        out << "  " << image.displayName().leftJustified(40) << ' '
+            << formatBytes(image.sizeBytes).rightJustified(10) << "  frees "
+            << formatBytes(image.uniqueBytes) << "  " << image.containerCount << " containers  "
+            << (image.createdAt ? image.createdAt->toUTC().toString(Qt::ISODate)
+                                : QStringLiteral("creation date unknown"))
+            << '\n';
+        blocked(DockerService::removalBlockedReason(image));
+    }
+    out << "\nContainers\n";
+    for (const DockerContainer& container : snapshot.containers) {
+        out << "  " << container.name.leftJustified(30) << ' ' << container.image << "  "
+            << container.state << "  " << formatBytes(container.sizeBytes);
+        if (container.composeProject)
+            out << "  (compose " << *container.composeProject << ')';
+        out << '\n';
+        blocked(DockerService::removalBlockedReason(container));
+    }
+    out << "\nVolumes\n";
+    for (const DockerVolume& volume : snapshot.volumes) {
+        out << "  " << volume.name.leftJustified(40) << ' '
+            << formatBytes(volume.sizeBytes).rightJustified(10) << "  " << volume.containerCount
+            << " links" << (volume.isAnonymous ? "  anonymous" : "");
+        if (volume.composeProject)
+            out << "  (compose " << *volume.composeProject << ')';
+        out << '\n';
+        blocked(DockerService::removalBlockedReason(volume));
+    }
+    out << "\nBuild cache: " << snapshot.buildCache.entryCount << " entries, "
+        << formatBytes(snapshot.buildCache.totalBytes) << ", "
+        << formatBytes(snapshot.buildCache.reclaimableBytes) << " reclaimable\n";
+}
+
+// The exit status of a Docker command that needs Docker running: 1 after saying why not.
+bool isRunning(const DockerModel& model, Console& console, int& status) {
+    if (model.status() && model.status()->kind == DockerStatus::Case::running && model.snapshot())
+        return true;
+    console.err << (model.loadError() ? *model.loadError()
+                    : model.status() && model.status()->kind == DockerStatus::Case::notInstalled
+                        ? DockerModel::notInstalledText
+                        : DockerModel::notRunningText)
+                << '\n';
+    status = exitSomeFailed;
+    return false;
+}
+
+QJsonObject batchJson(const DockerModel& model) {
+    QJsonObject failed;
+    QJsonArray succeeded;
+    if (model.lastResult()) {
+        for (auto entry = model.lastResult()->failed.begin();
+             entry != model.lastResult()->failed.end(); ++entry)
+            failed.insert(entry.key(), entry.value());
+        succeeded = QJsonArray::fromStringList(model.lastResult()->succeeded);
+    }
+    return {{QStringLiteral("succeeded"), succeeded},
+            {QStringLiteral("failed"), failed},
+            {QStringLiteral("freedBytes"), model.lastFreedBytes()},
+            {QStringLiteral("message"), model.lastMessage()}};
+}
+
+int reportBatch(const DockerModel& model, bool json, Console& console) {
+    if (json) {
+        printJson(console, batchJson(model));
+    } else {
+        console.out << model.lastMessage() << '\n';
+        for (const ItemFailure& failure : model.failures())
+            console.out << "  " << failure.name << ": " << failure.message << '\n';
+        console.out << Qt::flush;
+    }
+    const bool failed = model.lastResult() && !model.lastResult()->failed.isEmpty();
+    return failed || !model.failures().isEmpty() ? exitSomeFailed : exitOk;
+}
+
+QJsonObject simulatorsJson(const SimulatorsModel& model) {
+    QJsonArray runtimes;
+    for (const SimulatorRuntime& runtime : model.runtimes())
+        runtimes.append(
+            QJsonObject{{QStringLiteral("id"), runtime.id},
+                        {QStringLiteral("platform"), displayName(runtime.platform)},
+                        {QStringLiteral("version"), runtime.version},
+                        {QStringLiteral("build"), runtime.build},
+                        {QStringLiteral("runtimeIdentifier"), runtime.runtimeIdentifier},
+                        {QStringLiteral("sizeBytes"), runtime.sizeBytes},
+                        {QStringLiteral("lastUsedAt"), isoDateOrNull(runtime.lastUsedAt)},
+                        {QStringLiteral("isDeletable"), runtime.isDeletable},
+                        {QStringLiteral("olderThanSDK"), model.isOlderThanSDK(runtime)},
+                        {QStringLiteral("isCurrentSDK"), model.isCurrentSDK(runtime)}});
+    QJsonArray devices;
+    for (const SimulatorDevice& device : model.devices())
+        devices.append(
+            QJsonObject{{QStringLiteral("id"), device.id},
+                        {QStringLiteral("name"), device.name},
+                        {QStringLiteral("runtimeIdentifier"), device.runtimeIdentifier},
+                        {QStringLiteral("isAvailable"), device.isAvailable},
+                        {QStringLiteral("isBooted"), device.isBooted},
+                        {QStringLiteral("dataSizeBytes"), device.dataSizeBytes},
+                        {QStringLiteral("lastBootedAt"), isoDateOrNull(device.lastBootedAt)}});
+    QJsonObject sdks;
+    for (auto entry = model.sdkVersions().begin(); entry != model.sdkVersions().end(); ++entry)
+        sdks.insert(displayName(entry.key()), entry.value());
+    return {{QStringLiteral("runtimes"), runtimes},
+            {QStringLiteral("devices"), devices},
+            {QStringLiteral("sdkVersions"), sdks},
+            {QStringLiteral("loadError"), orNull(model.loadError())}};
+}
+
+void printSimulators(const SimulatorsModel& model, QTextStream& out) {
+    if (model.loadError()) {
+        out << *model.loadError() << '\n';
+        return;
+    }
+    out << "Runtimes\n";
+    for (const SimulatorRuntime& runtime : model.runtimes()) {
+        out << "  " << runtime.displayName().leftJustified(16) << ' '
+            << runtime.build.leftJustified(8) << ' '
+            << formatBytes(runtime.sizeBytes).rightJustified(10) << "  " << runtime.id;
+        if (model.isCurrentSDK(runtime))
+            out << "  current Xcode SDK";
+        else if (model.isOlderThanSDK(runtime))
+            out << "  older than the SDK";
+        if (!runtime.isDeletable)
+            out << "  (bundled with Xcode)";
+        out << '\n';
+    }
+    out << "\nDevices\n";
+    for (const SimulatorDevice& device : model.devices())
+        out << "  " << device.name.leftJustified(30) << ' '
+            << formatBytes(device.dataSizeBytes).rightJustified(10) << "  " << device.id
+            << (device.isBooted ? "  booted" : "") << (device.isAvailable ? "" : "  unavailable")
+            << '\n';
+}
+
+} // namespace
+
+int runDocker(bool json, Console& console, DockerService service) {
+    ToastCenter toasts;
+    DockerModel model(toasts, std::move(service));
+    load(model);
+    if (json)
+        printJson(console, dockerJson(model));
+    else
+        printDocker(model, console.out);
+    console.out << Qt::flush;
+    int status = exitOk;
+    isRunning(model, console, status);
+    return status;
+}
+
+int runDockerRemove(const DockerRemoveRequest& request, Console& console, DockerService service) {
+    ToastCenter toasts;
+    DockerModel model(toasts, std::move(service));
+    load(model);
+    int status = exitOk;
+    if (!isRunning(model, console, status))
+        return status;
+    QStringList keys;
+    for (const QString& id : request.containers)
+        keys.append(DockerModel::containerKey(id));
+    for (const QString& id : request.images)
+        keys.append(DockerModel::imageKey(id));
+    for (const QString& name : request.volumes)
+        keys.append(DockerModel::volumeKey(name));
+    if (keys.isEmpty()) {
+        console.err << "Name what to remove with --container, --image or --volume.\n";
+        return exitRefusedOrBadArguments;
+    }
+    // Everything named must be removable, or nothing is removed.
+    for (const QString& key : keys) {
+        model.setSelected(key, true);
+        if (!model.selectedIDs().contains(key)) {
+            console.err << "Cannot remove " << key.section(u':', 1)
+                        << ": it is not listed, or Docker would refuse it (`corvane docker` says "
+                           "why).\n";
+            return exitRefusedOrBadArguments;
+        }
+    }
+    if (!confirmed(QStringLiteral("Remove %1 for good? This skips the Trash. [y/N] ")
+                       .arg(model.selectionSummary()),
+                   {request.dryRun, request.yes, request.json}, console, status))
+        return status;
+    model.setDryRun(request.dryRun);
+    carryOutAction(
+        model, [&model] { model.removeSelected(); }, [&model] { return model.isRemoving(); });
+    return reportBatch(model, request.json, console);
+}
+
+int runDockerPrune(const ChangeFlags& flags, Console& console, DockerService service) {
+    ToastCenter toasts;
+    DockerModel model(toasts, std::move(service));
+    load(model);
+    int status = exitOk;
+    if (!isRunning(model, console, status))
+        return status;
+    if (!confirmed(QStringLiteral("Clear the build cache, %1, for good? It is rebuilt as builds "
+                                  "need it. [y/N] ")
+                       .arg(formatBytes(model.snapshot()->buildCache.reclaimableBytes)),
+                   flags, console, status))
+        return status;
+    model.setDryRun(flags.dryRun);
+    carryOutAction(
+        model, [&model] { model.pruneBuildCache(); },
+        [&model] { return model.isPruning() || model.isRemoving(); });
+    return reportBatch(model, flags.json, console);
+}
+
+int runSimulators(bool json, Console& console, SimulatorService service) {
+    ToastCenter toasts;
+    SimulatorsModel model(toasts, std::move(service));
+    load(model);
+    if (json)
+        printJson(console, simulatorsJson(model));
+    else
+        printSimulators(model, console.out);
+    console.out << Qt::flush;
+    return model.loadError() ? exitSomeFailed : exitOk;
+}
+
+int runDeleteRuntimes(const QStringList& ids, const ChangeFlags& flags, Console& console,
+                      SimulatorService service) {
+    ToastCenter toasts;
+    SimulatorsModel model(toasts, std::move(service));
+    load(model);
+    if (model.loadError()) {
+        console.err << *model.loadError() << '\n';
+        return exitSomeFailed;
+    }
+    for (const QString& id : ids) {
+        model.setSelected(id, true);
+        if (!model.selectedIDs().contains(id)) {
+            console.err << "No deletable runtime has the id " << id
+                        << "; `corvane simulators` lists them.\n";
+            return exitRefusedOrBadArguments;
+        }
+    }
+    int status = exitOk;
+    if (!confirmed(model.deleteConfirmationTitle() + QStringLiteral("? ") +
+                       model.deleteConfirmationText() + QStringLiteral(" [y/N] "),
+                   flags, console, status))
+        return status;
+    model.setDryRun(flags.dryRun);
+    carryOutAction(
+        model, [&model] { model.deleteSelected(); }, [&model] { return model.isRemoving(); });
+    const std::optional<RuntimeRemover::Result>& result = model.lastResult();
+    if (flags.json) {
+        QJsonObject failed;
+        if (result) {
+            for (auto entry = result->failed.begin(); entry != result->failed.end(); ++entry)
+                failed.insert(entry.key(), entry.value());
+        }
+        printJson(console,
+                  {{QStringLiteral("removed"),
+                    QJsonArray::fromStringList(result ? result->removed : QStringList())},
+                   {QStringLiteral("stillRemoving"),
+                    QJsonArray::fromStringList(result ? result->stillRemoving : QStringList())},
+                   {QStringLiteral("failed"), failed},
+                   {QStringLiteral("message"), model.lastMessage()}});
+    } else {
+        console.out << model.lastMessage() << '\n';
+        for (const ItemFailure& failure : model.failures())
+            console.out << "  " << failure.name << ": " << failure.message << '\n';
+        console.out << Qt::flush;
+    }
+    return result && !result->failed.isEmpty() ? exitSomeFailed : exitOk;
+}
+
+int runEraseDevice(const QString& udid, const ChangeFlags& flags, Console& console,
+                   SimulatorService service) {
+    ToastCenter toasts;
+    SimulatorsModel model(toasts, std::move(service));
+    load(model);
+    const auto device = std::find_if(model.devices().begin(), model.devices().end(),
+                                     [&udid](const SimulatorDevice& d) { return d.id == udid; });
+    if (device == model.devices().end()) {
+        console.err << (model.loadError()
+                            ? *model.loadError()
+                            : QStringLiteral("No simulator device has the udid ") + udid)
+                    << '\n';
+        return model.loadError() ? exitSomeFailed : exitRefusedOrBadArguments;
+    }
+    int status = exitOk;
+    if (!confirmed(QStringLiteral("Erase %1? Its apps and data are gone for good. [y/N] ")
+                       .arg(device->name),
+                   flags, console, status))
+        return status;
+    model.setDryRun(flags.dryRun);
+    carryOutAction(
+        model, [&model, &udid] { model.erase(udid); },
+        [&model] { return model.isRemoving() || !model.erasingDeviceIDs().isEmpty(); });
+    const QString message = toasts.current() ? toasts.current()->message : QString();
+    if (flags.json) {
+        QJsonArray failures;
+        for (const ItemFailure& failure : model.failures())
+            failures.append(QJsonObject{{QStringLiteral("id"), failure.itemID},
+                                        {QStringLiteral("message"), failure.message}});
+        printJson(console,
+                  {{QStringLiteral("message"), message}, {QStringLiteral("failures"), failures}});
+    } else {
+        console.out << message << '\n';
+        for (const ItemFailure& failure : model.failures())
+            console.out << "  " << failure.name << ": " << failure.message << '\n';
+        console.out << Qt::flush;
+    }
+    return model.failures().isEmpty() ? exitOk : exitSomeFailed;
+}
+
+} // namespace corvane::cli
