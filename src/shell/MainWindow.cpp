@@ -9,11 +9,13 @@
 #include "shell/AppIcon.h"
 #include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
+#include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/OrganizeView.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectTreeModel.h"
 #include "shell/SettingsDialog.h"
+#include "shell/SimulatorsView.h"
 #include "shell/SizeBarDelegate.h"
 #include "shell/SummaryStrip.h"
 #include "shell/ToastOverlay.h"
@@ -50,6 +52,8 @@ constexpr int cachesRow = 1;
 constexpr int agentsRow = 2;
 constexpr int organizeRow = 3;
 constexpr int archivedRow = 4;
+constexpr int dockerRow = 5;
+constexpr int simulatorsRow = 6;
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
@@ -64,6 +68,10 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return organizeRow;
     case SidebarSelection::Kind::archived:
         return archivedRow;
+    case SidebarSelection::Kind::docker:
+        return dockerRow;
+    case SidebarSelection::Kind::simulators:
+        return simulatorsRow;
     default:
         return projectsRow;
     }
@@ -90,6 +98,8 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , organize_(models.organize)
     , archives_(models.archives)
     , destinations_(models.destinations)
+    , docker_(models.docker)
+    , simulators_(models.simulators)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -252,6 +262,8 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Coding Agents"), this, &MainWindow::showAgents);
     view->addAction(QStringLiteral("Organize"), this, &MainWindow::showOrganize);
     view->addAction(QStringLiteral("Archived Projects"), this, &MainWindow::showArchived);
+    view->addAction(QStringLiteral("Docker"), this, &MainWindow::showDocker);
+    view->addAction(QStringLiteral("Simulators"), this, &MainWindow::showSimulators);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -313,6 +325,10 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("Organize")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveNetIcon),
                                           QStringLiteral("Archived projects")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_ComputerIcon),
+                                          QStringLiteral("Docker")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DesktopIcon),
+                                          QStringLiteral("Simulators")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -328,6 +344,10 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(organizeView_);
     archivedView_ = new ArchivedView(archives_, central);
     pages_->addWidget(archivedView_);
+    dockerView_ = new DockerView(docker_, central);
+    pages_->addWidget(dockerView_);
+    simulatorsView_ = new SimulatorsView(simulators_, central);
+    pages_->addWidget(simulatorsView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -518,6 +538,14 @@ void MainWindow::confirmMoveProject(const QString& newParent) {
     box->open();
 }
 
+void MainWindow::showDocker() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::docker));
+}
+
+void MainWindow::showSimulators() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::simulators));
+}
+
 void MainWindow::showArchived() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::archived));
     archives_.reload();
@@ -678,6 +706,10 @@ void MainWindow::onSidebarRowChanged(int row) {
         showOrganize();
     else if (row == archivedRow)
         showArchived();
+    else if (row == dockerRow)
+        showDocker();
+    else if (row == simulatorsRow)
+        showSimulators();
     else
         showProjects();
 }

@@ -22,6 +22,8 @@ namespace corvane {
 class AgentsView;
 class ArchivedView;
 class CachesView;
+class DockerView;
+class SimulatorsView;
 class OrganizeView;
 class FailuresPanel;
 class ProjectDetailView;
@@ -77,6 +79,8 @@ public:
     // moves it with its agent history if the user agrees.
     void confirmMoveProject(const QString& newParent);
     void showArchived();
+    void showDocker();
+    void showSimulators();
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -94,6 +98,8 @@ public:
     AgentsView* agentsView() const { return agentsView_; }
     OrganizeView* organizeView() const { return organizeView_; }
     ArchivedView* archivedView() const { return archivedView_; }
+    DockerView* dockerView() const { return dockerView_; }
+    SimulatorsView* simulatorsView() const { return simulatorsView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -125,6 +131,8 @@ private:
     OrganizeModel& organize_;
     ArchivesModel& archives_;
     DestinationsStore& destinations_;
+    DockerModel& docker_;
+    SimulatorsModel& simulators_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -140,6 +148,8 @@ private:
     AgentsView* agentsView_ = nullptr;
     OrganizeView* organizeView_ = nullptr;
     ArchivedView* archivedView_ = nullptr;
+    DockerView* dockerView_ = nullptr;
+    SimulatorsView* simulatorsView_ = nullptr;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;
