@@ -65,6 +65,14 @@ protected:
     bool containsItem(const QString& id) const override;
 
 private:
+    // The ticked runtimes, in list order.
+    QList<SimulatorRuntime> selectedRuntimes() const;
+    // The devices that deleting `doomed` takes away with them.
+    QList<SimulatorDevice> devicesLosing(const QList<SimulatorRuntime>& doomed) const;
+    void applyRemoval(const RuntimeRemover::Result& result);
+    // Posts the action's toast, lists its failures, lists the inventory again after a real change.
+    void finishAction(const QString& message, const QList<ItemFailure>& failures);
+
     SimulatorService service_;
     QList<SimulatorRuntime> runtimes_;
     QList<SimulatorDevice> devices_;
