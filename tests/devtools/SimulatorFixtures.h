@@ -5,6 +5,9 @@
 // lacks every identifier, two iOS 18.0 images sharing one runtime identifier, and a visionOS
 // image (platform "xrsimulator") without a size.
 
+#include "support/TestEnvironment.h"
+
+#include <QByteArray>
 #include <QString>
 
 namespace corvane::test::simfixtures {
@@ -238,5 +241,38 @@ inline constexpr const char* sdksJson = R"json([
   }
 ]
 )json";
+
+// Stand-ins for xcrun and xcodebuild in `dir` that print the outputs above (from files in `dir`,
+// which a test may replace), log every call to `dir`/log, and make a deleted runtime vanish from
+// the listing when "after-delete.json" is there. `overrides` are shell case branches tried
+// before the usual answers.
+inline void writeFakeXcrun(const QString& dir, const QByteArray& overrides = {}) {
+    writeScript(dir + QStringLiteral("/xcrun"), "dir='" + dir.toUtf8() + "'\n" + R"sh(
+echo "$*" >> "$dir/log"
+case "$*" in
+)sh" + overrides + R"sh(
+"simctl runtime list -j") cat "$dir/runtimes.json" ;;
+"simctl list devices -j") cat "$dir/devices.json" ;;
+"simctl runtime delete "*)
+  if [ -f "$dir/after-delete.json" ]; then cp "$dir/after-delete.json" "$dir/runtimes.json"; fi ;;
+esac
+)sh");
+}
+
+inline void writeFakeXcodebuild(const QString& dir) {
+    writeScript(dir + QStringLiteral("/xcodebuild"), "dir='" + dir.toUtf8() + "'\n" + R"sh(
+echo "xcodebuild $*" >> "$dir/log"
+cat "$dir/sdks.json"
+)sh");
+}
+
+// Both stand-ins with the outputs above.
+inline void writeFakeTools(const QString& dir) {
+    writeFile(dir + QStringLiteral("/runtimes.json"), runtimesJson());
+    writeFile(dir + QStringLiteral("/devices.json"), devicesJson);
+    writeFile(dir + QStringLiteral("/sdks.json"), sdksJson);
+    writeFakeXcrun(dir);
+    writeFakeXcodebuild(dir);
+}
 
 } // namespace corvane::test::simfixtures

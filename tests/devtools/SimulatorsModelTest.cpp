@@ -40,32 +40,10 @@ protected:
 // branches tried before the usual answers.
 class SimulatorsModelTest : public testing::Test {
 protected:
-    void SetUp() override {
-        test::writeFile(dir + s("/runtimes.json"), fx::runtimesJson());
-        test::writeFile(dir + s("/devices.json"), fx::devicesJson);
-        test::writeFile(dir + s("/sdks.json"), fx::sdksJson);
-        writeXcrun();
-        writeXcodebuild();
-    }
+    void SetUp() override { fx::writeFakeTools(dir); }
 
-    void writeXcrun(const QByteArray& overrides = {}) {
-        test::writeScript(dir + s("/xcrun"), "dir='" + dir.toUtf8() + "'\n" + R"sh(
-echo "$*" >> "$dir/log"
-case "$*" in
-)sh" + overrides + R"sh(
-"simctl runtime list -j") cat "$dir/runtimes.json" ;;
-"simctl list devices -j") cat "$dir/devices.json" ;;
-"simctl runtime delete "*)
-  if [ -f "$dir/after-delete.json" ]; then cp "$dir/after-delete.json" "$dir/runtimes.json"; fi ;;
-esac
-)sh");
-    }
-    void writeXcodebuild() {
-        test::writeScript(dir + s("/xcodebuild"), "dir='" + dir.toUtf8() + "'\n" + R"sh(
-echo "xcodebuild $*" >> "$dir/log"
-cat "$dir/sdks.json"
-)sh");
-    }
+    void writeXcrun(const QByteArray& overrides = {}) { fx::writeFakeXcrun(dir, overrides); }
+    void writeXcodebuild() { fx::writeFakeXcodebuild(dir); }
 
     QStringList log() const {
         QFile file(dir + s("/log"));

@@ -1,0 +1,95 @@
+#include "shell/SimulatorsView.h"
+
+#include "devtools/SimulatorFixtures.h"
+#include "shell/ShellTesting.h"
+#include "support/GitFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <QFile>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::s;
+namespace fx = corvane::test::simfixtures;
+
+namespace {
+
+// The page over stand-ins for xcrun and xcodebuild that print Xcode's real outputs.
+class SimulatorsViewTest : public testing::Test {
+protected:
+    void SetUp() override {
+        fx::writeFakeTools(dir);
+        view.resize(1000, 620);
+    }
+
+    void showLoaded() {
+        view.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+        ASSERT_TRUE(QTest::qWaitFor([this] { return model.hasLoaded() && !model.isLoading(); },
+                                    test::patience));
+    }
+
+    QStringList log() const {
+        QFile file(dir + s("/log"));
+        return file.open(QIODevice::ReadOnly)
+                   ? QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)
+                   : QStringList();
+    }
+
+    const QString dir = test::makeTempDir(s("sim"));
+    test::ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", dir + s("/xcrun")};
+    test::ScopedEnvironment xcodebuild{"CORVANE_TOOL_XCODEBUILD", dir + s("/xcodebuild")};
+    ToastCenter toasts;
+    SimulatorsModel model{toasts};
+    SimulatorsView view{model};
+};
+
+} // namespace
+
+TEST_F(SimulatorsViewTest, RuntimesAndDevicesAreListedAndDeletingAsksWithThePermanentText) {
+    showLoaded();
+    EXPECT_EQ(view.stateText(), QString());
+    const QTreeWidgetItem* runtimes = view.tree()->topLevelItem(0);
+    ASSERT_GT(runtimes->childCount(), 3);
+    // The runtime bundled with Xcode has no tick box to tick.
+    int tickable = 0;
+    for (int row = 0; row < runtimes->childCount(); ++row)
+        tickable += (runtimes->child(row)->flags() & Qt::ItemIsUserCheckable) ? 1 : 0;
+    EXPECT_EQ(tickable, runtimes->childCount() - 1);
+    EXPECT_FALSE(view.deleteButton()->isEnabled());
+    test::saveScreenshot(view, s("simulators-loaded"));
+
+    view.selectOlderButton()->click();
+    ASSERT_FALSE(model.selectedIDs().isEmpty());
+    EXPECT_TRUE(view.deleteButton()->isEnabled());
+    view.confirmDelete();
+    QMessageBox* box = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return (box = test::openBox(view, s("deleteRuntimesConfirmation"))); },
+        test::patience));
+    EXPECT_TRUE(box->informativeText().endsWith(
+        s("This is permanent: runtimes do not go to the Trash. You can download any of them again "
+          "in Xcode > Settings > Components.")));
+    box->reject();
+    QTest::qWait(50);
+    for (const QString& call : log())
+        EXPECT_FALSE(call.contains(s("delete"))) << call.toStdString();
+}
+
+TEST_F(SimulatorsViewTest, NoSimulatorsAndAMissingToolEachSaySo) {
+    test::writeFile(dir + s("/runtimes.json"), "{}");
+    test::writeFile(dir + s("/devices.json"), "{\"devices\": {}}");
+    showLoaded();
+    EXPECT_EQ(view.stateText(), QString());
+    EXPECT_EQ(view.tree()->topLevelItem(0)->childCount(), 0);
+    test::saveScreenshot(view, s("simulators-empty"));
+
+    const test::ScopedEnvironment missing("CORVANE_TOOL_XCRUN", dir + s("/no-such-xcrun"));
+    model.reload();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isLoading(); }, test::patience));
+    EXPECT_FALSE(view.stateText().isEmpty());
+    EXPECT_TRUE(view.stateText().contains(s("xcrun"))) << view.stateText().toStdString();
+    test::saveScreenshot(view, s("simulators-tool-missing"));
+}
