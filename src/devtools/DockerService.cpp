@@ -313,7 +313,7 @@ std::optional<QDateTime> DockerService::parseDate(const QString& text) {
         return std::nullopt;
     const int offset =
         (number(8) * 3600 + offsetMinutes * 60) * (match.captured(7) == u'-' ? -1 : 1);
-    return QDateTime(date, clock, QTimeZone::utc()).addSecs(-offset);
+    return QDateTime(date, clock, QTimeZone::utc()).addSecs(-offset).toUTC();
 }
 
 DockerSnapshot DockerService::parseReport(const QByteArray& json) {
