@@ -2,9 +2,12 @@
 
 #include "devtools/DockerService.h"
 #include "platform/InventoryModel.h"
+#include "platform/MainThreadMailbox.h"
 
 #include <QSet>
 #include <QStringList>
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace corvane {
@@ -31,6 +34,7 @@ public:
 
     DockerModel(ToastCenter& toasts, DockerService service = DockerService(), bool isDryRun = false,
                 QObject* parent = nullptr);
+    ~DockerModel() override;
 
     const std::optional<DockerStatus>& status() const { return status_; }
     const std::optional<DockerSnapshot>& snapshot() const { return snapshot_; }
@@ -76,7 +80,22 @@ protected:
     bool containsItem(const QString& id) const override;
 
 private:
+    struct Ticked {
+        QList<DockerContainer> containers;
+        QList<DockerImage> images;
+        QList<DockerVolume> volumes;
+    };
+
     void finishAction(const QString& message, const QList<ItemFailure>& failures);
+    void applyLoad(const DockerStatus& status, const std::optional<DockerSnapshot>& snapshot,
+                   const std::optional<QString>& error);
+    void applyRemoval(const Ticked& ticked, const DockerBatchResult& containers,
+                      const DockerBatchResult& images, const DockerBatchResult& volumes);
+    Ticked ticked() const;
+    // Runs `command` off the main thread beside the load and removal jobs (starting and stopping
+    // containers must not replace a running removal); `done` runs here afterwards.
+    void runCommand(std::function<std::optional<QString>(const DockerService&)> command,
+                    std::function<void(const std::optional<QString>& error)> done);
 
     DockerService service_;
     std::optional<DockerStatus> status_;
@@ -88,6 +107,8 @@ private:
     std::optional<DockerBatchResult> lastResult_;
     qint64 lastFreedBytes_ = 0;
     QString lastMessage_;
+    std::shared_ptr<MainThreadMailbox> commandMailbox_;
+    CancellationToken commandCancellation_;
 };
 
 } // namespace corvane
