@@ -1,0 +1,184 @@
+#include "devtools/AndroidCatalog.h"
+
+#include "devtools/AndroidStores.h"
+
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::s;
+using test::android::AndroidStore;
+
+namespace {
+
+const QString imageRel = s("system-images/android-36/google_apis_playstore/arm64-v8a");
+
+// A runner that answers for lsof itself and hands ps to the real one.
+class ScriptedLsof : public ProcessRunner {
+public:
+    explicit ScriptedLsof(ProcessResult answer)
+        : answer_(std::move(answer)) {}
+
+protected:
+    ProcessResult execute(const Call& call) const override {
+        if (call.executable.endsWith(s("lsof")))
+            return answer_;
+        return ProcessRunner::execute(call);
+    }
+
+private:
+    ProcessResult answer_;
+};
+
+QString runningCheckError(const QString& folder, const ProcessRunner& runner) {
+    try {
+        AndroidCatalog::isRunning(folder, runner);
+    } catch (const AndroidCatalogError& error) {
+        return error.message();
+    }
+    return {};
+}
+
+TEST(AndroidLocationsTest, AndroidHomeWinsThenSdkRootThenThePlatformDefault) {
+    const test::ScopedEnvironment home("ANDROID_HOME", s("/opt/android-home"));
+    const test::ScopedEnvironment root("ANDROID_SDK_ROOT", s("/opt/sdk-root/"));
+    EXPECT_EQ(AndroidCatalog::sdkRoot(), s("/opt/android-home"));
+    {
+        const test::ScopedEnvironment unset("ANDROID_HOME", QString());
+        EXPECT_EQ(AndroidCatalog::sdkRoot(), s("/opt/sdk-root"));
+        const test::ScopedEnvironment unsetToo("ANDROID_SDK_ROOT", QString());
+        EXPECT_EQ(AndroidCatalog::sdkRoot(),
+                  Locations::homeDir() +
+                      (Locations::isMac() ? s("/Library/Android/sdk") : s("/Android/Sdk")));
+    }
+    const test::ScopedEnvironment avd("ANDROID_AVD_HOME", s("/opt/avds"));
+    EXPECT_EQ(AndroidCatalog::avdHome(), s("/opt/avds"));
+    const test::ScopedEnvironment noAvd("ANDROID_AVD_HOME", QString());
+    EXPECT_EQ(AndroidCatalog::avdHome(), Locations::homeDir() + s("/.android/avd"));
+}
+
+TEST(AndroidInventoryTest, ListsPackagesByKindWithNamesFromTheirProperties) {
+    AndroidStore store;
+    store.package(imageRel, test::android::playImageProperties);
+    store.package(s("system-images/android-36.1/google_apis/x86_64"),
+                  "Pkg.Revision=2\nSystemImage.Abi=x86_64\n"); // no Pkg.Desc, no ApiLevel
+    store.package(s("platforms/android-34"), "Pkg.Revision=3\nAndroidVersion.ApiLevel=34\n");
+    store.package(s("build-tools/34.0.0"), "Pkg.Revision=34.0.0\n");
+    store.package(s("build-tools/9.0.0"), "Pkg.Revision=9.0.0\n");
+    store.package(s("ndk/28.0.12433566"),
+                  "Pkg.Desc = Android NDK\nPkg.Revision = 28.0.12433566-beta1\n");
+    store.package(s("emulator"), "# comment\nPkg.Path=emulator\nPkg.Revision=36.3.10\n");
+    store.package(s("platform-tools"), "Pkg.Revision=35.0.2\n");
+    store.package(s("sources/android-34"), "AndroidVersion.ApiLevel=34\n");
+    store.package(s("cmake/3.22.1"), "Pkg.Revision=3.22.1\n");
+    QDir().mkpath(store.sdk + s("/.android-trash-leftover/x"));
+
+    const AndroidInventory inventory = AndroidCatalog::inventory();
+    QStringList names;
+    for (const AndroidComponent& item : inventory.components)
+        names.append(item.displayName);
+    EXPECT_EQ(names, (QStringList{s("System Image Android 36 Google Play arm64-v8a"),
+                                  s("System Image Android 36.1 Google APIs x86_64"),
+                                  s("Android 34"), s("Build Tools 9.0.0"), s("Build Tools 34.0.0"),
+                                  s("NDK 28.0.12433566-beta1"), s("Sources for Android 34"),
+                                  s("CMake 3.22.1"), s("Android Emulator 36.3.10"),
+                                  s("Platform Tools 35.0.2")}));
+    const AndroidComponent* image = store.component(inventory, store.sdk + u'/' + imageRel);
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->version, s("7"));
+    EXPECT_GE(image->sizeBytes, 4096);
+    EXPECT_TRUE(image->modifiedAt.has_value());
+}
+
+TEST(AndroidInventoryTest, FindsAVDsByAbsolutePathRelativePathAndOutsideTheHome) {
+    AndroidStore store;
+    const QString image = store.package(imageRel, test::android::playImageProperties);
+    const QString absolute = store.avd(s("Pixel_8_API_36"), imageRel);
+    const QString relative = store.avd(s("Relative_Only"), imageRel, true);
+    const QString elsewhere = test::makeTempDir(s("external"));
+    const QString outside = store.avd(s("On_Other_Disk"), imageRel, false, elsewhere);
+    // A stale absolute path, as after a migration, falls back to path.rel.
+    const QString stale = store.avd(s("Migrated"), s("system-images/android-99/default/x86"));
+    test::writeFile(store.avdHome + s("/Migrated.ini"),
+                    "path=/Users/gone/.android/avd/Migrated.avd\npath.rel=avd/Migrated.avd\n");
+    test::writeFile(store.avdHome + s("/Dangling.ini"), "path.rel=avd/Dangling.avd\n");
+
+    const AndroidInventory inventory = AndroidCatalog::inventory();
+    ASSERT_EQ(inventory.avds.size(), 5);
+    const AndroidAVD* pixel = store.avdNamed(inventory, s("Pixel_8_API_36"));
+    ASSERT_TRUE(pixel);
+    EXPECT_EQ(pixel->url, absolute);
+    EXPECT_EQ(pixel->iniURL, store.avdHome + s("/Pixel_8_API_36.ini"));
+    EXPECT_EQ(pixel->deviceName, s("pixel_8"));
+    EXPECT_EQ(pixel->target, s("android-36"));
+    EXPECT_EQ(pixel->systemImageURL, image);
+    EXPECT_TRUE(pixel->isRemovable);
+    EXPECT_FALSE(pixel->isRunning);
+    EXPECT_GE(pixel->sizeBytes, 8192);
+    EXPECT_EQ(store.avdNamed(inventory, s("Relative_Only"))->url, relative);
+    EXPECT_EQ(store.avdNamed(inventory, s("On_Other_Disk"))->url, outside);
+    EXPECT_EQ(store.avdNamed(inventory, s("Migrated"))->url, stale);
+    const AndroidAVD* dangling = store.avdNamed(inventory, s("Dangling"));
+    ASSERT_TRUE(dangling);
+    EXPECT_FALSE(dangling->isRemovable);
+    EXPECT_EQ(AndroidCatalog::removalBlockedReason(*dangling), androidAVDNotRemovableText);
+
+    EXPECT_EQ(store.component(inventory, image)->avdNames,
+              (QStringList{s("On_Other_Disk"), s("Pixel_8_API_36"), s("Relative_Only")}));
+}
+
+TEST(AndroidRunningCheckTest, AnEmulatorHoldingTheDiskImageBlocksRemoval) {
+    AndroidStore store;
+    store.package(imageRel, test::android::playImageProperties);
+    const QString folder = store.avd(s("Busy"), imageRel);
+    const AndroidInventory before = AndroidCatalog::inventory();
+    const AndroidAVD listed = *store.avdNamed(before, s("Busy"));
+    EXPECT_FALSE(AndroidCatalog::isRunning(folder));
+
+    const test::android::FakeEmulator emulator(test::makeTempDir(s("bin")),
+                                               folder + s("/userdata-qemu.img"));
+    // The shell holds the file for a moment before it becomes the emulator.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return AndroidCatalog::isRunning(folder); }, 10000));
+    const AndroidInventory during = AndroidCatalog::inventory();
+    const AndroidAVD* seen = store.avdNamed(during, s("Busy"));
+    ASSERT_TRUE(seen);
+    EXPECT_TRUE(seen->isRunning);
+    EXPECT_EQ(AndroidCatalog::removalBlockedReason(*seen),
+              s("AVD Busy is running. Stop it before removing it."));
+
+    const AndroidRemovalResult result = AndroidCatalog::remove({}, {listed});
+    EXPECT_TRUE(result.removed.isEmpty());
+    ASSERT_EQ(result.failures.size(), 1);
+    EXPECT_EQ(result.failures[0].message, s("AVD Busy is running. Stop it before removing it."));
+    EXPECT_TRUE(QFileInfo::exists(folder));
+    EXPECT_TRUE(QFileInfo::exists(store.avdHome + s("/Busy.ini")));
+}
+
+TEST(AndroidRunningCheckTest, UnclearLsofAnswersAreReportedNotIgnored) {
+    AndroidStore store;
+    const QString folder = store.avd(s("Checked"), imageRel);
+    const QString prefix = s("Cannot verify whether the AVD is running: ");
+
+    EXPECT_EQ(runningCheckError(folder, ScriptedLsof({1, {}, "lsof: status error\n", 0})),
+              prefix + AndroidCatalog::lsofIncompleteText);
+    EXPECT_EQ(runningCheckError(folder, ScriptedLsof({0, "pabc\ncsleep\nn/x\n", {}, 0})),
+              prefix + AndroidCatalog::invalidProcessIDText);
+    EXPECT_EQ(runningCheckError(folder, ScriptedLsof({0, "p-4\n", {}, 0})),
+              prefix + AndroidCatalog::invalidProcessIDText);
+    // A holder that has gone by the time ps asks (the largest pid Linux allows is 2^22).
+    EXPECT_EQ(runningCheckError(folder, ScriptedLsof({0, "p99999999\ncqemu\n", {}, 0})),
+              prefix + AndroidCatalog::processChangedText);
+    // Nobody holds the files: no output, exit 1.
+    EXPECT_FALSE(AndroidCatalog::isRunning(folder, ScriptedLsof({1, {}, {}, 0})));
+
+    // Removal refuses when it cannot tell.
+    const AndroidInventory inventory = AndroidCatalog::inventory();
+    const AndroidAVD listed = *store.avdNamed(inventory, s("Checked"));
+    const AndroidRemovalResult result =
+        AndroidCatalog::remove({}, {listed}, ScriptedLsof({0, "p0\n", {}, 0}));
+    ASSERT_EQ(result.failures.size(), 1);
+    EXPECT_EQ(result.failures[0].message, prefix + AndroidCatalog::invalidProcessIDText);
+    EXPECT_TRUE(QFileInfo::exists(folder));
+}
+
+} // namespace
