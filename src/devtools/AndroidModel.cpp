@@ -1,0 +1,151 @@
+#include "devtools/AndroidModel.h"
+
+#include "platform/ByteFormat.h"
+#include "platform/CheckedSum.h"
+#include "platform/Paths.h"
+
+namespace corvane {
+namespace {
+
+QString androidItems(qsizetype count) {
+    return QString::number(count) +
+           (count == 1 ? QStringLiteral(" Android item") : QStringLiteral(" Android items"));
+}
+
+} // namespace
+
+AndroidModel::AndroidModel(ToastCenter& toasts, bool isDryRun, const ProcessRunner& runner,
+                           const PlatformTrash& trash, QObject* parent)
+    : InventoryModel(toasts, isDryRun, parent)
+    , runner_(runner)
+    , trash_(trash) {}
+
+void AndroidModel::startLoading() {
+    startJob(JobKind::load, [this, runner = &runner_](const CancellationToken& cancellation,
+                                                      const MainThreadPost& post) {
+        AndroidInventory found;
+        try {
+            found = AndroidCatalog::inventory(*runner, cancellation);
+        } catch (const CancelledError&) {
+            return;
+        }
+        post([this, found] {
+            inventory_ = found;
+            pruneSelection();
+            emit inventoryChanged();
+            finishLoading();
+        });
+    });
+}
+
+const AndroidComponent* AndroidModel::component(const QString& id) const {
+    for (const AndroidComponent& item : inventory_.components) {
+        if (item.url == id)
+            return &item;
+    }
+    return nullptr;
+}
+
+const AndroidAVD* AndroidModel::avd(const QString& id) const {
+    for (const AndroidAVD& item : inventory_.avds) {
+        if (item.url == id)
+            return &item;
+    }
+    return nullptr;
+}
+
+bool AndroidModel::containsItem(const QString& id) const {
+    return component(id) || avd(id);
+}
+
+std::optional<QString> AndroidModel::itemID(const QString& nameOrPath) const {
+    const QString path = Paths::absoluteStandardized(nameOrPath);
+    if (containsItem(path))
+        return path;
+    for (const AndroidAVD& item : inventory_.avds) {
+        if (item.name == nameOrPath || item.iniURL == path)
+            return item.url;
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> AndroidModel::removalBlockedReason(const QString& id) const {
+    if (const AndroidComponent* item = component(id))
+        return AndroidCatalog::removalBlockedReason(*item);
+    if (const AndroidAVD* item = avd(id))
+        return AndroidCatalog::removalBlockedReason(*item);
+    return std::nullopt;
+}
+
+QString AndroidModel::nameOf(const QString& id) const {
+    if (const AndroidComponent* item = component(id))
+        return item->displayName;
+    if (const AndroidAVD* item = avd(id))
+        return item->name;
+    return id;
+}
+
+qint64 AndroidModel::selectedBytes() const {
+    qint64 total = 0;
+    for (const QString& id : selectedIDs()) {
+        if (const AndroidComponent* item = component(id))
+            total = checkedSum(total, item->sizeBytes);
+        else if (const AndroidAVD* item = avd(id))
+            total = checkedSum(total, item->sizeBytes);
+    }
+    return total;
+}
+
+void AndroidModel::removeSelected() {
+    QList<AndroidComponent> components;
+    QList<AndroidAVD> avds;
+    for (const AndroidComponent& item : inventory_.components) {
+        if (selectedIDs().contains(item.url))
+            components.append(item);
+    }
+    for (const AndroidAVD& item : inventory_.avds) {
+        if (selectedIDs().contains(item.url))
+            avds.append(item);
+    }
+    if ((components.isEmpty() && avds.isEmpty()) || !beginRemoval())
+        return;
+    if (isDryRun()) {
+        finish({{},
+                {},
+                0,
+                QStringLiteral("Dry run: would move ") +
+                    androidItems(components.size() + avds.size()) + QStringLiteral(" (") +
+                    formatBytes(selectedBytes()) + u')'});
+        return;
+    }
+    startJob(JobKind::removal, [this, components, avds, runner = &runner_, trash = &trash_](
+                                   const CancellationToken&, const MainThreadPost& post) {
+        const AndroidRemovalResult outcome =
+            AndroidCatalog::remove(components, avds, *runner, *trash);
+        post([this, outcome] {
+            Result result{outcome.removed, {}, outcome.freedBytes, {}};
+            for (const AndroidRemovalFailure& failure : outcome.failures)
+                result.failures.append({failure.url, failure.name, failure.message});
+            for (const QString& id : outcome.removed)
+                setSelected(id, false);
+            result.message = outcome.removed.isEmpty()
+                                 ? failuresHeading
+                                 : QStringLiteral("Moved ") + androidItems(outcome.removed.size()) +
+                                       QStringLiteral(" to the Trash (") +
+                                       formatBytes(outcome.freedBytes) + u')';
+            finish(result);
+            reload();
+        });
+    });
+}
+
+void AndroidModel::finish(Result result) {
+    toasts().post(result.message,
+                  result.failures.isEmpty() ? ToastStyle::success : ToastStyle::info);
+    const QList<ItemFailure> failures = result.failures;
+    lastResult_ = std::move(result);
+    finishRemoval(failures);
+    emit removalFinished();
+}
+
+} // namespace corvane
