@@ -60,6 +60,10 @@ const std::vector<Command>& commandTable() {
          "List Xcode's simulator runtimes and devices; `simulators delete-runtime` and "
          "`simulators erase` free them for good",
          defineSimulatorsCommand},
+        {"android",
+         "List Android SDK packages and emulators; `android remove` moves chosen ones to the "
+         "Trash",
+         defineAndroidCommand},
         {"volumes", "List the mounted drives and shares an archive can go to",
          defineVolumesCommand},
         {"destinations", "List, add, remove or test the servers saved as archive destinations",

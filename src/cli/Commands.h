@@ -31,5 +31,6 @@ void defineRestoreCommand(CLI::App& command, int& status);
 
 void defineDockerCommand(CLI::App& command, int& status);
 void defineSimulatorsCommand(CLI::App& command, int& status);
+void defineAndroidCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli

@@ -116,4 +116,32 @@ void defineSimulatorsCommand(CLI::App& command, int& status) {
     });
 }
 
+void defineAndroidCommand(CLI::App& command, int& status) {
+    command.require_subcommand(0, 1);
+    auto json = std::make_shared<bool>(false);
+    command.add_flag("--json", *json, "Print one JSON document on standard output");
+
+    struct RemoveOptions {
+        std::vector<std::string> items;
+        ChangeFlags flags;
+    };
+    auto remove = std::make_shared<RemoveOptions>();
+    CLI::App* removeCommand = command.add_subcommand(
+        "remove", "Move SDK packages (by path) and emulators (by name) to the Trash");
+    removeCommand->add_option("ITEM", remove->items, "A package's folder or an AVD's name")
+        ->required();
+    addChangeFlags(*removeCommand, remove->flags);
+    removeCommand->callback([remove, &status] {
+        Console console(stdout, stderr);
+        status = runAndroidRemove(texts(remove->items), remove->flags, console);
+    });
+
+    command.callback([&command, json, &status] {
+        if (!command.get_subcommands().empty())
+            return;
+        Console console(stdout, stderr);
+        status = runAndroid(*json, console);
+    });
+}
+
 } // namespace corvane::cli

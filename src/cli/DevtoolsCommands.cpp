@@ -433,4 +433,108 @@ int runEraseDevice(const QString& udid, const ChangeFlags& flags, Console& conso
     return model.failures().isEmpty() ? exitOk : exitSomeFailed;
 }
 
+int runAndroid(bool json, Console& console) {
+    ToastCenter toasts;
+    AndroidModel model(toasts);
+    load(model);
+    const AndroidInventory& inventory = model.inventory();
+    if (json) {
+        QJsonArray components;
+        for (const AndroidComponent& component : inventory.components)
+            components.append(QJsonObject{
+                {QStringLiteral("kind"), rawValue(component.kind)},
+                {QStringLiteral("displayName"), component.displayName},
+                {QStringLiteral("version"), orNull(component.version)},
+                {QStringLiteral("path"), component.url},
+                {QStringLiteral("sizeBytes"), component.sizeBytes},
+                {QStringLiteral("avdNames"), QJsonArray::fromStringList(component.avdNames)},
+                {QStringLiteral("removalBlockedReason"),
+                 orNull(model.removalBlockedReason(component.url))}});
+        QJsonArray avds;
+        for (const AndroidAVD& avd : inventory.avds)
+            avds.append(QJsonObject{{QStringLiteral("name"), avd.name},
+                                    {QStringLiteral("path"), avd.url},
+                                    {QStringLiteral("device"), orNull(avd.deviceName)},
+                                    {QStringLiteral("target"), orNull(avd.target)},
+                                    {QStringLiteral("systemImage"), orNull(avd.systemImageURL)},
+                                    {QStringLiteral("sizeBytes"), avd.sizeBytes},
+                                    {QStringLiteral("lastUsedAt"), isoDateOrNull(avd.lastUsedAt)},
+                                    {QStringLiteral("isRunning"), avd.isRunning},
+                                    {QStringLiteral("isRemovable"), avd.isRemovable},
+                                    {QStringLiteral("removalBlockedReason"),
+                                     orNull(model.removalBlockedReason(avd.url))}});
+        printJson(console,
+                  {{QStringLiteral("components"), components}, {QStringLiteral("avds"), avds}});
+        return exitOk;
+    }
+    if (inventory.components.isEmpty() && inventory.avds.isEmpty())
+        console.out << "No Android SDK packages or emulators found.\n";
+    for (const AndroidComponent& component : inventory.components) {
+        console.out << "  " << component.displayName.leftJustified(48) << ' '
+                    << formatBytes(component.sizeBytes).rightJustified(10) << "  " << component.url
+                    << '\n';
+        if (const std::optional<QString> reason = model.removalBlockedReason(component.url))
+            console.out << "    " << *reason << '\n';
+    }
+    for (const AndroidAVD& avd : inventory.avds) {
+        console.out << "  AVD " << avd.name.leftJustified(44) << ' '
+                    << formatBytes(avd.sizeBytes).rightJustified(10) << "  " << avd.url
+                    << (avd.isRunning ? "  running" : "") << '\n';
+        if (const std::optional<QString> reason = model.removalBlockedReason(avd.url))
+            console.out << "    " << *reason << '\n';
+    }
+    console.out << Qt::flush;
+    return exitOk;
+}
+
+int runAndroidRemove(const QStringList& items, const ChangeFlags& flags, Console& console) {
+    ToastCenter toasts;
+    AndroidModel model(toasts);
+    load(model);
+    for (const QString& item : items) {
+        const std::optional<QString> id = model.itemID(item);
+        if (!id) {
+            console.err << "No Android package or emulator is " << item
+                        << "; `corvane android` lists them.\n";
+            return exitRefusedOrBadArguments;
+        }
+        if (const std::optional<QString> reason = model.removalBlockedReason(*id)) {
+            console.err << item << ": " << *reason << '\n';
+            return exitRefusedOrBadArguments;
+        }
+        model.setSelected(*id, true);
+    }
+    int status = exitOk;
+    if (!confirmed(QStringLiteral("Move %1 item(s), %2, to the Trash? %3 [y/N] ")
+                       .arg(model.selectedIDs().size())
+                       .arg(formatBytes(model.selectedBytes()), AndroidModel::confirmationNote),
+                   flags, console, status))
+        return status;
+    model.setDryRun(flags.dryRun);
+    carryOutAction(
+        model, [&model] { model.removeSelected(); }, [&model] { return model.isRemoving(); });
+    const std::optional<AndroidModel::Result>& result = model.lastResult();
+    if (flags.json) {
+        QJsonArray failures;
+        if (result) {
+            for (const ItemFailure& failure : result->failures)
+                failures.append(QJsonObject{{QStringLiteral("id"), failure.itemID},
+                                            {QStringLiteral("message"), failure.message}});
+        }
+        printJson(console, {{QStringLiteral("removed"),
+                             QJsonArray::fromStringList(result ? result->removed : QStringList())},
+                            {QStringLiteral("failures"), failures},
+                            {QStringLiteral("freedBytes"), result ? result->freedBytes : 0},
+                            {QStringLiteral("message"), result ? result->message : QString()}});
+    } else if (result) {
+        console.out << result->message << '\n';
+        if (!result->failures.isEmpty())
+            console.out << AndroidModel::failuresHeading << '\n';
+        for (const ItemFailure& failure : result->failures)
+            console.out << "  " << failure.name << ": " << failure.message << '\n';
+        console.out << Qt::flush;
+    }
+    return result && !result->failures.isEmpty() ? exitSomeFailed : exitOk;
+}
+
 } // namespace corvane::cli

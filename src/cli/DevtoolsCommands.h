@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Console.h"
+#include "devtools/AndroidModel.h"
 #include "devtools/DockerModel.h"
 #include "devtools/SimulatorsModel.h"
 
@@ -35,5 +36,9 @@ int runDeleteRuntimes(const QStringList& ids, const ChangeFlags& flags, Console&
                       SimulatorService service = SimulatorService());
 int runEraseDevice(const QString& udid, const ChangeFlags& flags, Console& console,
                    SimulatorService service = SimulatorService());
+
+int runAndroid(bool json, Console& console);
+// Items by path, or AVDs by name.
+int runAndroidRemove(const QStringList& items, const ChangeFlags& flags, Console& console);
 
 } // namespace corvane::cli

@@ -145,7 +145,7 @@ void AndroidModel::finish(Result result) {
     const QList<ItemFailure> failures = result.failures;
     lastResult_ = std::move(result);
     finishRemoval(failures);
-    emit removalFinished();
+    emit actionFinished();
 }
 
 } // namespace corvane

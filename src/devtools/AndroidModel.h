@@ -47,7 +47,7 @@ public:
 
 signals:
     void inventoryChanged();
-    void removalFinished();
+    void actionFinished();
 
 protected:
     void startLoading() override;

@@ -84,4 +84,26 @@ AndroidCatalogError AndroidCatalogError::trashFailed(const QString& detail) {
             QStringLiteral("Could not move Android items to the Trash: ") + detail};
 }
 
+QString rawValue(AndroidComponentKind kind) {
+    switch (kind) {
+    case AndroidComponentKind::systemImage:
+        return QStringLiteral("systemImage");
+    case AndroidComponentKind::platform:
+        return QStringLiteral("platform");
+    case AndroidComponentKind::buildTools:
+        return QStringLiteral("buildTools");
+    case AndroidComponentKind::ndk:
+        return QStringLiteral("ndk");
+    case AndroidComponentKind::sources:
+        return QStringLiteral("sources");
+    case AndroidComponentKind::cmake:
+        return QStringLiteral("cmake");
+    case AndroidComponentKind::emulator:
+        return QStringLiteral("emulator");
+    case AndroidComponentKind::platformTools:
+        return QStringLiteral("platformTools");
+    }
+    return {};
+}
+
 } // namespace corvane

@@ -31,6 +31,8 @@ inline constexpr AndroidComponentKind allAndroidComponentKinds[] = {
 // "System Images", "Platforms", "Build Tools", "NDK", "Sources", "CMake", "Emulator",
 // "Platform Tools": the headings of the screen's groups.
 QString displayName(AndroidComponentKind kind);
+// "systemImage", "platform", ...: the case's name, as `corvane android --json` prints it.
+QString rawValue(AndroidComponentKind kind);
 // The one-line explanation the screen shows under a group's heading.
 QString explanation(AndroidComponentKind kind);
 // Packages Android Studio cannot run apps or emulators without: the emulator and platform tools.
