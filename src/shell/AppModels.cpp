@@ -13,6 +13,7 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , docker(toasts, DockerService{&ProcessRunner::system(), Locations::homeDir()},
              options.dockerDryRun)
     , simulators(toasts, SimulatorService(), options.simulatorDryRun)
+    , android(toasts, options.androidDryRun)
     , navigation(session) {
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {

@@ -3,6 +3,7 @@
 #include "agents/AgentsModel.h"
 #include "archive/ArchivesModel.h"
 #include "archive/DestinationsStore.h"
+#include "devtools/AndroidModel.h"
 #include "devtools/DockerModel.h"
 #include "devtools/SimulatorsModel.h"
 #include "organize/OrganizeModel.h"
@@ -35,6 +36,7 @@ public:
     ArchivesModel archives;
     DockerModel docker;
     SimulatorsModel simulators;
+    AndroidModel android;
     Navigation navigation;
 };
 

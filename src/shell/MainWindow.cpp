@@ -6,6 +6,7 @@
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
 #include "shell/AgentsView.h"
+#include "shell/AndroidView.h"
 #include "shell/AppIcon.h"
 #include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
@@ -54,6 +55,7 @@ constexpr int organizeRow = 3;
 constexpr int archivedRow = 4;
 constexpr int dockerRow = 5;
 constexpr int simulatorsRow = 6;
+constexpr int androidRow = 7;
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
@@ -72,6 +74,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return dockerRow;
     case SidebarSelection::Kind::simulators:
         return simulatorsRow;
+    case SidebarSelection::Kind::android:
+        return androidRow;
     default:
         return projectsRow;
     }
@@ -100,6 +104,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , destinations_(models.destinations)
     , docker_(models.docker)
     , simulators_(models.simulators)
+    , android_(models.android)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -264,6 +269,7 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Archived Projects"), this, &MainWindow::showArchived);
     view->addAction(QStringLiteral("Docker"), this, &MainWindow::showDocker);
     view->addAction(QStringLiteral("Simulators"), this, &MainWindow::showSimulators);
+    view->addAction(QStringLiteral("Android"), this, &MainWindow::showAndroid);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -329,6 +335,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("Docker")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DesktopIcon),
                                           QStringLiteral("Simulators")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveCDIcon),
+                                          QStringLiteral("Android")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -348,6 +356,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(dockerView_);
     simulatorsView_ = new SimulatorsView(simulators_, central);
     pages_->addWidget(simulatorsView_);
+    androidView_ = new AndroidView(android_, central);
+    pages_->addWidget(androidView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -546,6 +556,10 @@ void MainWindow::showSimulators() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::simulators));
 }
 
+void MainWindow::showAndroid() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::android));
+}
+
 void MainWindow::showArchived() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::archived));
     archives_.reload();
@@ -710,6 +724,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showDocker();
     else if (row == simulatorsRow)
         showSimulators();
+    else if (row == androidRow)
+        showAndroid();
     else
         showProjects();
 }

@@ -22,6 +22,7 @@ namespace corvane {
 class AgentsView;
 class ArchivedView;
 class CachesView;
+class AndroidView;
 class DockerView;
 class SimulatorsView;
 class OrganizeView;
@@ -81,6 +82,7 @@ public:
     void showArchived();
     void showDocker();
     void showSimulators();
+    void showAndroid();
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -100,6 +102,7 @@ public:
     ArchivedView* archivedView() const { return archivedView_; }
     DockerView* dockerView() const { return dockerView_; }
     SimulatorsView* simulatorsView() const { return simulatorsView_; }
+    AndroidView* androidView() const { return androidView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -133,6 +136,7 @@ private:
     DestinationsStore& destinations_;
     DockerModel& docker_;
     SimulatorsModel& simulators_;
+    AndroidModel& android_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -150,6 +154,7 @@ private:
     ArchivedView* archivedView_ = nullptr;
     DockerView* dockerView_ = nullptr;
     SimulatorsView* simulatorsView_ = nullptr;
+    AndroidView* androidView_ = nullptr;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;
