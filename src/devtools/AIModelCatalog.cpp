@@ -409,9 +409,13 @@ ProcessResult runOllama(const QStringList& arguments, double timeout, const Proc
     const std::optional<QString> tool = ollamaPath();
     if (!tool)
         throw OllamaError::notInstalled();
-    return runner.run(*tool, arguments, std::nullopt,
-                      {{QStringLiteral("PATH"), ProcessRunner::toolSearchPath(*tool)}}, timeout,
-                      cancellation);
+    // The command in /usr/local/bin is a link into Ollama.app that launches the app when the
+    // server is down; the binary itself only asks, so a check never starts Ollama by surprise.
+    const QString resolved = QFileInfo(*tool).canonicalFilePath();
+    const QString executable = resolved.isEmpty() ? *tool : resolved;
+    return runner.run(executable, arguments, std::nullopt,
+                      {{QStringLiteral("PATH"), ProcessRunner::toolSearchPath(executable)}},
+                      timeout, cancellation);
 }
 
 } // namespace
