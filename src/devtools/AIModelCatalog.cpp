@@ -1,0 +1,516 @@
+#include "devtools/AIModelCatalog.h"
+
+#include "devtools/OpenFileGuard.h"
+#include "platform/CheckedSum.h"
+#include "platform/JsonFile.h"
+#include "platform/Locations.h"
+#include "platform/SizeCalculator.h"
+#include "platform/TrashService.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QSet>
+#include <algorithm>
+
+namespace corvane::AIModelCatalog {
+namespace {
+
+constexpr double queryTimeout = 10.0;
+// Unloading a large model and deleting its blobs can take a while on a slow disk.
+constexpr double removalTimeout = 120.0;
+
+const QString hubRepoPrefix = QStringLiteral("models--");
+
+QString expandHome(const QString& path, const QString& home) {
+    if (path == u'~')
+        return home;
+    if (path.startsWith(QStringLiteral("~/")))
+        return home + path.mid(1);
+    return path;
+}
+
+std::optional<QString> existingFolder(const QString& path) {
+    if (path.isEmpty() || !QFileInfo(path).isDir())
+        return std::nullopt;
+    return QDir::cleanPath(path);
+}
+
+std::optional<QString> downloadsFolderIn(const QString& settingsPath, const QString& home) {
+    const std::optional<QJsonValue> settings = JsonFile::read(settingsPath);
+    if (!settings || !settings->isObject())
+        return std::nullopt;
+    const QString folder = settings->toObject().value(QStringLiteral("downloadsFolder")).toString();
+    if (folder.trimmed().isEmpty())
+        return std::nullopt;
+    return expandHome(folder, home);
+}
+
+QString environment(const char* name) {
+    return qEnvironmentVariable(name);
+}
+
+QStringList subfolders(const QString& path) {
+    return QDir(path).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
+}
+
+// Names of the files in a tree, symbolic links included (Hugging Face snapshots are links).
+QStringList fileNamesUnder(const QString& folder, QDateTime* newest = nullptr) {
+    QStringList names;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden | QDir::System,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        it.next();
+        const QFileInfo info = it.fileInfo();
+        names.append(info.fileName());
+        if (newest && !info.isSymLink()) {
+            const QDateTime modified = info.lastModified();
+            if (!newest->isValid() || modified > *newest)
+                *newest = modified;
+        }
+    }
+    return names;
+}
+
+bool isDigest(const QString& digest) {
+    if (!digest.startsWith(QStringLiteral("sha256:")) || digest.size() <= 7)
+        return false;
+    return std::all_of(digest.cbegin() + 7, digest.cend(), [](QChar c) {
+        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    });
+}
+
+// The digests a manifest refers to, or nothing when it cannot be read as one.
+std::optional<QStringList> manifestDigests(const QString& path) {
+    const std::optional<QJsonValue> manifest = JsonFile::read(path);
+    if (!manifest || !manifest->isObject())
+        return std::nullopt;
+    const QJsonObject object = manifest->toObject();
+    QStringList digests;
+    auto add = [&digests](const QJsonValue& blob) {
+        const QString digest = blob.toObject().value(QStringLiteral("digest")).toString();
+        // A digest names a file in "blobs"; anything else could point outside it.
+        if (isDigest(digest) && !digests.contains(digest))
+            digests.append(digest);
+    };
+    if (object.contains(QStringLiteral("config")))
+        add(object.value(QStringLiteral("config")));
+    for (const QJsonValue& layer : object.value(QStringLiteral("layers")).toArray())
+        add(layer);
+    if (digests.isEmpty())
+        return std::nullopt;
+    return digests;
+}
+
+QString blobPath(const QString& store, const QString& digest) {
+    return store + QStringLiteral("/blobs/") + QString(digest).replace(u':', u'-');
+}
+
+bool lessThan(const AIModel& a, const AIModel& b) {
+    if (a.source != b.source)
+        return a.source < b.source;
+    const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
+    return byName != 0 ? byName < 0 : a.id < b.id;
+}
+
+} // namespace
+
+std::optional<QString> lmStudioModelsFolder(const QString& home) {
+    if (auto folder = downloadsFolderIn(home + QStringLiteral("/.lmstudio/settings.json"), home))
+        return existingFolder(*folder);
+    QFile pointer(home + QStringLiteral("/.lmstudio-home-pointer"));
+    if (pointer.open(QIODevice::ReadOnly)) {
+        const QString firstLine = QString::fromUtf8(pointer.readAll()).section(u'\n', 0, 0);
+        const QString lmHome = expandHome(firstLine.trimmed(), home);
+        if (!lmHome.isEmpty()) {
+            if (auto folder = downloadsFolderIn(lmHome + QStringLiteral("/settings.json"), home))
+                return existingFolder(*folder);
+            return existingFolder(lmHome + QStringLiteral("/models"));
+        }
+    }
+    return existingFolder(home + QStringLiteral("/.lmstudio/models"));
+}
+
+QString ollamaModelsFolder(const QString& home) {
+    // Ollama itself trims spaces and quotes from the value.
+    QString value = environment("OLLAMA_MODELS").trimmed();
+    while (!value.isEmpty() && (value.front() == u'"' || value.front() == u'\''))
+        value.remove(0, 1);
+    while (!value.isEmpty() && (value.back() == u'"' || value.back() == u'\''))
+        value.chop(1);
+    value = value.trimmed();
+    if (!value.isEmpty())
+        return QDir::cleanPath(expandHome(value, home));
+    return home + QStringLiteral("/.ollama/models");
+}
+
+QString huggingFaceHubFolder(const QString& home) {
+    const QString cache = environment("HF_HUB_CACHE");
+    if (!cache.isEmpty())
+        return QDir::cleanPath(expandHome(cache, home));
+    const QString hfHome = environment("HF_HOME");
+    if (!hfHome.isEmpty())
+        return QDir::cleanPath(expandHome(hfHome, home) + QStringLiteral("/hub"));
+    return home + QStringLiteral("/.cache/huggingface/hub");
+}
+
+Stores locateStores(const QString& home) {
+    Stores stores;
+    stores.lmStudio = lmStudioModelsFolder(home);
+    if (auto ollama = existingFolder(ollamaModelsFolder(home)))
+        stores.ollama.append({*ollama, false});
+    if (!Locations::isMac()) {
+        if (auto system = existingFolder(ollamaSystemStore);
+            system && (stores.ollama.isEmpty() || stores.ollama.front().path != *system))
+            stores.ollama.append({*system, true});
+    }
+    stores.huggingFace = existingFolder(huggingFaceHubFolder(home));
+    return stores;
+}
+
+std::optional<QString> formatOf(const QStringList& fileNames, const QString& folderName) {
+    bool safetensors = false;
+    for (const QString& name : fileNames) {
+        const QString suffix = QFileInfo(name).suffix().toLower();
+        if (suffix == QStringLiteral("gguf"))
+            return QStringLiteral("GGUF");
+        safetensors = safetensors || suffix == QStringLiteral("safetensors");
+    }
+    if (!safetensors)
+        return std::nullopt;
+    return folderName.toLower().contains(QStringLiteral("mlx")) ? QStringLiteral("MLX")
+                                                                : QStringLiteral("safetensors");
+}
+
+QString ollamaDisplayName(const QString& host, const QString& nameSpace, const QString& model,
+                          const QString& tag) {
+    QString prefix;
+    if (host.compare(ollamaDefaultHost, Qt::CaseInsensitive) != 0)
+        prefix = host + u'/' + nameSpace + u'/';
+    else if (nameSpace.compare(ollamaDefaultNamespace, Qt::CaseInsensitive) != 0)
+        prefix = nameSpace + u'/';
+    return prefix + model + u':' + tag;
+}
+
+QList<AIModel> listLMStudio(const QString& modelsFolder, const CancellationToken& cancellation) {
+    QList<AIModel> models;
+    // LM Studio only knows files two levels down: publisher folder, then model folder.
+    for (const QString& publisher : subfolders(modelsFolder)) {
+        if (publisher.startsWith(u'.'))
+            continue;
+        const QString publisherFolder = modelsFolder + u'/' + publisher;
+        for (const QString& name : subfolders(publisherFolder)) {
+            cancellation.throwIfCancelled();
+            const QString folder = publisherFolder + u'/' + name;
+            if (name.startsWith(u'.') || QFileInfo(folder).isSymLink())
+                continue;
+            QDateTime newest;
+            const QStringList files = fileNamesUnder(folder, &newest);
+            if (files.isEmpty())
+                continue;
+            AIModel model;
+            model.source = AIModelSource::lmStudio;
+            model.id = rawValue(model.source) + u':' + publisher + u'/' + name;
+            model.name = name;
+            model.publisher = publisher;
+            model.format = formatOf(files, publisher + u'/' + name);
+            model.url = folder;
+            model.sizeBytes = SizeCalculator::size(folder, cancellation);
+            model.freesBytes = model.sizeBytes;
+            if (newest.isValid())
+                model.modifiedAt = newest;
+            models.append(model);
+        }
+    }
+    return models;
+}
+
+QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation) {
+    struct Manifest {
+        QString path;
+        QString name;
+        QString nameSpace;
+        QStringList digests;
+    };
+    QList<Manifest> manifests;
+    // Manifests lie exactly four levels down: host, namespace, model, tag.
+    const QString root = store.path + QStringLiteral("/manifests");
+    for (const QString& host : subfolders(root)) {
+        for (const QString& nameSpace : subfolders(root + u'/' + host)) {
+            const QString namespaceFolder = root + u'/' + host + u'/' + nameSpace;
+            for (const QString& model : subfolders(namespaceFolder)) {
+                const QString modelFolder = namespaceFolder + u'/' + model;
+                for (const QString& tag : QDir(modelFolder).entryList(QDir::Files | QDir::Hidden)) {
+                    cancellation.throwIfCancelled();
+                    const QString path = modelFolder + u'/' + tag;
+                    if (auto digests = manifestDigests(path))
+                        manifests.append({path, ollamaDisplayName(host, nameSpace, model, tag),
+                                          nameSpace, *digests});
+                }
+            }
+        }
+    }
+
+    QHash<QString, int> references;
+    for (const Manifest& manifest : manifests) {
+        for (const QString& digest : manifest.digests)
+            ++references[digest];
+    }
+    QHash<QString, std::optional<qint64>> blobSizes;
+    auto blobSize = [&](const QString& digest) -> std::optional<qint64> {
+        if (auto known = blobSizes.constFind(digest); known != blobSizes.cend())
+            return *known;
+        const QString path = blobPath(store.path, digest);
+        const QFileInfo info(path);
+        std::optional<qint64> size;
+        if (info.isFile() && !info.isSymLink())
+            size = SizeCalculator::size(path, cancellation);
+        blobSizes.insert(digest, size);
+        return size;
+    };
+
+    const bool readOnly = store.isSystem && !QFileInfo(root).isWritable();
+    QList<AIModel> models;
+    for (const Manifest& manifest : manifests) {
+        AIModel model;
+        model.source = AIModelSource::ollama;
+        model.id = rawValue(model.source) + u':' +
+                   (store.isSystem ? QStringLiteral("system:") : QString()) + manifest.name;
+        model.name = manifest.name;
+        if (manifest.nameSpace.compare(ollamaDefaultNamespace, Qt::CaseInsensitive) != 0)
+            model.publisher = manifest.nameSpace;
+        model.url = manifest.path;
+        for (const QString& digest : manifest.digests) {
+            const std::optional<qint64> size = blobSize(digest);
+            if (!size) {
+                model.isIncomplete = true;
+                continue;
+            }
+            model.sizeBytes = checkedSum(model.sizeBytes, *size);
+            if (references.value(digest) == 1)
+                model.freesBytes = checkedSum(model.freesBytes, *size);
+        }
+        model.modifiedAt = QFileInfo(manifest.path).lastModified();
+        model.isReadOnly = readOnly;
+        models.append(model);
+    }
+    return models;
+}
+
+QList<AIModel> listHuggingFace(const QString& hubFolder, const CancellationToken& cancellation) {
+    QList<AIModel> models;
+    for (const QString& folderName : subfolders(hubFolder)) {
+        // "datasets--" and "spaces--" hold no models; ".locks" is the library's own.
+        if (!folderName.startsWith(hubRepoPrefix) || folderName.size() == hubRepoPrefix.size())
+            continue;
+        cancellation.throwIfCancelled();
+        const QString folder = hubFolder + u'/' + folderName;
+        if (QFileInfo(folder).isSymLink())
+            continue;
+        const QString repo = folderName.mid(hubRepoPrefix.size());
+        const qsizetype separator = repo.indexOf(QStringLiteral("--"));
+        AIModel model;
+        model.source = AIModelSource::huggingFace;
+        if (separator > 0) {
+            model.publisher = repo.left(separator);
+            model.name = repo.mid(separator + 2);
+        } else {
+            model.name = repo;
+        }
+        const QString repoID = model.publisher ? *model.publisher + u'/' + model.name : model.name;
+        model.id = rawValue(model.source) + u':' + repoID;
+        model.format = formatOf(fileNamesUnder(folder + QStringLiteral("/snapshots")), repoID);
+        model.url = folder;
+        // Snapshots are links into "blobs"; the calculator does not follow them, so each blob
+        // counts once.
+        model.sizeBytes = SizeCalculator::size(folder, cancellation);
+        model.freesBytes = model.sizeBytes;
+        const QStringList unfinished =
+            QDir(folder + QStringLiteral("/blobs"))
+                .entryList({QStringLiteral("*.incomplete")}, QDir::Files | QDir::Hidden);
+        model.isIncomplete = !unfinished.isEmpty();
+        const QFileInfo snapshots(folder + QStringLiteral("/snapshots"));
+        model.modifiedAt = (snapshots.exists() ? snapshots : QFileInfo(folder)).lastModified();
+        models.append(model);
+    }
+    return models;
+}
+
+QList<AIModel> list(const Stores& stores, const CancellationToken& cancellation) {
+    QList<AIModel> models;
+    if (stores.lmStudio)
+        models += listLMStudio(*stores.lmStudio, cancellation);
+    for (const OllamaStore& store : stores.ollama)
+        models += listOllama(store, cancellation);
+    if (stores.huggingFace)
+        models += listHuggingFace(*stores.huggingFace, cancellation);
+    std::sort(models.begin(), models.end(), lessThan);
+    return models;
+}
+
+QStringList filesInUse(const AIModel& model) {
+    if (model.source != AIModelSource::ollama)
+        return {model.url};
+    // A loaded Ollama model is held through its blobs, not its manifest.
+    const QString store =
+        QFileInfo(model.url).absolutePath().section(QStringLiteral("/manifests/"), 0, 0);
+    QStringList files;
+    if (const auto digests = manifestDigests(model.url)) {
+        for (const QString& digest : *digests) {
+            const QString path = blobPath(store, digest);
+            if (QFileInfo::exists(path))
+                files.append(path);
+        }
+    }
+    return files;
+}
+
+QString storeOf(const AIModel& model, const Stores& stores) {
+    switch (model.source) {
+    case AIModelSource::lmStudio:
+        return stores.lmStudio.value_or(QString());
+    case AIModelSource::huggingFace:
+        return stores.huggingFace.value_or(QString());
+    case AIModelSource::ollama:
+        for (const OllamaStore& store : stores.ollama) {
+            if (model.url.startsWith(store.path + u'/'))
+                return store.path;
+        }
+        return {};
+    }
+    return {};
+}
+
+std::optional<QString> ollamaPath() {
+    const QString overridden = Locations::toolPath(QStringLiteral("ollama"), QString());
+    if (!overridden.isEmpty()) {
+        if (QFileInfo(overridden).isExecutable())
+            return overridden;
+        return std::nullopt;
+    }
+    for (const char* candidate :
+         {"/usr/local/bin/ollama", "/opt/homebrew/bin/ollama",
+          "/Applications/Ollama.app/Contents/Resources/ollama", "/usr/bin/ollama"}) {
+        const QString path = QString::fromLatin1(candidate);
+        if (QFileInfo(path).isExecutable())
+            return path;
+    }
+    return std::nullopt;
+}
+
+namespace {
+
+ProcessResult runOllama(const QStringList& arguments, double timeout, const ProcessRunner& runner,
+                        const CancellationToken& cancellation) {
+    const std::optional<QString> tool = ollamaPath();
+    if (!tool)
+        throw OllamaError::notInstalled();
+    // The command in /usr/local/bin is a link into Ollama.app that launches the app when the
+    // server is down; the binary itself only asks, so a check never starts Ollama by surprise.
+    const QString resolved = QFileInfo(*tool).canonicalFilePath();
+    const QString executable = resolved.isEmpty() ? *tool : resolved;
+    return runner.run(executable, arguments, std::nullopt,
+                      {{QStringLiteral("PATH"), ProcessRunner::toolSearchPath(executable)}},
+                      timeout, cancellation);
+}
+
+} // namespace
+
+bool isOllamaRunning(const ProcessRunner& runner, const CancellationToken& cancellation) {
+    // `ollama ps` asks the server first and exits non-zero when nothing answers.
+    try {
+        return runOllama({QStringLiteral("ps")}, queryTimeout, runner, cancellation).exitCode == 0;
+    } catch (const ProcessRunnerError&) {
+        return false;
+    }
+}
+
+void removeOllamaModel(const QString& name, const ProcessRunner& runner,
+                       const CancellationToken& cancellation) {
+    ProcessResult result;
+    try {
+        result = runOllama({QStringLiteral("rm"), name}, removalTimeout, runner, cancellation);
+    } catch (const ProcessRunnerError& error) {
+        throw OllamaError::failed(error.description());
+    }
+    if (result.exitCode != 0) {
+        const QString detail = QString::fromUtf8(result.standardError).trimmed();
+        throw OllamaError::failed(QStringLiteral("ollama exited with %1").arg(result.exitCode) +
+                                  (detail.isEmpty() ? QString() : QStringLiteral(": ") + detail));
+    }
+}
+
+RemovalResult remove(const QList<AIModel>& models, const Stores& stores,
+                     const ProcessRunner& runner, const CancellationToken& cancellation) {
+    RemovalResult result;
+    std::optional<std::optional<QString>> ollamaBlocked;
+    for (const AIModel& model : models) {
+        if (cancellation.isCancelled())
+            break;
+        auto fail = [&](const QString& message) { result.failures.append({model.id, message}); };
+        const bool isOllama = model.source == AIModelSource::ollama;
+        if (isOllama) {
+            if (model.isReadOnly) {
+                fail(readOnlyMessage);
+                continue;
+            }
+            // Asked once per batch: the server does not come up between two models.
+            if (!ollamaBlocked) {
+                try {
+                    ollamaBlocked = isOllamaRunning(runner, cancellation)
+                                        ? std::nullopt
+                                        : std::optional<QString>(notRunningMessage);
+                } catch (const OllamaError& error) {
+                    ollamaBlocked = std::optional<QString>(error.message());
+                }
+            }
+            if (*ollamaBlocked) {
+                fail(**ollamaBlocked);
+                continue;
+            }
+        } else if (!QFileInfo::exists(model.url)) {
+            fail(model.name + QStringLiteral(": its folder could not be found."));
+            continue;
+        }
+
+        const OpenFileGuard::Holders holders =
+            OpenFileGuard::holders(filesInUse(model), runner, cancellation);
+        if (holders.error) {
+            fail(QStringLiteral("Could not check whether an app has it open: ") + *holders.error);
+            continue;
+        }
+        if (!holders.processNames.isEmpty()) {
+            fail(holders.processNames.join(QStringLiteral(", ")) +
+                 QStringLiteral(" has it open. Quit or unload it first."));
+            continue;
+        }
+
+        if (isOllama) {
+            try {
+                removeOllamaModel(model.name, runner, cancellation);
+            } catch (const OllamaError& error) {
+                fail(error.message());
+                continue;
+            }
+        } else {
+            const TrashOutcome outcome = TrashService::trash({model.url}, storeOf(model, stores));
+            if (!outcome.failures.isEmpty()) {
+                fail(outcome.failures.front().message == TrashService::goneMessage
+                         ? model.name + QStringLiteral(": its folder could not be found.")
+                         : model.name + QStringLiteral(" could not be moved to the Trash"));
+                continue;
+            }
+            ++result.trashedCount;
+            result.trashedBytes = checkedSum(result.trashedBytes, model.freesBytes);
+        }
+        result.removed.append(model.id);
+        result.freedBytes = checkedSum(result.freedBytes, model.freesBytes);
+    }
+    return result;
+}
+
+} // namespace corvane::AIModelCatalog

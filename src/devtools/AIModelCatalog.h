@@ -1,0 +1,123 @@
+#pragma once
+
+#include "devtools/AIModelTypes.h"
+#include "platform/Cancellation.h"
+#include "platform/ProcessRunner.h"
+
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QStringList>
+#include <exception>
+#include <optional>
+
+namespace corvane {
+
+// A failure of the ollama tool, in words for the user.
+class OllamaError : public std::exception {
+public:
+    enum class Case { failed, notInstalled };
+    static OllamaError failed(const QString& message) { return {Case::failed, message}; }
+    static OllamaError notInstalled() {
+        return {Case::notInstalled, QStringLiteral("Ollama is not installed")};
+    }
+    Case kind() const { return case_; }
+    const QString& message() const { return message_; }
+    const char* what() const noexcept override { return utf8_.constData(); }
+
+private:
+    OllamaError(Case kind, const QString& message)
+        : case_(kind)
+        , message_(message)
+        , utf8_(message.toUtf8()) {}
+    Case case_;
+    QString message_;
+    QByteArray utf8_;
+};
+
+// Finds the models of LM Studio, Ollama and Hugging Face tools, measures them and removes them:
+// LM Studio and Hugging Face folders go to the Trash, Ollama models are removed by ollama itself
+// so that its shared data files stay consistent.
+namespace AIModelCatalog {
+
+// Ollama's default registry host and namespace, which its model names leave out.
+inline const QString ollamaDefaultHost = QStringLiteral("registry.ollama.ai");
+inline const QString ollamaDefaultNamespace = QStringLiteral("library");
+// Where the Linux system service keeps its models (owned by the "ollama" user).
+inline const QString ollamaSystemStore = QStringLiteral("/usr/share/ollama/.ollama/models");
+
+inline const QString notRunningMessage =
+    QStringLiteral("Ollama is not running. Start it to remove models.");
+inline const QString readOnlyMessage = QStringLiteral(
+    "It lies in the Ollama system service's store, which this account cannot change.");
+
+struct OllamaStore {
+    QString path;
+    // The system service's store: its models get ids "ollama:system:<name>".
+    bool isSystem = false;
+};
+
+// The model stores that exist, from the home folder and the environment.
+struct Stores {
+    std::optional<QString> lmStudio;
+    QList<OllamaStore> ollama;
+    std::optional<QString> huggingFace;
+};
+
+// LM Studio's models folder: a "downloadsFolder" from ".lmstudio/settings.json", then from the
+// settings of the home ".lmstudio-home-pointer" names, then that home's "models", then
+// ".lmstudio/models". Only an existing folder is returned.
+std::optional<QString> lmStudioModelsFolder(const QString& home);
+// OLLAMA_MODELS (trimmed of spaces and quotes) or ".ollama/models"; may not exist.
+QString ollamaModelsFolder(const QString& home);
+// HF_HUB_CACHE, else HF_HOME + "hub", else ".cache/huggingface/hub"; may not exist.
+QString huggingFaceHubFolder(const QString& home);
+Stores locateStores(const QString& home);
+
+// "GGUF" when any file is a gguf; else, with safetensors, "MLX" when the folder's name says
+// mlx, otherwise "safetensors".
+std::optional<QString> formatOf(const QStringList& fileNames, const QString& folderName);
+// The name Ollama shows: "llama3.2:latest", "someuser/custom:latest",
+// "hf.co/bartowski/Model-GGUF:Q4_K_M".
+QString ollamaDisplayName(const QString& host, const QString& nameSpace, const QString& model,
+                          const QString& tag);
+
+QList<AIModel> listLMStudio(const QString& modelsFolder, const CancellationToken& cancellation);
+QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation);
+QList<AIModel> listHuggingFace(const QString& hubFolder, const CancellationToken& cancellation);
+// Every model of every store, by source, then name.
+QList<AIModel> list(const Stores& stores, const CancellationToken& cancellation = {});
+
+// The files and folders an app would hold open while using the model.
+QStringList filesInUse(const AIModel& model);
+// The store folder a model lies in (the Trash's allowed area for LM Studio and Hugging Face).
+QString storeOf(const AIModel& model, const Stores& stores);
+
+// The ollama tool: CORVANE_TOOL_OLLAMA, else the first one installed in the usual places, or
+// nothing.
+std::optional<QString> ollamaPath();
+// Whether the Ollama server answers. Throws notInstalled.
+bool isOllamaRunning(const ProcessRunner& runner = ProcessRunner::system(),
+                     const CancellationToken& cancellation = {});
+// `ollama rm name`. Throws notInstalled, or failed with "ollama exited with N".
+void removeOllamaModel(const QString& name, const ProcessRunner& runner = ProcessRunner::system(),
+                       const CancellationToken& cancellation = {});
+
+struct RemovalResult {
+    QStringList removed;
+    // Model id and message, for each model that stayed.
+    QList<QPair<QString, QString>> failures;
+    // What the removed models freed.
+    qint64 freedBytes = 0;
+    // How many of the removed models went to the Trash.
+    qsizetype trashedCount = 0;
+    qint64 trashedBytes = 0;
+};
+
+// Removes each model unless an app has it open; a batch never stops at its first failure.
+RemovalResult remove(const QList<AIModel>& models, const Stores& stores,
+                     const ProcessRunner& runner = ProcessRunner::system(),
+                     const CancellationToken& cancellation = {});
+
+} // namespace AIModelCatalog
+} // namespace corvane
