@@ -60,6 +60,10 @@ const std::vector<Command>& commandTable() {
          "List Xcode's simulator runtimes and devices; `simulators delete-runtime` and "
          "`simulators erase` free them for good",
          defineSimulatorsCommand},
+        {"models",
+         "List the local AI models of LM Studio, Ollama and Hugging Face with what each frees; "
+         "`models remove` removes chosen ones",
+         defineModelsCommand},
         {"android",
          "List Android SDK packages and emulators; `android remove` moves chosen ones to the "
          "Trash",

@@ -32,5 +32,6 @@ void defineRestoreCommand(CLI::App& command, int& status);
 void defineDockerCommand(CLI::App& command, int& status);
 void defineSimulatorsCommand(CLI::App& command, int& status);
 void defineAndroidCommand(CLI::App& command, int& status);
+void defineModelsCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli

@@ -144,4 +144,32 @@ void defineAndroidCommand(CLI::App& command, int& status) {
     });
 }
 
+void defineModelsCommand(CLI::App& command, int& status) {
+    command.require_subcommand(0, 1);
+    auto json = std::make_shared<bool>(false);
+    command.add_flag("--json", *json, "Print one JSON document on standard output");
+
+    struct RemoveOptions {
+        std::vector<std::string> ids;
+        ChangeFlags flags;
+    };
+    auto remove = std::make_shared<RemoveOptions>();
+    CLI::App* removeCommand = command.add_subcommand(
+        "remove", "Remove models: LM Studio's and Hugging Face's to the Trash, Ollama's by Ollama");
+    removeCommand->add_option("ID", remove->ids, "Model ids as `corvane models` lists them")
+        ->required();
+    addChangeFlags(*removeCommand, remove->flags);
+    removeCommand->callback([remove, &status] {
+        Console console(stdout, stderr);
+        status = runModelsRemove(texts(remove->ids), remove->flags, console);
+    });
+
+    command.callback([&command, json, &status] {
+        if (!command.get_subcommands().empty())
+            return;
+        Console console(stdout, stderr);
+        status = runModels(*json, console);
+    });
+}
+
 } // namespace corvane::cli

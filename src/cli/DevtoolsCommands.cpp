@@ -537,4 +537,91 @@ int runAndroidRemove(const QStringList& items, const ChangeFlags& flags, Console
     return result && !result->failures.isEmpty() ? exitSomeFailed : exitOk;
 }
 
+int runModels(bool json, Console& console) {
+    ToastCenter toasts;
+    AIModelsModel model(toasts);
+    load(model);
+    if (json) {
+        QJsonArray models;
+        for (const AIModel& item : model.models())
+            models.append(
+                QJsonObject{{QStringLiteral("id"), item.id},
+                            {QStringLiteral("source"), rawValue(item.source)},
+                            {QStringLiteral("name"), item.name},
+                            {QStringLiteral("publisher"), orNull(item.publisher)},
+                            {QStringLiteral("format"), orNull(item.format)},
+                            {QStringLiteral("path"), item.url},
+                            {QStringLiteral("sizeBytes"), item.sizeBytes},
+                            {QStringLiteral("freesBytes"), item.freesBytes},
+                            {QStringLiteral("modifiedAt"), isoDateOrNull(item.modifiedAt)},
+                            {QStringLiteral("isIncomplete"), item.isIncomplete},
+                            {QStringLiteral("openBy"), orNull(model.openBy(item.id))}});
+        printJson(console, {{QStringLiteral("models"), models},
+                            {QStringLiteral("isOllamaRunning"), model.isOllamaRunning()}});
+        return exitOk;
+    }
+    if (model.models().isEmpty())
+        console.out << AIModelsModel::emptyText << '\n';
+    for (const AIModel& item : model.models()) {
+        console.out << "  " << displayName(item.source).leftJustified(13) << ' '
+                    << item.name.leftJustified(44) << ' '
+                    << formatBytes(item.sizeBytes).rightJustified(10) << "  " << item.id;
+        if (item.freesBytes != item.sizeBytes)
+            console.out << "  (frees " << formatBytes(item.freesBytes) << ')';
+        if (item.isIncomplete)
+            console.out << "  " << AIModelsModel::incompleteLabel;
+        if (const std::optional<QString> holder = model.openBy(item.id))
+            console.out << "  " << *holder << AIModelsModel::hasItOpenSuffix;
+        console.out << '\n';
+    }
+    console.out << Qt::flush;
+    return exitOk;
+}
+
+int runModelsRemove(const QStringList& ids, const ChangeFlags& flags, Console& console) {
+    ToastCenter toasts;
+    AIModelsModel model(toasts);
+    load(model);
+    for (const QString& id : ids) {
+        model.setSelected(id, true);
+        if (!model.selectedIDs().contains(id)) {
+            console.err << "No model " << id
+                        << " can be removed; `corvane models` lists them and says why.\n";
+            return exitRefusedOrBadArguments;
+        }
+    }
+    int status = exitOk;
+    if (!confirmed(QStringLiteral("Remove %1 model(s), %2? LM Studio and Hugging Face models go to "
+                                  "the Trash; Ollama removes its own for good. [y/N] ")
+                       .arg(model.selectedIDs().size())
+                       .arg(formatBytes(model.selectedBytes())),
+                   flags, console, status))
+        return status;
+    model.setDryRun(flags.dryRun);
+    carryOutAction(
+        model, [&model] { model.removeSelected(); }, [&model] { return model.isRemoving(); });
+    const std::optional<AIModelsResult>& result = model.lastResult();
+    if (flags.json) {
+        QJsonArray failures;
+        if (result) {
+            for (const auto& [id, message] : result->failures)
+                failures.append(
+                    QJsonObject{{QStringLiteral("id"), id}, {QStringLiteral("message"), message}});
+        }
+        printJson(console, {{QStringLiteral("removed"),
+                             QJsonArray::fromStringList(result ? result->removed : QStringList())},
+                            {QStringLiteral("failures"), failures},
+                            {QStringLiteral("freedBytes"), result ? result->freedBytes : 0},
+                            {QStringLiteral("message"), result ? result->message : QString()}});
+    } else if (result) {
+        console.out << result->message << '\n';
+        if (!result->failures.isEmpty())
+            console.out << AIModelsModel::failuresHeading << '\n';
+        for (const auto& [id, message] : result->failures)
+            console.out << "  " << id << ": " << message << '\n';
+        console.out << Qt::flush;
+    }
+    return result && !result->failures.isEmpty() ? exitSomeFailed : exitOk;
+}
+
 } // namespace corvane::cli

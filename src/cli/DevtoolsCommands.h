@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Console.h"
+#include "devtools/AIModelsModel.h"
 #include "devtools/AndroidModel.h"
 #include "devtools/DockerModel.h"
 #include "devtools/SimulatorsModel.h"
@@ -37,6 +38,8 @@ int runDeleteRuntimes(const QStringList& ids, const ChangeFlags& flags, Console&
 int runEraseDevice(const QString& udid, const ChangeFlags& flags, Console& console,
                    SimulatorService service = SimulatorService());
 
+int runModels(bool json, Console& console);
+int runModelsRemove(const QStringList& ids, const ChangeFlags& flags, Console& console);
 int runAndroid(bool json, Console& console);
 // Items by path, or AVDs by name.
 int runAndroidRemove(const QStringList& items, const ChangeFlags& flags, Console& console);

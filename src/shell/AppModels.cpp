@@ -14,6 +14,7 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
              options.dockerDryRun)
     , simulators(toasts, SimulatorService(), options.simulatorDryRun)
     , android(toasts, options.androidDryRun)
+    , aiModels(toasts, options.aiModelsDryRun)
     , navigation(session) {
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {

@@ -3,6 +3,7 @@
 #include "agents/AgentsModel.h"
 #include "archive/ArchivesModel.h"
 #include "archive/DestinationsStore.h"
+#include "devtools/AIModelsModel.h"
 #include "devtools/AndroidModel.h"
 #include "devtools/DockerModel.h"
 #include "devtools/SimulatorsModel.h"
@@ -37,6 +38,7 @@ public:
     DockerModel docker;
     SimulatorsModel simulators;
     AndroidModel android;
+    AIModelsModel aiModels;
     Navigation navigation;
 };
 

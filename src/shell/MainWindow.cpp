@@ -5,6 +5,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
+#include "shell/AIModelsView.h"
 #include "shell/AgentsView.h"
 #include "shell/AndroidView.h"
 #include "shell/AppIcon.h"
@@ -56,6 +57,7 @@ constexpr int archivedRow = 4;
 constexpr int dockerRow = 5;
 constexpr int simulatorsRow = 6;
 constexpr int androidRow = 7;
+constexpr int aiModelsRow = 8;
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
@@ -76,6 +78,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return simulatorsRow;
     case SidebarSelection::Kind::android:
         return androidRow;
+    case SidebarSelection::Kind::aiModels:
+        return aiModelsRow;
     default:
         return projectsRow;
     }
@@ -105,6 +109,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , docker_(models.docker)
     , simulators_(models.simulators)
     , android_(models.android)
+    , aiModels_(models.aiModels)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -270,6 +275,7 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Docker"), this, &MainWindow::showDocker);
     view->addAction(QStringLiteral("Simulators"), this, &MainWindow::showSimulators);
     view->addAction(QStringLiteral("Android"), this, &MainWindow::showAndroid);
+    view->addAction(QStringLiteral("AI Models"), this, &MainWindow::showAIModels);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -337,6 +343,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("Simulators")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveCDIcon),
                                           QStringLiteral("Android")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_FileDialogDetailedView),
+                                          QStringLiteral("AI models")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -358,6 +366,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(simulatorsView_);
     androidView_ = new AndroidView(android_, central);
     pages_->addWidget(androidView_);
+    aiModelsView_ = new AIModelsView(aiModels_, central);
+    pages_->addWidget(aiModelsView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -560,6 +570,10 @@ void MainWindow::showAndroid() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::android));
 }
 
+void MainWindow::showAIModels() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::aiModels));
+}
+
 void MainWindow::showArchived() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::archived));
     archives_.reload();
@@ -726,6 +740,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showSimulators();
     else if (row == androidRow)
         showAndroid();
+    else if (row == aiModelsRow)
+        showAIModels();
     else
         showProjects();
 }

@@ -22,6 +22,7 @@ namespace corvane {
 class AgentsView;
 class ArchivedView;
 class CachesView;
+class AIModelsView;
 class AndroidView;
 class DockerView;
 class SimulatorsView;
@@ -83,6 +84,7 @@ public:
     void showDocker();
     void showSimulators();
     void showAndroid();
+    void showAIModels();
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -103,6 +105,7 @@ public:
     DockerView* dockerView() const { return dockerView_; }
     SimulatorsView* simulatorsView() const { return simulatorsView_; }
     AndroidView* androidView() const { return androidView_; }
+    AIModelsView* aiModelsView() const { return aiModelsView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -137,6 +140,7 @@ private:
     DockerModel& docker_;
     SimulatorsModel& simulators_;
     AndroidModel& android_;
+    AIModelsModel& aiModels_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -155,6 +159,7 @@ private:
     DockerView* dockerView_ = nullptr;
     SimulatorsView* simulatorsView_ = nullptr;
     AndroidView* androidView_ = nullptr;
+    AIModelsView* aiModelsView_ = nullptr;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;
