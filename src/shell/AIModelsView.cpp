@@ -33,7 +33,7 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
     setObjectName(QStringLiteral("aiModelsView"));
     tree_->setObjectName(QStringLiteral("aiModelsTree"));
     tree_->setHeaderLabels(
-        {QStringLiteral("Model"), QStringLiteral("Size"), QStringLiteral("Details")});
+        {QStringLiteral("Model"), QStringLiteral("Frees"), QStringLiteral("Details")});
     tree_->setUniformRowHeights(true);
     tree_->setAlternatingRowColors(true);
     tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Interactive);
