@@ -1,5 +1,6 @@
 #include "devtools/AndroidCatalog.h"
 
+#include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
@@ -316,18 +317,6 @@ QStringList heldFiles(const QString& avdFolder) {
     return files;
 }
 
-// The program name in `ps -o comm=` output: macOS prints argv[0] (often a full path) or the
-// kernel's short name in parentheses; a login shell has a leading "-".
-QString commandName(const QString& comm) {
-    QString name = comm.trimmed();
-    if (name.startsWith(u'(') && name.endsWith(u')'))
-        name = name.mid(1, name.size() - 2);
-    name = name.mid(name.lastIndexOf(u'/') + 1);
-    if (name.startsWith(u'-'))
-        name.remove(0, 1);
-    return name;
-}
-
 bool isEmulatorName(const QString& name) {
     return name.startsWith(QStringLiteral("emulator")) ||
            name.startsWith(QStringLiteral("qemu-")) || name == QStringLiteral("qemu");
@@ -539,7 +528,7 @@ bool isRunning(const QString& avdFolder, const ProcessRunner& runner) {
         } catch (const ProcessRunnerError& error) {
             checkFailed(error.description());
         }
-        const QString name = commandName(QString::fromUtf8(ps.standardOutput));
+        const QString name = OpenFileGuard::processName(QString::fromUtf8(ps.standardOutput));
         // A holder that exited between the two calls could have been the emulator.
         if (ps.exitCode != 0 || name.isEmpty())
             checkFailed(processChangedText);
