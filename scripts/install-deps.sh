@@ -4,9 +4,9 @@ set -euo pipefail
 
 debian_packages=(cmake ninja-build g++ pkg-config git lsof openssh-client openssh-server tar
                  qt6-base-dev libcli11-dev
-                 libgtest-dev libgmock-dev libsqlite3-dev clang-format qt6-qpa-plugins
+                 libgtest-dev libgmock-dev libsqlite3-dev libplist-dev clang-format qt6-qpa-plugins
                  xvfb xauth)
-brew_formulae=(cmake ninja qt cli11 googletest sqlite clang-format)
+brew_formulae=(cmake ninja qt cli11 googletest sqlite clang-format libplist pkg-config)
 
 missing_debian() {
   local pkg

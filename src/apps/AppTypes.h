@@ -1,0 +1,119 @@
+#pragma once
+
+// The vocabulary of installed apps: each app with the data it keeps in the user's Library, the
+// data of apps that are gone, what a removal did, and Homebrew's outdated packages.
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+namespace corvane {
+
+enum class AppSource { appStore, homebrew, apple, other };
+
+// "appStore", "homebrew", "apple", "other".
+QString caseName(AppSource source);
+
+struct AppDataItem {
+    // Declaration order is the display order.
+    enum class Kind {
+        applicationSupport,
+        caches,
+        containers,
+        groupContainers,
+        preferences,
+        savedState,
+        logs,
+        httpStorages,
+        webKit,
+        launchAgents
+    };
+
+    Kind kind = Kind::applicationSupport;
+    QString url;
+    qint64 sizeBytes = 0;
+    // Named exactly after the app's bundle identifier; otherwise only "possibly related".
+    bool isExactMatch = false;
+
+    bool operator==(const AppDataItem&) const = default;
+};
+
+const QList<AppDataItem::Kind>& allAppDataKinds();
+// The folder under the user's Library where items of `kind` live ("Application Support", ...).
+QString libraryFolder(AppDataItem::Kind kind);
+// What the user sees ("Application Support", "Container", "Saved window state", ...).
+QString label(AppDataItem::Kind kind);
+// "applicationSupport", "caches", ...
+QString caseName(AppDataItem::Kind kind);
+
+struct InstalledApp {
+    // The app bundle (or, for a Flatpak app on Linux, its installation's app folder).
+    QString url;
+    QString name;
+    std::optional<QString> bundleIdentifier;
+    std::optional<QString> version;
+    std::optional<QString> teamIdentifier;
+    AppSource source = AppSource::other;
+    // The Homebrew cask that installed it.
+    std::optional<QString> caskToken;
+    // The Flatpak installation ("user" or "system") of a Flatpak app.
+    std::optional<QString> flatpakInstallation;
+    qint64 sizeBytes = 0;
+    std::optional<QDateTime> lastUsedAt;
+    QList<AppDataItem> data;
+
+    qint64 dataBytes() const;
+    bool operator==(const InstalledApp&) const = default;
+};
+
+// Data whose app is not installed, under one identifier.
+struct OrphanedAppData {
+    QString bundleIdentifier;
+    QList<AppDataItem> items;
+
+    qint64 sizeBytes() const;
+    bool operator==(const OrphanedAppData&) const = default;
+};
+
+struct AppInventory {
+    // Sorted by app and data together, largest first.
+    QList<InstalledApp> apps;
+    QList<OrphanedAppData> orphans;
+
+    bool operator==(const AppInventory&) const = default;
+};
+
+struct AppRemovalOutcome {
+    enum class Method { trash, homebrew, flatpak };
+
+    // How the app itself went; absent when only data was removed or the app stayed.
+    std::optional<Method> appMethod;
+    QList<AppDataItem> trashedData;
+    qint64 freedBytes = 0;
+    // One message per item that could not be removed.
+    QStringList failures;
+    // A command the user must run in Terminal (Homebrew needs the Mac password).
+    std::optional<QString> terminalCommand;
+
+    bool operator==(const AppRemovalOutcome&) const = default;
+};
+
+// "trash", "homebrew", "flatpak".
+QString caseName(AppRemovalOutcome::Method method);
+
+struct BrewOutdatedItem {
+    enum class Kind { formula, cask };
+
+    Kind kind = Kind::formula;
+    QString name;
+    // The last of "installed_versions".
+    QString installedVersion;
+    QString currentVersion;
+    bool isPinned = false;
+
+    bool operator==(const BrewOutdatedItem&) const = default;
+};
+
+} // namespace corvane
