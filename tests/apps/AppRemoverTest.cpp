@@ -1,0 +1,246 @@
+#include "apps/AppRemover.h"
+
+#include "apps/RunningApps.h"
+#include "platform/Paths.h"
+#include "support/GitFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+using namespace corvane;
+using corvane::test::s;
+
+namespace {
+
+// Refuses every item, as a locked bundle would.
+class RefusingTrash : public PlatformTrash {
+public:
+    std::optional<QString> moveToTrash(const QString&) const override {
+        return s("The file is locked.");
+    }
+};
+
+QString trashFiles() {
+    return qEnvironmentVariable("XDG_DATA_HOME") + s("/Trash/files/");
+}
+
+QString readAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed() : QString();
+}
+
+class AppRemoverTest : public ::testing::Test {
+protected:
+    AppRemoverTest()
+        : applications_(test::makeTempDir(s("Applications")))
+        , applicationsDir_("CORVANE_APPLICATIONS_DIR", applications_) {}
+
+    InstalledApp makeApp(const QString& name, const QString& folder = {}) {
+        InstalledApp app;
+        app.name = name;
+        app.url = (folder.isEmpty() ? applications_ : folder) + s("/") + name + s(".app");
+        app.bundleIdentifier = s("com.example.") + name.toLower();
+        app.sizeBytes = 1000;
+        test::writeFile(app.url + s("/Contents/Info.plist"), "<plist/>");
+        return app;
+    }
+
+    AppDataItem makeData(InstalledApp& app, const QString& folder, bool exact = true) {
+        AppDataItem item;
+        item.url = QDir::homePath() + s("/Library/") + folder + s("/") + *app.bundleIdentifier;
+        item.sizeBytes = 200;
+        item.isExactMatch = exact;
+        test::writeFile(item.url + s("/state.json"), "{}");
+        app.data.append(item);
+        return item;
+    }
+
+    static AppRemover remover(bool running = false,
+                              const PlatformTrash& trash = PlatformTrash::system()) {
+        return AppRemover(BrewService(), trash, [running](const InstalledApp&) { return running; });
+    }
+
+    QString applications_;
+    test::ScopedEnvironment applicationsDir_;
+};
+
+} // namespace
+
+TEST_F(AppRemoverTest, AppGoesToTheTrashWithItsTickedData) {
+    InstalledApp app = makeApp(s("Notes"));
+    const AppDataItem support = makeData(app, s("Application Support"));
+    const AppDataItem caches = makeData(app, s("Caches"));
+    const AppRemovalOutcome outcome = remover().remove(app, {support});
+    EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::trash);
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{support});
+    EXPECT_EQ(outcome.freedBytes, 1200);
+    EXPECT_TRUE(outcome.failures.isEmpty()) << outcome.failures.join(s("|")).toStdString();
+    EXPECT_FALSE(QFileInfo::exists(app.url));
+    EXPECT_TRUE(QFileInfo::exists(trashFiles() + s("Notes.app")));
+    EXPECT_FALSE(QFileInfo::exists(support.url));
+    EXPECT_TRUE(QFileInfo::exists(caches.url)); // not ticked
+}
+
+TEST_F(AppRemoverTest, AppGuardsComeInOrderAndOnlyTheFirstIsShown) {
+    InstalledApp safari = makeApp(s("Safari"));
+    safari.source = AppSource::apple;
+    EXPECT_EQ(remover(true).remove(safari, {}).failures, QStringList{AppRemover::appleText});
+
+    const InstalledApp running = makeApp(s("Editor"));
+    EXPECT_EQ(remover(true).remove(running, {}).failures,
+              QStringList{s("Editor is running. Quit it first.")});
+    EXPECT_TRUE(QFileInfo::exists(running.url));
+
+    const InstalledApp elsewhere = makeApp(s("Stray"), test::makeTempDir(s("Downloads")));
+    const AppRemovalOutcome outcome = remover().remove(elsewhere, {});
+    EXPECT_EQ(outcome.failures, QStringList{AppRemover::outsideApplicationsText});
+    EXPECT_FALSE(outcome.appMethod);
+    EXPECT_TRUE(QFileInfo::exists(elsewhere.url));
+
+    // One level down (Utilities) and ~/Applications count; a link out of the folder does not.
+    EXPECT_FALSE(remover().appRefusal(makeApp(s("Tool"), applications_ + s("/Utilities"))));
+    EXPECT_FALSE(remover().appRefusal(makeApp(s("Mine"), QDir::homePath() + s("/Applications"))));
+    InstalledApp linked = elsewhere;
+    linked.url = applications_ + s("/Linked.app");
+    ASSERT_TRUE(QFile::link(elsewhere.url, linked.url));
+    EXPECT_EQ(remover().appRefusal(linked), AppRemover::outsideApplicationsText);
+}
+
+TEST_F(AppRemoverTest, DataGuardsRefuseLinksOutOfTheLibraryAndLooseMatches) {
+    InstalledApp app = makeApp(s("Mail"));
+    const AppDataItem related = makeData(app, s("Caches"), false);
+    const QString outside = test::makeTempDir(s("Documents"));
+    test::writeFile(outside + s("/precious.txt"), "keep");
+    AppDataItem escape;
+    escape.url = QDir::homePath() + s("/Library/Containers/escape");
+    escape.isExactMatch = true;
+    QDir().mkpath(QDir::homePath() + s("/Library/Containers"));
+    ASSERT_TRUE(QFile::link(outside, escape.url));
+    app.data.append(escape);
+    AppDataItem foreign;
+    foreign.url = QDir::homePath() + s("/Library/Preferences/com.other.plist");
+    foreign.isExactMatch = true;
+    test::writeFile(foreign.url, "x");
+
+    const AppRemovalOutcome outcome = remover().remove(app, {escape, related, foreign});
+    EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::trash);
+    EXPECT_EQ(outcome.failures,
+              (QStringList{s("escape: Only data inside your Library can be removed here."),
+                           s("com.example.mail: Only exact matches for Mail can be removed."),
+                           s("com.other.plist: This data does not belong to Mail")}));
+    EXPECT_TRUE(outcome.trashedData.isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(outside + s("/precious.txt")));
+    EXPECT_TRUE(QFileInfo::exists(related.url));
+    EXPECT_TRUE(QFileInfo::exists(foreign.url));
+
+    // Leftovers of gone apps: the Library guard holds there too.
+    AppDataItem orphan;
+    orphan.url = QDir::homePath() + s("/Library/Caches/com.gone.app");
+    orphan.sizeBytes = 50;
+    test::writeFile(orphan.url + s("/x"), "x");
+    const AppRemovalOutcome leftovers = remover().removeLeftovers({escape, orphan});
+    EXPECT_EQ(leftovers.trashedData, QList<AppDataItem>{orphan});
+    EXPECT_EQ(leftovers.freedBytes, 50);
+    EXPECT_EQ(leftovers.failures,
+              QStringList{s("escape: Only data inside your Library can be removed here.")});
+    EXPECT_TRUE(QFileInfo::exists(outside + s("/precious.txt")));
+}
+
+TEST_F(AppRemoverTest, AppThatStaysKeepsItsData) {
+    InstalledApp app = makeApp(s("Locked"));
+    const AppDataItem support = makeData(app, s("Application Support"));
+    const RefusingTrash refusing;
+    const AppRemovalOutcome outcome = remover(false, refusing).remove(app, {support});
+    EXPECT_FALSE(outcome.appMethod);
+    EXPECT_EQ(outcome.failures,
+              QStringList{s("Locked could not be removed. Its data was left alone.")});
+    EXPECT_EQ(outcome.freedBytes, 0);
+    EXPECT_TRUE(QFileInfo::exists(support.url));
+}
+
+TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {
+    const QString brew = test::makeTempDir() + s("/brew");
+    test::writeScript(brew, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n"
+                            "[ \"$3\" = locked ] && printf 'Password:' && sleep 30\n"
+                            "[ \"$3\" = broken ] && echo 'Error: boom' && exit 1\nexit 0\n");
+    test::ScopedEnvironment tool("CORVANE_TOOL_BREW", brew);
+
+    InstalledApp app = makeApp(s("Firefox"));
+    app.caskToken = s("firefox");
+    const AppDataItem caches = makeData(app, s("Caches"));
+    AppRemovalOutcome outcome = remover().remove(app, {caches});
+    EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::homebrew);
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{caches});
+    EXPECT_EQ(readAll(brew + s(".args")), s("uninstall --cask firefox"));
+    EXPECT_TRUE(QFileInfo::exists(app.url)); // brew's job, not ours
+
+    InstalledApp locked = makeApp(s("Zoom"));
+    locked.caskToken = s("locked");
+    const AppDataItem zoomData = makeData(locked, s("Caches"));
+    outcome = remover().remove(locked, {zoomData});
+    EXPECT_FALSE(outcome.appMethod);
+    EXPECT_EQ(outcome.terminalCommand, s("brew uninstall --cask locked"));
+    EXPECT_EQ(outcome.failures, QStringList{s("Zoom needs your Mac password. Run it in Terminal: "
+                                              "brew uninstall --cask locked")});
+    EXPECT_TRUE(QFileInfo::exists(zoomData.url));
+
+    InstalledApp broken = makeApp(s("Broken"));
+    broken.caskToken = s("broken");
+    const AppDataItem brokenData = makeData(broken, s("Caches"));
+    outcome = remover().remove(broken, {brokenData});
+    EXPECT_EQ(outcome.failures,
+              QStringList{s("Broken could not be removed. Its data was left alone.")});
+    EXPECT_TRUE(QFileInfo::exists(brokenData.url));
+}
+
+TEST_F(AppRemoverTest, FlatpakAppsAreUninstalledByFlatpakKeepingDataForTheTrash) {
+    const QString flatpak = test::makeTempDir() + s("/flatpak");
+    test::writeScript(flatpak, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n");
+    test::ScopedEnvironment tool("CORVANE_TOOL_FLATPAK", flatpak);
+    InstalledApp app = makeApp(s("Builder"), test::makeTempDir(s("flatpak-app")));
+    app.flatpakInstallation = s("system");
+    app.bundleIdentifier = s("org.gnome.Builder");
+    const AppDataItem config = makeData(app, s("Application Support"));
+    const AppRemovalOutcome outcome = remover().remove(app, {config});
+    EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::flatpak);
+    EXPECT_EQ(readAll(flatpak + s(".args")),
+              s("uninstall --noninteractive --system org.gnome.Builder"));
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{config});
+    EXPECT_TRUE(QFileInfo::exists(trashFiles() + s("org.gnome.Builder")));
+}
+
+TEST(RunningApps, AProcessRunningFromInsideTheBundleMakesTheAppRunning) {
+    const QString bundle = test::makeTempDir(s("Applications")) + s("/Sleeper.app");
+    const QString executable = bundle + s("/Contents/MacOS/Sleeper");
+    QDir().mkpath(Paths::parentPath(executable));
+    ASSERT_TRUE(QFile::copy(s("/bin/sleep"), executable));
+    InstalledApp app;
+    app.name = s("Sleeper");
+    app.url = bundle;
+    EXPECT_FALSE(RunningApps::isRunning(app));
+
+    const QByteArray path = executable.toLocal8Bit();
+    char seconds[] = "30";
+    char* argv[] = {const_cast<char*>(path.constData()), seconds, nullptr};
+    pid_t pid = -1;
+    ASSERT_EQ(::posix_spawn(&pid, path.constData(), nullptr, nullptr, argv, environ), 0);
+    bool running = false;
+    for (int attempt = 0; attempt < 50 && !running; ++attempt) {
+        running = RunningApps::isRunning(app);
+        if (!running)
+            ::usleep(20000);
+    }
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, nullptr, 0);
+    EXPECT_TRUE(running);
+    EXPECT_FALSE(RunningApps::isRunning(app));
+}
