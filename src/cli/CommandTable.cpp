@@ -64,6 +64,7 @@ const std::vector<Command>& commandTable() {
          "List the local AI models of LM Studio, Ollama and Hugging Face with what each frees; "
          "`models remove` removes chosen ones",
          defineModelsCommand},
+        {"brew", "List outdated Homebrew formulae and casks, and upgrade one", defineBrewCommand},
         {"android",
          "List Android SDK packages and emulators; `android remove` moves chosen ones to the "
          "Trash",

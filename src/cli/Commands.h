@@ -33,5 +33,6 @@ void defineDockerCommand(CLI::App& command, int& status);
 void defineSimulatorsCommand(CLI::App& command, int& status);
 void defineAndroidCommand(CLI::App& command, int& status);
 void defineModelsCommand(CLI::App& command, int& status);
+void defineBrewCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli
