@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/LibraryMatcher.h"
 #include "support/TestEnvironment.h"
 
 #include <QByteArray>
@@ -8,7 +9,15 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <ostream>
 #include <plist/plist.h>
+
+namespace corvane {
+inline void PrintTo(const DataMatch& match, std::ostream* out) {
+    *out << caseName(match.kind).toStdString() << ' ' << match.path.toStdString()
+         << (match.exact ? " exact" : " possibly related");
+}
+} // namespace corvane
 
 // App bundles and Library entries for the app inventory's tests.
 namespace corvane::test {
