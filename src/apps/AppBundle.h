@@ -1,0 +1,44 @@
+#pragma once
+
+#include "apps/AppTypes.h"
+
+#include <QHash>
+#include <QString>
+#include <optional>
+
+namespace corvane {
+
+// Bundle file name ("Foo.app") → the token of the Homebrew cask that installed it.
+using CaskMap = QHash<QString, QString>;
+
+// The keys of an Info.plist the inventory uses.
+struct BundleInfo {
+    std::optional<QString> identifier;
+    std::optional<QString> displayName;
+    std::optional<QString> name;
+    std::optional<QString> version;
+
+    bool operator==(const BundleInfo&) const = default;
+};
+
+// Reads one app bundle.
+struct AppBundle {
+    // The bundle's Info.plist: "Contents/Info.plist", or for an iPhone or iPad app wrapped for the
+    // Mac the one at the top of "Wrapper/<x>.app". Absent when neither exists.
+    static std::optional<QString> infoPlistPath(const QString& bundlePath);
+    // Parses a property list in XML or binary form; absent when it is not a dictionary.
+    // Values of the wrong type count as missing.
+    static std::optional<BundleInfo> parseInfo(const QByteArray& contents);
+
+    // Where the app came from, the first rule that fits: apple (identifier "com.apple." or a
+    // bundle under "/System"), appStore ("Contents/_MASReceipt"), homebrew (its file name is in
+    // `casks`, compared without case as the file system does), other. `bundlePath` is resolved.
+    static AppSource sourceOf(const QString& bundlePath, const std::optional<QString>& identifier,
+                              const CaskMap& casks, std::optional<QString>* caskToken = nullptr);
+
+    // The app's fields, without sizes, data, team or last use; absent when the bundle has no
+    // readable Info.plist.
+    static std::optional<InstalledApp> read(const QString& bundlePath, const CaskMap& casks = {});
+};
+
+} // namespace corvane

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "apps/AppBundle.h"
+#include "apps/AppTypes.h"
+#include "platform/InventoryModel.h"
+
+#include <QSet>
+#include <functional>
+
+namespace corvane {
+
+// The Apps screen's model: the inventory, loaded in the background, and the "Hide Small Entries"
+// switch. It only lists; removing is AppRemover's.
+class AppsModel : public InventoryModel {
+    Q_OBJECT
+    Q_PROPERTY(bool hideSmallEntries READ hideSmallEntries WRITE setHideSmallEntries NOTIFY
+                   inventoryChanged)
+
+public:
+    static inline const QString explanationText =
+        QStringLiteral("Every app with the data it keeps in your Library, and data left behind by "
+                       "apps you already deleted.");
+    static inline const QString sortingText = QStringLiteral(
+        "Sorted by app and data together. Data is matched by each app's identifier; folders only "
+        "named like an app are marked \"possibly related\".");
+    static inline const QString possiblyRelatedNote =
+        QStringLiteral("Only the folder name matches the app; it may belong to something else");
+    static inline const QString possiblyRelatedNotRemovableText =
+        QStringLiteral("Only the name matches; it may belong to something else, so it cannot be "
+                       "removed from here");
+    static inline const QString leftoversText = QStringLiteral(
+        "Data from apps that are no longer installed, or from an older version of an app that "
+        "changed its identifier. Check before removing anything: another app or tool might still "
+        "use it.");
+    static inline const QString preselectionText = QStringLiteral(
+        "Caches, logs and window state are ticked. Application Support, containers and "
+        "preferences can hold your documents or settings, so they are not.");
+    static inline const QString noDataText =
+        QStringLiteral("This app keeps no data in your Library.");
+    static inline const QString neverUsedText = QStringLiteral("never opened, or not recorded");
+    // "Hide Small Entries" hides leftovers under 1 MB.
+    static constexpr qint64 smallEntryBytes = 1'000'000;
+
+    using CaskMapProvider = std::function<CaskMap()>;
+
+    explicit AppsModel(ToastCenter& toasts, bool isDryRun = false, QObject* parent = nullptr);
+    ~AppsModel() override;
+
+    const AppInventory& inventory() const { return inventory_; }
+    // The leftovers the screen shows under the switch.
+    QList<OrphanedAppData> visibleOrphans() const;
+    bool hideSmallEntries() const { return hideSmallEntries_; }
+    void setHideSmallEntries(bool on);
+
+    // Supplies bundle names of Homebrew casks; called on the load's worker thread. Without one no
+    // app is counted as Homebrew's.
+    void setCaskMapProvider(CaskMapProvider provider) { caskMapProvider_ = std::move(provider); }
+
+    // The data items ticked when the user opens `app` for removal (their urls): exact matches of
+    // caches, logs and saved window state. Web storage, WebKit data and launch agents can hold
+    // logins or keep a helper running, so they wait for the user like Application Support does.
+    static QSet<QString> preselected(const InstalledApp& app);
+
+signals:
+    void inventoryChanged();
+
+protected:
+    void startLoading() override;
+    // Ids are urls of apps and data items.
+    bool containsItem(const QString& id) const override;
+
+private:
+    AppInventory inventory_;
+    bool hideSmallEntries_ = false;
+    CaskMapProvider caskMapProvider_;
+};
+
+} // namespace corvane

@@ -1,0 +1,120 @@
+#include "AppFixtures.h"
+#include "apps/AppInventoryLoader.h"
+#include "support/GitFixture.h"
+
+#include <QDir>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using corvane::test::s;
+using Kind = AppDataItem::Kind;
+
+namespace {
+
+class AppInventoryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        QDir(test::library()).removeRecursively();
+        QDir(test::fakeHome() + s("/Applications")).removeRecursively();
+    }
+
+    QString apps = test::makeTempDir(s("apps"));
+    test::ScopedEnvironment appsDir{"CORVANE_APPLICATIONS_DIR", apps};
+    // No flatpak here, whatever the machine has.
+    test::ScopedEnvironment noFlatpak{"CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak")};
+};
+
+const InstalledApp* find(const AppInventory& inventory, const QString& name) {
+    for (const InstalledApp& app : inventory.apps)
+        if (app.name == name)
+            return &app;
+    return nullptr;
+}
+
+TEST_F(AppInventoryTest, AppsCarryTheirMeasuredDataAndLeftoversAreGroupedApart) {
+    const QString notely =
+        test::makeBundle(apps, s("Notely.app"),
+                         test::binaryPlist(test::appKeys(s("com.example.notely"), s("Notely"))),
+                         QByteArray(50'000, 'n'));
+    test::makeBundle(apps, s("Safari.app"),
+                     test::xmlPlist(test::appKeys(s("com.apple.Safari"), s("Safari"))));
+    test::writeFile(apps + s("/Broken.app/Contents/MacOS/Broken"), "x");
+
+    const QString prefs = test::libraryFile(s("Preferences/com.example.notely.plist"), 3000);
+    const QString state =
+        test::libraryFolderWith(s("Saved Application State/com.example.notely.savedState"), 5000);
+    const QString byHost = test::libraryFile(
+        s("Preferences/ByHost/com.example.notely.27074F01-7A93-5859-BAF3-0EB138E001D3.plist"));
+    const QString named = test::libraryFolderWith(s("Application Support/Notely"), 7000);
+    const QString cookies =
+        test::libraryFile(s("HTTPStorages/com.example.gone.binarycookies"), 100);
+    const QString storage = test::libraryFolderWith(s("HTTPStorages/com.example.gone"), 9000);
+    const QString goneCache = test::libraryFolderWith(s("Caches/com.example.gone"), 20000);
+    // The ByHost file of an app whose identifier extends Notely's is a leftover of its own.
+    const QString notelyx = test::libraryFile(
+        s("Preferences/ByHost/com.example.notelyx.27074F01-7A93-5859-BAF3-0EB138E001D3.plist"));
+    test::libraryFolderWith(s("Caches/com.apple.Safari"));
+    test::libraryFolderWith(s("Caches/com.apple.gone.daemon"));
+    test::libraryFolderWith(s("Group Containers/group.com.apple.notes"));
+
+    const AppInventory inventory = AppInventoryLoader::load();
+    ASSERT_EQ(inventory.apps.size(), 2);
+    const InstalledApp* app = find(inventory, s("Notely"));
+    ASSERT_TRUE(app);
+    EXPECT_EQ(app->url, QFileInfo(notely).canonicalFilePath());
+    EXPECT_GE(app->sizeBytes, 50'000);
+    QList<QPair<QString, bool>> data;
+    for (const AppDataItem& item : app->data) {
+        data.append({item.url, item.isExactMatch});
+        EXPECT_GT(item.sizeBytes, 0) << item.url.toStdString();
+    }
+    EXPECT_EQ(data, (QList<QPair<QString, bool>>{
+                        {named, false}, {byHost, true}, {prefs, true}, {state, true}}));
+    EXPECT_GE(app->data[0].sizeBytes, 7000);
+    EXPECT_EQ(find(inventory, s("Safari"))->source, AppSource::apple);
+
+    ASSERT_EQ(inventory.orphans.size(), 2);
+    const OrphanedAppData& gone = inventory.orphans[0];
+    EXPECT_EQ(gone.bundleIdentifier, s("com.example.gone"));
+    QStringList goneUrls;
+    for (const AppDataItem& item : gone.items)
+        goneUrls.append(item.url);
+    EXPECT_EQ(goneUrls, (QStringList{goneCache, storage, cookies}));
+    EXPECT_GE(gone.sizeBytes(), 29'100);
+    EXPECT_EQ(inventory.orphans[1].bundleIdentifier, s("com.example.notelyx"));
+    EXPECT_EQ(inventory.orphans[1].items.first().url, notelyx);
+}
+
+TEST_F(AppInventoryTest, AppsAreOrderedByAppAndDataTogether) {
+    // Small bundle with much data beats a larger bundle with none.
+    test::makeBundle(apps, s("Big.app"),
+                     test::xmlPlist(test::appKeys(s("com.example.big"), s("Big"))),
+                     QByteArray(100'000, 'b'));
+    test::makeBundle(apps, s("Small.app"),
+                     test::xmlPlist(test::appKeys(s("com.example.small"), s("Small"))), "s");
+    test::makeBundle(apps, s("Middle.app"),
+                     test::xmlPlist(test::appKeys(s("com.example.middle"), s("Middle"))),
+                     QByteArray(60'000, 'm'));
+    test::libraryFolderWith(s("Caches/com.example.small"), 300'000);
+
+    const AppInventory inventory = AppInventoryLoader::load();
+    QStringList names;
+    for (const InstalledApp& app : inventory.apps)
+        names.append(app.name);
+    EXPECT_EQ(names, (QStringList{s("Small"), s("Big"), s("Middle")}));
+}
+
+TEST_F(AppInventoryTest, HomebrewCasksAreNamedAndACancelledLoadStops) {
+    test::makeBundle(apps, s("ChatGPT.app"),
+                     test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT"))));
+    const AppInventory inventory = AppInventoryLoader::load({{s("ChatGPT.app"), s("chatgpt")}});
+    ASSERT_EQ(inventory.apps.size(), 1);
+    EXPECT_EQ(inventory.apps[0].caskToken, s("chatgpt"));
+    EXPECT_EQ(inventory.apps[0].source, AppSource::homebrew);
+
+    CancellationToken cancelled;
+    cancelled.cancel();
+    EXPECT_THROW(AppInventoryLoader::load({}, cancelled), CancelledError);
+}
+
+} // namespace
