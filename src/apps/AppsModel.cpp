@@ -1,6 +1,9 @@
 #include "apps/AppsModel.h"
 
 #include "apps/AppInventoryLoader.h"
+#include "apps/AppRemover.h"
+#include "apps/BrewService.h"
+#include "platform/ByteFormat.h"
 
 #include <algorithm>
 
@@ -70,6 +73,116 @@ bool AppsModel::containsItem(const QString& id) const {
         if (listed(orphan.items))
             return true;
     return false;
+}
+
+CaskMap AppsModel::homebrewCasks() {
+    if (!BrewService::locate())
+        return {};
+    try {
+        return BrewService().installedCaskApps();
+    } catch (const BrewError&) {
+        // Without the cask list every app is simply moved to the Trash when removed.
+        return {};
+    }
+}
+
+const InstalledApp* AppsModel::app(const QString& url) const {
+    for (const InstalledApp& listed : inventory_.apps) {
+        if (listed.url == url)
+            return &listed;
+    }
+    return nullptr;
+}
+
+std::optional<QString> AppsModel::appRefusal(const InstalledApp& app) const {
+    return AppRemover().appRefusal(app);
+}
+
+namespace {
+
+QString itemsWord(qsizetype count) {
+    return count == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(count);
+}
+
+qint64 sizeOf(const QList<AppDataItem>& items) {
+    qint64 total = 0;
+    for (const AppDataItem& item : items)
+        total += item.sizeBytes;
+    return total;
+}
+
+} // namespace
+
+void AppsModel::removeApp(const QString& appURL, const QSet<QString>& dataURLs) {
+    const InstalledApp* listed = app(appURL);
+    if (!listed || !beginRemoval())
+        return;
+    const InstalledApp target = *listed;
+    QList<AppDataItem> ticked;
+    for (const AppDataItem& item : target.data) {
+        if (dataURLs.contains(item.url))
+            ticked.append(item);
+    }
+    if (isDryRun()) {
+        finishAction({}, QStringLiteral("Dry run: would remove %1 and %2 (%3)")
+                             .arg(target.name, itemsWord(ticked.size()),
+                                  formatBytes(target.sizeBytes + sizeOf(ticked))));
+        return;
+    }
+    startJob(JobKind::removal, [this, target, ticked](const CancellationToken& cancellation,
+                                                      const MainThreadPost& post) {
+        const AppRemovalOutcome outcome = AppRemover().remove(target, ticked, cancellation);
+        post([this, target, outcome] {
+            QString message;
+            if (outcome.appMethod)
+                message = QStringLiteral("Removed %1 and %2, freed %3")
+                              .arg(target.name, itemsWord(outcome.trashedData.size()),
+                                   formatBytes(outcome.freedBytes));
+            finishAction(outcome, message);
+        });
+    });
+}
+
+void AppsModel::removeLeftovers(const QStringList& urls) {
+    QList<AppDataItem> items;
+    for (const OrphanedAppData& orphan : inventory_.orphans) {
+        for (const AppDataItem& item : orphan.items) {
+            if (urls.contains(item.url))
+                items.append(item);
+        }
+    }
+    if (items.isEmpty() || !beginRemoval())
+        return;
+    if (isDryRun()) {
+        finishAction({}, QStringLiteral("Dry run: would move %1 (%2) to the Trash")
+                             .arg(itemsWord(items.size()), formatBytes(sizeOf(items))));
+        return;
+    }
+    startJob(JobKind::removal, [this, items](const CancellationToken&, const MainThreadPost& post) {
+        const AppRemovalOutcome outcome = AppRemover().removeLeftovers(items);
+        post([this, outcome] {
+            finishAction(outcome, outcome.trashedData.isEmpty()
+                                      ? QString()
+                                      : QStringLiteral(
+                                            "Moved %1 to the Trash, freeing %2 once it is emptied")
+                                            .arg(itemsWord(outcome.trashedData.size()),
+                                                 formatBytes(outcome.freedBytes)));
+        });
+    });
+}
+
+void AppsModel::finishAction(const AppRemovalOutcome& outcome, const QString& message) {
+    lastOutcome_ = outcome;
+    lastMessage_ = message;
+    if (!message.isEmpty())
+        toasts().post(message, isDryRun() ? ToastStyle::info : ToastStyle::success);
+    QList<ItemFailure> failures;
+    for (const QString& failure : outcome.failures)
+        failures.append({failure, failure, failure});
+    finishRemoval(failures);
+    emit actionFinished();
+    if (!isDryRun())
+        reload();
 }
 
 } // namespace corvane

@@ -6,6 +6,7 @@
 
 #include <QSet>
 #include <functional>
+#include <optional>
 
 namespace corvane {
 
@@ -61,8 +62,28 @@ public:
     // logins or keep a helper running, so they wait for the user like Application Support does.
     static QSet<QString> preselected(const InstalledApp& app);
 
+    // The casks Homebrew installed, by bundle name; empty without Homebrew. The provider the app
+    // and the command line use.
+    static CaskMap homebrewCasks();
+
+    // The listed app at `url`, if any.
+    const InstalledApp* app(const QString& url) const;
+    // Why the app can't be removed ("Apple's apps are part of macOS and stay.", ...), or nothing.
+    std::optional<QString> appRefusal(const InstalledApp& app) const;
+    // Removes the app at `appURL` and, once it is gone, its data items at `dataURLs` (each
+    // checked again); under the dry-run switch only says what would go.
+    void removeApp(const QString& appURL, const QSet<QString>& dataURLs);
+    // Moves leftover items (by path) to the Trash.
+    void removeLeftovers(const QStringList& urls);
+    // What the last removal did.
+    const std::optional<AppRemovalOutcome>& lastOutcome() const { return lastOutcome_; }
+    // The toast text of the last removal.
+    const QString& lastMessage() const { return lastMessage_; }
+
 signals:
     void inventoryChanged();
+    // A removal has ended.
+    void actionFinished();
 
 protected:
     void startLoading() override;
@@ -73,6 +94,10 @@ private:
     AppInventory inventory_;
     bool hideSmallEntries_ = false;
     CaskMapProvider caskMapProvider_;
+    std::optional<AppRemovalOutcome> lastOutcome_;
+    QString lastMessage_;
+
+    void finishAction(const AppRemovalOutcome& outcome, const QString& message);
 };
 
 } // namespace corvane

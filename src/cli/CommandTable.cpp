@@ -64,6 +64,10 @@ const std::vector<Command>& commandTable() {
          "List the local AI models of LM Studio, Ollama and Hugging Face with what each frees; "
          "`models remove` removes chosen ones",
          defineModelsCommand},
+        {"apps",
+         "List every app with the data it keeps, and leftovers of deleted apps; `apps remove` "
+         "and `apps leftovers remove` remove them",
+         defineAppsCommand},
         {"brew", "List outdated Homebrew formulae and casks, and upgrade one", defineBrewCommand},
         {"android",
          "List Android SDK packages and emulators; `android remove` moves chosen ones to the "

@@ -34,5 +34,6 @@ void defineSimulatorsCommand(CLI::App& command, int& status);
 void defineAndroidCommand(CLI::App& command, int& status);
 void defineModelsCommand(CLI::App& command, int& status);
 void defineBrewCommand(CLI::App& command, int& status);
+void defineAppsCommand(CLI::App& command, int& status);
 
 } // namespace corvane::cli

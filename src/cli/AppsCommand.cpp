@@ -1,0 +1,252 @@
+#include "apps/AppsModel.h"
+#include "cli/AppsJson.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Console.h"
+#include "cli/JsonOutput.h"
+#include "cli/SessionDriver.h"
+#include "platform/ByteFormat.h"
+#include "platform/Paths.h"
+
+#include <QJsonArray>
+#include <memory>
+
+namespace corvane::cli {
+namespace {
+
+struct RemoveOptions {
+    std::vector<std::string> targets;
+    std::vector<std::string> data;
+    bool defaultData = false;
+    bool dryRun = false;
+    bool yes = false;
+    bool json = false;
+};
+
+QString decoded(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+void load(AppsModel& model) {
+    model.setCaskMapProvider(&AppsModel::homebrewCasks);
+    model.reload();
+    waitUntil(model, &AppsModel::isLoadingChanged, [&model] { return !model.isLoading(); });
+}
+
+// Runs the model's removal started by `start`; a dry run ends at once.
+void carryOut(AppsModel& model, const std::function<void()>& start) {
+    bool finished = false;
+    const QObject receiver;
+    QObject::connect(&model, &AppsModel::actionFinished, &receiver,
+                     [&finished] { finished = true; });
+    start();
+    waitUntil(model, &AppsModel::actionFinished, [&] { return finished || !model.isRemoving(); });
+}
+
+bool confirmed(const QString& question, const RemoveOptions& options, Console& console,
+               int& status) {
+    if (options.dryRun || options.yes)
+        return true;
+    if (!console.canAsk) {
+        console.err << "Nothing was removed: confirm with --yes, or run on a terminal to be asked "
+                       "first.\n";
+        status = exitRefusedOrBadArguments;
+        return false;
+    }
+    if (!console.ask(question)) {
+        console.out << "Nothing was removed.\n" << Qt::flush;
+        status = exitOk;
+        return false;
+    }
+    return true;
+}
+
+int report(const AppsModel& model, const RemoveOptions& options, bool withMethod,
+           Console& console) {
+    const AppRemovalOutcome outcome = model.lastOutcome().value_or(AppRemovalOutcome());
+    if (options.json) {
+        QJsonObject document = AppsJson::outcome(outcome, withMethod);
+        document.insert(QStringLiteral("message"), model.lastMessage());
+        printJson(console, document);
+    } else {
+        if (!model.lastMessage().isEmpty())
+            console.out << model.lastMessage() << '\n';
+        for (const QString& failure : outcome.failures)
+            console.out << "  " << failure << '\n';
+        if (outcome.terminalCommand)
+            console.out << "Run in Terminal: " << *outcome.terminalCommand << '\n';
+        console.out << Qt::flush;
+    }
+    const bool appStayed = withMethod && !options.dryRun && !outcome.appMethod;
+    return outcome.failures.isEmpty() && !appStayed && !outcome.terminalCommand ? exitOk
+                                                                                : exitSomeFailed;
+}
+
+int runApps(bool json, Console& console) {
+    ToastCenter toasts;
+    AppsModel model(toasts);
+    load(model);
+    const AppInventory& inventory = model.inventory();
+    if (json) {
+        QJsonArray apps;
+        for (const InstalledApp& app : inventory.apps) {
+            const QSet<QString> ticked = AppsModel::preselected(app);
+            QList<AppDataItem> preselected;
+            for (const AppDataItem& item : app.data) {
+                if (ticked.contains(item.url))
+                    preselected.append(item);
+            }
+            apps.append(AppsJson::app(app, preselected));
+        }
+        QJsonArray orphans;
+        for (const OrphanedAppData& orphan : inventory.orphans)
+            orphans.append(AppsJson::orphan(orphan));
+        printJson(console, {{QStringLiteral("apps"), apps}, {QStringLiteral("orphans"), orphans}});
+        return exitOk;
+    }
+    for (const InstalledApp& app : inventory.apps) {
+        console.out << app.name.leftJustified(32) << ' '
+                    << formatBytes(app.sizeBytes + app.dataBytes()).rightJustified(10) << "  "
+                    << app.url << '\n';
+        for (const AppDataItem& item : app.data)
+            console.out << "    " << label(item.kind).leftJustified(20) << ' '
+                        << formatBytes(item.sizeBytes).rightJustified(10) << "  " << item.url
+                        << (item.isExactMatch ? "" : "  (possibly related)") << '\n';
+    }
+    if (!inventory.orphans.isEmpty())
+        console.out << "\nLeftovers\n";
+    for (const OrphanedAppData& orphan : inventory.orphans) {
+        console.out << "  " << orphan.bundleIdentifier << "  " << formatBytes(orphan.sizeBytes())
+                    << '\n';
+        for (const AppDataItem& item : orphan.items)
+            console.out << "    " << item.url << '\n';
+    }
+    console.out << Qt::flush;
+    return exitOk;
+}
+
+int runAppsRemove(const RemoveOptions& options, Console& console) {
+    ToastCenter toasts;
+    AppsModel model(toasts);
+    load(model);
+    const QString target = decoded(options.targets.front());
+    const QString path = Paths::absoluteStandardized(target);
+    const InstalledApp* app = nullptr;
+    for (const InstalledApp& listed : model.inventory().apps) {
+        if (listed.url == path || listed.name == target)
+            app = &listed;
+    }
+    if (!app) {
+        console.err << "No installed app is " << target << "; `corvane apps` lists them.\n";
+        return exitRefusedOrBadArguments;
+    }
+    if (const std::optional<QString> refusal = model.appRefusal(*app)) {
+        console.err << *refusal << '\n';
+        return exitSomeFailed;
+    }
+    QSet<QString> data = options.defaultData ? AppsModel::preselected(*app) : QSet<QString>();
+    for (const std::string& item : options.data) {
+        const QString itemPath = Paths::absoluteStandardized(decoded(item));
+        const bool listed = std::any_of(app->data.begin(), app->data.end(),
+                                        [&](const AppDataItem& d) { return d.url == itemPath; });
+        if (!listed) {
+            console.err << itemPath << ": This data does not belong to " << app->name << '\n';
+            return exitRefusedOrBadArguments;
+        }
+        data.insert(itemPath);
+    }
+    int status = exitOk;
+    if (!confirmed(
+            QStringLiteral("Remove %1 and %2 data item(s)? [y/N] ").arg(app->name).arg(data.size()),
+            options, console, status))
+        return status;
+    model.setDryRun(options.dryRun);
+    const QString url = app->url;
+    carryOut(model, [&] { model.removeApp(url, data); });
+    return report(model, options, true, console);
+}
+
+int runLeftoversRemove(const RemoveOptions& options, Console& console) {
+    ToastCenter toasts;
+    AppsModel model(toasts);
+    load(model);
+    QStringList urls;
+    for (const std::string& target : options.targets) {
+        const QString text = decoded(target);
+        const QString path = Paths::absoluteStandardized(text);
+        bool found = false;
+        for (const OrphanedAppData& orphan : model.inventory().orphans) {
+            for (const AppDataItem& item : orphan.items) {
+                if (orphan.bundleIdentifier == text || item.url == path) {
+                    urls.append(item.url);
+                    found = true;
+                }
+            }
+        }
+        if (!found) {
+            console.err << "No leftover is " << text << "; `corvane apps` lists them.\n";
+            return exitRefusedOrBadArguments;
+        }
+    }
+    int status = exitOk;
+    if (!confirmed(QStringLiteral("Move %1 leftover item(s) to the Trash? [y/N] ").arg(urls.size()),
+                   options, console, status))
+        return status;
+    model.setDryRun(options.dryRun);
+    carryOut(model, [&] { model.removeLeftovers(urls); });
+    return report(model, options, false, console);
+}
+
+void addRemoveFlags(CLI::App& command, RemoveOptions& options) {
+    command.add_flag("--dry-run", options.dryRun, "Say what would be removed; change nothing");
+    command.add_flag("--yes", options.yes, "Do not ask first");
+    command.add_flag("--json", options.json, "Print one JSON document on standard output");
+}
+
+} // namespace
+
+void defineAppsCommand(CLI::App& command, int& status) {
+    command.require_subcommand(0, 1);
+    auto json = std::make_shared<bool>(false);
+    command.add_flag("--json", *json, "Print one JSON document on standard output");
+
+    auto remove = std::make_shared<RemoveOptions>();
+    CLI::App* removeCommand = command.add_subcommand(
+        "remove", "Remove an app, and the data named (or pre-selected) once the app is gone");
+    removeCommand->add_option("APP", remove->targets, "The app's path or name")
+        ->required()
+        ->expected(1);
+    removeCommand->add_option("--data", remove->data, "A data item's path, as listed");
+    removeCommand->add_flag("--default-data", remove->defaultData,
+                            "Also the pre-selected items: caches, logs and window state");
+    addRemoveFlags(*removeCommand, *remove);
+    removeCommand->callback([remove, &status] {
+        Console console(stdout, stderr);
+        status = runAppsRemove(*remove, console);
+    });
+
+    auto leftovers = std::make_shared<RemoveOptions>();
+    CLI::App* leftoversCommand =
+        command.add_subcommand("leftovers", "Data of apps that are no longer installed");
+    leftoversCommand->require_subcommand(1, 1);
+    CLI::App* leftoversRemove =
+        leftoversCommand->add_subcommand("remove", "Move leftovers to the Trash");
+    leftoversRemove
+        ->add_option("ID_OR_PATH", leftovers->targets,
+                     "A leftover's identifier (all its items) or one item's path")
+        ->required();
+    addRemoveFlags(*leftoversRemove, *leftovers);
+    leftoversRemove->callback([leftovers, &status] {
+        Console console(stdout, stderr);
+        status = runLeftoversRemove(*leftovers, console);
+    });
+
+    command.callback([&command, json, &status] {
+        if (!command.get_subcommands().empty())
+            return;
+        Console console(stdout, stderr);
+        status = runApps(*json, console);
+    });
+}
+
+} // namespace corvane::cli
