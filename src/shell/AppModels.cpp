@@ -15,7 +15,10 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , simulators(toasts, SimulatorService(), options.simulatorDryRun)
     , android(toasts, options.androidDryRun)
     , aiModels(toasts, options.aiModelsDryRun)
+    , apps(toasts)
+    , homebrew(toasts)
     , navigation(session) {
+    apps.setCaskMapProvider(&AppsModel::homebrewCasks);
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {
         if (session.isScanning())

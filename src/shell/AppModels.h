@@ -1,6 +1,8 @@
 #pragma once
 
 #include "agents/AgentsModel.h"
+#include "apps/AppsModel.h"
+#include "apps/HomebrewModel.h"
 #include "archive/ArchivesModel.h"
 #include "archive/DestinationsStore.h"
 #include "devtools/AIModelsModel.h"
@@ -39,6 +41,8 @@ public:
     SimulatorsModel simulators;
     AndroidModel android;
     AIModelsModel aiModels;
+    AppsModel apps;
+    HomebrewModel homebrew;
     Navigation navigation;
 };
 

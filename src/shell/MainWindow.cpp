@@ -9,6 +9,7 @@
 #include "shell/AgentsView.h"
 #include "shell/AndroidView.h"
 #include "shell/AppIcon.h"
+#include "shell/AppsView.h"
 #include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
 #include "shell/DockerView.h"
@@ -58,6 +59,7 @@ constexpr int dockerRow = 5;
 constexpr int simulatorsRow = 6;
 constexpr int androidRow = 7;
 constexpr int aiModelsRow = 8;
+constexpr int appsRow = 9;
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
@@ -80,6 +82,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return androidRow;
     case SidebarSelection::Kind::aiModels:
         return aiModelsRow;
+    case SidebarSelection::Kind::apps:
+        return appsRow;
     default:
         return projectsRow;
     }
@@ -110,6 +114,8 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , simulators_(models.simulators)
     , android_(models.android)
     , aiModels_(models.aiModels)
+    , apps_(models.apps)
+    , homebrew_(models.homebrew)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -276,6 +282,7 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Simulators"), this, &MainWindow::showSimulators);
     view->addAction(QStringLiteral("Android"), this, &MainWindow::showAndroid);
     view->addAction(QStringLiteral("AI Models"), this, &MainWindow::showAIModels);
+    view->addAction(QStringLiteral("Apps"), this, &MainWindow::showApps);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -345,6 +352,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("Android")));
     sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_FileDialogDetailedView),
                                           QStringLiteral("AI models")));
+    sidebar_->addItem(
+        new QListWidgetItem(style()->standardIcon(QStyle::SP_DesktopIcon), QStringLiteral("Apps")));
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -368,6 +377,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(androidView_);
     aiModelsView_ = new AIModelsView(aiModels_, central);
     pages_->addWidget(aiModelsView_);
+    appsView_ = new AppsView(apps_, homebrew_, central);
+    pages_->addWidget(appsView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -574,6 +585,10 @@ void MainWindow::showAIModels() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::aiModels));
 }
 
+void MainWindow::showApps() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::apps));
+}
+
 void MainWindow::showArchived() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::archived));
     archives_.reload();
@@ -742,6 +757,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showAndroid();
     else if (row == aiModelsRow)
         showAIModels();
+    else if (row == appsRow)
+        showApps();
     else
         showProjects();
 }

@@ -23,6 +23,7 @@ class AgentsView;
 class ArchivedView;
 class CachesView;
 class AIModelsView;
+class AppsView;
 class AndroidView;
 class DockerView;
 class SimulatorsView;
@@ -85,6 +86,7 @@ public:
     void showSimulators();
     void showAndroid();
     void showAIModels();
+    void showApps();
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -106,6 +108,7 @@ public:
     SimulatorsView* simulatorsView() const { return simulatorsView_; }
     AndroidView* androidView() const { return androidView_; }
     AIModelsView* aiModelsView() const { return aiModelsView_; }
+    AppsView* appsView() const { return appsView_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -141,6 +144,8 @@ private:
     SimulatorsModel& simulators_;
     AndroidModel& android_;
     AIModelsModel& aiModels_;
+    AppsModel& apps_;
+    HomebrewModel& homebrew_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -160,6 +165,7 @@ private:
     SimulatorsView* simulatorsView_ = nullptr;
     AndroidView* androidView_ = nullptr;
     AIModelsView* aiModelsView_ = nullptr;
+    AppsView* appsView_ = nullptr;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;

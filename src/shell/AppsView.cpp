@@ -1,0 +1,359 @@
+#include "shell/AppsView.h"
+
+#include "platform/ByteFormat.h"
+#include "shell/PageLayout.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLocale>
+#include <QMessageBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace corvane {
+namespace {
+
+enum Column { nameColumn, sizeColumn, detailColumn };
+constexpr int urlRole = Qt::UserRole;
+constexpr int kindRole = Qt::UserRole + 1;
+enum RowKind { appRow = 1, leftoverRow = 2 };
+
+QString sourceWords(const InstalledApp& app) {
+    switch (app.source) {
+    case AppSource::appStore:
+        return QStringLiteral("App Store");
+    case AppSource::homebrew:
+        return QStringLiteral("Homebrew cask ") + app.caskToken.value_or(QString());
+    case AppSource::apple:
+        return QStringLiteral("Apple");
+    case AppSource::other:
+        break;
+    }
+    return app.flatpakInstallation ? QStringLiteral("Flatpak") : QString();
+}
+
+QTreeWidgetItem* dataRow(QTreeWidgetItem* parent, const AppDataItem& item) {
+    auto* row = new QTreeWidgetItem(parent);
+    row->setText(nameColumn, label(item.kind));
+    row->setText(sizeColumn, formatBytes(item.sizeBytes));
+    row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+    row->setText(detailColumn, item.isExactMatch
+                                   ? item.url
+                                   : item.url + QStringLiteral("  (possibly related: ") +
+                                         AppsModel::possiblyRelatedNote + u')');
+    row->setToolTip(detailColumn, item.url);
+    row->setData(nameColumn, urlRole, item.url);
+    return row;
+}
+
+} // namespace
+
+AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
+    : QDialog(parent)
+    , list_(new QTreeWidget(this)) {
+    setObjectName(QStringLiteral("appRemovalSheet"));
+    setWindowTitle(QStringLiteral("Remove %1").arg(app.name));
+    auto* heading = new QLabel(QStringLiteral("Remove %1?").arg(app.name), this);
+    QFont bold = heading->font();
+    bold.setBold(true);
+    heading->setFont(bold);
+    auto* explanation =
+        new QLabel(app.data.isEmpty() ? AppsModel::noDataText : AppsModel::preselectionText, this);
+    explanation->setWordWrap(true);
+    list_->setObjectName(QStringLiteral("appRemovalData"));
+    list_->setHeaderLabels(
+        {QStringLiteral("Data"), QStringLiteral("Size"), QStringLiteral("Where")});
+    list_->setRootIsDecorated(false);
+    list_->header()->setSectionResizeMode(nameColumn, QHeaderView::ResizeToContents);
+    const QSet<QString> preselected = AppsModel::preselected(app);
+    for (const AppDataItem& item : app.data) {
+        QTreeWidgetItem* row = dataRow(list_->invisibleRootItem(), item);
+        row->setCheckState(nameColumn,
+                           preselected.contains(item.url) ? Qt::Checked : Qt::Unchecked);
+        if (!item.isExactMatch) {
+            row->setFlags(Qt::ItemIsSelectable);
+            row->setToolTip(nameColumn, AppsModel::possiblyRelatedNotRemovableText);
+        }
+    }
+    list_->setVisible(!app.data.isEmpty());
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
+    QPushButton* remove =
+        buttons->addButton(QStringLiteral("Remove"), QDialogButtonBox::AcceptRole);
+    remove->setDefault(true);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(heading);
+    layout->addWidget(explanation);
+    layout->addWidget(list_, 1);
+    layout->addWidget(buttons);
+    resize(640, 380);
+}
+
+QSet<QString> AppRemovalSheet::tickedData() const {
+    QSet<QString> ticked;
+    for (int row = 0; row < list_->topLevelItemCount(); ++row) {
+        const QTreeWidgetItem* item = list_->topLevelItem(row);
+        if (item->checkState(nameColumn) == Qt::Checked && (item->flags() & Qt::ItemIsEnabled))
+            ticked.insert(item->data(nameColumn, urlRole).toString());
+    }
+    return ticked;
+}
+
+AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
+    : QWidget(parent)
+    , apps_(apps)
+    , homebrew_(homebrew)
+    , tree_(new QTreeWidget(this))
+    , state_(new QLabel(this))
+    , failures_(new QLabel(this))
+    , hideSmall_(new QCheckBox(QStringLiteral("Hide Small Entries"), this))
+    , removeApp_(new QPushButton(QStringLiteral("Remove App…"), this))
+    , removeLeftovers_(new QPushButton(QStringLiteral("Move Leftovers to Trash…"), this))
+    , outdated_(new QTreeWidget(this))
+    , upgrade_(new QPushButton(QStringLiteral("Upgrade"), this))
+    , output_(new QPlainTextEdit(this))
+    , brewMessage_(new QLabel(this)) {
+    setObjectName(QStringLiteral("appsView"));
+    tree_->setObjectName(QStringLiteral("appsTree"));
+    tree_->setHeaderLabels(
+        {QStringLiteral("App"), QStringLiteral("Size"), QStringLiteral("Details")});
+    tree_->setUniformRowHeights(true);
+    tree_->setAlternatingRowColors(true);
+    tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Interactive);
+    tree_->header()->resizeSection(nameColumn, 300);
+    tree_->header()->setSectionResizeMode(sizeColumn, QHeaderView::ResizeToContents);
+    state_->setForegroundRole(QPalette::PlaceholderText);
+    state_->setWordWrap(true);
+    failures_->setWordWrap(true);
+    hideSmall_->setToolTip(QStringLiteral("Hides leftovers under 1 MB"));
+
+    outdated_->setObjectName(QStringLiteral("brewOutdated"));
+    outdated_->setHeaderLabels({QStringLiteral("Homebrew package"), QStringLiteral("Installed"),
+                                QStringLiteral("Available")});
+    outdated_->setRootIsDecorated(false);
+    outdated_->setMaximumHeight(140);
+    output_->setObjectName(QStringLiteral("brewOutput"));
+    output_->setReadOnly(true);
+    output_->setMaximumHeight(90);
+    output_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    brewMessage_->setObjectName(QStringLiteral("brewMessage"));
+    brewMessage_->setWordWrap(true);
+    brewMessage_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+
+    auto* brewHeading = new QLabel(QStringLiteral("Homebrew"), this);
+    QFont bold = brewHeading->font();
+    bold.setBold(true);
+    brewHeading->setFont(bold);
+    auto* brewRow = new QHBoxLayout;
+    brewRow->addWidget(brewHeading);
+    brewRow->addStretch();
+    brewRow->addWidget(upgrade_);
+
+    auto* body = new QVBoxLayout;
+    auto* sorting = new QLabel(AppsModel::sortingText, this);
+    sorting->setWordWrap(true);
+    sorting->setForegroundRole(QPalette::PlaceholderText);
+    body->addWidget(sorting);
+    body->addWidget(tree_, 1);
+    body->addWidget(state_);
+    body->addWidget(failures_);
+    body->addLayout(brewRow);
+    body->addWidget(outdated_);
+    body->addWidget(output_);
+    body->addWidget(brewMessage_);
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(hideSmall_);
+    footer->addStretch();
+    footer->addWidget(removeLeftovers_);
+    footer->addWidget(removeApp_);
+    layOutPage(*this, QStringLiteral("Apps"), AppsModel::explanationText, body, footer);
+
+    connect(hideSmall_, &QCheckBox::toggled, &apps_, &AppsModel::setHideSmallEntries);
+    connect(removeApp_, &QPushButton::clicked, this, [this] {
+        const QTreeWidgetItem* row = tree_->currentItem();
+        while (row && row->parent() && row->data(nameColumn, kindRole).toInt() != appRow)
+            row = row->parent();
+        if (row && row->data(nameColumn, kindRole).toInt() == appRow)
+            openRemovalSheet(row->data(nameColumn, urlRole).toString());
+    });
+    connect(removeLeftovers_, &QPushButton::clicked, this, [this] {
+        QStringList urls;
+        for (QTreeWidgetItemIterator it(tree_); *it; ++it) {
+            if ((*it)->data(nameColumn, kindRole).toInt() == leftoverRow &&
+                (*it)->checkState(nameColumn) == Qt::Checked)
+                urls.append((*it)->data(nameColumn, urlRole).toString());
+        }
+        if (urls.isEmpty())
+            return;
+        auto* box = new QMessageBox(
+            QMessageBox::Question, QStringLiteral("Leftovers"),
+            QStringLiteral("Move %1 leftover item(s) to the Trash?").arg(urls.size()),
+            QMessageBox::Cancel, window());
+        box->setObjectName(QStringLiteral("leftoversConfirmation"));
+        box->setInformativeText(AppsModel::leftoversText);
+        QPushButton* accept =
+            box->addButton(QStringLiteral("Move to Trash"), QMessageBox::AcceptRole);
+        box->setWindowModality(Qt::WindowModal);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        connect(box, &QMessageBox::buttonClicked, this, [this, accept, urls](QAbstractButton* b) {
+            if (b == accept)
+                apps_.removeLeftovers(urls);
+        });
+        box->open();
+    });
+    connect(upgrade_, &QPushButton::clicked, this, [this] {
+        const QTreeWidgetItem* row = outdated_->currentItem();
+        if (!row)
+            return;
+        const int index = outdated_->indexOfTopLevelItem(const_cast<QTreeWidgetItem*>(row));
+        if (index >= 0 && index < homebrew_.outdated().size())
+            homebrew_.upgrade(homebrew_.outdated().at(index));
+    });
+    connect(&apps_, &AppsModel::inventoryChanged, this, &AppsView::showInventory);
+    for (const auto signal : {&InventoryModel::isLoadingChanged, &InventoryModel::isRemovingChanged,
+                              &InventoryModel::failuresChanged})
+        connect(&apps_, signal, this, &AppsView::showState);
+    connect(&homebrew_, &HomebrewModel::outdatedChanged, this, &AppsView::showBrew);
+    connect(&homebrew_, &HomebrewModel::outputChanged, this, &AppsView::showBrew);
+    connect(&homebrew_, &InventoryModel::isRemovingChanged, this, &AppsView::showBrew);
+    connect(outdated_, &QTreeWidget::currentItemChanged, this, &AppsView::showBrew);
+    connect(tree_, &QTreeWidget::currentItemChanged, this, &AppsView::showState);
+    showInventory();
+    showBrew();
+}
+
+void AppsView::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!apps_.hasLoaded() && !apps_.isLoading())
+        apps_.reload();
+    if (!homebrew_.hasLoaded() && !homebrew_.isLoading())
+        homebrew_.reload();
+}
+
+AppRemovalSheet* AppsView::openRemovalSheet(const QString& url) {
+    const InstalledApp* app = apps_.app(url);
+    if (!app || apps_.isRemoving())
+        return nullptr;
+    if (const std::optional<QString> refusal = apps_.appRefusal(*app)) {
+        auto* box = new QMessageBox(QMessageBox::Information, app->name, *refusal, QMessageBox::Ok,
+                                    window());
+        box->setObjectName(QStringLiteral("appRefusal"));
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setWindowModality(Qt::WindowModal);
+        box->open();
+        return nullptr;
+    }
+    auto* sheet = new AppRemovalSheet(*app, window());
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    sheet->setWindowModality(Qt::WindowModal);
+    connect(sheet, &QDialog::accepted, this,
+            [this, sheet, url] { apps_.removeApp(url, sheet->tickedData()); });
+    sheet->open();
+    return sheet;
+}
+
+void AppsView::showInventory() {
+    filling_ = true;
+    tree_->clear();
+    const QDateTime now = QDateTime::currentDateTime();
+    for (const InstalledApp& app : apps_.inventory().apps) {
+        auto* row = new QTreeWidgetItem(tree_);
+        row->setText(nameColumn, app.name);
+        row->setData(nameColumn, urlRole, app.url);
+        row->setData(nameColumn, kindRole, appRow);
+        row->setText(sizeColumn, formatBytes(app.sizeBytes + app.dataBytes()));
+        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        QStringList detail;
+        if (app.version)
+            detail.append(QStringLiteral("version ") + *app.version);
+        if (const QString source = sourceWords(app); !source.isEmpty())
+            detail.append(source);
+        if (app.teamIdentifier)
+            detail.append(QStringLiteral("team ") + *app.teamIdentifier);
+        detail.append(app.lastUsedAt ? QStringLiteral("last used ") +
+                                           QLocale().toString(app.lastUsedAt->toLocalTime(),
+                                                              QLocale::ShortFormat)
+                                     : AppsModel::neverUsedText);
+        row->setText(detailColumn, detail.join(QStringLiteral(", ")));
+        row->setToolTip(nameColumn, app.url);
+        for (const AppDataItem& item : app.data)
+            dataRow(row, item);
+    }
+    const QList<OrphanedAppData> orphans = apps_.visibleOrphans();
+    if (!orphans.isEmpty()) {
+        auto* heading = new QTreeWidgetItem(tree_);
+        heading->setText(nameColumn, QStringLiteral("Leftovers of deleted apps"));
+        heading->setText(detailColumn, AppsModel::leftoversText);
+        heading->setToolTip(detailColumn, AppsModel::leftoversText);
+        QFont bold = heading->font(nameColumn);
+        bold.setBold(true);
+        heading->setFont(nameColumn, bold);
+        for (const OrphanedAppData& orphan : orphans) {
+            auto* group = new QTreeWidgetItem(heading);
+            group->setText(nameColumn, orphan.bundleIdentifier);
+            group->setText(sizeColumn, formatBytes(orphan.sizeBytes()));
+            for (const AppDataItem& item : orphan.items) {
+                QTreeWidgetItem* row = dataRow(group, item);
+                row->setData(nameColumn, kindRole, leftoverRow);
+                row->setCheckState(nameColumn, Qt::Unchecked);
+            }
+        }
+        heading->setExpanded(true);
+    }
+    filling_ = false;
+    showState();
+}
+
+void AppsView::showState() {
+    QString state;
+    if (!apps_.hasLoaded())
+        state = QStringLiteral("Looking at the apps in your Applications folders…");
+    else if (apps_.inventory().apps.isEmpty() && apps_.inventory().orphans.isEmpty())
+        state = QStringLiteral("No apps were found in the Applications folders.");
+    state_->setText(state);
+    state_->setVisible(!state.isEmpty());
+    const bool idle = !apps_.isRemoving() && !apps_.isLoading();
+    removeApp_->setEnabled(idle && tree_->currentItem());
+    removeLeftovers_->setEnabled(idle && !apps_.visibleOrphans().isEmpty());
+    failures_->setText(apps_.failures().isEmpty() ? QString() : [this] {
+        QStringList lines;
+        for (const ItemFailure& failure : apps_.failures())
+            lines.append(failure.message);
+        return lines.join(u'\n');
+    }());
+    failures_->setVisible(!apps_.failures().isEmpty());
+}
+
+void AppsView::showBrew() {
+    if (sender() != outdated_) {
+        outdated_->clear();
+        for (const BrewOutdatedItem& item : homebrew_.outdated()) {
+            auto* row = new QTreeWidgetItem(outdated_);
+            row->setText(0, item.kind == BrewOutdatedItem::Kind::cask
+                                ? item.name + QStringLiteral(" (cask)")
+                                : item.name);
+            row->setText(1, item.installedVersion);
+            row->setText(2, item.isPinned ? item.currentVersion + QStringLiteral(" (pinned)")
+                                          : item.currentVersion);
+        }
+    }
+    output_->setPlainText(homebrew_.output().join(u'\n'));
+    output_->setVisible(!homebrew_.output().isEmpty());
+    QString message = homebrew_.lastMessage();
+    if (homebrew_.loadError())
+        message = *homebrew_.loadError();
+    else if (homebrew_.hasLoaded() && homebrew_.outdated().isEmpty() && message.isEmpty())
+        message = QStringLiteral("Everything installed with Homebrew is up to date.");
+    brewMessage_->setText(message);
+    upgrade_->setEnabled(!homebrew_.isUpgrading() && outdated_->currentItem());
+    outdated_->setVisible(!homebrew_.outdated().isEmpty());
+}
+
+} // namespace corvane

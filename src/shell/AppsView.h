@@ -1,0 +1,73 @@
+#pragma once
+
+#include "apps/AppsModel.h"
+#include "apps/HomebrewModel.h"
+
+#include <QDialog>
+#include <QWidget>
+
+class QCheckBox;
+class QLabel;
+class QPlainTextEdit;
+class QPushButton;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+namespace corvane {
+
+// Asks which of an app's data goes with it: exact matches can be ticked (caches, logs and window
+// state are, to start with), "possibly related" folders cannot, and say why.
+class AppRemovalSheet : public QDialog {
+    Q_OBJECT
+
+public:
+    AppRemovalSheet(const InstalledApp& app, QWidget* parent);
+
+    QTreeWidget* dataList() const { return list_; }
+    // The data items ticked now.
+    QSet<QString> tickedData() const;
+
+private:
+    QTreeWidget* list_;
+};
+
+// The Apps page: every app with the data it keeps, largest first, the leftovers of deleted apps,
+// and Homebrew's outdated formulae and casks with their upgrades.
+class AppsView : public QWidget {
+    Q_OBJECT
+
+public:
+    AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent = nullptr);
+
+    QTreeWidget* tree() const { return tree_; }
+    QTreeWidget* outdatedList() const { return outdated_; }
+    QPlainTextEdit* brewOutput() const { return output_; }
+    QLabel* brewMessage() const { return brewMessage_; }
+    // Opens the removal sheet for the app at `url`.
+    AppRemovalSheet* openRemovalSheet(const QString& url);
+
+protected:
+    // Apps are measured the first time the page is shown, not at start-up.
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void showInventory();
+    void showBrew();
+    void showState();
+
+    AppsModel& apps_;
+    HomebrewModel& homebrew_;
+    QTreeWidget* tree_;
+    QLabel* state_;
+    QLabel* failures_;
+    QCheckBox* hideSmall_;
+    QPushButton* removeApp_;
+    QPushButton* removeLeftovers_;
+    QTreeWidget* outdated_;
+    QPushButton* upgrade_;
+    QPlainTextEdit* output_;
+    QLabel* brewMessage_;
+    bool filling_ = false;
+};
+
+} // namespace corvane
