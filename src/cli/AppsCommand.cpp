@@ -1,3 +1,4 @@
+#include "apps/AppRemover.h"
 #include "apps/AppsModel.h"
 #include "cli/AppsJson.h"
 #include "cli/Command.h"
@@ -147,10 +148,15 @@ int runAppsRemove(const RemoveOptions& options, Console& console) {
     QSet<QString> data = options.defaultData ? AppsModel::preselected(*app) : QSet<QString>();
     for (const std::string& item : options.data) {
         const QString itemPath = Paths::absoluteStandardized(decoded(item));
-        const bool listed = std::any_of(app->data.begin(), app->data.end(),
-                                        [&](const AppDataItem& d) { return d.url == itemPath; });
-        if (!listed) {
+        const auto listed = std::find_if(app->data.begin(), app->data.end(),
+                                         [&](const AppDataItem& d) { return d.url == itemPath; });
+        if (listed == app->data.end()) {
             console.err << itemPath << ": This data does not belong to " << app->name << '\n';
+            return exitRefusedOrBadArguments;
+        }
+        // Every item is judged before anything moves: a refused one stops the whole command.
+        if (const std::optional<QString> refusal = AppRemover().dataRefusal(*app, *listed)) {
+            console.err << *refusal << '\n';
             return exitRefusedOrBadArguments;
         }
         data.insert(itemPath);

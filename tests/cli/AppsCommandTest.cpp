@@ -1,0 +1,73 @@
+#include "apps/AppFixtures.h"
+#include "cli/Command.h"
+#include "platform/ProcessRunner.h"
+#include "support/GitFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::s;
+
+namespace {
+
+ProcessResult runCorvane(const QStringList& arguments) {
+    return ProcessRunner::system().run(s(CORVANE_EXECUTABLE), arguments, {}, {}, 60);
+}
+
+} // namespace
+
+TEST(AppsCommand, ListsAppsWithTheirDataAndRemovesOnlyExactMatchesAfterTheApp) {
+    QDir(test::library()).removeRecursively();
+    const QString apps = test::makeTempDir(s("apps"));
+    const test::ScopedEnvironment appsDir("CORVANE_APPLICATIONS_DIR", apps);
+    const test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
+    const test::ScopedEnvironment noBrew("CORVANE_TOOL_BREW", s("/nonexistent/brew"));
+    const QString bundle = test::makeBundle(
+        apps, s("Notely.app"), test::xmlPlist(test::appKeys(s("com.example.notely"), s("Notely"))));
+    const QString caches = test::libraryFolderWith(s("Caches/com.example.notely"), 20'000);
+    const QString related = test::libraryFolderWith(s("Application Support/Notely"), 5'000);
+    const QString gone = test::libraryFolderWith(s("Caches/com.example.gone"), 1'000);
+
+    const ProcessResult listed = runCorvane({s("apps"), s("--json")});
+    ASSERT_EQ(listed.exitCode, cli::exitOk) << listed.standardError.toStdString();
+    const QJsonObject inventory = QJsonDocument::fromJson(listed.standardOutput).object();
+    const QJsonObject app = inventory[u"apps"][0].toObject();
+    EXPECT_EQ(app[u"bundleIdentifier"].toString(), s("com.example.notely"));
+    EXPECT_EQ(app[u"source"].toString(), s("other"));
+    EXPECT_EQ(app[u"data"].toArray().size(), 2);
+    EXPECT_EQ(inventory[u"orphans"][0][u"bundleIdentifier"].toString(), s("com.example.gone"));
+
+    // A folder only named like the app is not the app's to remove: refused before anything moves.
+    EXPECT_EQ(runCorvane({s("apps"), s("remove"), s("Notely"), s("--data"), related, s("--yes")})
+                  .exitCode,
+              cli::exitRefusedOrBadArguments);
+    EXPECT_TRUE(QFileInfo::exists(bundle));
+    EXPECT_EQ(runCorvane({s("apps"), s("remove"), s("Notely"), s("--default-data")}).exitCode,
+              cli::exitRefusedOrBadArguments)
+        << "nothing without --yes off a terminal";
+
+    const ProcessResult removed =
+        runCorvane({s("apps"), s("remove"), bundle, s("--default-data"), s("--yes"), s("--json")});
+    ASSERT_EQ(removed.exitCode, cli::exitOk) << removed.standardOutput.toStdString();
+    const QJsonObject outcome = QJsonDocument::fromJson(removed.standardOutput).object();
+    EXPECT_EQ(outcome[u"appMethod"].toString(), s("trash"));
+    EXPECT_EQ(outcome[u"trashedData"].toArray().first().toString(), caches);
+    EXPECT_FALSE(QFileInfo::exists(bundle));
+    EXPECT_FALSE(QFileInfo::exists(caches));
+    EXPECT_TRUE(QFileInfo::exists(related));
+
+    const ProcessResult leftovers = runCorvane(
+        {s("apps"), s("leftovers"), s("remove"), s("com.example.gone"), s("--yes"), s("--json")});
+    ASSERT_EQ(leftovers.exitCode, cli::exitOk) << leftovers.standardOutput.toStdString();
+    EXPECT_FALSE(QJsonDocument::fromJson(leftovers.standardOutput).object().contains(u"appMethod"));
+    EXPECT_FALSE(QFileInfo::exists(gone));
+
+    EXPECT_EQ(runCorvane({s("brew"), s("outdated")}).exitCode, cli::exitSomeFailed)
+        << "Homebrew is not installed here";
+}
