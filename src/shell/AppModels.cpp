@@ -1,6 +1,7 @@
 #include "shell/AppModels.h"
 
 #include "platform/Locations.h"
+#include "shell/OverviewAreas.h"
 
 namespace corvane {
 
@@ -17,7 +18,8 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , aiModels(toasts, options.aiModelsDryRun)
     , apps(toasts)
     , homebrew(toasts)
-    , navigation(session) {
+    , navigation(session)
+    , overview(overviewAreas(*this)) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {

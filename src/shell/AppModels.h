@@ -10,6 +10,7 @@
 #include "devtools/DockerModel.h"
 #include "devtools/SimulatorsModel.h"
 #include "organize/OrganizeModel.h"
+#include "platform/OverviewModel.h"
 #include "platform/ToastCenter.h"
 #include "scanning/GlobalCachesModel.h"
 #include "scanning/RulesStore.h"
@@ -44,6 +45,8 @@ public:
     AppsModel apps;
     HomebrewModel homebrew;
     Navigation navigation;
+    // Made last: it reads the models above.
+    OverviewModel overview;
 };
 
 } // namespace corvane

@@ -15,6 +15,7 @@
 #include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/OrganizeView.h"
+#include "shell/OverviewView.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectTreeModel.h"
 #include "shell/SettingsDialog.h"
@@ -50,22 +51,35 @@ namespace corvane {
 namespace {
 
 // The sidebar's rows and the pages beside them, in the same order.
-constexpr int projectsRow = 0;
-constexpr int cachesRow = 1;
-constexpr int agentsRow = 2;
-constexpr int organizeRow = 3;
-constexpr int archivedRow = 4;
-constexpr int dockerRow = 5;
-constexpr int simulatorsRow = 6;
-constexpr int androidRow = 7;
-constexpr int aiModelsRow = 8;
-constexpr int appsRow = 9;
+constexpr int overviewRow = 0;
+constexpr int projectsRow = 1;
+constexpr int cachesRow = 2;
+constexpr int agentsRow = 3;
+constexpr int organizeRow = 4;
+constexpr int archivedRow = 5;
+constexpr int dockerRow = 6;
+constexpr int simulatorsRow = 7;
+constexpr int androidRow = 8;
+constexpr int aiModelsRow = 9;
+constexpr int appsRow = 10;
+
+// The sidebar row of each overview area.
+int rowOfArea(const QString& id) {
+    static const QHash<QString, int> rows{
+        {QStringLiteral("projects"), projectsRow},     {QStringLiteral("caches"), cachesRow},
+        {QStringLiteral("simulators"), simulatorsRow}, {QStringLiteral("docker"), dockerRow},
+        {QStringLiteral("aiModels"), aiModelsRow},     {QStringLiteral("android"), androidRow},
+        {QStringLiteral("appLeftovers"), appsRow}};
+    return rows.value(id, -1);
+}
 
 // The row of a destination; a project, or nothing chosen, is on the projects row.
 int rowOf(const std::optional<SidebarSelection>& selection) {
     if (!selection)
         return projectsRow;
     switch (selection->kind) {
+    case SidebarSelection::Kind::overview:
+        return overviewRow;
     case SidebarSelection::Kind::globalCaches:
         return cachesRow;
     case SidebarSelection::Kind::agents:
@@ -116,6 +130,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , aiModels_(models.aiModels)
     , apps_(models.apps)
     , homebrew_(models.homebrew)
+    , overview_(models.overview)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
     , rules_(models.rules)
@@ -150,6 +165,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
         connect(&caches_, signal, this, &MainWindow::updateActions);
     connect(&organize_, &InventoryModel::isRemovingChanged, this, &MainWindow::updateActions);
     connect(&archives_, &InventoryModel::isRemovingChanged, this, &MainWindow::updateActions);
+    connect(&overview_, &OverviewModel::changed, this, &MainWindow::updateSidebarSizes);
     connect(&archives_, &ArchivesModel::progressChanged, this, &MainWindow::followArchiveProgress);
     connect(&archives_, &ArchivesModel::actionFinished, this, &MainWindow::showArchiveFailure);
     // Each trash action replaces what the panel said about the last one.
@@ -354,6 +370,11 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("AI models")));
     sidebar_->addItem(
         new QListWidgetItem(style()->standardIcon(QStyle::SP_DesktopIcon), QStringLiteral("Apps")));
+    sidebar_->insertItem(overviewRow,
+                         new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveHDIcon),
+                                             QStringLiteral("Overview")));
+    for (int row = 0; row < sidebar_->count(); ++row)
+        sidebarTitles_.append(sidebar_->item(row)->text());
     sidebar_->setCurrentRow(projectsRow);
     sidebar_->setMinimumWidth(150);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -361,6 +382,13 @@ QWidget* MainWindow::makeCentralArea() {
     cachesView_ = new CachesView(caches_, central);
     connect(cachesView_, &CachesView::trashRequested, this, &MainWindow::confirmCachesTrash);
     pages_ = new QStackedWidget(central);
+    overviewView_ = new OverviewView(overview_, central);
+    connect(overviewView_, &OverviewView::areaRequested, this, [this](const QString& id) {
+        const int row = rowOfArea(id);
+        if (row >= 0)
+            onSidebarRowChanged(row);
+    });
+    pages_->addWidget(overviewView_);
     pages_->addWidget(makeProjectsPage());
     pages_->addWidget(cachesView_);
     agentsView_ = new AgentsView(agents_, session_, central);
@@ -569,6 +597,22 @@ void MainWindow::confirmMoveProject(const QString& newParent) {
     box->open();
 }
 
+void MainWindow::showOverview() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::overview));
+}
+
+void MainWindow::updateSidebarSizes() {
+    for (const OverviewArea& area : overview_.areas()) {
+        const int row = rowOfArea(area.id);
+        if (row < 0 || row >= sidebarTitles_.size())
+            continue;
+        const std::optional<qint64> bytes = area.bytes();
+        sidebar_->item(row)->setText(
+            bytes && *bytes > 0 ? sidebarTitles_[row] + QStringLiteral("   ") + formatBytes(*bytes)
+                                : sidebarTitles_[row]);
+    }
+}
+
 void MainWindow::showDocker() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::docker));
 }
@@ -741,7 +785,9 @@ void MainWindow::showProjects() {
 void MainWindow::onSidebarRowChanged(int row) {
     if (followingSession_)
         return;
-    if (row == cachesRow)
+    if (row == overviewRow)
+        showOverview();
+    else if (row == cachesRow)
         showCaches();
     else if (row == agentsRow)
         showAgents();

@@ -28,6 +28,7 @@ class AndroidView;
 class DockerView;
 class SimulatorsView;
 class OrganizeView;
+class OverviewView;
 class FailuresPanel;
 class ProjectDetailView;
 class ProjectTreeModel;
@@ -87,6 +88,7 @@ public:
     void showAndroid();
     void showAIModels();
     void showApps();
+    void showOverview();
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -109,6 +111,8 @@ public:
     AndroidView* androidView() const { return androidView_; }
     AIModelsView* aiModelsView() const { return aiModelsView_; }
     AppsView* appsView() const { return appsView_; }
+    OverviewView* overviewView() const { return overviewView_; }
+    QListWidget* sidebar() const { return sidebar_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -131,6 +135,7 @@ private:
     void updateFolder();
     void updateStatus();
     void fillArchiveMenu();
+    void updateSidebarSizes();
     void followArchiveProgress();
     void showArchiveFailure();
 
@@ -146,6 +151,7 @@ private:
     AIModelsModel& aiModels_;
     AppsModel& apps_;
     HomebrewModel& homebrew_;
+    OverviewModel& overview_;
     Navigation& navigation_;
     ToastCenter& toasts_;
     RulesStore& rules_;
@@ -166,6 +172,8 @@ private:
     AndroidView* androidView_ = nullptr;
     AIModelsView* aiModelsView_ = nullptr;
     AppsView* appsView_ = nullptr;
+    OverviewView* overviewView_ = nullptr;
+    QStringList sidebarTitles_;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;

@@ -67,7 +67,7 @@ TEST(AgentsViewTest, EachProjectShowsItsSessionsAndWorkspacesMostRecentFirst) {
     window.resize(1100, 640);
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    window.findChild<QListWidget*>(text("sidebar"))->setCurrentRow(2);
+    window.findChild<QListWidget*>(text("sidebar"))->setCurrentRow(3);
     AgentsView& view = *window.agentsView();
     ASSERT_TRUE(view.isVisible());
     EXPECT_EQ(view.stateText(), AgentsView::noScanText);

@@ -234,7 +234,7 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
                     QByteArray(3'000, 'g'));
     auto* sidebar = window.findChild<QListWidget*>(QStringLiteral("sidebar"));
     ASSERT_NE(sidebar, nullptr);
-    sidebar->setCurrentRow(1);
+    sidebar->setCurrentRow(2);
     ASSERT_EQ(navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::globalCaches));
     CachesView& view = *window.cachesView();
     ASSERT_TRUE(view.isVisible());
@@ -256,9 +256,9 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
     EXPECT_TRUE(window.toastOverlay()->message().startsWith(QStringLiteral("Reclaimed ")));
 
     // Back to the projects and again to the caches: the list is not measured twice by itself.
-    sidebar->setCurrentRow(0);
-    EXPECT_EQ(navigation.selection(), std::nullopt);
     sidebar->setCurrentRow(1);
+    EXPECT_EQ(navigation.selection(), std::nullopt);
+    sidebar->setCurrentRow(2);
     EXPECT_EQ(view.model().rowCount(), 1);
     test::writeFile(home + QStringLiteral("/unrelated"));
     QDir(home + QStringLiteral("/Library/Caches/Yarn")).removeRecursively();

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "platform/MainThreadMailbox.h"
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace corvane {
+
+// One area of the disk overview, seen through its own model: how to start the model's load and
+// what it could give back once it knows.
+struct OverviewArea {
+    // "projects", "caches", "simulators", "docker", "aiModels", "android", "appLeftovers".
+    QString id;
+    QString name;
+    // Starts the area's load, unless it has loaded already or is loading.
+    std::function<void()> load;
+    // The bytes the area could give back; nothing while it measures or when it has no number.
+    std::function<std::optional<qint64>()> bytes;
+    // Why there is no number ("Docker not installed"), or empty while it is still measuring.
+    std::function<QString()> note;
+};
+
+// The disk at a glance: the capacity and free space of the home folder's volume, what each area
+// could give back (every area loads through its own model, all at once in the background), and
+// what already sits in the Trash. It looks at the areas a few times a second until each has its
+// number or its note, so it never waits on any of them.
+class OverviewModel : public QObject {
+    Q_OBJECT
+
+public:
+    OverviewModel(QList<OverviewArea> areas, QObject* parent = nullptr);
+    ~OverviewModel() override;
+
+    const QList<OverviewArea>& areas() const { return areas_; }
+    qint64 capacityBytes() const { return capacityBytes_; }
+    qint64 freeBytes() const { return freeBytes_; }
+    qint64 usedBytes() const { return capacityBytes_ - freeBytes_; }
+    // Measured in the background; nothing until then.
+    const std::optional<qint64>& trashBytes() const { return trashBytes_; }
+    // The sum of the areas that have a number.
+    qint64 totalBytes() const;
+    // Every area has its number or its note.
+    bool isComplete() const;
+
+    // Loads every area and measures the disk and the Trash again.
+    void reload();
+
+    // The user's Trash folder: ~/.Trash on macOS, the freedesktop home Trash elsewhere.
+    static QString trashFolder();
+
+signals:
+    void changed();
+
+private:
+    void look();
+
+    QList<OverviewArea> areas_;
+    qint64 capacityBytes_ = 0;
+    qint64 freeBytes_ = 0;
+    std::optional<qint64> trashBytes_;
+    QList<std::optional<qint64>> lastBytes_;
+    QStringList lastNotes_;
+    QTimer poll_;
+    std::shared_ptr<MainThreadMailbox> mailbox_;
+};
+
+} // namespace corvane

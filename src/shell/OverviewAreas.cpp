@@ -1,0 +1,115 @@
+#include "shell/OverviewAreas.h"
+
+namespace corvane {
+namespace {
+
+// Starts a load of `model` unless it has one or runs one.
+void loadOnce(InventoryModel& model) {
+    if (!model.hasLoaded() && !model.isLoading())
+        model.reload();
+}
+
+template <typename Model> bool isSettled(const Model& model) {
+    return model.hasLoaded() && !model.isLoading();
+}
+
+} // namespace
+
+QList<OverviewArea> overviewAreas(AppModels& m) {
+    return {
+        {QStringLiteral("projects"), QStringLiteral("Projects"), [] {},
+         [&m]() -> std::optional<qint64> {
+             if (!m.session.rootURL() || m.session.isScanning())
+                 return std::nullopt;
+             return m.session.reclaimableBytes();
+         },
+         [&m] {
+             return m.session.rootURL() ? QString() : QStringLiteral("No folder scanned yet");
+         }},
+        {QStringLiteral("caches"), QStringLiteral("Developer caches"), [&m] { loadOnce(m.caches); },
+         [&m]() -> std::optional<qint64> {
+             return isSettled(m.caches) ? std::optional<qint64>(m.caches.measuredBytes())
+                                        : std::nullopt;
+         },
+         [] { return QString(); }},
+        {QStringLiteral("simulators"), QStringLiteral("Simulators"),
+         [&m] { loadOnce(m.simulators); },
+         [&m]() -> std::optional<qint64> {
+             if (!isSettled(m.simulators) || m.simulators.loadError())
+                 return std::nullopt;
+             qint64 total = 0;
+             for (const SimulatorRuntime& runtime : m.simulators.runtimes())
+                 total += runtime.isDeletable ? runtime.sizeBytes : 0;
+             for (const SimulatorDevice& device : m.simulators.devices())
+                 total += device.dataSizeBytes;
+             return total;
+         },
+         [&m] {
+             return isSettled(m.simulators) && m.simulators.loadError()
+                        ? QStringLiteral("Xcode not installed")
+                        : QString();
+         }},
+        {QStringLiteral("docker"), QStringLiteral("Docker"), [&m] { loadOnce(m.docker); },
+         [&m]() -> std::optional<qint64> {
+             if (!isSettled(m.docker) || !m.docker.snapshot())
+                 return std::nullopt;
+             const DockerSnapshot& snapshot = *m.docker.snapshot();
+             qint64 total = snapshot.buildCache.reclaimableBytes;
+             for (const DockerImage& image : snapshot.images)
+                 total += image.uniqueBytes;
+             for (const DockerContainer& container : snapshot.containers)
+                 total += container.sizeBytes;
+             for (const DockerVolume& volume : snapshot.volumes)
+                 total += volume.sizeBytes;
+             return total;
+         },
+         [&m] {
+             if (!isSettled(m.docker) || !m.docker.status())
+                 return QString();
+             switch (m.docker.status()->kind) {
+             case DockerStatus::Case::notInstalled:
+                 return QStringLiteral("Docker not installed");
+             case DockerStatus::Case::notRunning:
+                 return QStringLiteral("Docker not running");
+             case DockerStatus::Case::running:
+                 break;
+             }
+             return m.docker.loadError() ? QStringLiteral("Docker did not answer") : QString();
+         }},
+        {QStringLiteral("aiModels"), QStringLiteral("AI models"), [&m] { loadOnce(m.aiModels); },
+         [&m]() -> std::optional<qint64> {
+             if (!isSettled(m.aiModels))
+                 return std::nullopt;
+             qint64 total = 0;
+             for (const AIModel& model : m.aiModels.models())
+                 total += model.freesBytes;
+             return total;
+         },
+         [] { return QString(); }},
+        {QStringLiteral("android"), QStringLiteral("Android"), [&m] { loadOnce(m.android); },
+         [&m]() -> std::optional<qint64> {
+             if (!isSettled(m.android))
+                 return std::nullopt;
+             qint64 total = 0;
+             for (const AndroidComponent& component : m.android.inventory().components)
+                 total += component.sizeBytes;
+             for (const AndroidAVD& avd : m.android.inventory().avds)
+                 total += avd.sizeBytes;
+             return total;
+         },
+         [] { return QString(); }},
+        {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"),
+         [&m] { loadOnce(m.apps); },
+         [&m]() -> std::optional<qint64> {
+             if (!isSettled(m.apps))
+                 return std::nullopt;
+             qint64 total = 0;
+             for (const OrphanedAppData& orphan : m.apps.inventory().orphans)
+                 total += orphan.sizeBytes();
+             return total;
+         },
+         [] { return QString(); }},
+    };
+}
+
+} // namespace corvane
