@@ -36,12 +36,8 @@ void AppController::start() {
     if (!last.isEmpty() && QFileInfo(last).isDir())
         window_->scanFolder(last);
     if (!WelcomeDialog::wasCompleted()) {
-        welcome_ = new WelcomeDialog(window_.get());
-        welcome_->setAttribute(Qt::WA_DeleteOnClose);
-        welcome_->setWindowModality(Qt::WindowModal);
-        connect(welcome_, &WelcomeDialog::chooseFolderRequested, window_.get(),
-                &MainWindow::chooseFolder, Qt::QueuedConnection);
-        welcome_->open();
+        welcome_ = WelcomeDialog::present(window_.get());
+        connect(welcome_, &WelcomeDialog::folderChosen, window_.get(), &MainWindow::scanFolder);
     }
 }
 

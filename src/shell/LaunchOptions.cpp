@@ -10,6 +10,12 @@ LaunchOptions LaunchOptions::fromArguments(const QStringList& arguments) {
     options.simulatorDryRun = switches.contains(u"--simulator-dry-run");
     options.aiModelsDryRun = switches.contains(u"--ai-models-dry-run");
     options.androidDryRun = switches.contains(u"--android-dry-run");
+    options.installedFromVolume = switches.contains(u"--installed-from-volume");
+    // The folder follows its switch; a switch with none after it is ignored.
+    const qsizetype destination = switches.indexOf(u"--move-destination");
+    if (destination >= 0 && destination + 1 < switches.size() &&
+        !switches.at(destination + 1).startsWith(u"--"))
+        options.moveDestination = switches.at(destination + 1);
     return options;
 }
 

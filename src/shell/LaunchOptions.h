@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QStringList>
 
 namespace corvane {
@@ -11,6 +12,11 @@ struct LaunchOptions {
     bool simulatorDryRun = false;
     bool aiModelsDryRun = false;
     bool androidDryRun = false;
+    // Behave as if started from a disk image, so the offer to move into Applications can be tried
+    // from any folder.
+    bool installedFromVolume = false;
+    // Where that move puts the app instead of /Applications; empty for /Applications.
+    QString moveDestination;
 
     // Unknown arguments are left alone: the platform adds its own (-psn_..., -NSDocumentRevisions).
     static LaunchOptions fromArguments(const QStringList& arguments);

@@ -2,6 +2,7 @@
 #include "scanning/ScanEngine.h"
 #include "shell/AppController.h"
 #include "shell/AppIcon.h"
+#include "shell/MoveToApplications.h"
 
 #include <QApplication>
 #include <QSystemTrayIcon>
@@ -14,6 +15,9 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
 
     const auto options = corvane::LaunchOptions::fromArguments(QApplication::arguments());
+    // Before any window: once moved, the copy in Applications takes over and this one ends.
+    if (corvane::MoveToApplications::offer(options))
+        return 0;
     corvane::AppController controller(options, corvane::ScanEngine::scan);
     controller.start();
     return QApplication::exec();

@@ -1,0 +1,9 @@
+#include "platform/FullDiskAccess.h"
+
+namespace corvane {
+
+FullDiskAccess fullDiskAccess() {
+    return FullDiskAccess::NotNeeded;
+}
+
+} // namespace corvane
