@@ -35,6 +35,8 @@ void AppController::start() {
     // A folder that has gone since (a drive not mounted) is not an error; the user chooses again.
     if (!last.isEmpty() && QFileInfo(last).isDir())
         window_->scanFolder(last);
+    // At most once a day, and never when turned off in the settings.
+    window_->updateChecker().checkIfDue(QDateTime::currentDateTimeUtc());
     if (!WelcomeDialog::wasCompleted()) {
         welcome_ = WelcomeDialog::present(window_.get());
         connect(welcome_, &WelcomeDialog::folderChosen, window_.get(), &MainWindow::scanFolder);

@@ -24,6 +24,8 @@
 #include "shell/SummaryStrip.h"
 #include "shell/ToastOverlay.h"
 #include "shell/TrashConfirmation.h"
+#include "shell/UpdatePrompt.h"
+#include "shell/WelcomeDialog.h"
 
 #include <QAbstractButton>
 #include <QActionGroup>
@@ -309,6 +311,29 @@ void MainWindow::makeMenus() {
             QStringLiteral("<b>Corvane Clean %1</b><p>Gives back the disk space that "
                            "developer tools leave behind, without losing work.</p>")
                 .arg(QApplication::applicationVersion()));
+    });
+    QAction* welcome = help->addAction(QStringLiteral("Welcome to Corvane Clean…"));
+    connect(welcome, &QAction::triggered, this, [this] {
+        auto* dialog = WelcomeDialog::present(this);
+        connect(dialog, &WelcomeDialog::folderChosen, this, &MainWindow::scanFolder);
+    });
+    QAction* updates = help->addAction(QStringLiteral("Check for Updates…"));
+    updates->setMenuRole(QAction::ApplicationSpecificRole);
+    connect(updates, &QAction::triggered, this, [this] {
+        updatesAsked_ = true;
+        updateChecker_.checkNow();
+    });
+    // A daily check speaks only of a newer version; one asked for from the menu also says when
+    // there is none or the feed could not be read.
+    connect(&updateChecker_, &UpdateChecker::updateAvailable, this,
+            [this](const UpdateOffer& offer) { makeUpdatePrompt(this, offer)->open(); });
+    connect(&updateChecker_, &UpdateChecker::upToDate, this, [this] {
+        if (std::exchange(updatesAsked_, false))
+            makeUpToDateNotice(this)->open();
+    });
+    connect(&updateChecker_, &UpdateChecker::checkFailed, this, [this](const QString& why) {
+        if (std::exchange(updatesAsked_, false))
+            makeUpdateFailureNotice(this, why)->open();
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/UpdateCheck.h"
 #include "shell/AppModels.h"
 #include "shell/SettingsDialog.h"
 
@@ -113,6 +114,7 @@ public:
     AppsView* appsView() const { return appsView_; }
     OverviewView* overviewView() const { return overviewView_; }
     QListWidget* sidebar() const { return sidebar_; }
+    UpdateChecker& updateChecker() { return updateChecker_; }
     SummaryStrip* summary() const { return summary_; }
     FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
@@ -174,6 +176,8 @@ private:
     AppsView* appsView_ = nullptr;
     OverviewView* overviewView_ = nullptr;
     QStringList sidebarTitles_;
+    UpdateChecker updateChecker_;
+    bool updatesAsked_ = false;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
     SummaryStrip* summary_ = nullptr;

@@ -1,8 +1,10 @@
 #include "shell/SettingsDialog.h"
 
+#include "platform/UpdateCheck.h"
 #include "scanning/ScanWording.h"
 #include "shell/DestinationsSection.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QHBoxLayout>
@@ -102,6 +104,11 @@ SettingsDialog::SettingsDialog(RulesStore& rules, DestinationsStore& destination
     layout->addLayout(editRow);
     layout->addSpacing(12);
     layout->addWidget(new DestinationsSection(destinations, this), 1);
+    auto* updates = new QCheckBox(QStringLiteral("Check for updates once a day"), this);
+    updates->setObjectName(QStringLiteral("checksForUpdates"));
+    updates->setChecked(UpdateSettings::checksForUpdates());
+    connect(updates, &QCheckBox::toggled, this, &UpdateSettings::setChecksForUpdates);
+    layout->addWidget(updates);
     layout->addWidget(buttons);
     resize(620, 600);
     updateButtons();
