@@ -401,7 +401,7 @@ QWidget* MainWindow::makeCentralArea() {
     for (int row = 0; row < sidebar_->count(); ++row)
         sidebarTitles_.append(sidebar_->item(row)->text());
     sidebar_->setCurrentRow(projectsRow);
-    sidebar_->setMinimumWidth(150);
+    sidebar_->setMinimumWidth(210);
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
 
     cachesView_ = new CachesView(caches_, central);
@@ -437,7 +437,7 @@ QWidget* MainWindow::makeCentralArea() {
     split->addWidget(sidebar_);
     split->addWidget(pages_);
     split->setStretchFactor(1, 1);
-    split->setSizes({160, 1020});
+    split->setSizes({220, 960});
     split->setChildrenCollapsible(false);
 
     auto* line = new QFrame(central);
