@@ -17,6 +17,7 @@ AppController::AppController(const LaunchOptions& options, ScanStarter starter, 
     , window_(std::make_unique<MainWindow>(models_))
     , menuBarExtra_(std::make_unique<MenuBarExtra>(models_.session)) {
     connect(&models_.session, &ScanSession::rootURLChanged, this, &AppController::rememberFolder);
+    menuBarExtra_->setOverview(models_.overview);
     connect(menuBarExtra_.get(), &MenuBarExtra::openRequested, this, &AppController::showWindow);
     connect(menuBarExtra_.get(), &MenuBarExtra::quitRequested, qApp, &QCoreApplication::quit,
             Qt::QueuedConnection);
@@ -25,6 +26,11 @@ AppController::AppController(const LaunchOptions& options, ScanStarter starter, 
 // Quitting from the menu-bar extra closes no window, so the place is kept when the app ends.
 AppController::~AppController() {
     QSettings().setValue(windowGeometryKey, window_->saveGeometry());
+    const std::optional<SidebarSelection>& selection = models_.navigation.selection();
+    if (selection && selection->kind != SidebarSelection::Kind::project)
+        QSettings().setValue(sidebarSelectionKey, static_cast<int>(selection->kind));
+    else
+        QSettings().remove(sidebarSelectionKey);
 }
 
 void AppController::start() {
@@ -35,6 +41,11 @@ void AppController::start() {
     // A folder that has gone since (a drive not mounted) is not an error; the user chooses again.
     if (!last.isEmpty() && QFileInfo(last).isDir())
         window_->scanFolder(last);
+    const QVariant area = QSettings().value(sidebarSelectionKey);
+    constexpr int lastKind = static_cast<int>(SidebarSelection::Kind::archived);
+    if (area.isValid() && area.toInt() > 0 && area.toInt() <= lastKind)
+        models_.navigation.setSelection(
+            SidebarSelection::of(static_cast<SidebarSelection::Kind>(area.toInt())));
     // At most once a day, and never when turned off in the settings.
     window_->updateChecker().checkIfDue(QDateTime::currentDateTimeUtc());
     if (!WelcomeDialog::wasCompleted()) {

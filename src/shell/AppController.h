@@ -23,6 +23,9 @@ public:
     static inline const QString lastFolderKey = QStringLiteral("lastScannedFolder");
     // Where the main window's size and place are kept between launches.
     static inline const QString windowGeometryKey = QStringLiteral("mainWindowGeometry");
+    // Where the sidebar's area on show is kept between launches (a project is found again by
+    // scanning the folder of last time).
+    static inline const QString sidebarSelectionKey = QStringLiteral("sidebarSelection");
 
     AppController(const LaunchOptions& options, ScanStarter starter, QObject* parent = nullptr);
     ~AppController() override;

@@ -53,6 +53,24 @@ void MenuBarExtra::refresh() {
                           formatBytes(session_.reclaimableBytes()));
     ticked_->setText(QStringLiteral("Ticked: ") + formatBytes(session_.selectedBytes()));
     rescan_->setEnabled(session_.rootURL().has_value() && !session_.isTrashing());
+    if (!overview_)
+        return;
+    overall_->setText(QStringLiteral("Every area could give back: ") +
+                      formatBytes(overview_->totalBytes()));
+    trash_->setText(QStringLiteral("In the Trash: ") + (overview_->trashBytes()
+                                                            ? formatBytes(*overview_->trashBytes())
+                                                            : QStringLiteral("Measuring…")));
+}
+
+void MenuBarExtra::setOverview(const OverviewModel& overview) {
+    overview_ = &overview;
+    overall_ = new QAction(&menu_);
+    trash_ = new QAction(&menu_);
+    overall_->setEnabled(false);
+    trash_->setEnabled(false);
+    menu_.insertActions(menu_.actions().value(2), {overall_, trash_});
+    connect(&overview, &OverviewModel::changed, this, &MenuBarExtra::refresh);
+    refresh();
 }
 
 } // namespace corvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/OverviewModel.h"
 #include "scanning/ScanSession.h"
 
 #include <QMenu>
@@ -25,6 +26,9 @@ public:
     bool hasIcon() const { return icon_ != nullptr; }
     // Updates the totals now (otherwise shortly after the session changes).
     void refresh();
+    // Also shows what every area could give back and what sits in the Trash, as `overview`
+    // measures them.
+    void setOverview(const OverviewModel& overview);
 
 signals:
     void openRequested();
@@ -35,6 +39,9 @@ private:
     QMenu menu_;
     QAction* reclaimable_;
     QAction* ticked_;
+    QAction* overall_ = nullptr;
+    QAction* trash_ = nullptr;
+    const OverviewModel* overview_ = nullptr;
     QAction* rescan_;
     std::unique_ptr<QSystemTrayIcon> icon_;
     QTimer refreshTimer_;

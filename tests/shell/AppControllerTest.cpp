@@ -89,3 +89,16 @@ TEST_F(AppControllerTest, TheFolderChosenInTheWelcomeIsScanned) {
     // Choosing is not finishing: the welcome stays for its remaining steps.
     EXPECT_TRUE(app.welcome()->isVisible());
 }
+
+TEST_F(AppControllerTest, TheAreaOnShowIsOpenAgainAtTheNextLaunch) {
+    {
+        AppController app(LaunchOptions{}, scans.starter());
+        app.start();
+        app.welcome()->reject();
+        app.window().showDocker();
+    }
+    AppController app(LaunchOptions{}, scans.starter());
+    app.start();
+    EXPECT_EQ(app.models().navigation.selection(),
+              SidebarSelection::of(SidebarSelection::Kind::docker));
+}

@@ -1,3 +1,4 @@
+#include "platform/OverviewModel.h"
 #include "shell/ActivityWords.h"
 #include "shell/AppIcon.h"
 #include "shell/LaunchOptions.h"
@@ -155,4 +156,35 @@ TEST(MenuBarExtraTest, TheTotalsFollowTheSessionAndRescanNeedsAFolder) {
     QSignalSpy open(&extra, &MenuBarExtra::openRequested);
     extra.menu().actions().at(4)->trigger();
     EXPECT_EQ(open.count(), 1);
+}
+
+TEST(MenuBarExtraTest, WithTheOverviewItAlsoShowsEveryAreaAndTheTrash) {
+    ToastCenter toasts;
+    test::FakeScans scans;
+    ScanSession session(toasts, scans.starter());
+    bool measured = false;
+    OverviewModel overview({{QStringLiteral("caches"), QStringLiteral("Developer caches"),
+                             [&measured] { measured = true; },
+                             [&measured]() -> std::optional<qint64> {
+                                 return measured ? std::optional<qint64>(5'000'000) : std::nullopt;
+                             },
+                             [] { return QString(); }}});
+    MenuBarExtra extra(session);
+    extra.setOverview(overview);
+    overview.reload();
+    const auto texts = [&extra] {
+        QStringList texts;
+        for (const QAction* action : extra.menu().actions())
+            texts.append(action->text());
+        return texts;
+    };
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            return texts().contains(QStringLiteral("Every area could give back: 5 MB")) &&
+                   !texts().contains(QStringLiteral("In the Trash: Measuring…"));
+        },
+        test::patience))
+        << qPrintable(texts().join(u'|'));
+    EXPECT_TRUE(texts().contains(QStringLiteral("In the Trash: Zero KB")));
+    EXPECT_EQ(texts().at(2), QStringLiteral("Every area could give back: 5 MB"));
 }
