@@ -40,8 +40,8 @@ const QSet<QString>& pseudoTypes() {
     return types;
 }
 
-// gvfs names a share's folder by its mount spec, "smb-share:server=nas,share=media"; people know
-// it as "media on nas", as the file manager shows it.
+// gvfs names a share's folder by its mount location, "smb-share:server=nas,share=media"; people
+// know it as "media on nas", as the file manager shows it.
 QString gvfsShareName(const QString& folder) {
     const qsizetype colon = folder.indexOf(u':');
     if (colon < 0)

@@ -42,14 +42,14 @@ QString runtimeDir() {
     return QStringLiteral("/run/user/") + QString::number(::getuid());
 }
 
-// gvfs names the folder after the share's mount spec: keys in alphabetical order, server and
+// gvfs names the folder after the share's mount location: keys in alphabetical order, server and
 // share in lower case.
 QString gvfsFolder(const ShareAddress& address) {
-    QString spec = QStringLiteral("smb-share:server=") + address.host.toLower() +
-                   QStringLiteral(",share=") + address.share.toLower();
+    QString folderName = QStringLiteral("smb-share:server=") + address.host.toLower() +
+                         QStringLiteral(",share=") + address.share.toLower();
     if (!address.user.isEmpty())
-        spec += QStringLiteral(",user=") + address.user;
-    return Paths::joined(runtimeDir() + QStringLiteral("/gvfs"), spec);
+        folderName += QStringLiteral(",user=") + address.user;
+    return Paths::joined(runtimeDir() + QStringLiteral("/gvfs"), folderName);
 }
 
 bool isMounted(const QString& mountPoint) {

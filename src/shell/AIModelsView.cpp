@@ -1,6 +1,7 @@
 #include "shell/AIModelsView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
@@ -31,20 +32,11 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
     , startOllama_(new QPushButton(QStringLiteral("Start Ollama"), this))
     , remove_(new QPushButton(QStringLiteral("Remove…"), this)) {
     setObjectName(QStringLiteral("aiModelsView"));
-    tree_->setObjectName(QStringLiteral("aiModelsTree"));
-    tree_->setHeaderLabels(
-        {QStringLiteral("Model"), QStringLiteral("Frees"), QStringLiteral("Details")});
-    tree_->setUniformRowHeights(true);
-    tree_->setAlternatingRowColors(true);
-    tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Interactive);
-    tree_->header()->resizeSection(nameColumn, 360);
-    tree_->header()->setSectionResizeMode(sizeColumn, QHeaderView::ResizeToContents);
-    state_->setObjectName(QStringLiteral("aiModelsState"));
-    state_->setAlignment(Qt::AlignCenter);
-    state_->setWordWrap(true);
-    state_->setForegroundRole(QPalette::PlaceholderText);
-    failures_->setObjectName(QStringLiteral("aiModelsFailures"));
-    failures_->setWordWrap(true);
+    InventoryWidgets::setUpTree(
+        *tree_, QStringLiteral("aiModelsTree"),
+        {QStringLiteral("Model"), QStringLiteral("Frees"), QStringLiteral("Details")}, 360);
+    InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("aiModelsState"));
+    InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("aiModelsFailures"));
     remove_->setObjectName(QStringLiteral("aiModelsRemove"));
 
     body_->addWidget(tree_);
@@ -91,15 +83,9 @@ void AIModelsView::showModels() {
         for (const AIModel& item : model_.models()) {
             if (item.source != source)
                 continue;
-            if (!heading) {
-                heading = new QTreeWidgetItem(tree_);
-                heading->setText(nameColumn, displayName(source));
-                heading->setText(detailColumn, AIModelsModel::note(source));
-                QFont bold = heading->font(nameColumn);
-                bold.setBold(true);
-                heading->setFont(nameColumn, bold);
-                heading->setFlags(Qt::ItemIsEnabled);
-            }
+            if (!heading)
+                heading = InventoryWidgets::addHeading(tree_, displayName(source),
+                                                       AIModelsModel::note(source));
             auto* row = new QTreeWidgetItem(heading);
             QString name = item.name;
             if (item.publisher)
@@ -122,12 +108,8 @@ void AIModelsView::showModels() {
                 detail = *shared;
             row->setText(detailColumn, detail);
             row->setToolTip(detailColumn, detail);
-            row->setCheckState(nameColumn, model_.selectedIDs().contains(item.id) ? Qt::Checked
-                                                                                  : Qt::Unchecked);
-            const bool tickable = !holder && !item.isReadOnly;
-            row->setFlags(tickable
-                              ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable
-                              : Qt::ItemIsSelectable);
+            InventoryWidgets::setTickable(*row, nameColumn, model_.selectedIDs().contains(item.id),
+                                          !holder && !item.isReadOnly);
         }
     }
     tree_->expandAll();
@@ -156,12 +138,7 @@ void AIModelsView::showState() {
     reload_->setEnabled(!model_.isLoading());
     startOllama_->setVisible(model_.isOllamaInstalled() && !model_.isOllamaRunning());
     startOllama_->setEnabled(!model_.isStartingOllama());
-    QStringList lines;
-    for (const ItemFailure& failure : model_.failures())
-        lines.append(failure.name + QStringLiteral(": ") + failure.message);
-    failures_->setText(
-        lines.isEmpty() ? QString() : AIModelsModel::failuresHeading + u'\n' + lines.join(u'\n'));
-    failures_->setVisible(!lines.isEmpty());
+    InventoryWidgets::showFailures(*failures_, model_.failures(), AIModelsModel::failuresHeading);
 }
 
 void AIModelsView::confirmRemove() {

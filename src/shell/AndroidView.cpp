@@ -1,6 +1,7 @@
 #include "shell/AndroidView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
@@ -18,17 +19,6 @@ namespace {
 enum Column { nameColumn, sizeColumn, detailColumn };
 constexpr int idRole = Qt::UserRole;
 
-QTreeWidgetItem* group(QTreeWidget* tree, const QString& title, const QString& explanation) {
-    auto* item = new QTreeWidgetItem(tree);
-    item->setText(nameColumn, title);
-    item->setText(detailColumn, explanation);
-    QFont bold = item->font(nameColumn);
-    bold.setBold(true);
-    item->setFont(nameColumn, bold);
-    item->setFlags(Qt::ItemIsEnabled);
-    return item;
-}
-
 } // namespace
 
 AndroidView::AndroidView(AndroidModel& model, QWidget* parent)
@@ -41,20 +31,11 @@ AndroidView::AndroidView(AndroidModel& model, QWidget* parent)
     , reload_(new QPushButton(QStringLiteral("Reload"), this))
     , trash_(new QPushButton(QStringLiteral("Move to Trash…"), this)) {
     setObjectName(QStringLiteral("androidView"));
-    tree_->setObjectName(QStringLiteral("androidTree"));
-    tree_->setHeaderLabels(
-        {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")});
-    tree_->setUniformRowHeights(true);
-    tree_->setAlternatingRowColors(true);
-    tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Interactive);
-    tree_->header()->resizeSection(nameColumn, 380);
-    tree_->header()->setSectionResizeMode(sizeColumn, QHeaderView::ResizeToContents);
-    state_->setObjectName(QStringLiteral("androidState"));
-    state_->setAlignment(Qt::AlignCenter);
-    state_->setWordWrap(true);
-    state_->setForegroundRole(QPalette::PlaceholderText);
-    failures_->setObjectName(QStringLiteral("androidFailures"));
-    failures_->setWordWrap(true);
+    InventoryWidgets::setUpTree(
+        *tree_, QStringLiteral("androidTree"),
+        {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")}, 380);
+    InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("androidState"));
+    InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("androidFailures"));
     trash_->setObjectName(QStringLiteral("androidTrash"));
 
     body_->addWidget(tree_);
@@ -102,17 +83,15 @@ void AndroidView::showInventory() {
         item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
         const std::optional<QString> blocked = model_.removalBlockedReason(id);
         item->setText(detailColumn, blocked ? *blocked : detail);
-        item->setCheckState(nameColumn,
-                            model_.selectedIDs().contains(id) ? Qt::Checked : Qt::Unchecked);
-        item->setFlags(blocked
-                           ? Qt::ItemIsSelectable
-                           : Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
+        InventoryWidgets::setTickable(*item, nameColumn, model_.selectedIDs().contains(id),
+                                      !blocked);
     };
     const AndroidInventory& inventory = model_.inventory();
     if (!inventory.avds.isEmpty()) {
-        QTreeWidgetItem* emulators = group(tree_, QStringLiteral("Emulators"),
-                                           QStringLiteral("Removing one loses its installed apps "
-                                                          "and data."));
+        QTreeWidgetItem* emulators =
+            InventoryWidgets::addHeading(tree_, QStringLiteral("Emulators"),
+                                         QStringLiteral("Removing one loses its installed apps "
+                                                        "and data."));
         for (const AndroidAVD& avd : inventory.avds) {
             QStringList detail;
             if (avd.deviceName)
@@ -130,7 +109,7 @@ void AndroidView::showInventory() {
             if (component.kind != kind)
                 continue;
             if (!heading)
-                heading = group(tree_, displayName(kind), explanation(kind));
+                heading = InventoryWidgets::addHeading(tree_, displayName(kind), explanation(kind));
             QString detail =
                 component.version ? QStringLiteral("version ") + *component.version : QString();
             if (!component.avdNames.isEmpty())
@@ -163,12 +142,7 @@ void AndroidView::showState() {
     trash_->setEnabled(!model_.isRemoving() && !model_.isLoading() &&
                        !model_.selectedIDs().isEmpty());
     reload_->setEnabled(!model_.isLoading());
-    QStringList lines;
-    for (const ItemFailure& failure : model_.failures())
-        lines.append(failure.name + QStringLiteral(": ") + failure.message);
-    failures_->setText(lines.isEmpty() ? QString()
-                                       : AndroidModel::failuresHeading + u'\n' + lines.join(u'\n'));
-    failures_->setVisible(!lines.isEmpty());
+    InventoryWidgets::showFailures(*failures_, model_.failures(), AndroidModel::failuresHeading);
 }
 
 void AndroidView::confirmTrash() {

@@ -1,6 +1,7 @@
 #include "shell/DockerView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
@@ -24,14 +25,9 @@ QString when(const std::optional<QDateTime>& date) {
                 : QStringLiteral("creation date unknown");
 }
 
+// A heading with the number of items under it.
 QTreeWidgetItem* group(QTreeWidget* tree, const QString& title, qsizetype count) {
-    auto* item = new QTreeWidgetItem(tree);
-    item->setText(nameColumn, QStringLiteral("%1 (%2)").arg(title).arg(count));
-    QFont bold = item->font(nameColumn);
-    bold.setBold(true);
-    item->setFont(nameColumn, bold);
-    item->setFlags(Qt::ItemIsEnabled);
-    return item;
+    return InventoryWidgets::addHeading(tree, QStringLiteral("%1 (%2)").arg(title).arg(count));
 }
 
 } // namespace
@@ -50,22 +46,11 @@ DockerView::DockerView(DockerModel& model, QWidget* parent)
     , startDocker_(new QPushButton(QStringLiteral("Start Docker Desktop"), this))
     , reload_(new QPushButton(QStringLiteral("Reload"), this)) {
     setObjectName(QStringLiteral("dockerView"));
-    tree_->setObjectName(QStringLiteral("dockerTree"));
-    tree_->setHeaderLabels(
-        {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")});
-    tree_->setUniformRowHeights(true);
-    tree_->setAlternatingRowColors(true);
-    tree_->header()->setStretchLastSection(true);
-    tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Interactive);
-    tree_->header()->resizeSection(nameColumn, 360);
-    tree_->header()->setSectionResizeMode(sizeColumn, QHeaderView::ResizeToContents);
-    state_->setObjectName(QStringLiteral("dockerState"));
-    state_->setAlignment(Qt::AlignCenter);
-    state_->setWordWrap(true);
-    state_->setForegroundRole(QPalette::PlaceholderText);
-    failures_->setObjectName(QStringLiteral("dockerFailures"));
-    failures_->setWordWrap(true);
-    failures_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    InventoryWidgets::setUpTree(
+        *tree_, QStringLiteral("dockerTree"),
+        {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")}, 360);
+    InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("dockerState"));
+    InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("dockerFailures"));
     selectUnused_->setToolTip(QStringLiteral("Selects every image no container uses"));
     remove_->setObjectName(QStringLiteral("dockerRemove"));
     startDocker_->setObjectName(QStringLiteral("startDocker"));
@@ -146,11 +131,8 @@ void DockerView::showSnapshot() {
             item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
             item->setText(detailColumn,
                           blocked ? detail + QStringLiteral(" — ") + *blocked : detail);
-            item->setCheckState(nameColumn,
-                                model_.selectedIDs().contains(key) ? Qt::Checked : Qt::Unchecked);
-            item->setFlags(blocked ? Qt::ItemIsSelectable
-                                   : Qt::ItemIsEnabled | Qt::ItemIsSelectable |
-                                         Qt::ItemIsUserCheckable);
+            InventoryWidgets::setTickable(*item, nameColumn, model_.selectedIDs().contains(key),
+                                          !blocked);
             if (blocked)
                 item->setToolTip(nameColumn, *blocked);
             if (key == current)
@@ -253,12 +235,7 @@ void DockerView::showState() {
         }
     }
 
-    QStringList lines;
-    for (const ItemFailure& failure : model_.failures())
-        lines.append(failure.name + QStringLiteral(": ") + failure.message);
-    failures_->setText(lines.isEmpty() ? QString()
-                                       : DockerModel::failuresHeading + u'\n' + lines.join(u'\n'));
-    failures_->setVisible(!lines.isEmpty());
+    InventoryWidgets::showFailures(*failures_, model_.failures(), DockerModel::failuresHeading);
 }
 
 void DockerView::ask(const QString& objectName, const QString& text, const QString& informative,

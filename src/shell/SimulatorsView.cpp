@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "shell/ActivityWords.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
@@ -24,16 +25,6 @@ QString lastUsed(const std::optional<QDateTime>& date, const char* never) {
     return date ? activityWords(*date, QDateTime::currentDateTime()) : QString::fromLatin1(never);
 }
 
-QTreeWidgetItem* group(QTreeWidget* tree, const QString& title) {
-    auto* item = new QTreeWidgetItem(tree);
-    item->setText(nameColumn, title);
-    QFont bold = item->font(nameColumn);
-    bold.setBold(true);
-    item->setFont(nameColumn, bold);
-    item->setFlags(Qt::ItemIsEnabled);
-    return item;
-}
-
 } // namespace
 
 SimulatorsView::SimulatorsView(SimulatorsModel& model, QWidget* parent)
@@ -48,20 +39,11 @@ SimulatorsView::SimulatorsView(SimulatorsModel& model, QWidget* parent)
     , delete_(new QPushButton(QStringLiteral("Delete…"), this))
     , reload_(new QPushButton(QStringLiteral("Reload"), this)) {
     setObjectName(QStringLiteral("simulatorsView"));
-    tree_->setObjectName(QStringLiteral("simulatorsTree"));
-    tree_->setHeaderLabels(
-        {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")});
-    tree_->setUniformRowHeights(true);
-    tree_->setAlternatingRowColors(true);
-    tree_->header()->setSectionResizeMode(nameColumn, QHeaderView::Interactive);
-    tree_->header()->resizeSection(nameColumn, 300);
-    tree_->header()->setSectionResizeMode(sizeColumn, QHeaderView::ResizeToContents);
-    state_->setObjectName(QStringLiteral("simulatorsState"));
-    state_->setAlignment(Qt::AlignCenter);
-    state_->setWordWrap(true);
-    state_->setForegroundRole(QPalette::PlaceholderText);
-    failures_->setObjectName(QStringLiteral("simulatorFailures"));
-    failures_->setWordWrap(true);
+    InventoryWidgets::setUpTree(
+        *tree_, QStringLiteral("simulatorsTree"),
+        {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")}, 300);
+    InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("simulatorsState"));
+    InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("simulatorFailures"));
     selectOlder_->setToolTip(QStringLiteral(
         "Selects every runtime older than the SDK your current Xcode builds against"));
     delete_->setObjectName(QStringLiteral("deleteRuntimes"));
@@ -110,7 +92,7 @@ QString SimulatorsView::stateText() const {
 void SimulatorsView::showInventory() {
     filling_ = true;
     tree_->clear();
-    QTreeWidgetItem* runtimes = group(tree_, QStringLiteral("Runtimes"));
+    QTreeWidgetItem* runtimes = InventoryWidgets::addHeading(tree_, QStringLiteral("Runtimes"));
     for (const SimulatorRuntime& runtime : model_.runtimes()) {
         auto* row = new QTreeWidgetItem(runtimes);
         QString name = runtime.displayName() + QStringLiteral(" (") + runtime.build + u')';
@@ -130,15 +112,13 @@ void SimulatorsView::showInventory() {
         else if (!runtime.isDeletable)
             detail += QStringLiteral(", bundled with Xcode");
         row->setText(detailColumn, detail);
-        row->setCheckState(nameColumn,
-                           model_.selectedIDs().contains(runtime.id) ? Qt::Checked : Qt::Unchecked);
-        row->setFlags(runtime.isDeletable && !model_.deletingRuntimeIDs().contains(runtime.id)
-                          ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable
-                          : Qt::ItemIsSelectable);
+        InventoryWidgets::setTickable(*row, nameColumn, model_.selectedIDs().contains(runtime.id),
+                                      runtime.isDeletable &&
+                                          !model_.deletingRuntimeIDs().contains(runtime.id));
         if (!runtime.isDeletable)
             row->setToolTip(nameColumn, QStringLiteral("Bundled with Xcode; it goes with Xcode"));
     }
-    QTreeWidgetItem* devices = group(tree_, QStringLiteral("Devices"));
+    QTreeWidgetItem* devices = InventoryWidgets::addHeading(tree_, QStringLiteral("Devices"));
     for (const SimulatorDevice& device : model_.devices()) {
         auto* row = new QTreeWidgetItem(devices);
         row->setText(nameColumn, device.name);
@@ -183,11 +163,7 @@ void SimulatorsView::showState() {
     reload_->setEnabled(!model_.isLoading());
     const QTreeWidgetItem* row = tree_->currentItem();
     erase_->setEnabled(idle && row && !row->data(nameColumn, deviceRole).toString().isEmpty());
-    QStringList lines;
-    for (const ItemFailure& failure : model_.failures())
-        lines.append(failure.name + QStringLiteral(": ") + failure.message);
-    failures_->setText(lines.join(u'\n'));
-    failures_->setVisible(!lines.isEmpty());
+    InventoryWidgets::showFailures(*failures_, model_.failures(), QString());
 }
 
 void SimulatorsView::confirmDelete() {

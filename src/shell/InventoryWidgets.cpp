@@ -1,0 +1,61 @@
+#include "shell/InventoryWidgets.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QTreeWidget>
+
+namespace corvane::InventoryWidgets {
+
+void setUpTree(QTreeWidget& tree, const QString& objectName, const QStringList& headers,
+               int nameWidth) {
+    tree.setObjectName(objectName);
+    tree.setHeaderLabels(headers);
+    tree.setUniformRowHeights(true);
+    tree.setAlternatingRowColors(true);
+    tree.header()->setSectionResizeMode(0, QHeaderView::Interactive);
+    tree.header()->resizeSection(0, nameWidth);
+    tree.header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
+}
+
+void setUpStateLabel(QLabel& label, const QString& objectName) {
+    label.setObjectName(objectName);
+    label.setAlignment(Qt::AlignCenter);
+    label.setWordWrap(true);
+    label.setForegroundRole(QPalette::PlaceholderText);
+}
+
+void setUpFailuresLabel(QLabel& label, const QString& objectName) {
+    label.setObjectName(objectName);
+    label.setWordWrap(true);
+    label.setTextInteractionFlags(Qt::TextSelectableByMouse);
+}
+
+QTreeWidgetItem* addHeading(QTreeWidget* tree, const QString& title, const QString& detail) {
+    auto* item = new QTreeWidgetItem(tree);
+    item->setText(0, title);
+    if (!detail.isEmpty())
+        item->setText(tree->columnCount() - 1, detail);
+    QFont bold = item->font(0);
+    bold.setBold(true);
+    item->setFont(0, bold);
+    item->setFlags(Qt::ItemIsEnabled);
+    return item;
+}
+
+void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable) {
+    row.setCheckState(column, ticked ? Qt::Checked : Qt::Unchecked);
+    row.setFlags(tickable ? Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable
+                          : Qt::ItemIsSelectable);
+}
+
+void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading) {
+    QStringList lines;
+    if (!heading.isEmpty() && !failures.isEmpty())
+        lines.append(heading);
+    for (const ItemFailure& failure : failures)
+        lines.append(failure.name + QStringLiteral(": ") + failure.message);
+    label.setText(lines.join(u'\n'));
+    label.setVisible(!failures.isEmpty());
+}
+
+} // namespace corvane::InventoryWidgets

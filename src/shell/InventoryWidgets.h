@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/InventoryModel.h"
+
+#include <QString>
+#include <QStringList>
+
+class QLabel;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+// What the inventory pages (Docker, simulators, AI models, Android) share: a list of items
+// under headings with their sizes and tick boxes, a line that stands in for the list while
+// there is nothing to show, and the failures of the last removal.
+namespace corvane::InventoryWidgets {
+
+// Name, size and details columns; the name column starts `nameWidth` wide.
+void setUpTree(QTreeWidget& tree, const QString& objectName, const QStringList& headers,
+               int nameWidth);
+// Centred, wrapped, in the placeholder colour.
+void setUpStateLabel(QLabel& label, const QString& objectName);
+void setUpFailuresLabel(QLabel& label, const QString& objectName);
+
+// A bold heading row (not tickable) with `detail` in the last column.
+QTreeWidgetItem* addHeading(QTreeWidget* tree, const QString& title, const QString& detail = {});
+// A row that can be ticked only when `tickable`; `ticked` is its tick.
+void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable);
+
+// Shows each failure as "name: message" under `heading` (none when empty), or hides the label.
+void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading);
+
+} // namespace corvane::InventoryWidgets
