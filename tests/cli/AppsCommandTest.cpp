@@ -52,6 +52,13 @@ TEST(AppsCommand, ListsAppsWithTheirDataAndRemovesOnlyExactMatchesAfterTheApp) {
               cli::exitRefusedOrBadArguments)
         << "nothing without --yes off a terminal";
 
+    const ProcessResult dryRun =
+        runCorvane({s("apps"), s("remove"), bundle, s("--default-data"), s("--dry-run")});
+    EXPECT_EQ(dryRun.exitCode, cli::exitOk) << dryRun.standardOutput.toStdString();
+    EXPECT_TRUE(dryRun.standardOutput.startsWith("Dry run: would remove Notely"));
+    EXPECT_TRUE(QFileInfo::exists(bundle));
+    EXPECT_TRUE(QFileInfo::exists(caches));
+
     const ProcessResult removed =
         runCorvane({s("apps"), s("remove"), bundle, s("--default-data"), s("--yes"), s("--json")});
     ASSERT_EQ(removed.exitCode, cli::exitOk) << removed.standardOutput.toStdString();
