@@ -18,6 +18,11 @@ const std::vector<Command>& commandTable() {
          [](CLI::App& command, int& status) {
              defineCleanCommand(command, status, ScanEngine::scan);
          }},
+        {"overview",
+         "Show the disk's free space, what each area could give back and what sits in the Trash",
+         [](CLI::App& command, int& status) {
+             defineOverviewCommand(command, status, ScanEngine::scan);
+         }},
         {"locations",
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},

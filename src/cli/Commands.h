@@ -11,9 +11,10 @@ void defineLocationsCommand(CLI::App& command, int& status);
 void defineInspectCommand(CLI::App& command, int& status);
 void defineCachesCommand(CLI::App& command, int& status);
 
-// These two need the scan engine, which `starter` runs (ScanEngine::scan in the program).
+// These need the scan engine, which `starter` runs (ScanEngine::scan in the program).
 void defineScanCommand(CLI::App& command, int& status, ScanStarter starter);
 void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter);
+void defineOverviewCommand(CLI::App& command, int& status, ScanStarter starter);
 
 void defineAgentsCommand(CLI::App& command, int& status);
 void defineRelinkCommand(CLI::App& command, int& status);

@@ -51,6 +51,10 @@ public:
     // Loads every area and measures the disk and the Trash again.
     void reload();
 
+    // What the Trash's row says: what sits there still takes its space.
+    inline static const QString trashNote =
+        QStringLiteral("The space comes back when you empty the Trash");
+
     // The user's Trash folder: ~/.Trash on macOS, the freedesktop home Trash elsewhere.
     static QString trashFolder();
 

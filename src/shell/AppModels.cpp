@@ -1,7 +1,7 @@
 #include "shell/AppModels.h"
 
+#include "devtools/OverviewAreas.h"
 #include "platform/Locations.h"
-#include "shell/OverviewAreas.h"
 
 namespace corvane {
 
@@ -19,7 +19,7 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , apps(toasts)
     , homebrew(toasts)
     , navigation(session)
-    , overview(overviewAreas(*this)) {
+    , overview(overviewAreas({session, caches, simulators, docker, aiModels, android, apps})) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {

@@ -20,9 +20,6 @@ constexpr int idRole = Qt::UserRole;
 
 } // namespace
 
-const QString OverviewView::trashText =
-    QStringLiteral("The space comes back when you empty the Trash");
-
 SpaceBar::SpaceBar(QWidget* parent)
     : QWidget(parent) {
     setObjectName(QStringLiteral("spaceBar"));
@@ -160,7 +157,7 @@ void OverviewView::showOverview() {
         segments.append({area.id, bytes.value_or(0)});
     }
     auto* trash = new QTreeWidgetItem(list_);
-    trash->setText(nameColumn, QStringLiteral("In the Trash — ") + trashText);
+    trash->setText(nameColumn, QStringLiteral("In the Trash — ") + OverviewModel::trashNote);
     trash->setText(sizeColumn, model_.trashBytes() ? formatBytes(*model_.trashBytes())
                                                    : QStringLiteral("Measuring…"));
     trash->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);

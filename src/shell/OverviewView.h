@@ -39,8 +39,6 @@ class OverviewView : public QWidget {
     Q_OBJECT
 
 public:
-    static const QString trashText;
-
     explicit OverviewView(OverviewModel& model, QWidget* parent = nullptr);
 
     QTreeWidget* list() const { return list_; }

@@ -1,5 +1,10 @@
 #include "shell/OverviewView.h"
 
+#include "apps/AppFixtures.h"
+#include "devtools/AIModelStores.h"
+#include "devtools/AndroidStores.h"
+#include "devtools/FakeDocker.h"
+#include "devtools/SimulatorFixtures.h"
 #include "shell/AppModels.h"
 #include "shell/MainWindow.h"
 #include "shell/ShellTesting.h"
@@ -87,4 +92,99 @@ TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
     emit view->bar()->areaClicked(s("caches"));
     EXPECT_EQ(models.navigation.selection(),
               SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+}
+
+namespace {
+
+// The window over a fake home where every area has something to give back: a scanned project, a
+// developer cache, Xcode's simulators, Docker, an Ollama model, an Android SDK and an app's
+// leftovers.
+class LoadedOverviewTest : public testing::Test {
+protected:
+    void SetUp() override {
+        test::writeFile(test::fakeHome() + s("/go/pkg/mod/cache/download/x.zip"),
+                        QByteArray(300'000, 'g'));
+        test::simfixtures::writeFakeTools(tools);
+        namespace ai = test::ai;
+        ai::writeBlob(aiRoot + s("/ollama"), ai::digest('a'), 40000);
+        ai::writeBlob(aiRoot + s("/ollama"), ai::digest('b'));
+        ai::writeLibraryManifest(aiRoot + s("/ollama"), s("llama3.2"), s("latest"), ai::digest('b'),
+                                 {ai::digest('a')});
+        android.package(s("platforms/android-36"), "AndroidVersion.ApiLevel=36\n", 64'000);
+        test::libraryFolderWith(s("Caches/com.example.gone"), 1'200'000);
+        window.resize(1100, 720);
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    }
+
+    const QString tools = test::makeTempDir(s("tools"));
+    const QString aiRoot = test::makeTempDir(s("ai"));
+    test::FakeDocker docker;
+    test::ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", tools + s("/xcrun")};
+    test::ScopedEnvironment xcodebuild{"CORVANE_TOOL_XCODEBUILD", tools + s("/xcodebuild")};
+    test::ai::FakeOllama ollama;
+    test::ScopedEnvironment ollamaTool{"CORVANE_TOOL_OLLAMA", ollama.tool};
+    test::ScopedEnvironment ollamaStore{"OLLAMA_MODELS", aiRoot + s("/ollama")};
+    test::ScopedEnvironment hub{"HF_HUB_CACHE", aiRoot + s("/hub")};
+    test::android::AndroidStore android;
+    test::ScopedEnvironment brew{"CORVANE_TOOL_BREW", tools + s("/brew")};
+    test::ScopedEnvironment flatpak{"CORVANE_TOOL_FLATPAK", tools + s("/flatpak")};
+    test::ScopedEnvironment apps{"CORVANE_APPLICATIONS_DIR", tools};
+    test::FakeScans scans;
+    AppModels models{scans.starter()};
+    MainWindow window{models};
+};
+
+} // namespace
+
+TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
+    const QString root = test::makeTempDir(s("projects"));
+    const Project app = test::makeProject(root + s("/app"));
+    const CleanableItem modules = test::makeItem(app, s("node_modules"));
+    test::writeFile(modules.url + s("/blob"), QByteArray(30'000, 'x'));
+    window.scanFolder(root);
+    scans.feed({ScanEvent::projectDiscovered(app),
+                ScanEvent::gitStatusUpdated(app.id, test::makeDetails(GitStatus::fullySynced())),
+                ScanEvent::itemsClassified(app.id, {modules}),
+                ScanEvent::sizeUpdated(modules.id, 30'000), ScanEvent::scanCompleted()});
+
+    window.showOverview();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [this] { return models.overview.isComplete() && models.overview.trashBytes(); },
+        test::patience));
+
+    QMap<QString, qint64> byArea;
+    qint64 sum = 0;
+    for (const OverviewArea& area : models.overview.areas()) {
+        ASSERT_TRUE(area.bytes().has_value())
+            << area.id.toStdString() << ": " << area.note().toStdString();
+        EXPECT_GT(*area.bytes(), 0) << area.id.toStdString();
+        byArea.insert(area.id, *area.bytes());
+        sum += *area.bytes();
+    }
+    EXPECT_EQ(byArea.keys(),
+              (QList<QString>{s("aiModels"), s("android"), s("appLeftovers"), s("caches"),
+                              s("docker"), s("projects"), s("simulators")}));
+    EXPECT_EQ(models.overview.totalBytes(), sum);
+    // The areas the models total themselves agree with their own numbers.
+    EXPECT_EQ(byArea[s("projects")], models.session.reclaimableBytes());
+    EXPECT_EQ(byArea[s("projects")], 30'000);
+    EXPECT_EQ(byArea[s("caches")], models.caches.measuredBytes());
+    // Only the orphan's data, never an installed app's.
+    EXPECT_GE(byArea[s("appLeftovers")], 1'200'000);
+    EXPECT_LT(byArea[s("appLeftovers")], 1'400'000);
+
+    // Every sidebar row of an area carries its size once the overview has looked again.
+    const QListWidget* sidebar = window.sidebar();
+    for (const char* name : {"Developer caches", "Docker", "Simulators", "AI models", "Android"}) {
+        const auto sized = [&] {
+            for (int row = 0; row < sidebar->count(); ++row) {
+                if (sidebar->item(row)->text().startsWith(s(name) + s("   ")))
+                    return true;
+            }
+            return false;
+        };
+        EXPECT_TRUE(QTest::qWaitFor(sized, test::patience)) << name;
+    }
+    test::saveScreenshot(window, s("overview-loaded"));
 }

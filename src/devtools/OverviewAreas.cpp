@@ -1,4 +1,4 @@
-#include "shell/OverviewAreas.h"
+#include "devtools/OverviewAreas.h"
 
 namespace corvane {
 namespace {
@@ -15,26 +15,26 @@ template <typename Model> bool isSettled(const Model& model) {
 
 } // namespace
 
-QList<OverviewArea> overviewAreas(AppModels& m) {
+QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
+    // Copied into every reader: the references it holds outlive the areas.
+    const OverviewSources m = sources;
     return {
         {QStringLiteral("projects"), QStringLiteral("Projects"), [] {},
-         [&m]() -> std::optional<qint64> {
+         [m]() -> std::optional<qint64> {
              if (!m.session.rootURL() || m.session.isScanning())
                  return std::nullopt;
              return m.session.reclaimableBytes();
          },
-         [&m] {
-             return m.session.rootURL() ? QString() : QStringLiteral("No folder scanned yet");
-         }},
-        {QStringLiteral("caches"), QStringLiteral("Developer caches"), [&m] { loadOnce(m.caches); },
-         [&m]() -> std::optional<qint64> {
+         [m] { return m.session.rootURL() ? QString() : QStringLiteral("No folder scanned yet"); }},
+        {QStringLiteral("caches"), QStringLiteral("Developer caches"), [m] { loadOnce(m.caches); },
+         [m]() -> std::optional<qint64> {
              return isSettled(m.caches) ? std::optional<qint64>(m.caches.measuredBytes())
                                         : std::nullopt;
          },
          [] { return QString(); }},
         {QStringLiteral("simulators"), QStringLiteral("Simulators"),
-         [&m] { loadOnce(m.simulators); },
-         [&m]() -> std::optional<qint64> {
+         [m] { loadOnce(m.simulators); },
+         [m]() -> std::optional<qint64> {
              if (!isSettled(m.simulators) || m.simulators.loadError())
                  return std::nullopt;
              qint64 total = 0;
@@ -44,13 +44,13 @@ QList<OverviewArea> overviewAreas(AppModels& m) {
                  total += device.dataSizeBytes;
              return total;
          },
-         [&m] {
+         [m] {
              return isSettled(m.simulators) && m.simulators.loadError()
                         ? QStringLiteral("Xcode not installed")
                         : QString();
          }},
-        {QStringLiteral("docker"), QStringLiteral("Docker"), [&m] { loadOnce(m.docker); },
-         [&m]() -> std::optional<qint64> {
+        {QStringLiteral("docker"), QStringLiteral("Docker"), [m] { loadOnce(m.docker); },
+         [m]() -> std::optional<qint64> {
              if (!isSettled(m.docker) || !m.docker.snapshot())
                  return std::nullopt;
              const DockerSnapshot& snapshot = *m.docker.snapshot();
@@ -63,7 +63,7 @@ QList<OverviewArea> overviewAreas(AppModels& m) {
                  total += volume.sizeBytes;
              return total;
          },
-         [&m] {
+         [m] {
              if (!isSettled(m.docker) || !m.docker.status())
                  return QString();
              switch (m.docker.status()->kind) {
@@ -76,8 +76,8 @@ QList<OverviewArea> overviewAreas(AppModels& m) {
              }
              return m.docker.loadError() ? QStringLiteral("Docker did not answer") : QString();
          }},
-        {QStringLiteral("aiModels"), QStringLiteral("AI models"), [&m] { loadOnce(m.aiModels); },
-         [&m]() -> std::optional<qint64> {
+        {QStringLiteral("aiModels"), QStringLiteral("AI models"), [m] { loadOnce(m.aiModels); },
+         [m]() -> std::optional<qint64> {
              if (!isSettled(m.aiModels))
                  return std::nullopt;
              qint64 total = 0;
@@ -86,8 +86,8 @@ QList<OverviewArea> overviewAreas(AppModels& m) {
              return total;
          },
          [] { return QString(); }},
-        {QStringLiteral("android"), QStringLiteral("Android"), [&m] { loadOnce(m.android); },
-         [&m]() -> std::optional<qint64> {
+        {QStringLiteral("android"), QStringLiteral("Android"), [m] { loadOnce(m.android); },
+         [m]() -> std::optional<qint64> {
              if (!isSettled(m.android))
                  return std::nullopt;
              qint64 total = 0;
@@ -98,9 +98,8 @@ QList<OverviewArea> overviewAreas(AppModels& m) {
              return total;
          },
          [] { return QString(); }},
-        {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"),
-         [&m] { loadOnce(m.apps); },
-         [&m]() -> std::optional<qint64> {
+        {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"), [m] { loadOnce(m.apps); },
+         [m]() -> std::optional<qint64> {
              if (!isSettled(m.apps))
                  return std::nullopt;
              qint64 total = 0;

@@ -1,0 +1,114 @@
+#include "cli/OverviewCommand.h"
+
+#include "cli/Command.h"
+#include "cli/ScanCommands.h"
+#include "support/FakeScan.h"
+#include "support/GitFixture.h"
+#include "support/TestEnvironment.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStandardPaths>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::s;
+using namespace corvane::cli;
+
+namespace {
+
+QJsonObject parsed(const QString& text) {
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
+    EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(text);
+    return document.object();
+}
+
+// A scan that finds one project with a measured, safe node_modules of `bytes`.
+ScanStarter oneProject(const QString& root, qint64 bytes) {
+    return [root, bytes](const QString&, const ScanOptions&) {
+        const Project app = test::makeProject(root + s("/app"));
+        const CleanableItem modules = test::makeItem(app, s("node_modules"));
+        ScanStream::Pair pair = ScanStream::create();
+        pair.sink->send(
+            {ScanEvent::projectDiscovered(app),
+             ScanEvent::gitStatusUpdated(app.id, test::makeDetails(GitStatus::fullySynced())),
+             ScanEvent::itemsClassified(app.id, {modules}),
+             ScanEvent::sizeUpdated(modules.id, bytes), ScanEvent::scanCompleted()});
+        return std::move(pair.stream);
+    };
+}
+
+// No developer tools on this machine, one Maven cache and something already in the Trash.
+class OverviewCommandTest : public testing::Test {
+protected:
+    void SetUp() override {
+        test::writeFile(test::fakeHome() + s("/.m2/repository/org/lib.jar"), QByteArray(9000, 'j'));
+        test::writeFile(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                            s("/Trash/files/old-build/blob"),
+                        QByteArray(50'000, 't'));
+    }
+
+    QString tools = test::makeTempDir(s("no-tools"));
+    test::ScopedEnvironment docker{"CORVANE_TOOL_DOCKER", tools + s("/docker")};
+    test::ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", tools + s("/xcrun")};
+    test::ScopedEnvironment ollama{"CORVANE_TOOL_OLLAMA", tools + s("/ollama")};
+    test::ScopedEnvironment flatpak{"CORVANE_TOOL_FLATPAK", tools + s("/flatpak")};
+    test::ScopedEnvironment apps{"CORVANE_APPLICATIONS_DIR", tools};
+    QString out;
+    QString err;
+    Console console{&out, &err};
+};
+
+} // namespace
+
+TEST_F(OverviewCommandTest, TheJsonHasTheDiskEveryAreaInOrderAndTheTrash) {
+    ASSERT_EQ(runCaches(true, console), exitOk);
+    const qint64 cachesTotal = parsed(out)[u"totalBytes"].toInteger();
+    ASSERT_GE(cachesTotal, 9000);
+    out.clear();
+
+    ASSERT_EQ(runOverview({QString(), true}, oneProject(tools, 1), console), exitOk)
+        << qPrintable(err);
+    const QJsonObject overview = parsed(out);
+    const QJsonObject disk = overview[u"disk"].toObject();
+    EXPECT_GT(disk[u"capacityBytes"].toInteger(), 0);
+    EXPECT_LE(disk[u"freeBytes"].toInteger(), disk[u"capacityBytes"].toInteger());
+    EXPECT_GE(overview[u"trashBytes"].toInteger(), 50'000);
+
+    QStringList ids;
+    qint64 sum = 0;
+    for (const QJsonValue& area : overview[u"areas"].toArray()) {
+        ids.append(area[u"id"].toString());
+        sum += area[u"bytes"].toInteger();
+        EXPECT_EQ(area[u"bytes"].isNull(), area.toObject().contains(u"note"))
+            << qPrintable(area[u"id"].toString());
+    }
+    EXPECT_EQ(ids, (QStringList{s("projects"), s("caches"), s("simulators"), s("docker"),
+                                s("aiModels"), s("android"), s("appLeftovers")}));
+    EXPECT_EQ(overview[u"totalBytes"].toInteger(), sum);
+    const QJsonArray areas = overview[u"areas"].toArray();
+    EXPECT_EQ(areas[0][u"note"].toString(), s("No folder scanned yet"));
+    EXPECT_EQ(areas[1][u"bytes"].toInteger(), cachesTotal);
+    EXPECT_EQ(areas[2][u"note"].toString(), s("Xcode not installed"));
+    EXPECT_EQ(areas[3][u"note"].toString(), s("Docker not installed"));
+}
+
+TEST_F(OverviewCommandTest, AScannedFolderCountsItsProjectsAndTheTableSaysWhyForTheRest) {
+    const QString root = test::makeTempDir(s("projects"));
+    ASSERT_EQ(runOverview({root, false}, oneProject(root, 70'000), console), exitOk)
+        << qPrintable(err);
+    const QStringList lines = out.split(u'\n');
+    const auto lineOf = [&lines](const QString& start) {
+        for (const QString& line : lines) {
+            if (line.startsWith(start))
+                return line;
+        }
+        return QString();
+    };
+    EXPECT_TRUE(lines.first().startsWith(s("Disk: "))) << qPrintable(out);
+    EXPECT_TRUE(lineOf(s("Projects")).endsWith(s("70 KB"))) << qPrintable(out);
+    EXPECT_TRUE(lineOf(s("Docker")).endsWith(s("Docker not installed"))) << qPrintable(out);
+    EXPECT_TRUE(lineOf(s("In the Trash")).contains(s("empty the Trash"))) << qPrintable(out);
+}
