@@ -33,7 +33,7 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
     , remove_(new QPushButton(QStringLiteral("Remove…"), this)) {
     setObjectName(QStringLiteral("aiModelsView"));
     InventoryWidgets::setUpTree(
-        *tree_, QStringLiteral("aiModelsTree"),
+        *tree_, QStringLiteral("aiModelsTree"), QStringLiteral("Local AI models"),
         {QStringLiteral("Model"), QStringLiteral("Frees"), QStringLiteral("Details")}, 360);
     InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("aiModelsState"));
     InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("aiModelsFailures"));

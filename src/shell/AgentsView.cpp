@@ -105,6 +105,7 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     , reloadButton_(new QPushButton(QStringLiteral("Reload"), this)) {
 
     tree_->setObjectName(QStringLiteral("agentsTree"));
+    tree_->setAccessibleName(QStringLiteral("Coding-agent sessions"));
     tree_->setColumnCount(3);
     tree_->setHeaderLabels({QStringLiteral("Project, agent and session"),
                             QStringLiteral("Last active"), QStringLiteral("From")});

@@ -32,7 +32,7 @@ AndroidView::AndroidView(AndroidModel& model, QWidget* parent)
     , trash_(new QPushButton(QStringLiteral("Move to Trash…"), this)) {
     setObjectName(QStringLiteral("androidView"));
     InventoryWidgets::setUpTree(
-        *tree_, QStringLiteral("androidTree"),
+        *tree_, QStringLiteral("androidTree"), QStringLiteral("Android SDK packages and emulators"),
         {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")}, 380);
     InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("androidState"));
     InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("androidFailures"));

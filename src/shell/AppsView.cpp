@@ -122,6 +122,7 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
     , brewMessage_(new QLabel(this)) {
     setObjectName(QStringLiteral("appsView"));
     tree_->setObjectName(QStringLiteral("appsTree"));
+    tree_->setAccessibleName(QStringLiteral("Apps and leftovers"));
     tree_->setHeaderLabels(
         {QStringLiteral("App"), QStringLiteral("Size"), QStringLiteral("Details")});
     tree_->setUniformRowHeights(true);
@@ -135,6 +136,7 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
     hideSmall_->setToolTip(QStringLiteral("Hides leftovers under 1 MB"));
 
     outdated_->setObjectName(QStringLiteral("brewOutdated"));
+    outdated_->setAccessibleName(QStringLiteral("Outdated Homebrew packages"));
     outdated_->setHeaderLabels({QStringLiteral("Homebrew package"), QStringLiteral("Installed"),
                                 QStringLiteral("Available")});
     outdated_->setRootIsDecorated(false);

@@ -41,6 +41,7 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     , restoreElsewhere_(new QPushButton(QStringLiteral("Restore to Another Folder…"), this)) {
     setObjectName(QStringLiteral("archivedView"));
     list_->setObjectName(QStringLiteral("archivedList"));
+    list_->setAccessibleName(QStringLiteral("Archived projects"));
     list_->setHeaderLabels({QStringLiteral("Project"), QStringLiteral("Archived at"),
                             QStringLiteral("When"), QStringLiteral("State")});
     list_->setRootIsDecorated(false);
@@ -57,8 +58,9 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     error_->setObjectName(QStringLiteral("restoreError"));
     error_->setWordWrap(true);
     error_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // A red that reads on light and dark window colours alike.
     QPalette warning = error_->palette();
-    warning.setColor(QPalette::WindowText, QColor(0xb0, 0x30, 0x20));
+    warning.setColor(QPalette::WindowText, QColor(0xd9, 0x3f, 0x2f));
     error_->setPalette(warning);
     restore_->setObjectName(QStringLiteral("restoreButton"));
     restoreElsewhere_->setObjectName(QStringLiteral("restoreElsewhereButton"));

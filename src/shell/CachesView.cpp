@@ -30,6 +30,7 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this)) {
 
     list_->setObjectName(QStringLiteral("cachesView"));
+    list_->setAccessibleName(QStringLiteral("Developer caches"));
     list_->setModel(model_);
     list_->setRootIsDecorated(false);
     list_->setUniformRowHeights(true);

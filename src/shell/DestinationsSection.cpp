@@ -58,6 +58,7 @@ DestinationsSection::DestinationsSection(DestinationsStore& store, QWidget* pare
     result_->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
     table_->setObjectName(QStringLiteral("destinationsTable"));
+    table_->setAccessibleName(QStringLiteral("Archive destinations"));
     table_->setColumnCount(4);
     table_->setHorizontalHeaderLabels({QStringLiteral("Name"), QStringLiteral("Kind"),
                                        QStringLiteral("user@host or smb://server/share"),

@@ -48,6 +48,7 @@ DockerView::DockerView(DockerModel& model, QWidget* parent)
     setObjectName(QStringLiteral("dockerView"));
     InventoryWidgets::setUpTree(
         *tree_, QStringLiteral("dockerTree"),
+        QStringLiteral("Docker images, containers and volumes"),
         {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")}, 360);
     InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("dockerState"));
     InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("dockerFailures"));

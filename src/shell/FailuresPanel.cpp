@@ -15,6 +15,7 @@ FailuresPanel::FailuresPanel(QWidget* parent)
     : QFrame(parent)
     , list_(new QListWidget(this)) {
     setObjectName(QStringLiteral("trashFailures"));
+    list_->setAccessibleName(QStringLiteral("What could not be moved"));
     setFrameShape(QFrame::StyledPanel);
     auto* icon = new QLabel(this);
     icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(20, 20));

@@ -6,9 +6,10 @@
 
 namespace corvane::InventoryWidgets {
 
-void setUpTree(QTreeWidget& tree, const QString& objectName, const QStringList& headers,
-               int nameWidth) {
+void setUpTree(QTreeWidget& tree, const QString& objectName, const QString& accessibleName,
+               const QStringList& headers, int nameWidth) {
     tree.setObjectName(objectName);
+    tree.setAccessibleName(accessibleName);
     tree.setHeaderLabels(headers);
     tree.setUniformRowHeights(true);
     tree.setAlternatingRowColors(true);

@@ -15,8 +15,8 @@ class QTreeWidgetItem;
 namespace corvane::InventoryWidgets {
 
 // Name, size and details columns; the name column starts `nameWidth` wide.
-void setUpTree(QTreeWidget& tree, const QString& objectName, const QStringList& headers,
-               int nameWidth);
+void setUpTree(QTreeWidget& tree, const QString& objectName, const QString& accessibleName,
+               const QStringList& headers, int nameWidth);
 // Centred, wrapped, in the placeholder colour.
 void setUpStateLabel(QLabel& label, const QString& objectName);
 void setUpFailuresLabel(QLabel& label, const QString& objectName);

@@ -371,6 +371,7 @@ QWidget* MainWindow::makeCentralArea() {
 
     sidebar_ = new QListWidget(central);
     sidebar_->setObjectName(QStringLiteral("sidebar"));
+    sidebar_->setAccessibleName(QStringLiteral("Areas"));
     sidebar_->setFrameShape(QFrame::NoFrame);
     sidebar_->setAttribute(Qt::WA_MacShowFocusRect, false);
     sidebar_->setIconSize(QSize(18, 18));
@@ -467,6 +468,7 @@ QWidget* MainWindow::makeProjectsPage() {
 
     projectView_ = new QTreeView(this);
     projectView_->setObjectName(QStringLiteral("projectList"));
+    projectView_->setAccessibleName(QStringLiteral("Projects"));
     projectView_->setModel(projectModel_);
     projectView_->setUniformRowHeights(true);
     projectView_->setAlternatingRowColors(true);

@@ -104,6 +104,7 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     choices->setColumnStretch(1, 1);
 
     plan_->setObjectName(QStringLiteral("organizePlan"));
+    plan_->setAccessibleName(QStringLiteral("Planned moves"));
     plan_->setHeaderLabels({QStringLiteral("Project"), QStringLiteral("Now in"),
                             QStringLiteral("Status"), QStringLiteral("Goes to")});
     plan_->setUniformRowHeights(true);
@@ -121,6 +122,7 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     outcome_->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
     orphans_->setObjectName(QStringLiteral("orphanList"));
+    orphans_->setAccessibleName(QStringLiteral("Agent history whose folder is gone"));
     orphans_->setHeaderLabels({QStringLiteral("History whose folder is gone"),
                                QStringLiteral("Sessions"), QStringLiteral("Probably now at")});
     orphans_->setRootIsDecorated(false);

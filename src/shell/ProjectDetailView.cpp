@@ -86,6 +86,7 @@ QWidget* ProjectDetailView::makeContent() {
 
     itemsView_ = new QTreeView(content_);
     itemsView_->setObjectName(QStringLiteral("itemsView"));
+    itemsView_->setAccessibleName(QStringLiteral("Folders that can go"));
     itemsView_->setModel(items_);
     itemsView_->setRootIsDecorated(false);
     itemsView_->setUniformRowHeights(true);
@@ -158,6 +159,7 @@ QWidget* ProjectDetailView::makeGitSection(QWidget* parent) {
     changesHeading_ = headingLabel(QString(), section);
     changes_ = new QTreeWidget(section);
     changes_->setObjectName(QStringLiteral("changesList"));
+    changes_->setAccessibleName(QStringLiteral("Uncommitted changes"));
     changes_->setColumnCount(2);
     changes_->setHeaderLabels({QStringLiteral("Change"), QStringLiteral("Path")});
     changes_->setRootIsDecorated(false);

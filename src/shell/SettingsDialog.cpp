@@ -64,6 +64,7 @@ SettingsDialog::SettingsDialog(RulesStore& rules, DestinationsStore& destination
     explanation->setForegroundRole(QPalette::PlaceholderText);
 
     view_->setObjectName(QStringLiteral("rulesView"));
+    view_->setAccessibleName(QStringLiteral("Custom rules"));
     view_->setModel(model_);
     view_->setItemDelegateForColumn(RulesModel::kindColumn, new RuleKindDelegate(view_));
     view_->setSelectionBehavior(QAbstractItemView::SelectRows);

@@ -40,7 +40,7 @@ SimulatorsView::SimulatorsView(SimulatorsModel& model, QWidget* parent)
     , reload_(new QPushButton(QStringLiteral("Reload"), this)) {
     setObjectName(QStringLiteral("simulatorsView"));
     InventoryWidgets::setUpTree(
-        *tree_, QStringLiteral("simulatorsTree"),
+        *tree_, QStringLiteral("simulatorsTree"), QStringLiteral("Simulator runtimes and devices"),
         {QStringLiteral("Name"), QStringLiteral("Size"), QStringLiteral("Details")}, 300);
     InventoryWidgets::setUpStateLabel(*state_, QStringLiteral("simulatorsState"));
     InventoryWidgets::setUpFailuresLabel(*failures_, QStringLiteral("simulatorFailures"));
