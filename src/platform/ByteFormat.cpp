@@ -1,5 +1,6 @@
 #include "platform/ByteFormat.h"
 
+#include <QLocale>
 #include <array>
 #include <cmath>
 
@@ -14,13 +15,16 @@ struct Unit {
 constexpr std::array<Unit, 6> units{
     {{"KB", 0}, {"MB", 1}, {"GB", 2}, {"TB", 2}, {"PB", 2}, {"EB", 2}}};
 
+// In the user's locale: a German reader sees "1,5 MB".
 QString withoutTrailingZeros(double value, int decimals) {
-    QString text = QString::number(value, 'f', decimals);
-    if (text.contains(u'.')) {
-        while (text.endsWith(u'0'))
+    const QLocale locale;
+    QString text = locale.toString(value, 'f', decimals);
+    const QString point = locale.decimalPoint();
+    if (decimals > 0 && text.contains(point)) {
+        while (text.endsWith(locale.zeroDigit()))
             text.chop(1);
-        if (text.endsWith(u'.'))
-            text.chop(1);
+        if (text.endsWith(point))
+            text.chop(point.size());
     }
     return text;
 }

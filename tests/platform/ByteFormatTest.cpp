@@ -1,5 +1,7 @@
 #include "platform/ByteFormat.h"
 
+#include <QLocale>
+#include <QStringList>
 #include <gtest/gtest.h>
 
 using corvane::formatBytes;
@@ -19,4 +21,14 @@ TEST(ByteFormat, DecimalUnitsWithTheDecimalsMacOSShows) {
     EXPECT_EQ(formatBytes(999'960'000), QStringLiteral("1 GB"));
     EXPECT_EQ(formatBytes(std::numeric_limits<qint64>::max()), QStringLiteral("9.22 EB"));
     EXPECT_EQ(formatBytes(-1'500'000), QStringLiteral("-1.5 MB"));
+}
+
+TEST(ByteFormat, TheDecimalPointIsTheUsersLocales) {
+    const QLocale before;
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    const QStringList german{formatBytes(1'500'000), formatBytes(2'000'000'000),
+                             formatBytes(1'234'560'000), formatBytes(999)};
+    QLocale::setDefault(before);
+    EXPECT_EQ(german, (QStringList{QStringLiteral("1,5 MB"), QStringLiteral("2 GB"),
+                                   QStringLiteral("1,23 GB"), QStringLiteral("999 bytes")}));
 }
