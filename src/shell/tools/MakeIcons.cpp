@@ -1,5 +1,6 @@
 // Draws the application icon into the build folder given as the only argument: AppIcon.png
-// (1024 pixels) and AppIcon.icns for the macOS bundle.
+// (1024 pixels), AppIcon.icns for the macOS bundle and AppIcon-<N>.png in the sizes the desktop's
+// icon theme folders hold.
 
 #include "shell/AppIcon.h"
 
@@ -22,6 +23,13 @@ int main(int argc, char** argv) {
     if (!corvane::paintAppIcon(1024).save(folder.filePath(QStringLiteral("AppIcon.png")))) {
         std::fprintf(stderr, "Could not write AppIcon.png\n");
         return 1;
+    }
+    for (const int size : {128, 256, 512}) {
+        const QString name = QStringLiteral("AppIcon-%1.png").arg(size);
+        if (!corvane::paintAppIcon(size).save(folder.filePath(name))) {
+            std::fprintf(stderr, "Could not write %s\n", qPrintable(name));
+            return 1;
+        }
     }
     const QByteArray icns = corvane::icnsData();
     QFile file(folder.filePath(QStringLiteral("AppIcon.icns")));
