@@ -1,7 +1,9 @@
 // Scans a folder in the real main window, drawn on Qt's offscreen platform, and reports how long
 // the window could not have answered the user: the longest gap between two ticks of a 10 ms
-// timer on the main thread while the scan runs.
+// timer on the main thread while the scan runs. With --overview the window shows the overview,
+// which loads every area at once over a fake home (see OverviewFixtures) while the scan runs.
 
+#include "OverviewFixtures.h"
 #include "platform/ByteFormat.h"
 #include "scanning/ScanEngine.h"
 #include "shell/MainWindow.h"
@@ -45,13 +47,23 @@ struct Gaps {
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    const bool withOverview = argc > 1 && qstrcmp(argv[1], "--overview") == 0;
+    if (withOverview) {
+        --argc;
+        ++argv;
+        // Before the application reads where its folders are.
+        if (!corvane::bench::makeOverviewHome()) {
+            std::fprintf(stderr, "corvane_ui_bench: could not make a fake home\n");
+            return 2;
+        }
+    }
     QApplication application(argc, argv);
     // Its own settings name: the bench never reads or changes the app's settings.
     QApplication::setOrganizationName(QStringLiteral("Corvane"));
     QApplication::setApplicationName(QStringLiteral("Corvane Clean UI bench"));
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() < 2 || arguments.size() > 3 || !QFileInfo(arguments[1]).isDir()) {
-        std::fprintf(stderr, "usage: corvane_ui_bench FOLDER [SCREENSHOT.png]\n");
+        std::fprintf(stderr, "usage: corvane_ui_bench [--overview] FOLDER [SCREENSHOT.png]\n");
         return 2;
     }
     const QString folder = QFileInfo(arguments[1]).absoluteFilePath();
@@ -67,18 +79,29 @@ int main(int argc, char** argv) {
     ticker.setInterval(tickInterval);
     QObject::connect(&ticker, &QTimer::timeout, &ticker, [&gaps] { gaps.tick(); });
     QElapsedTimer scanClock;
-    QObject::connect(&session, &corvane::ScanSession::isScanningChanged, &application, [&] {
-        if (session.isScanning())
+    qint64 overviewMs = -1;
+    corvane::OverviewModel& overview = models.overview;
+    const auto quitWhenDone = [&] {
+        const bool overviewDone =
+            !withOverview || (overview.isComplete() && overview.trashBytes().has_value());
+        if (overviewDone && overviewMs < 0 && withOverview)
+            overviewMs = scanClock.elapsed();
+        if (session.isScanning() || !overviewDone)
             return;
-        // A moment more, so the views' last updates after the scan's end are measured too.
+        // A moment more, so the views' last updates after the end are measured too.
         QTimer::singleShot(500, &application, &QCoreApplication::quit);
-    });
+    };
+    QObject::connect(&session, &corvane::ScanSession::isScanningChanged, &application,
+                     quitWhenDone);
+    QObject::connect(&overview, &corvane::OverviewModel::changed, &application, quitWhenDone);
 
     // Let the window settle before the clock starts.
     QTimer::singleShot(200, &application, [&] {
         gaps.clock.start();
         scanClock.start();
         ticker.start();
+        if (withOverview)
+            window.showOverview();
         window.scanFolder(folder);
         if (!session.isScanning())
             QCoreApplication::quit();
@@ -88,6 +111,15 @@ int main(int argc, char** argv) {
     if (arguments.size() == 3 && !window.grab().save(arguments[2]))
         std::fprintf(stderr, "corvane_ui_bench: could not save %s\n", qPrintable(arguments[2]));
 
+    if (withOverview) {
+        QStringList areas;
+        for (const corvane::OverviewArea& area : overview.areas())
+            areas.append(area.name + QStringLiteral(" ") +
+                         (area.bytes() ? corvane::formatBytes(*area.bytes()) : area.note()));
+        std::printf("ui bench: the overview had every area after %.1f s: %s\n",
+                    static_cast<double>(overviewMs) / 1000.0, qPrintable(areas.join(u", ")));
+        corvane::bench::removeOverviewHome();
+    }
     if (!session.rootURL()) {
         std::fprintf(stderr, "corvane_ui_bench: %s was not scanned\n", qPrintable(folder));
         return 2;
