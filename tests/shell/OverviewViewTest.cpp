@@ -92,6 +92,18 @@ TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
     emit view->bar()->areaClicked(s("caches"));
     EXPECT_EQ(models.navigation.selection(),
               SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+
+    // The arrow keys walk the sidebar from area to area.
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    window.sidebar()->setFocus();
+    QTest::keyClick(window.sidebar(), Qt::Key_Down);
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::agents));
+    QTest::keyClick(window.sidebar(), Qt::Key_Home);
+    EXPECT_EQ(models.navigation.selection(),
+              SidebarSelection::of(SidebarSelection::Kind::overview));
+    QTest::keyClick(window.sidebar(), Qt::Key_End);
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::apps));
 }
 
 namespace {
