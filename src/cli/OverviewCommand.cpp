@@ -46,6 +46,8 @@ QJsonObject overviewJson(const OverviewModel& overview) {
                           {QStringLiteral("bytes"), bytes ? QJsonValue(*bytes) : QJsonValue()}};
         if (!bytes)
             entry.insert(QStringLiteral("note"), area.note());
+        if (const QString detail = area.detailText(); !detail.isEmpty())
+            entry.insert(QStringLiteral("detail"), detail);
         areas.append(entry);
     }
     const QJsonObject disk{{QStringLiteral("capacityBytes"), overview.capacityBytes()},
@@ -62,8 +64,10 @@ void printOverview(const OverviewModel& overview, QTextStream& out) {
         << formatBytes(overview.freeBytes()) << " free\n\n";
     for (const OverviewArea& area : overview.areas()) {
         const std::optional<qint64> bytes = area.bytes();
+        const QString detail = area.detailText();
         out << area.name.leftJustified(20) << ' '
-            << (bytes ? formatBytes(*bytes).rightJustified(10) : area.note()) << '\n';
+            << (bytes ? formatBytes(*bytes).rightJustified(10) : area.note())
+            << (detail.isEmpty() ? QString() : QStringLiteral("  (") + detail + u')') << '\n';
     }
     out << QStringLiteral("Can be given back").leftJustified(20) << ' '
         << formatBytes(overview.totalBytes()).rightJustified(10) << '\n';

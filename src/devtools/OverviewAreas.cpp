@@ -1,5 +1,7 @@
 #include "devtools/OverviewAreas.h"
 
+#include "platform/ByteFormat.h"
+
 namespace corvane {
 namespace {
 
@@ -25,7 +27,11 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
                  return std::nullopt;
              return m.session.reclaimableBytes();
          },
-         [m] { return m.session.rootURL() ? QString() : QStringLiteral("No folder scanned yet"); }},
+         [m] { return m.session.rootURL() ? QString() : QStringLiteral("No folder scanned yet"); },
+         [m] {
+             const qint64 ticked = m.session.selectedBytes();
+             return ticked > 0 ? formatBytes(ticked) + QStringLiteral(" ticked") : QString();
+         }},
         {QStringLiteral("caches"), QStringLiteral("Developer caches"), [m] { loadOnce(m.caches); },
          [m]() -> std::optional<qint64> {
              return isSettled(m.caches) ? std::optional<qint64>(m.caches.measuredBytes())

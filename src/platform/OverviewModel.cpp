@@ -20,6 +20,7 @@ OverviewModel::OverviewModel(QList<OverviewArea> areas, QObject* parent)
     , areas_(std::move(areas))
     , lastBytes_(areas_.size())
     , lastNotes_(areas_.size())
+    , lastDetails_(areas_.size())
     , mailbox_(std::make_shared<MainThreadMailbox>(this)) {
     poll_.setInterval(pollMilliseconds);
     connect(&poll_, &QTimer::timeout, this, &OverviewModel::look);
@@ -74,16 +75,17 @@ void OverviewModel::look() {
     for (qsizetype i = 0; i < areas_.size(); ++i) {
         const std::optional<qint64> bytes = areas_[i].bytes();
         const QString note = areas_[i].note();
-        if (bytes != lastBytes_[i] || note != lastNotes_[i]) {
+        const QString detail = areas_[i].detailText();
+        if (bytes != lastBytes_[i] || note != lastNotes_[i] || detail != lastDetails_[i]) {
             lastBytes_[i] = bytes;
             lastNotes_[i] = note;
+            lastDetails_[i] = detail;
             moved = true;
         }
     }
+    // The poll goes on once every area has its number: a cleanup or a rescan changes them later.
     if (moved)
         emit changed();
-    if (isComplete())
-        poll_.stop();
 }
 
 } // namespace corvane

@@ -24,12 +24,16 @@ struct OverviewArea {
     std::function<std::optional<qint64>()> bytes;
     // Why there is no number ("Docker not installed"), or empty while it is still measuring.
     std::function<QString()> note;
+    // A few words more beside the number ("12 MB ticked"), or empty; none when not set.
+    std::function<QString()> detail = {};
+
+    QString detailText() const { return detail ? detail() : QString(); }
 };
 
 // The disk at a glance: the capacity and free space of the home folder's volume, what each area
 // could give back (every area loads through its own model, all at once in the background), and
-// what already sits in the Trash. It looks at the areas a few times a second until each has its
-// number or its note, so it never waits on any of them.
+// what already sits in the Trash. It looks at the areas a few times a second, so it never waits on
+// any of them and follows them as they change.
 class OverviewModel : public QObject {
     Q_OBJECT
 
@@ -70,6 +74,7 @@ private:
     std::optional<qint64> trashBytes_;
     QList<std::optional<qint64>> lastBytes_;
     QStringList lastNotes_;
+    QStringList lastDetails_;
     QTimer poll_;
     std::shared_ptr<MainThreadMailbox> mailbox_;
 };

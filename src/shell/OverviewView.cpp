@@ -143,7 +143,9 @@ void OverviewView::showOverview() {
     for (int i = 0; i < model_.areas().size(); ++i) {
         const OverviewArea& area = model_.areas()[i];
         auto* row = new QTreeWidgetItem(list_);
-        row->setText(nameColumn, area.name);
+        const QString detail = area.detailText();
+        row->setText(nameColumn,
+                     detail.isEmpty() ? area.name : area.name + QStringLiteral(" — ") + detail);
         row->setData(nameColumn, idRole, area.id);
         QPixmap swatch(10, 10);
         swatch.fill(SpaceBar::colorOf(i));

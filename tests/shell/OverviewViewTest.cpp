@@ -198,5 +198,14 @@ TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
         };
         EXPECT_TRUE(QTest::qWaitFor(sized, test::patience)) << name;
     }
+    // The projects' row says what is ticked, and follows the ticks after every area has loaded.
+    const QTreeWidget* list = window.overviewView()->list();
+    const auto projectsRow = [list] { return list->topLevelItem(0)->text(0); };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return projectsRow() == s("Projects — 30 KB ticked"); },
+                                test::patience))
+        << projectsRow().toStdString();
     test::saveScreenshot(window, s("overview-loaded"));
+    models.session.setItemSelected(modules.id, false);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return projectsRow() == s("Projects"); }, test::patience))
+        << projectsRow().toStdString();
 }
