@@ -50,12 +50,7 @@ protected:
                         QByteArray(50'000, 't'));
     }
 
-    QString tools = test::makeTempDir(s("no-tools"));
-    test::ScopedEnvironment docker{"CORVANE_TOOL_DOCKER", tools + s("/docker")};
-    test::ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", tools + s("/xcrun")};
-    test::ScopedEnvironment ollama{"CORVANE_TOOL_OLLAMA", tools + s("/ollama")};
-    test::ScopedEnvironment flatpak{"CORVANE_TOOL_FLATPAK", tools + s("/flatpak")};
-    test::ScopedEnvironment apps{"CORVANE_APPLICATIONS_DIR", tools};
+    test::NoDeveloperTools noTools;
     QString out;
     QString err;
     Console console{&out, &err};
@@ -69,7 +64,7 @@ TEST_F(OverviewCommandTest, TheJsonHasTheDiskEveryAreaInOrderAndTheTrash) {
     ASSERT_GE(cachesTotal, 9000);
     out.clear();
 
-    ASSERT_EQ(runOverview({QString(), true}, oneProject(tools, 1), console), exitOk)
+    ASSERT_EQ(runOverview({QString(), true}, oneProject(noTools.folder, 1), console), exitOk)
         << qPrintable(err);
     const QJsonObject overview = parsed(out);
     const QJsonObject disk = overview[u"disk"].toObject();

@@ -74,14 +74,17 @@ QStringList unnamedControls(QWidget* root) {
     return unnamed;
 }
 
+// Opens each page of the sidebar once, as some build their controls when first shown.
+void showEveryPage(MainWindow& window) {
+    for (int row = 0; row < window.sidebar()->count(); ++row) {
+        window.sidebar()->setCurrentRow(row);
+        QTest::qWait(20);
+    }
+}
+
 class AccessibilityTest : public testing::Test {
 protected:
-    QString tools = test::makeTempDir(s("no-tools"));
-    test::ScopedEnvironment docker{"CORVANE_TOOL_DOCKER", tools + s("/docker")};
-    test::ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", tools + s("/xcrun")};
-    test::ScopedEnvironment brew{"CORVANE_TOOL_BREW", tools + s("/brew")};
-    test::ScopedEnvironment flatpak{"CORVANE_TOOL_FLATPAK", tools + s("/flatpak")};
-    test::ScopedEnvironment apps{"CORVANE_APPLICATIONS_DIR", tools};
+    test::NoDeveloperTools noTools;
     test::FakeScans scans;
     AppModels models{scans.starter()};
 };
@@ -93,11 +96,7 @@ TEST_F(AccessibilityTest, EveryControlOfEveryPageAndDialogHasAName) {
     window.resize(1100, 720);
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-    // Each page builds its controls when it is first shown.
-    for (int row = 0; row < window.sidebar()->count(); ++row) {
-        window.sidebar()->setCurrentRow(row);
-        QTest::qWait(20);
-    }
+    showEveryPage(window);
     EXPECT_EQ(unnamedControls(&window).join(u'\n'), QString()) << "the window";
 
     SettingsDialog settings(models.rules, models.destinations);
@@ -124,10 +123,7 @@ TEST_F(AccessibilityTest, EveryTextStaysReadableInADarkPalette) {
         window.resize(1100, 720);
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
-        for (int row = 0; row < window.sidebar()->count(); ++row) {
-            window.sidebar()->setCurrentRow(row);
-            QTest::qWait(20);
-        }
+        showEveryPage(window);
         QStringList hardToRead;
         for (const QLabel* label : window.findChildren<QLabel*>()) {
             if (label->text().isEmpty())

@@ -33,13 +33,7 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     }
 
-    QString tools = test::makeTempDir(s("no-tools"));
-    test::ScopedEnvironment docker{"CORVANE_TOOL_DOCKER", tools + s("/docker")};
-    test::ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", tools + s("/xcrun")};
-    test::ScopedEnvironment brew{"CORVANE_TOOL_BREW", tools + s("/brew")};
-    test::ScopedEnvironment ollama{"CORVANE_TOOL_OLLAMA", tools + s("/ollama")};
-    test::ScopedEnvironment flatpak{"CORVANE_TOOL_FLATPAK", tools + s("/flatpak")};
-    test::ScopedEnvironment apps{"CORVANE_APPLICATIONS_DIR", tools};
+    test::NoDeveloperTools noTools;
     test::FakeScans scans;
     AppModels models{scans.starter()};
     MainWindow window{models};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ProcessRunner.h"
+#include "support/TestEnvironment.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -57,6 +58,18 @@ public:
 private:
     QByteArray name_;
     std::optional<QByteArray> previous_;
+};
+
+// A machine without developer tools for one scope: docker, xcrun, brew, ollama and flatpak point
+// where nothing is, and the applications folder is empty.
+struct NoDeveloperTools {
+    QString folder = makeTempDir(QStringLiteral("no-tools"));
+    ScopedEnvironment docker{"CORVANE_TOOL_DOCKER", folder + QStringLiteral("/docker")};
+    ScopedEnvironment xcrun{"CORVANE_TOOL_XCRUN", folder + QStringLiteral("/xcrun")};
+    ScopedEnvironment brew{"CORVANE_TOOL_BREW", folder + QStringLiteral("/brew")};
+    ScopedEnvironment ollama{"CORVANE_TOOL_OLLAMA", folder + QStringLiteral("/ollama")};
+    ScopedEnvironment flatpak{"CORVANE_TOOL_FLATPAK", folder + QStringLiteral("/flatpak")};
+    ScopedEnvironment apps{"CORVANE_APPLICATIONS_DIR", folder};
 };
 
 } // namespace corvane::test
