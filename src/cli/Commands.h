@@ -14,6 +14,7 @@ void defineCachesCommand(CLI::App& command, int& status);
 // These two need the scan engine, which `starter` runs (ScanEngine::scan in the program).
 void defineScanCommand(CLI::App& command, int& status, ScanStarter starter);
 void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter);
+void defineKeepCommand(CLI::App& command, int& status);
 
 void defineAgentsCommand(CLI::App& command, int& status);
 void defineRelinkCommand(CLI::App& command, int& status);
