@@ -39,6 +39,9 @@ QLabel* headingLabel(const QString& text, QWidget* parent) {
 
 } // namespace
 
+const QString ProjectDetailView::keptText =
+    QStringLiteral("Kept: nothing in this project is ticked or moved to the Trash.");
+
 const QString ProjectDetailView::wholeProjectWarning = QStringLiteral(
     "The whole project can be cloned again from its remote, but git cannot bring back what it "
     "never had: ignored files outside the artifact folders, such as .env files with secrets, "
@@ -85,9 +88,9 @@ QWidget* ProjectDetailView::makeContent() {
     big.setWeight(QFont::DemiBold);
     title_->setFont(big);
     path_ = secondaryLabel(content_);
-    keptNote_ = new QLabel(
-        QStringLiteral("Kept: nothing in this project is ticked or moved to the Trash."), content_);
+    keptNote_ = new QLabel(content_);
     keptNote_->setObjectName(QStringLiteral("keptNote"));
+    keptNote_->setWordWrap(true);
     QFont keptFont = keptNote_->font();
     keptFont.setBold(true);
     keptNote_->setFont(keptFont);
@@ -266,7 +269,9 @@ void ProjectDetailView::showItemsState() {
             return item.kind == ArtifactKind::wholeProject;
         });
     warningBox_->setVisible(wholeOffered);
-    keptNote_->setVisible(session_.isKept(*project()));
+    // Marks that cannot be read keep nothing ticked anywhere; the user is told where to look.
+    keptNote_->setText(session_.keepError().value_or(keptText));
+    keptNote_->setVisible(session_.keepError() || session_.isKept(*project()));
 
     const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
     const auto count = plan.urls().size();
@@ -288,6 +293,10 @@ QString ProjectDetailView::tickedText() const {
 
 bool ProjectDetailView::showsKeptNote() const {
     return !keptNote_->isHidden();
+}
+
+QString ProjectDetailView::keptNoteText() const {
+    return keptNote_->text();
 }
 
 std::unique_ptr<QMenu> ProjectDetailView::itemMenu(const QModelIndex& index) {

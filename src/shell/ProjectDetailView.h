@@ -39,8 +39,10 @@ public:
     bool showsWholeProjectWarning() const;
     QString agentHistoryText() const;
     QString tickedText() const;
-    // Whether the note that the project is kept is on show.
+    // The note of a kept project, or why the Keep marks cannot be read.
+    static const QString keptText;
     bool showsKeptNote() const;
+    QString keptNoteText() const;
     // The context menu of the item at `index` of the items view (the view pops it up).
     std::unique_ptr<QMenu> itemMenu(const QModelIndex& index);
 

@@ -276,7 +276,7 @@ QAction* entry(QMenu* menu, const QString& text) {
     return nullptr;
 }
 
-TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUntickesThem) {
+TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUnticksThem) {
     window.scanFolder(workspace.root);
     waitForScan();
     const Project app = *projectAt(workspace.app);
@@ -337,4 +337,17 @@ TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUntickes
     EXPECT_TRUE(session.keptPaths().isEmpty());
     EXPECT_TRUE(KeepStore().load().paths.isEmpty());
     EXPECT_GE(itemRow(QStringLiteral(".venv")), 0);
+}
+
+TEST_F(WindowScanTest, MarksThatCannotBeReadAreShownAndTickNothing) {
+    test::writeFile(KeepStore().url(), "[\"/code/app\"");
+    window.scanFolder(workspace.root);
+    waitForScan();
+    EXPECT_TRUE(session.selectedItemIDs().isEmpty());
+    select(workspace.app);
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return window.detailView()->showsKeptNote(); }, test::patience));
+    EXPECT_TRUE(window.detailView()->keptNoteText().startsWith(
+        KeepStore().url() + QStringLiteral(" could not be read")));
+    test::saveScreenshot(window, QStringLiteral("keep-unreadable"));
 }
