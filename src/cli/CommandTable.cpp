@@ -23,6 +23,10 @@ const std::vector<Command>& commandTable() {
          [](CLI::App& command, int& status) {
              defineOverviewCommand(command, status, ScanEngine::scan);
          }},
+        {"keep",
+         "Mark a project or item folder Keep so that no clean takes it; `keep --remove PATH` "
+         "and `keep --list`",
+         defineKeepCommand},
         {"locations",
          "Print where Corvane Clean looks for the home folder, its own files and tools",
          defineLocationsCommand},

@@ -15,6 +15,7 @@ void defineCachesCommand(CLI::App& command, int& status);
 void defineScanCommand(CLI::App& command, int& status, ScanStarter starter);
 void defineCleanCommand(CLI::App& command, int& status, ScanStarter starter);
 void defineOverviewCommand(CLI::App& command, int& status, ScanStarter starter);
+void defineKeepCommand(CLI::App& command, int& status);
 
 void defineAgentsCommand(CLI::App& command, int& status);
 void defineRelinkCommand(CLI::App& command, int& status);

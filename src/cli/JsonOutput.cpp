@@ -52,7 +52,10 @@ QJsonObject itemJson(const CleanableItem& item) {
     return QJsonObject{{QStringLiteral("name"), item.name},
                        {QStringLiteral("url"), item.url},
                        {QStringLiteral("kind"), rawValue(item.kind)},
-                       {QStringLiteral("confidence"), rawValue(item.confidence)}};
+                       {QStringLiteral("confidence"), rawValue(item.confidence)},
+                       {QStringLiteral("restoreHint"), item.restoreHint.text.isEmpty()
+                                                           ? QJsonValue(QJsonValue::Null)
+                                                           : QJsonValue(item.restoreHint.text)}};
 }
 
 } // namespace corvane::cli

@@ -23,7 +23,7 @@ QJsonObject agentSessionJson(const AgentSession& session);
 // `remoteURL`, `repoDisplayName`, `lastCommitDate`, `changes` (`path`/`kind` pairs).
 QJsonObject gitDetailsJson(const GitDetails& details);
 
-// `name`, `url`, `kind`, `confidence`.
+// `name`, `url`, `kind`, `confidence`, `restoreHint` (what brings the folder back).
 QJsonObject itemJson(const CleanableItem& item);
 
 } // namespace corvane::cli

@@ -46,6 +46,8 @@ int runScan(const ScanRequest& request, const ScanStarter& starter, Console& con
     session.setShowOnlyUnsynced(request.onlyUnsynced);
     if (const int status = scanFolder(session, request.folder, console); status != exitOk)
         return status;
+    if (session.keepError())
+        console.err << *session.keepError() << '\n';
     if (request.json)
         console.out << QJsonDocument(ScanJson::scan(session)).toJson(QJsonDocument::Indented);
     else
@@ -59,6 +61,11 @@ int runClean(const CleanRequest& request, const ScanStarter& starter, Console& c
     ScanSession session(toasts, starter);
     if (const int status = scanFolder(session, request.folder, console); status != exitOk)
         return status;
+    // Unreadable marks might protect any folder of the scan.
+    if (session.keepError()) {
+        console.err << *session.keepError() << "\nNothing was moved.\n";
+        return exitRefusedOrBadArguments;
+    }
     if (!request.items.isEmpty())
         return cleanItems(session, request.items, request.trash, console);
     TrashScope scope = TrashScope::everything();

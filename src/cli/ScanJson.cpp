@@ -1,6 +1,7 @@
 #include "cli/ScanJson.h"
 
 #include "cli/JsonOutput.h"
+#include "scanning/RestoreHints.h"
 
 namespace corvane::cli::ScanJson {
 namespace {
@@ -34,6 +35,7 @@ QJsonObject item(const CleanableItem& item, const ScanSession& session) {
                                                    ? QJsonValue(QJsonValue::Null)
                                                    : QJsonValue(*size));
     object.insert(QStringLiteral("selected"), session.selectedItemIDs().contains(item.id));
+    object.insert(QStringLiteral("kept"), session.isKept(item));
     return object;
 }
 
@@ -53,6 +55,7 @@ QJsonObject project(const Project& project, const ScanSession& session) {
             {QStringLiteral("git"), details == session.gitDetailsByProject().cend()
                                         ? QJsonValue(QJsonValue::Null)
                                         : gitDetailsJson(*details)},
+            {QStringLiteral("kept"), session.isKept(project)},
             {QStringLiteral("items"), items},
             {QStringLiteral("reclaimableBytes"), session.reclaimableBytes(project.id)}};
 }
@@ -89,6 +92,7 @@ QJsonObject caches(const GlobalCachesModel& model) {
                                  {QStringLiteral("name"), cache.entry.name},
                                  {QStringLiteral("url"), cache.entry.url},
                                  {QStringLiteral("detail"), cache.entry.detail},
+                                 {QStringLiteral("restoreHint"), RestoreHints::rebuiltOnDemand},
                                  {QStringLiteral("sizeBytes"),
                                   measured ? QJsonValue(*size) : QJsonValue(QJsonValue::Null)}});
     }

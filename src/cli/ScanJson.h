@@ -21,7 +21,7 @@ QJsonObject trashResult(const TrashOutcome& outcome, qint64 reclaimedBytes);
 // `dryRun`, `wouldTrash`, `wouldReclaimBytes` and the `failures` the trash service would report.
 QJsonObject dryRun(const TrashOutcome& preview, qint64 wouldReclaimBytes);
 
-// `caches` (in table order) and `totalBytes`.
+// `caches` (in table order, each with the `restoreHint` "rebuilt on demand") and `totalBytes`.
 QJsonObject caches(const GlobalCachesModel& model);
 
 } // namespace corvane::cli::ScanJson

@@ -16,6 +16,8 @@ QString projectLine(const ScanSession& session, const Project& project) {
     if (known && details->lastCommitDate)
         state += QStringLiteral(", last commit ") +
                  details->lastCommitDate->toUTC().toString(QStringLiteral("yyyy-MM-dd"));
+    if (session.isKept(project))
+        return QStringLiteral("%1  [%2]  kept").arg(project.name, state);
     return QStringLiteral("%1  [%2]  %3 reclaimable")
         .arg(project.name, state, formatBytes(session.reclaimableBytes(project.id)));
 }
@@ -24,11 +26,13 @@ QString itemLine(const ScanSession& session, const CleanableItem& item) {
     const auto size = session.sizeByItem().constFind(item.id);
     const QString bytes =
         size == session.sizeByItem().cend() ? QStringLiteral("not measured") : formatBytes(*size);
-    const QString mark =
-        session.selectedItemIDs().contains(item.id) ? QStringLiteral("[x]") : QStringLiteral("[ ]");
-    return QStringLiteral("%1 %2 %3 %4 %5")
+    const QString mark = session.isKept(item)                          ? QStringLiteral("[k]")
+                         : session.selectedItemIDs().contains(item.id) ? QStringLiteral("[x]")
+                                                                       : QStringLiteral("[ ]");
+    return QStringLiteral("%1 %2 %3 %4 %5  %6")
         .arg(mark, item.name.leftJustified(24), kindWords(item.kind).leftJustified(20),
-             confidenceWords(item.confidence).leftJustified(20), bytes.rightJustified(12));
+             confidenceWords(item.confidence).leftJustified(20), bytes.rightJustified(12),
+             item.restoreHint.text);
 }
 
 void printNodes(const ScanSession& session, const QList<ProjectNode>& nodes, int depth,
@@ -54,6 +58,8 @@ void printScanTable(const ScanSession& session, QTextStream& out) {
         << "Total: " << formatBytes(session.reclaimableBytes()) << " reclaimable in "
         << session.projects().size() << " projects, " << formatBytes(session.selectedBytes())
         << " ticked.\n";
+    if (!session.keptPaths().isEmpty())
+        out << "[k]: marked Keep, never cleaned (corvane keep --list).\n";
 }
 
 } // namespace corvane::cli

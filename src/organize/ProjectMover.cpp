@@ -137,6 +137,9 @@ MoveRecord ProjectMover::move(const QString& sourcePath, const QString& destinat
     const bool mac = relinker.locations.macPathRules;
     record.relink = relinker.relink(AgentPaths::normalized(source, mac),
                                     AgentPaths::normalized(destination, mac));
+    // Like the history, marks that cannot follow never fail the move; the user is told.
+    if (const QString error = keepMarks.follow(source, destination); !error.isEmpty())
+        record.relink.warnings.append(QStringLiteral("Keep marks did not follow: ") + error);
     record.movedFolder = true;
     return record;
 }
@@ -184,6 +187,9 @@ void ProjectMover::undo(const MoveRecord& record) const {
         refuse(QStringLiteral("Could not move %1 back to %2: %3")
                    .arg(record.destination, record.source, *error));
     relinker.undo(record.relink, normalizedSource, normalizedDestination);
+    // The folder is back, so the undo succeeded; marks that cannot follow (an unreadable file)
+    // are reported by every screen that reads them.
+    keepMarks.follow(record.destination, record.source);
     removeEmptyFolders(record.createdFolders);
 }
 

@@ -3,6 +3,7 @@
 #include "agents/AgentRelinker.h"
 #include "organize/OrganizeTypes.h"
 #include "organize/ProcessInspector.h"
+#include "scanning/KeepStore.h"
 
 #include <QString>
 #include <exception>
@@ -27,10 +28,11 @@ private:
 };
 
 // Moves one project folder by renaming it on its volume, never by copying, and makes its
-// coding-agent history follow it. Every check is made before anything changes.
+// coding-agent history and its Keep marks follow it. Every check is made before anything changes.
 struct ProjectMover {
     AgentRelinker relinker{AgentLocations()};
     ProcessInspector processes;
+    KeepStore keepMarks;
 
     // Moves `source` to `destination` (both absolute), creating the missing folders above the
     // destination. Refuses with the exact message when the source is missing or a link, the
@@ -42,7 +44,8 @@ struct ProjectMover {
     // folder was moved by hand earlier).
     MoveRecord relinkOnly(const QString& oldPath, const QString& newPath) const;
 
-    // Puts the folder of `record` back (when it moved one), relinks its history back and removes
+    // Puts the folder of `record` back (when it moved one), relinks its history and Keep marks
+    // back and removes
     // the folders the move created that are empty again. Throws ProjectMoverError with
     // "Something now exists at " + source when the old place is taken, and leaves everything
     // as it is then.

@@ -7,6 +7,7 @@
 #include "scanning/FolderNames.h"
 #include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/GitInspector.h"
+#include "scanning/RestoreHints.h"
 
 #include <QFileInfo>
 
@@ -147,6 +148,7 @@ QList<ProjectInspection> RepoGroupInspector::inspect(
         group.repoURL ? askGit(group, candidates, surroundings, cancellation) : RepoFindings{};
 
     QList<ProjectInspection> inspections;
+    FolderNames listings;
     for (const Project& project : group.projects) {
         if (cancellation.isCancelled())
             break;
@@ -160,6 +162,9 @@ QList<ProjectInspection> RepoGroupInspector::inspect(
         items.removeIf([&](const CleanableItem& item) {
             return !surroundings.rules.protectedFolders().allowsItem(item.url);
         });
+        for (CleanableItem& item : items)
+            item.restoreHint = RestoreHints::hintFor(item, RestoreHints::topFolder(project),
+                                                     found.details.remoteURL, listings);
         inspections.append(ProjectInspection{project, found.details, items,
                                              found.localWork.stashList,
                                              found.localWork.localBranches});

@@ -166,7 +166,8 @@ size_t qHash(const Project& project, size_t seed) noexcept {
 
 size_t qHash(const CleanableItem& item, size_t seed) noexcept {
     return qHashMulti(seed, item.id, item.projectID, item.url, item.name,
-                      static_cast<int>(item.kind), static_cast<int>(item.confidence));
+                      static_cast<int>(item.kind), static_cast<int>(item.confidence),
+                      item.restoreHint.text, item.restoreHint.lockFileMissing);
 }
 
 } // namespace corvane

@@ -35,6 +35,16 @@ struct Project {
     bool operator==(const Project&) const = default;
 };
 
+// What brings an item back once it is gone: a command ("npm ci") or a few words ("rebuilt on
+// demand"). `lockFileMissing`: installed packages whose versions nothing pins, so a reinstall may
+// bring other versions; such an item is never ticked by default.
+struct RestoreHint {
+    QString text;
+    bool lockFileMissing = false;
+
+    bool operator==(const RestoreHint&) const = default;
+};
+
 struct CleanableItem {
     // Draws a fresh id, so two items built from the same arguments differ.
     CleanableItem(const QUuid& projectID, const QString& url, const QString& name,
@@ -46,6 +56,8 @@ struct CleanableItem {
     QString name;
     ArtifactKind kind;
     CleanConfidence confidence;
+    // Set by the scan from the files around the folder; empty for an item made by hand.
+    RestoreHint restoreHint;
 
     bool operator==(const CleanableItem&) const = default;
 };

@@ -26,6 +26,7 @@ enum Change : unsigned {
     trashingChange = 1u << 9,
     sortChange = 1u << 10,
     filterChange = 1u << 11,
+    keptChange = 1u << 12,
 };
 
 struct Announcement {
@@ -46,6 +47,7 @@ constexpr std::array announcements{
     Announcement{trashingChange, &ScanSession::isTrashingChanged},
     Announcement{sortChange, &ScanSession::sortModeChanged},
     Announcement{filterChange, &ScanSession::showOnlyUnsyncedChanged},
+    Announcement{keptChange, &ScanSession::keptPathsChanged},
 };
 
 template <typename Value> unsigned assign(Value& field, const Value& value, Change change) {
@@ -84,12 +86,15 @@ QList<QString> outermost(const QList<QString>& urls) {
 } // namespace
 
 ScanSession::ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent,
-                         const PlatformTrash& trash)
+                         const PlatformTrash& trash, KeepStore keepStore)
     : QObject(parent)
     , toasts_(toasts)
     , starter_(std::move(starter))
     , platformTrash_(trash)
-    , mailbox_(std::make_shared<MainThreadMailbox>(this)) {}
+    , keepStore_(std::move(keepStore))
+    , mailbox_(std::make_shared<MainThreadMailbox>(this)) {
+    reloadKeepMarks();
+}
 
 ScanSession::~ScanSession() {
     // A trash action still running goes on (the user confirmed it); its result finds the mailbox
@@ -140,7 +145,7 @@ void ScanSession::startScan(const QString& root) {
                        clear(gitDetailsByProject_, gitChange) | clear(sizeByItem_, sizesChange) |
                        clear(selectedItemIDs_, selectedItemsChange) |
                        assign(currentPath_, QString(), currentPathChange) |
-                       assign(isScanning_, true, scanningChange);
+                       assign(isScanning_, true, scanningChange) | reloadKeepMarks();
     scanStream_ = starter_ ? starter_(root, scanOptionsFor(root, Locations::homeDir())) : nullptr;
     if (scanStream_)
         connect(scanStream_.get(), &ScanStream::eventsArrived, this, &ScanSession::applyEvents);
@@ -205,12 +210,46 @@ unsigned ScanSession::preselect(const QUuid& projectID, const QList<CleanableIte
         return 0;
     unsigned changes = 0;
     for (const CleanableItem& item : items) {
-        if (item.confidence == CleanConfidence::safe && !selectedItemIDs_.contains(item.id)) {
+        if (ticksByDefault(item) && !selectedItemIDs_.contains(item.id)) {
             selectedItemIDs_.insert(item.id);
             changes = selectedItemsChange;
         }
     }
     return changes;
+}
+
+// Marks that cannot be read might keep anything, so then nothing is ticked.
+bool ScanSession::ticksByDefault(const CleanableItem& item) const {
+    return item.confidence == CleanConfidence::safe && !item.restoreHint.lockFileMissing &&
+           !isKept(item) && !keepError_;
+}
+
+bool ScanSession::isKept(const CleanableItem& item) const {
+    return KeepStore::protects(keptPaths_, item.url);
+}
+
+bool ScanSession::isKept(const Project& project) const {
+    return KeepStore::isInsideKept(keptPaths_, project.url);
+}
+
+unsigned ScanSession::reloadKeepMarks() {
+    const KeepStore::Marks marks = keepStore_.load();
+    unsigned changes =
+        assign(keptPaths_, marks.paths, keptChange) | assign(keepError_, marks.error, keptChange);
+    for (const QList<CleanableItem>& items : std::as_const(itemsByProject_)) {
+        for (const CleanableItem& item : items) {
+            if (isKept(item) && selectedItemIDs_.remove(item.id))
+                changes |= selectedItemsChange;
+        }
+    }
+    return changes;
+}
+
+QString ScanSession::setKept(const QString& path, bool kept) {
+    const QString error = kept ? keepStore_.add(path) : keepStore_.remove(path);
+    // Read back whatever happened: another process may have changed the marks too.
+    announce(reloadKeepMarks());
+    return error;
 }
 
 void ScanSession::finishScan() {
@@ -231,7 +270,7 @@ void ScanSession::setItemSelected(const QUuid& itemID, bool selected) {
     }
     for (const QList<CleanableItem>& items : std::as_const(itemsByProject_)) {
         for (const CleanableItem& item : items) {
-            if (item.id == itemID) {
+            if (item.id == itemID && !isKept(item)) {
                 selectedItemIDs_.insert(itemID);
                 announce(selectedItemsChange);
                 return;
@@ -251,7 +290,7 @@ TrashPlan ScanSession::trashPlan(const TrashScope& scope) const {
             (!scope.project || project.id != scope.project->id))
             continue;
         for (const CleanableItem& item : itemsByProject_.value(project.id)) {
-            if (!selectedItemIDs_.contains(item.id))
+            if (!selectedItemIDs_.contains(item.id) || isKept(item))
                 continue;
             urls.append(item.url);
             if (const auto size = sizeByItem_.constFind(item.id); size != sizeByItem_.cend())
@@ -288,8 +327,13 @@ ScanSession::PathsPlan ScanSession::trashPlan(const QList<QString>& paths) const
             result.refused.append({given, *refusal});
             continue;
         }
-        if (!itemAt(path)) {
+        const std::optional<CleanableItem> item = itemAt(path);
+        if (!item) {
             result.refused.append({given, notAnItemMessage});
+            continue;
+        }
+        if (isKept(*item)) {
+            result.refused.append({given, keptMessage});
             continue;
         }
         urls.append(path);
@@ -389,7 +433,7 @@ std::optional<Project> ScanSession::projectAt(const QString& path) const {
 qint64 ScanSession::reclaimableBytes(const QUuid& projectID) const {
     qint64 total = 0;
     for (const CleanableItem& item : itemsByProject_.value(projectID)) {
-        if (item.confidence == CleanConfidence::safe)
+        if (item.confidence == CleanConfidence::safe && !isKept(item))
             total = checkedSum(total, sizeByItem_.value(item.id, 0));
     }
     return total;
@@ -407,7 +451,8 @@ QMap<ArtifactKind, qint64> ScanSession::reclaimableBytesByKind() const {
     for (const Project& project : projects_) {
         for (const CleanableItem& item : itemsByProject_.value(project.id)) {
             const auto size = sizeByItem_.constFind(item.id);
-            if (item.confidence == CleanConfidence::safe && size != sizeByItem_.cend())
+            if (item.confidence == CleanConfidence::safe && !isKept(item) &&
+                size != sizeByItem_.cend())
                 totals[item.kind] = checkedSum(totals.value(item.kind), *size);
         }
     }

@@ -2,6 +2,7 @@
 
 #include "platform/ToastCenter.h"
 #include "platform/TrashPlan.h"
+#include "scanning/KeepStore.h"
 #include "scanning/ScanSessionTypes.h"
 
 #include <QHash>
@@ -34,9 +35,14 @@ public:
     static inline const QString notAnItemMessage =
         QStringLiteral("Refused: not an item of this scan (only the folders a scan offers can be "
                        "moved)");
+    // Why a kept folder, or one that holds a kept folder, cannot be trashed.
+    static inline const QString keptMessage =
+        QStringLiteral("Refused: marked Keep (remove the mark first to clean it)");
 
+    // The Keep marks come from `keepStore`, read again at every scan.
     ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent = nullptr,
-                const PlatformTrash& trash = PlatformTrash::system());
+                const PlatformTrash& trash = PlatformTrash::system(),
+                KeepStore keepStore = KeepStore());
     ~ScanSession() override;
 
     const std::optional<QString>& rootURL() const { return rootURL_; }
@@ -65,7 +71,28 @@ public:
     void rescan();
 
     void toggleItem(const QUuid& itemID);
+    // Ticking a kept item is refused.
     void setItemSelected(const QUuid& itemID, bool selected);
+
+    // What is ticked when a project's items arrive: a `safe` item that its lock file brings back
+    // as it was, and that is not kept; nothing while the Keep marks cannot be read. (Nothing of a
+    // project with uncommitted work is ticked either.)
+    bool ticksByDefault(const CleanableItem& item) const;
+
+    // The folders marked Keep, sorted; they survive rescans and follow projects that Organize
+    // moves.
+    const QStringList& keptPaths() const { return keptPaths_; }
+    // Why the marks could not be read; no mark applies and none can change until it is fixed.
+    const std::optional<QString>& keepError() const { return keepError_; }
+    // A kept item is never ticked, never counted as reclaimable and never trashed: it lies in a
+    // kept folder, or holds one.
+    bool isKept(const CleanableItem& item) const;
+    // The project's folder lies in a kept folder.
+    bool isKept(const Project& project) const;
+    // Marks or unmarks the folder at `path` (a project or an item); a newly kept item loses its
+    // tick. Returns an empty string, or the message for the user when the marks could not be
+    // saved.
+    QString setKept(const QString& path, bool kept);
 
     // What trashing the scope's ticked items would move now, inside the scanned folder. An item
     // inside another item of the same plan is left out: its parent carries it to the Trash.
@@ -92,7 +119,7 @@ public:
     QList<CleanableItem> items(const QUuid& projectID) const {
         return itemsByProject_.value(projectID);
     }
-    // Measured bytes of the project's `safe` items.
+    // Measured bytes of the project's `safe` items that are not kept.
     qint64 reclaimableBytes(const QUuid& projectID) const;
     // The same over every project of the scan, whatever the filter.
     qint64 reclaimableBytes() const;
@@ -116,6 +143,7 @@ signals:
     void isTrashingChanged();
     void sortModeChanged();
     void showOnlyUnsyncedChanged();
+    void keptPathsChanged();
     // A scan of `rootURL` has started; what the last one found is gone.
     void scanStarted();
     // A trash action has been applied: what moved, what did not, and the bytes reclaimed.
@@ -131,10 +159,12 @@ private:
     unsigned forgetTrashed(const QList<QString>& trashedURLs);
     std::optional<CleanableItem> itemAt(const QString& path) const;
     void announce(unsigned changes);
+    unsigned reloadKeepMarks();
 
     ToastCenter& toasts_;
     ScanStarter starter_;
     const PlatformTrash& platformTrash_;
+    KeepStore keepStore_;
     std::unique_ptr<ScanStream> scanStream_;
     std::unique_ptr<ScanStream> retiredStream_;
     std::shared_ptr<MainThreadMailbox> mailbox_;
@@ -151,6 +181,8 @@ private:
     bool isTrashing_ = false;
     ProjectSortMode sortMode_ = ProjectSortMode::size;
     bool showOnlyUnsynced_ = false;
+    QStringList keptPaths_;
+    std::optional<QString> keepError_;
     // Projects and items a trash action took while their scan still ran: the events the scan
     // still sends about them are dropped.
     QSet<QUuid> trashedDuringScan_;

@@ -14,6 +14,7 @@
 #include "shell/CachesView.h"
 #include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
+#include "shell/KeepMenu.h"
 #include "shell/OrganizeView.h"
 #include "shell/OverviewView.h"
 #include "shell/ProjectDetailView.h"
@@ -485,6 +486,11 @@ QWidget* MainWindow::makeProjectsPage() {
     header->resizeSection(ProjectTreeModel::sizeColumn, 165);
     connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &MainWindow::onProjectRowSelected);
+    projectView_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(projectView_, &QWidget::customContextMenuRequested, this, [this](const QPoint& point) {
+        if (const std::unique_ptr<QMenu> menu = projectMenu(projectView_->indexAt(point)))
+            menu->exec(projectView_->viewport()->mapToGlobal(point));
+    });
     // Nested projects open as they arrive; the selection follows its project when rows move.
     connect(projectModel_, &QAbstractItemModel::rowsInserted, this,
             [this](const QModelIndex& parent, int first, int last) {
@@ -511,6 +517,15 @@ QWidget* MainWindow::makeProjectsPage() {
     projectsPage_->addWidget(empty);
     projectsPage_->addWidget(split);
     return projectsPage_;
+}
+
+std::unique_ptr<QMenu> MainWindow::projectMenu(const QModelIndex& index) {
+    const std::optional<Project> project = projectModel_->projectAt(index);
+    if (!project)
+        return nullptr;
+    auto menu = std::make_unique<QMenu>(this);
+    KeepMenu::addEntry(*menu, session_, project->url, KeepMenu::Subject::project, this);
+    return menu;
 }
 
 QAction* MainWindow::action(Action which) const {

@@ -9,6 +9,7 @@
 #include <QProgressDialog>
 #include <QTimer>
 #include <functional>
+#include <memory>
 
 class QComboBox;
 class QLabel;
@@ -102,6 +103,8 @@ public:
     QAction* action(Action which) const;
     ProjectTreeModel& projectModel() const { return *projectModel_; }
     QTreeView* projectView() const { return projectView_; }
+    // The context menu of the project at `index` of the project list (the list pops it up).
+    std::unique_ptr<QMenu> projectMenu(const QModelIndex& index);
     ProjectDetailView* detailView() const { return detailView_; }
     CachesView* cachesView() const { return cachesView_; }
     AgentsView* agentsView() const { return agentsView_; }

@@ -2,12 +2,14 @@
 
 #include "platform/ByteFormat.h"
 #include "scanning/ScanWording.h"
+#include "shell/KeepMenu.h"
 #include "shell/StateBadge.h"
 
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QMenu>
 #include <QPushButton>
 #include <QStackedLayout>
 #include <QStyle>
@@ -37,6 +39,9 @@ QLabel* headingLabel(const QString& text, QWidget* parent) {
 
 } // namespace
 
+const QString ProjectDetailView::keptText =
+    QStringLiteral("Kept: nothing in this project is ticked or moved to the Trash.");
+
 const QString ProjectDetailView::wholeProjectWarning = QStringLiteral(
     "The whole project can be cloned again from its remote, but git cannot bring back what it "
     "never had: ignored files outside the artifact folders, such as .env files with secrets, "
@@ -59,9 +64,9 @@ ProjectDetailView::ProjectDetailView(ScanSession& session, const AgentsModel& ag
     refreshTimer_.setSingleShot(true);
     refreshTimer_.setInterval(refreshDelay);
     connect(&refreshTimer_, &QTimer::timeout, this, &ProjectDetailView::showItemsState);
-    for (const auto signal :
-         {&ScanSession::itemsByProjectChanged, &ScanSession::sizeByItemChanged,
-          &ScanSession::selectedItemIDsChanged, &ScanSession::isTrashingChanged})
+    for (const auto signal : {&ScanSession::itemsByProjectChanged, &ScanSession::sizeByItemChanged,
+                              &ScanSession::selectedItemIDsChanged, &ScanSession::isTrashingChanged,
+                              &ScanSession::keptPathsChanged})
         connect(&session_, signal, &refreshTimer_, [this] {
             if (!refreshTimer_.isActive())
                 refreshTimer_.start();
@@ -83,6 +88,12 @@ QWidget* ProjectDetailView::makeContent() {
     big.setWeight(QFont::DemiBold);
     title_->setFont(big);
     path_ = secondaryLabel(content_);
+    keptNote_ = new QLabel(content_);
+    keptNote_->setObjectName(QStringLiteral("keptNote"));
+    keptNote_->setWordWrap(true);
+    QFont keptFont = keptNote_->font();
+    keptFont.setBold(true);
+    keptNote_->setFont(keptFont);
 
     itemsView_ = new QTreeView(content_);
     itemsView_->setObjectName(QStringLiteral("itemsView"));
@@ -93,8 +104,15 @@ QWidget* ProjectDetailView::makeContent() {
     itemsView_->setAlternatingRowColors(true);
     itemsView_->setTextElideMode(Qt::ElideMiddle);
     itemsView_->header()->setStretchLastSection(false);
-    itemsView_->header()->setSectionResizeMode(ProjectItemsModel::folderColumn,
-                                               QHeaderView::Stretch);
+    // The folder keeps room for its name; what brings it back takes what is left (its tooltip has
+    // all of a long clone URL).
+    itemsView_->header()->resizeSection(ProjectItemsModel::folderColumn, 140);
+    itemsView_->header()->setSectionResizeMode(ProjectItemsModel::hintColumn, QHeaderView::Stretch);
+    itemsView_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(itemsView_, &QWidget::customContextMenuRequested, this, [this](const QPoint& point) {
+        if (const std::unique_ptr<QMenu> menu = itemMenu(itemsView_->indexAt(point)))
+            menu->exec(itemsView_->viewport()->mapToGlobal(point));
+    });
     for (const int column : {ProjectItemsModel::kindColumn, ProjectItemsModel::confidenceColumn,
                              ProjectItemsModel::sizeColumn})
         itemsView_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
@@ -124,6 +142,7 @@ QWidget* ProjectDetailView::makeContent() {
     layout->setContentsMargins(16, 14, 16, 12);
     layout->addWidget(title_);
     layout->addWidget(path_);
+    layout->addWidget(keptNote_);
     layout->addSpacing(6);
     layout->addWidget(makeGitSection(content_));
     layout->addSpacing(6);
@@ -252,6 +271,9 @@ void ProjectDetailView::showItemsState() {
             return item.kind == ArtifactKind::wholeProject;
         });
     warningBox_->setVisible(wholeOffered);
+    // Marks that cannot be read keep nothing ticked anywhere; the user is told where to look.
+    keptNote_->setText(session_.keepError().value_or(keptText));
+    keptNote_->setVisible(session_.keepError() || session_.isKept(*project()));
 
     const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
     const auto count = plan.urls().size();
@@ -269,6 +291,25 @@ bool ProjectDetailView::showsWholeProjectWarning() const {
 
 QString ProjectDetailView::tickedText() const {
     return ticked_->text();
+}
+
+bool ProjectDetailView::showsKeptNote() const {
+    return !keptNote_->isHidden();
+}
+
+QString ProjectDetailView::keptNoteText() const {
+    return keptNote_->text();
+}
+
+std::unique_ptr<QMenu> ProjectDetailView::itemMenu(const QModelIndex& index) {
+    if (!index.isValid())
+        return nullptr;
+    auto menu = std::make_unique<QMenu>(this);
+    const QString url = index.siblingAtColumn(0).data(ProjectItemsModel::urlRole).toString();
+    const bool whole = project() && url == project()->url;
+    KeepMenu::addEntry(*menu, session_, url,
+                       whole ? KeepMenu::Subject::project : KeepMenu::Subject::folder, this);
+    return menu;
 }
 
 } // namespace corvane

@@ -6,8 +6,10 @@
 
 #include <QTimer>
 #include <QWidget>
+#include <memory>
 
 class QLabel;
+class QMenu;
 class QPushButton;
 class QStackedLayout;
 class QTreeView;
@@ -17,7 +19,8 @@ namespace corvane {
 
 // One project: its git state (branch, remote, what is not committed), how much coding-agent
 // history it has, and its items with tick boxes, a warning when the whole project is offered,
-// and "Move to Trash" for what is ticked.
+// and "Move to Trash" for what is ticked. A kept project says so; an item's context menu marks it
+// Keep or takes the mark off.
 class ProjectDetailView : public QWidget {
     Q_OBJECT
 
@@ -36,6 +39,12 @@ public:
     bool showsWholeProjectWarning() const;
     QString agentHistoryText() const;
     QString tickedText() const;
+    // The note of a kept project, or why the Keep marks cannot be read.
+    static const QString keptText;
+    bool showsKeptNote() const;
+    QString keptNoteText() const;
+    // The context menu of the item at `index` of the items view (the view pops it up).
+    std::unique_ptr<QMenu> itemMenu(const QModelIndex& index);
 
 signals:
     // The user asks to move this project's ticked items to the Trash.
@@ -55,6 +64,7 @@ private:
     QWidget* content_ = nullptr;
     QLabel* title_ = nullptr;
     QLabel* path_ = nullptr;
+    QLabel* keptNote_ = nullptr;
     QLabel* stateIcon_ = nullptr;
     QLabel* state_ = nullptr;
     QLabel* branch_ = nullptr;

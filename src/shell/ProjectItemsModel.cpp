@@ -14,6 +14,8 @@ ProjectItemsModel::ProjectItemsModel(ScanSession& session, QObject* parent)
             [this] { columnChanged(sizeColumn, {Qt::DisplayRole}); });
     connect(&session_, &ScanSession::selectedItemIDsChanged, this,
             [this] { columnChanged(folderColumn, {Qt::CheckStateRole}); });
+    connect(&session_, &ScanSession::keptPathsChanged, this,
+            [this] { columnChanged(folderColumn, {}); });
 }
 
 void ProjectItemsModel::setProject(const std::optional<Project>& project) {
@@ -50,11 +52,14 @@ int ProjectItemsModel::columnCount(const QModelIndex& parent) const {
 }
 
 QString ProjectItemsModel::folderText(const CleanableItem& item) const {
+    QString text;
     if (!project_ || item.url == project_->url)
-        return QStringLiteral("The whole project folder");
-    if (Paths::isUnder(item.url, project_->url))
-        return item.url.mid(project_->url.size() + 1);
-    return item.url;
+        text = QStringLiteral("The whole project folder");
+    else if (Paths::isUnder(item.url, project_->url))
+        text = item.url.mid(project_->url.size() + 1);
+    else
+        text = item.url;
+    return session_.isKept(item) ? text + QStringLiteral(" — Kept") : text;
 }
 
 QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const {
@@ -65,6 +70,8 @@ QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const
         return ScanWording::kindWords(item.kind);
     case confidenceColumn:
         return ScanWording::confidenceWords(item.confidence);
+    case hintColumn:
+        return item.restoreHint.text;
     case sizeColumn: {
         const auto size = session_.sizeByItem().constFind(item.id);
         return size == session_.sizeByItem().cend() ? QStringLiteral("Measuring…")
@@ -86,6 +93,8 @@ QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
             return {};
         return session_.selectedItemIDs().contains(item.id) ? Qt::Checked : Qt::Unchecked;
     case Qt::ToolTipRole:
+        if (index.column() == folderColumn && session_.isKept(item))
+            return item.url + QStringLiteral("\nKept: never ticked, never moved to the Trash.");
         return index.column() == folderColumn ? item.url : display(item, index.column());
     case Qt::TextAlignmentRole:
         if (index.column() == sizeColumn)
@@ -93,6 +102,8 @@ QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
         return {};
     case itemIDRole:
         return QVariant::fromValue(item.id);
+    case urlRole:
+        return item.url;
     }
     return {};
 }
@@ -101,16 +112,23 @@ bool ProjectItemsModel::setData(const QModelIndex& index, const QVariant& value,
     if (!index.isValid() || index.column() != folderColumn || role != Qt::CheckStateRole ||
         index.row() >= items_.size())
         return false;
+    const CleanableItem& item = items_[index.row()];
     const bool ticked = value.value<Qt::CheckState>() == Qt::Checked;
+    if (ticked && session_.isKept(item))
+        return false;
     // The session announces the tick, and that redraws the box.
-    session_.setItemSelected(items_[index.row()].id, ticked);
+    session_.setItemSelected(item.id, ticked);
     return true;
 }
 
 Qt::ItemFlags ProjectItemsModel::flags(const QModelIndex& index) const {
     Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-    if (index.isValid() && index.column() == folderColumn)
-        flags |= Qt::ItemIsUserCheckable;
+    if (!index.isValid() || index.row() >= items_.size() || index.column() != folderColumn)
+        return flags;
+    flags |= Qt::ItemIsUserCheckable;
+    // A kept item's box is shown but cannot be ticked.
+    if (session_.isKept(items_[index.row()]))
+        flags &= ~Qt::ItemIsEnabled;
     return flags;
 }
 
@@ -124,6 +142,8 @@ QVariant ProjectItemsModel::headerData(int section, Qt::Orientation orientation,
         return QStringLiteral("Kind");
     case confidenceColumn:
         return QStringLiteral("Confidence");
+    case hintColumn:
+        return QStringLiteral("Comes back with");
     case sizeColumn:
         return QStringLiteral("Size");
     }

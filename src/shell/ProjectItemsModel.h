@@ -8,14 +8,19 @@
 namespace corvane {
 
 // The items of one project as a table with tick boxes: the folder (relative to the project), its
-// kind, how sure the scan is, and its size. Ticking a row ticks the item in the session, and
-// the session's ticks are what the boxes show.
+// kind, how sure the scan is, what brings it back, and its size. Ticking a row ticks the item in
+// the session, and the session's ticks are what the boxes show. A kept item says so and its box
+// cannot be ticked.
 class ProjectItemsModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    enum Column { folderColumn, kindColumn, confidenceColumn, sizeColumn, columnTotal };
-    enum Role { itemIDRole = Qt::UserRole + 1 };
+    enum Column { folderColumn, kindColumn, confidenceColumn, hintColumn, sizeColumn, columnTotal };
+    enum Role {
+        itemIDRole = Qt::UserRole + 1,
+        // The item's folder (a string).
+        urlRole,
+    };
 
     explicit ProjectItemsModel(ScanSession& session, QObject* parent = nullptr);
 

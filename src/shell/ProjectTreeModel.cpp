@@ -42,6 +42,7 @@ struct ProjectTreeModel::Values {
     qint64 bytes = 0;
     std::optional<GitStatus> status;
     std::optional<QDateTime> lastCommit;
+    bool kept = false;
 
     bool operator==(const Values&) const = default;
 };
@@ -84,7 +85,7 @@ ProjectTreeModel::ProjectTreeModel(const ScanSession& session, QObject* parent)
          {&ScanSession::projectsChanged, &ScanSession::gitDetailsByProjectChanged,
           &ScanSession::itemsByProjectChanged, &ScanSession::sizeByItemChanged,
           &ScanSession::sortModeChanged, &ScanSession::showOnlyUnsyncedChanged,
-          &ScanSession::isScanningChanged})
+          &ScanSession::isScanningChanged, &ScanSession::keptPathsChanged})
         connect(&session_, signal, this, &ProjectTreeModel::scheduleRefresh);
     refresh();
 }
@@ -261,6 +262,7 @@ void ProjectTreeModel::forget(const Node& node) {
 ProjectTreeModel::Values ProjectTreeModel::valuesOf(const Project& project) const {
     Values values;
     values.bytes = session_.reclaimableBytes(project.id);
+    values.kept = session_.isKept(project);
     const auto details = session_.gitDetailsByProject().constFind(project.id);
     if (details != session_.gitDetailsByProject().cend()) {
         values.status = details->status;
@@ -329,7 +331,7 @@ QVariant ProjectTreeModel::display(const Node& node, int column) const {
         return activityWords(inGit, values.lastCommit, clock_());
     }
     case sizeColumn:
-        return formatBytes(values.bytes);
+        return values.kept ? QStringLiteral("Kept") : formatBytes(values.bytes);
     }
     return {};
 }
@@ -359,6 +361,8 @@ QVariant ProjectTreeModel::data(const QModelIndex& index, int role) const {
         return QVariant::fromValue(node.project.id);
     case bytesRole:
         return QVariant::fromValue(node.values.bytes);
+    case keptRole:
+        return node.values.kept;
     case barFractionRole:
         return largestBytes_ > 0 ? static_cast<double>(node.values.bytes) / largestBytes_ : 0.0;
     }

@@ -28,6 +28,8 @@ public:
         bytesRole,
         // The row's reclaimable bytes as a share of the largest row's, 0 to 1, for a size bar.
         barFractionRole,
+        // Whether the project is kept (bool); its size cell then reads "Kept".
+        keptRole,
     };
 
     explicit ProjectTreeModel(const ScanSession& session, QObject* parent = nullptr);

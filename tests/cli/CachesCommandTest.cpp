@@ -30,6 +30,7 @@ TEST(CachesCommand, ListsTheHomeFolderCachesAndCleansOnlyKnownOnesForReal) {
     EXPECT_EQ(caches[0][u"url"].toString(), maven);
     EXPECT_EQ(caches[0][u"name"].toString(), s("Maven repository"));
     EXPECT_FALSE(caches[0][u"detail"].toString().isEmpty());
+    EXPECT_EQ(caches[0][u"restoreHint"].toString(), s("rebuilt on demand"));
     const qint64 mavenBytes = caches[0][u"sizeBytes"].toInteger();
     EXPECT_GE(mavenBytes, 9000);
     EXPECT_EQ(caches[1][u"id"].toString(), s(".cache/pip"));

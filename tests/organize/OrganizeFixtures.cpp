@@ -45,7 +45,8 @@ OrganizeEntry readyEntry(const QString& path, const QString& destinationRoot,
 }
 
 ProjectMover moverFor(const AgentLocations& locations) {
-    return ProjectMover{AgentRelinker{locations}, ProcessInspector()};
+    return ProjectMover{AgentRelinker{locations}, ProcessInspector(),
+                        KeepStore(locations.home + QStringLiteral("/support/keep.json"))};
 }
 
 OrganizeExecutor executorFor(const AgentLocations& locations) {

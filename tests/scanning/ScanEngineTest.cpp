@@ -2,6 +2,7 @@
 
 #include "ScanEvents.h"
 #include "platform/SizeCalculator.h"
+#include "scanning/RestoreHints.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -111,6 +112,8 @@ TEST(ScanEngine, AProjectOutsideGitIsItsOwnGroupAndGenericNamesStayCautious) {
     test::writeFile(root + QStringLiteral("/one/build/out.js"), "x");
     test::writeFile(root + QStringLiteral("/two/Cargo.toml"), "");
     test::writeFile(root + QStringLiteral("/two/target/debug/app"), "x");
+    test::writeFile(root + QStringLiteral("/three/package.json"), "{}");
+    test::writeFile(root + QStringLiteral("/three/node_modules/a/index.js"), "x");
 
     const QList<ScanEvent> events = scanToEnd(root);
     EXPECT_EQ(countLines(log, "status"), 0);
@@ -124,6 +127,13 @@ TEST(ScanEngine, AProjectOutsideGitIsItsOwnGroupAndGenericNamesStayCautious) {
         itemNamed(itemsOf(events, QStringLiteral("two")), QStringLiteral("target"));
     ASSERT_TRUE(target);
     EXPECT_EQ(target->confidence, CleanConfidence::safe);
+    // Every item says what brings it back.
+    EXPECT_EQ(build->restoreHint.text, QStringLiteral("npm run build"));
+    EXPECT_EQ(target->restoreHint.text, QStringLiteral("cargo build"));
+    const CleanableItem* modules =
+        itemNamed(itemsOf(events, QStringLiteral("three")), QStringLiteral("node_modules"));
+    ASSERT_TRUE(modules);
+    EXPECT_EQ(modules->restoreHint, (RestoreHint{RestoreHints::noLockFile, true}));
 }
 
 TEST(ScanEngine, OnlyASyncedRepositoryWithNothingLocalIsOfferedWhole) {

@@ -2,6 +2,7 @@
 // repositories made in the test's temporary home.
 
 #include "scanning/ScanEngine.h"
+#include "shell/KeepMenu.h"
 #include "shell/MainWindow.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectTreeModel.h"
@@ -13,8 +14,10 @@
 #include "support/TestEnvironment.h"
 
 #include <QComboBox>
+#include <QFile>
 #include <QFileInfo>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QSettings>
 #include <QTableView>
@@ -47,6 +50,7 @@ struct Workspace {
         workspace.site = workspace.root + QStringLiteral("/site");
         workspace.tool = workspace.root + QStringLiteral("/tool");
         const QMap<QString, QByteArray> sources{{QStringLiteral("package.json"), "{}\n"},
+                                                {QStringLiteral("package-lock.json"), "{}\n"},
                                                 {QStringLiteral(".gitignore"), "node_modules/\n"}};
 
         test::makeRepo(workspace.app);
@@ -63,6 +67,7 @@ struct Workspace {
                         QByteArray(20'000, 's'));
 
         test::writeFile(workspace.tool + QStringLiteral("/pyproject.toml"), "[project]\n");
+        test::writeFile(workspace.tool + QStringLiteral("/uv.lock"), "version = 1\n");
         test::writeFile(workspace.tool + QStringLiteral("/.venv/lib/site.py"),
                         QByteArray(40'000, 'v'));
         test::writeFile(workspace.tool + QStringLiteral("/gen-out/model.py"),
@@ -75,6 +80,7 @@ class WindowScanTest : public testing::Test {
 protected:
     void SetUp() override {
         QSettings().remove(RulesStore::settingsKey);
+        QFile::remove(KeepStore().url());
         workspace = Workspace::make();
         window.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
@@ -83,7 +89,10 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     }
 
-    void TearDown() override { QSettings().remove(RulesStore::settingsKey); }
+    void TearDown() override {
+        QSettings().remove(RulesStore::settingsKey);
+        QFile::remove(KeepStore().url());
+    }
 
     void waitForScan() {
         ASSERT_TRUE(QTest::qWaitFor([this] { return !session.isScanning(); }, test::patience));
@@ -254,4 +263,91 @@ TEST_F(WindowScanTest, ACustomRuleMadeInTheSettingsClassifiesAFolderAtTheNextSca
     EXPECT_EQ(items.index(row, ProjectItemsModel::confidenceColumn).data().toString(),
               QStringLiteral("safe"));
     test::saveScreenshot(window, QStringLiteral("scan-custom-rule"));
+}
+
+// The entry of `menu` that reads `text`, or nothing.
+QAction* entry(QMenu* menu, const QString& text) {
+    if (!menu)
+        return nullptr;
+    for (QAction* action : menu->actions()) {
+        if (action->text() == text)
+            return action;
+    }
+    return nullptr;
+}
+
+TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUnticksThem) {
+    window.scanFolder(workspace.root);
+    waitForScan();
+    const Project app = *projectAt(workspace.app);
+    ProjectItemsModel& items = window.detailView()->itemsModel();
+    select(workspace.app);
+    const int modules = itemRow(QStringLiteral("node_modules"));
+    ASSERT_GE(modules, 0);
+    EXPECT_EQ(items.index(modules, ProjectItemsModel::hintColumn).data().toString(),
+              QStringLiteral("npm ci"));
+    EXPECT_EQ(items.index(modules, 0).data(Qt::CheckStateRole), Qt::Checked);
+
+    std::unique_ptr<QMenu> menu = window.projectMenu(window.projectModel().indexOf(app.id));
+    QAction* keepProject = entry(menu.get(), QStringLiteral("Keep Project"));
+    ASSERT_TRUE(keepProject);
+    keepProject->trigger();
+    EXPECT_EQ(session.keptPaths(), QStringList{workspace.app});
+    window.projectModel().refresh();
+    const QModelIndex size = window.projectModel().indexOf(app.id, ProjectTreeModel::sizeColumn);
+    EXPECT_EQ(size.data().toString(), QStringLiteral("Kept"));
+    EXPECT_EQ(session.reclaimableBytes(app.id), 0);
+    // Its items stay in the list, marked and unticked, and their boxes cannot be ticked.
+    const int keptRow = itemRow(QStringLiteral("node_modules — Kept"));
+    ASSERT_GE(keptRow, 0);
+    const QModelIndex box = items.index(keptRow, ProjectItemsModel::folderColumn);
+    EXPECT_EQ(box.data(Qt::CheckStateRole), Qt::Unchecked);
+    EXPECT_FALSE(items.flags(box).testFlag(Qt::ItemIsEnabled));
+    EXPECT_FALSE(items.setData(box, Qt::Checked, Qt::CheckStateRole));
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return window.detailView()->showsKeptNote(); }, test::patience));
+    EXPECT_FALSE(window.detailView()->trashButton()->isEnabled());
+    // A folder of the kept project has no mark of its own to take off.
+    menu = window.detailView()->itemMenu(box);
+    ASSERT_TRUE(entry(menu.get(), KeepMenu::keptAroundText));
+    EXPECT_FALSE(entry(menu.get(), KeepMenu::keptAroundText)->isEnabled());
+    test::saveScreenshot(window, QStringLiteral("keep-project"));
+
+    // A single folder of another project.
+    select(workspace.tool);
+    const int venv = itemRow(QStringLiteral(".venv"));
+    ASSERT_GE(venv, 0);
+    EXPECT_EQ(items.index(venv, ProjectItemsModel::hintColumn).data().toString(),
+              QStringLiteral("uv sync"));
+    menu = window.detailView()->itemMenu(items.index(venv, ProjectItemsModel::sizeColumn));
+    ASSERT_TRUE(entry(menu.get(), QStringLiteral("Keep Folder")));
+    entry(menu.get(), QStringLiteral("Keep Folder"))->trigger();
+    EXPECT_EQ(items.index(itemRow(QStringLiteral(".venv — Kept")), 0).data(Qt::CheckStateRole),
+              Qt::Unchecked);
+    EXPECT_FALSE(window.detailView()->showsKeptNote());
+    test::saveScreenshot(window, QStringLiteral("keep-folder"));
+
+    // Both marks come off again the same way.
+    menu = window.detailView()->itemMenu(items.index(itemRow(QStringLiteral(".venv — Kept")), 0));
+    ASSERT_TRUE(entry(menu.get(), QStringLiteral("Don't Keep Folder")));
+    entry(menu.get(), QStringLiteral("Don't Keep Folder"))->trigger();
+    menu = window.projectMenu(window.projectModel().indexOf(app.id));
+    ASSERT_TRUE(entry(menu.get(), QStringLiteral("Don't Keep Project")));
+    entry(menu.get(), QStringLiteral("Don't Keep Project"))->trigger();
+    EXPECT_TRUE(session.keptPaths().isEmpty());
+    EXPECT_TRUE(KeepStore().load().paths.isEmpty());
+    EXPECT_GE(itemRow(QStringLiteral(".venv")), 0);
+}
+
+TEST_F(WindowScanTest, MarksThatCannotBeReadAreShownAndTickNothing) {
+    test::writeFile(KeepStore().url(), "[\"/code/app\"");
+    window.scanFolder(workspace.root);
+    waitForScan();
+    EXPECT_TRUE(session.selectedItemIDs().isEmpty());
+    select(workspace.app);
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return window.detailView()->showsKeptNote(); }, test::patience));
+    EXPECT_TRUE(window.detailView()->keptNoteText().startsWith(
+        KeepStore().url() + QStringLiteral(" could not be read")));
+    test::saveScreenshot(window, QStringLiteral("keep-unreadable"));
 }

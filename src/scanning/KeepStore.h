@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <optional>
+
+namespace corvane {
+
+// The folders the user marked Keep: whole projects or single items that no clean ever takes.
+// Stored by absolute path in "keep.json" in the application's support folder, as a JSON array of
+// standardized paths, sorted and without repeats:
+//
+//     ["/Users/me/Code/app", "/Users/me/Code/tool/vendor"]
+//
+// Every change reads the file, changes it and replaces it atomically under a lock, so the app and
+// the command line never lose each other's marks. A file that cannot be read is never replaced:
+// every change is refused with a message that says which file to fix, and it stays as it is.
+class KeepStore {
+public:
+    static inline const QString fileName = QStringLiteral("keep.json");
+
+    // The marks in the application's support folder.
+    KeepStore();
+    explicit KeepStore(QString url);
+
+    const QString& url() const { return url_; }
+
+    struct Marks {
+        // Sorted.
+        QStringList paths;
+        // Why the file could not be read; `paths` is empty then.
+        std::optional<QString> error;
+    };
+
+    // The marks; none when the file does not exist.
+    Marks load() const;
+
+    // Each returns an empty string when the change is saved (or there was nothing to change),
+    // else the message for the user. Paths are made absolute and standardized; no link is
+    // resolved, as the scan does not resolve them either.
+    QString add(const QString& path) const;
+    QString remove(const QString& path) const;
+    // The marks at or inside `from` move to the same places inside `to`: a moved project stays
+    // kept.
+    QString follow(const QString& from, const QString& to) const;
+
+    // Whether a clean must leave the folder at `path` alone: it lies in a kept folder, or holds
+    // one, which would go to the Trash with it.
+    static bool protects(const QStringList& marks, const QString& path);
+    // Whether `path` lies in a kept folder (or is one).
+    static bool isInsideKept(const QStringList& marks, const QString& path);
+
+private:
+    QString update(const std::function<void(QStringList&)>& change) const;
+
+    QString url_;
+};
+
+} // namespace corvane

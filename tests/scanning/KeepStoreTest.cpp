@@ -1,0 +1,77 @@
+#include "scanning/KeepStore.h"
+
+#include "support/TestEnvironment.h"
+
+#include <QFile>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::s;
+
+namespace {
+
+QByteArray contentsOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+TEST(KeepStore, MarksRoundTripSortedAndStandardizedAndFollowAMovedFolder) {
+    const QString folder = test::makeTempDir(s("keep"));
+    const KeepStore store(folder + s("/support/keep.json"));
+    EXPECT_EQ(store.load().paths, QStringList());
+    EXPECT_FALSE(store.load().error);
+
+    ASSERT_EQ(store.add(s("/code/web/")), QString());
+    ASSERT_EQ(store.add(s("/code/api/../app")), QString());
+    ASSERT_EQ(store.add(s("/code/app/vendor")), QString());
+    ASSERT_EQ(store.add(s("/code/app")), QString());
+    const QStringList marks{s("/code/app"), s("/code/app/vendor"), s("/code/web")};
+    EXPECT_EQ(store.load().paths, marks);
+    EXPECT_EQ(
+        contentsOf(store.url()),
+        QByteArray("[\n    \"/code/app\",\n    \"/code/app/vendor\",\n    \"/code/web\"\n]\n"));
+
+    // Everything at or inside the moved folder follows it; a neighbour with the same prefix stays.
+    ASSERT_EQ(store.add(s("/code/app-old")), QString());
+    ASSERT_EQ(store.follow(s("/code/app"), s("/archive/app")), QString());
+    EXPECT_EQ(store.load().paths, (QStringList{s("/archive/app"), s("/archive/app/vendor"),
+                                               s("/code/app-old"), s("/code/web")}));
+
+    ASSERT_EQ(store.remove(s("/archive/app/vendor")), QString());
+    ASSERT_EQ(store.remove(s("/nowhere")), QString());
+    EXPECT_EQ(store.load().paths,
+              (QStringList{s("/archive/app"), s("/code/app-old"), s("/code/web")}));
+}
+
+TEST(KeepStore, AFileThatCannotBeReadIsReportedAndNeverOverwritten) {
+    const QString folder = test::makeTempDir(s("keep-bad"));
+    const QList<QByteArray> unreadable{"{ broken", "{\"paths\": []}", "[\"/ok\", 7]",
+                                       "[\"relative/path\"]"};
+    for (const QByteArray& contents : unreadable) {
+        const KeepStore store(folder + s("/keep.json"));
+        test::writeFile(store.url(), contents);
+        const KeepStore::Marks marks = store.load();
+        ASSERT_TRUE(marks.error) << contents.constData();
+        EXPECT_TRUE(marks.error->startsWith(store.url() + s(" could not be read")))
+            << qPrintable(*marks.error);
+        EXPECT_TRUE(marks.paths.isEmpty());
+        for (const QString& error : {store.add(s("/code/app")), store.remove(s("/ok")),
+                                     store.follow(s("/ok"), s("/elsewhere"))})
+            EXPECT_EQ(error, *marks.error);
+        EXPECT_EQ(contentsOf(store.url()), contents);
+    }
+}
+
+TEST(KeepStore, AFolderIsProtectedInsideAKeptFolderAndWhenItHoldsOne) {
+    const QStringList marks{s("/code/app"), s("/code/tool/vendor")};
+    EXPECT_TRUE(KeepStore::protects(marks, s("/code/app")));
+    EXPECT_TRUE(KeepStore::protects(marks, s("/code/app/node_modules")));
+    // Trashing the whole tool would take its kept vendor folder along.
+    EXPECT_TRUE(KeepStore::protects(marks, s("/code/tool")));
+    EXPECT_FALSE(KeepStore::protects(marks, s("/code/tool/target")));
+    EXPECT_FALSE(KeepStore::protects(marks, s("/code/app-two")));
+    EXPECT_TRUE(KeepStore::isInsideKept(marks, s("/code/app/node_modules")));
+    EXPECT_FALSE(KeepStore::isInsideKept(marks, s("/code/tool")));
+}
