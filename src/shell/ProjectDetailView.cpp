@@ -35,6 +35,21 @@ QLabel* headingLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
+// pnpm's store when each reclaimable item that shares files shares them with it.
+SharedWith reclaimableSharedWith(const ScanSession& session, const QList<CleanableItem>& items) {
+    bool sharing = false;
+    for (const CleanableItem& item : items) {
+        const auto space = session.spaceByItem().constFind(item.id);
+        if (item.confidence != CleanConfidence::safe || space == session.spaceByItem().cend() ||
+            space->freesBytes >= space->sizeBytes)
+            continue;
+        if (session.sharedWith(item.id) != SharedWith::pnpmStore)
+            return SharedWith::otherFolders;
+        sharing = true;
+    }
+    return sharing ? SharedWith::pnpmStore : SharedWith::otherFolders;
+}
+
 } // namespace
 
 const QString ProjectDetailView::wholeProjectWarning = QStringLiteral(
@@ -83,6 +98,9 @@ QWidget* ProjectDetailView::makeContent() {
     big.setWeight(QFont::DemiBold);
     title_->setFont(big);
     path_ = secondaryLabel(content_);
+    space_ = secondaryLabel(content_);
+    space_->setObjectName(QStringLiteral("projectSpace"));
+    space_->setWordWrap(true);
 
     itemsView_ = new QTreeView(content_);
     itemsView_->setObjectName(QStringLiteral("itemsView"));
@@ -123,6 +141,7 @@ QWidget* ProjectDetailView::makeContent() {
     layout->setContentsMargins(16, 14, 16, 12);
     layout->addWidget(title_);
     layout->addWidget(path_);
+    layout->addWidget(space_);
     layout->addSpacing(6);
     layout->addWidget(makeGitSection(content_));
     layout->addSpacing(6);
@@ -250,6 +269,10 @@ void ProjectDetailView::showItemsState() {
             return item.kind == ArtifactKind::wholeProject;
         });
     warningBox_->setVisible(wholeOffered);
+    space_->setText(QStringLiteral("Reclaimable: ") +
+                    ScanWording::freedWords(session_.reclaimableSizeBytes(project()->id),
+                                            session_.reclaimableBytes(project()->id),
+                                            reclaimableSharedWith(session_, items)));
 
     const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
     const auto count = plan.urls().size();
@@ -267,6 +290,10 @@ bool ProjectDetailView::showsWholeProjectWarning() const {
 
 QString ProjectDetailView::tickedText() const {
     return ticked_->text();
+}
+
+QString ProjectDetailView::spaceText() const {
+    return space_->text();
 }
 
 } // namespace corvane

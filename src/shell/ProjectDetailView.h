@@ -36,6 +36,9 @@ public:
     bool showsWholeProjectWarning() const;
     QString agentHistoryText() const;
     QString tickedText() const;
+    // What the project's reclaimable items occupy and free, e.g. "Reclaimable: 330 MB, frees
+    // 12 MB: the rest is shared with pnpm's store".
+    QString spaceText() const;
 
 signals:
     // The user asks to move this project's ticked items to the Trash.
@@ -55,6 +58,7 @@ private:
     QWidget* content_ = nullptr;
     QLabel* title_ = nullptr;
     QLabel* path_ = nullptr;
+    QLabel* space_ = nullptr;
     QLabel* stateIcon_ = nullptr;
     QLabel* state_ = nullptr;
     QLabel* branch_ = nullptr;

@@ -66,12 +66,26 @@ QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const
     case confidenceColumn:
         return ScanWording::confidenceWords(item.confidence);
     case sizeColumn: {
-        const auto size = session_.sizeByItem().constFind(item.id);
-        return size == session_.sizeByItem().cend() ? QStringLiteral("Measuring…")
-                                                    : formatBytes(*size);
+        // Short in the column ("330 MB, frees 12 MB"); the tooltip says with what the rest is
+        // shared.
+        const auto space = session_.spaceByItem().constFind(item.id);
+        if (space == session_.spaceByItem().cend())
+            return QStringLiteral("Measuring…");
+        if (space->freesBytes >= space->sizeBytes)
+            return formatBytes(space->sizeBytes);
+        return QStringLiteral("%1, frees %2")
+            .arg(formatBytes(space->sizeBytes), formatBytes(space->freesBytes));
     }
     }
     return {};
+}
+
+QString ProjectItemsModel::sizeTip(const CleanableItem& item) const {
+    const auto space = session_.spaceByItem().constFind(item.id);
+    if (space == session_.spaceByItem().cend())
+        return QStringLiteral("Measuring…");
+    return ScanWording::freedWords(space->sizeBytes, space->freesBytes,
+                                   session_.sharedWith(item.id));
 }
 
 QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
@@ -86,6 +100,8 @@ QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
             return {};
         return session_.selectedItemIDs().contains(item.id) ? Qt::Checked : Qt::Unchecked;
     case Qt::ToolTipRole:
+        if (index.column() == sizeColumn)
+            return sizeTip(item);
         return index.column() == folderColumn ? item.url : display(item, index.column());
     case Qt::TextAlignmentRole:
         if (index.column() == sizeColumn)
