@@ -28,12 +28,14 @@ QJsonArray failures(const QList<TrashFailure>& failures) {
 } // namespace
 
 QJsonObject item(const CleanableItem& item, const ScanSession& session) {
-    const auto size = session.sizeByItem().constFind(item.id);
+    const auto space = session.spaceByItem().constFind(item.id);
+    const bool measured = space != session.spaceByItem().cend();
     QJsonObject object = itemJson(item);
     object.insert(QStringLiteral("id"), idText(item.id));
-    object.insert(QStringLiteral("sizeBytes"), size == session.sizeByItem().cend()
-                                                   ? QJsonValue(QJsonValue::Null)
-                                                   : QJsonValue(*size));
+    object.insert(QStringLiteral("sizeBytes"),
+                  measured ? QJsonValue(space->sizeBytes) : QJsonValue(QJsonValue::Null));
+    object.insert(QStringLiteral("freesBytes"),
+                  measured ? QJsonValue(space->freesBytes) : QJsonValue(QJsonValue::Null));
     object.insert(QStringLiteral("selected"), session.selectedItemIDs().contains(item.id));
     object.insert(QStringLiteral("kept"), session.isKept(item));
     return object;
@@ -57,6 +59,8 @@ QJsonObject project(const Project& project, const ScanSession& session) {
                                         : gitDetailsJson(*details)},
             {QStringLiteral("kept"), session.isKept(project)},
             {QStringLiteral("items"), items},
+            {QStringLiteral("sizeBytes"), session.reclaimableSizeBytes(project.id)},
+            {QStringLiteral("freesBytes"), session.reclaimableBytes(project.id)},
             {QStringLiteral("reclaimableBytes"), session.reclaimableBytes(project.id)}};
 }
 
@@ -66,6 +70,7 @@ QJsonObject scan(const ScanSession& session) {
         projects.append(project(entry, session));
     return {{QStringLiteral("root"), orNull(session.rootURL())},
             {QStringLiteral("projects"), projects},
+            {QStringLiteral("sizeBytes"), session.reclaimableSizeBytes()},
             {QStringLiteral("reclaimableBytes"), session.reclaimableBytes()},
             {QStringLiteral("selectedBytes"), session.selectedBytes()}};
 }

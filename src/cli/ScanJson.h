@@ -10,10 +10,16 @@
 // UUIDs without braces, dates ISO 8601 in UTC, and an absent value is null.
 namespace corvane::cli::ScanJson {
 
+// `sizeBytes` is what an item occupies, `freesBytes` what trashing it alone gives back (they
+// differ by hard links to files elsewhere); both null until measured.
 QJsonObject item(const CleanableItem& item, const ScanSession& session);
+// `sizeBytes` and `freesBytes` of the project's safe items taken together; `reclaimableBytes`
+// is the same as `freesBytes`.
 QJsonObject project(const Project& project, const ScanSession& session);
 
-// `root`, the projects in the session's order with their items, and the totals of the whole scan.
+// `root`, the projects in the session's order with their items, and the totals of the whole scan:
+// `reclaimableBytes` and `selectedBytes` are what trashing frees, `sizeBytes` what the
+// reclaimable items occupy.
 QJsonObject scan(const ScanSession& session);
 
 // `trashed`, `failures` and `reclaimedBytes`.

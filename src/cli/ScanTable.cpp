@@ -18,21 +18,33 @@ QString projectLine(const ScanSession& session, const Project& project) {
                  details->lastCommitDate->toUTC().toString(QStringLiteral("yyyy-MM-dd"));
     if (session.isKept(project))
         return QStringLiteral("%1  [%2]  kept").arg(project.name, state);
-    return QStringLiteral("%1  [%2]  %3 reclaimable")
-        .arg(project.name, state, formatBytes(session.reclaimableBytes(project.id)));
+    QString line = QStringLiteral("%1  [%2]  %3 reclaimable")
+                       .arg(project.name, state, formatBytes(session.reclaimableBytes(project.id)));
+    if (const qint64 size = session.reclaimableSizeBytes(project.id);
+        size > session.reclaimableBytes(project.id))
+        line += QStringLiteral(" (of %1 on disk)").arg(formatBytes(size));
+    return line;
 }
 
+// The bytes column shows what trashing the item frees; a note follows when that is less than
+// what it occupies.
 QString itemLine(const ScanSession& session, const CleanableItem& item) {
-    const auto size = session.sizeByItem().constFind(item.id);
+    const auto space = session.spaceByItem().constFind(item.id);
+    const bool measured = space != session.spaceByItem().cend();
     const QString bytes =
-        size == session.sizeByItem().cend() ? QStringLiteral("not measured") : formatBytes(*size);
+        measured ? formatBytes(space->freesBytes) : QStringLiteral("not measured");
     const QString mark = session.isKept(item)                          ? QStringLiteral("[k]")
                          : session.selectedItemIDs().contains(item.id) ? QStringLiteral("[x]")
                                                                        : QStringLiteral("[ ]");
-    return QStringLiteral("%1 %2 %3 %4 %5  %6")
-        .arg(mark, item.name.leftJustified(24), kindWords(item.kind).leftJustified(20),
-             confidenceWords(item.confidence).leftJustified(20), bytes.rightJustified(12),
-             item.restoreHint.text);
+    QString line =
+        QStringLiteral("%1 %2 %3 %4 %5")
+            .arg(mark, item.name.leftJustified(24), kindWords(item.kind).leftJustified(20),
+                 confidenceWords(item.confidence).leftJustified(20), bytes.rightJustified(12));
+    if (measured && space->freesBytes < space->sizeBytes)
+        line += QStringLiteral("  (of %1; the rest is shared with %2)")
+                    .arg(formatBytes(space->sizeBytes),
+                         ScanWording::sharedWithWords(session.sharedWith(item.id)));
+    return line + QStringLiteral("  ") + item.restoreHint.text;
 }
 
 void printNodes(const ScanSession& session, const QList<ProjectNode>& nodes, int depth,

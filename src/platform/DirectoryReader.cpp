@@ -131,6 +131,9 @@ bool DirectoryReader::describe(const char* name, Entry& entry) const {
         entry.kind = EntryKind::other;
     const bool counts = entry.kind == EntryKind::regularFile && detail_ == Detail::kindsAndSizes;
     entry.allocatedBytes = counts ? static_cast<qint64>(info.st_blocks) * 512 : 0;
+    entry.links = static_cast<quint32>(info.st_nlink);
+    entry.device = static_cast<quint64>(info.st_dev);
+    entry.inode = static_cast<quint64>(info.st_ino);
     return true;
 }
 

@@ -22,7 +22,7 @@ class DirectoryReader {
 public:
     enum class Detail {
         kinds,         // names and kinds only
-        kindsAndSizes, // also the allocated bytes of regular files
+        kindsAndSizes, // also the allocated bytes and link identity of regular files
     };
 
     enum class RootLinks {
@@ -36,6 +36,11 @@ public:
         EntryKind kind = EntryKind::other;
         // Bytes allocated on disk for a regular file when sizes were asked for; 0 otherwise.
         qint64 allocatedBytes = 0;
+        // With sizes, for a regular file: its hard-link count and the identity its links share.
+        // They come from the same metadata call as the size, so they cost nothing extra.
+        quint32 links = 1;
+        quint64 device = 0;
+        quint64 inode = 0;
     };
 
     DirectoryReader(const QString& path, Detail detail, RootLinks links = RootLinks::notFollowed);

@@ -57,6 +57,7 @@ DirectoryReader::Decoded DirectoryReader::decodeNext(Entry& entry) {
 
     entry.name = name;
     entry.allocatedBytes = 0;
+    entry.links = 1;
     switch (type) {
     case DT_DIR:
         entry.kind = EntryKind::directory;

@@ -8,6 +8,7 @@
 #include <QFile>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <sys/attr.h>
 #include <sys/vnode.h>
 #include <unistd.h>
@@ -49,7 +50,12 @@ bool DirectoryReader::refill() {
     request.bitmapcount = ATTR_BIT_MAP_COUNT;
     request.commonattr =
         ATTR_CMN_RETURNED_ATTRS | ATTR_CMN_NAME | ATTR_CMN_ERROR | ATTR_CMN_OBJTYPE;
-    request.fileattr = detail_ == Detail::kindsAndSizes ? ATTR_FILE_ALLOCSIZE : 0;
+    if (detail_ == Detail::kindsAndSizes) {
+        // The identity of hard links comes in the same call as the size: device and file id
+        // (st_dev and st_ino) and the link count.
+        request.commonattr |= ATTR_CMN_DEVID | ATTR_CMN_FILEID;
+        request.fileattr = ATTR_FILE_LINKCOUNT | ATTR_FILE_ALLOCSIZE;
+    }
     int count = 0;
     do {
         count = ::getattrlistbulk(fd_, &request, buffer_.get(), bufferSize, 0);
@@ -68,7 +74,8 @@ DirectoryReader::Decoded DirectoryReader::decodeNext(Entry& entry) {
         return Decoded::batchDone;
     --pendingRecords_;
     // Record layout: length, the set of attributes returned, then the returned attributes in
-    // the order of their bits (error, name reference, object type; then the file attributes).
+    // the order of their bits (error, name reference, device, object type, file id; then the
+    // file attributes: link count, allocated size).
     const char* record = bytesOf(buffer_) + offset_;
     const char* cursor = record;
     const auto length = readField<std::uint32_t>(cursor);
@@ -84,16 +91,29 @@ DirectoryReader::Decoded DirectoryReader::decodeNext(Entry& entry) {
 
     entry.name = name;
     entry.allocatedBytes = 0;
+    entry.links = 1;
+    std::optional<dev_t> device;
+    if (returned.commonattr & ATTR_CMN_DEVID)
+        device = readField<dev_t>(cursor);
     if (!(returned.commonattr & ATTR_CMN_OBJTYPE))
         return describe(name, entry) ? Decoded::entry : Decoded::passedOver;
     entry.kind = kindOf(readField<fsobj_type_t>(cursor));
+    std::optional<std::uint64_t> fileID;
+    if (returned.commonattr & ATTR_CMN_FILEID)
+        fileID = readField<std::uint64_t>(cursor);
     if (entry.kind != EntryKind::regularFile || detail_ == Detail::kinds)
         return Decoded::entry;
-    if (returned.fileattr & ATTR_FILE_ALLOCSIZE) {
-        entry.allocatedBytes = static_cast<qint64>(readField<off_t>(cursor));
-        return Decoded::entry;
-    }
-    return describe(name, entry) ? Decoded::entry : Decoded::passedOver;
+    std::optional<std::uint32_t> links;
+    if (returned.fileattr & ATTR_FILE_LINKCOUNT)
+        links = readField<std::uint32_t>(cursor);
+    const bool complete = device && fileID && links && (returned.fileattr & ATTR_FILE_ALLOCSIZE);
+    if (!complete)
+        return describe(name, entry) ? Decoded::entry : Decoded::passedOver;
+    entry.allocatedBytes = static_cast<qint64>(readField<off_t>(cursor));
+    entry.links = *links;
+    entry.device = static_cast<quint64>(*device); // as describe() converts st_dev
+    entry.inode = *fileID;
+    return Decoded::entry;
 }
 
 bool DirectoryReader::isPackage(const QString& path) {

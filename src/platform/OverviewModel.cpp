@@ -60,7 +60,8 @@ void OverviewModel::reload() {
         area.load();
     trashBytes_.reset();
     runInBackground([mailbox = mailbox_, folder = trashFolder(), this] {
-        const qint64 bytes = SizeCalculator::size(folder);
+        // What emptying gives back, as the scan window's Trash line counts it.
+        const qint64 bytes = SizeCalculator::measure(folder).freesBytes;
         mailbox->post([this, bytes] {
             trashBytes_ = bytes;
             emit changed();

@@ -35,7 +35,7 @@ public:
         : cancellation_(cancellation)
         , excluded_(excluded) {}
 
-    qint64 run(DirectoryReader root) {
+    SpaceUse run(DirectoryReader root) {
         std::vector<Level> stack;
         stack.push_back(list(std::move(root)));
         while (!stack.empty()) {
@@ -59,7 +59,9 @@ public:
                 stack.back().relativePath = std::move(relativePath);
             }
         }
-        return total_;
+        SpaceUse use{total_, unlinkedTotal_, nullptr};
+        links_.finish(use);
+        return use;
     }
 
 private:
@@ -70,16 +72,27 @@ private:
             if (++entries_ % cancellationCheckInterval == 0)
                 cancellation_.throwIfCancelled();
             if (entry.kind == EntryKind::regularFile)
-                total_ = checkedSum(total_, entry.allocatedBytes);
+                count(entry);
             else if (entry.kind == EntryKind::directory)
                 level.subfolders.emplace_back(entry.name);
         }
         return level;
     }
 
+    void count(const DirectoryReader::Entry& entry) {
+        total_ = checkedSum(total_, entry.allocatedBytes);
+        if (entry.links <= 1)
+            unlinkedTotal_ = checkedSum(unlinkedTotal_, entry.allocatedBytes);
+        else
+            links_.meet(entry.device, entry.inode, entry.links, entry.allocatedBytes);
+    }
+
     const CancellationToken& cancellation_;
     const Exclusions& excluded_;
     qint64 total_ = 0;
+    // Files with a single link: freed with the tree, no bookkeeping needed.
+    qint64 unlinkedTotal_ = 0;
+    LinkCounter links_;
     qint64 entries_ = 0;
 };
 
@@ -87,13 +100,27 @@ private:
 
 qint64 SizeCalculator::size(const QString& path, const CancellationToken& cancellation,
                             const QSet<QString>& excludedPaths) {
+    return measure(path, cancellation, excludedPaths).sizeBytes;
+}
+
+SpaceUse SizeCalculator::measure(const QString& path, const CancellationToken& cancellation,
+                                 const QSet<QString>& excludedPaths) {
     struct stat info {};
     if (::lstat(QFile::encodeName(path).constData(), &info) != 0)
-        return 0;
-    if (S_ISREG(info.st_mode))
-        return static_cast<qint64>(info.st_blocks) * 512;
+        return {};
+    if (S_ISREG(info.st_mode)) {
+        const qint64 bytes = static_cast<qint64>(info.st_blocks) * 512;
+        if (info.st_nlink <= 1)
+            return {bytes, bytes, nullptr};
+        LinkCounter links;
+        links.meet(static_cast<quint64>(info.st_dev), static_cast<quint64>(info.st_ino),
+                   static_cast<quint32>(info.st_nlink), bytes);
+        SpaceUse use{bytes, 0, nullptr};
+        links.finish(use);
+        return use;
+    }
     if (!S_ISDIR(info.st_mode))
-        return 0;
+        return {};
     Exclusions excluded;
     const QString folder = Paths::standardized(path);
     for (const QString& excludedPath : excludedPaths) {

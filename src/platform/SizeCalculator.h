@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Cancellation.h"
+#include "platform/SpaceUse.h"
 
 #include <QSet>
 #include <QString>
@@ -19,6 +20,13 @@ struct SizeCalculator {
     // folder whose parts are measured on their own is not read twice.
     static qint64 size(const QString& path, const CancellationToken& cancellation = {},
                        const QSet<QString>& excludedPaths = {});
+
+    // The same walk, also telling what moving the tree away frees: a file with several hard
+    // links counts there only when every one of its links lies in the measured tree (links met
+    // per device and inode, the file once however many of them are inside). A file given
+    // directly is one link: it frees its bytes only when it has no other.
+    static SpaceUse measure(const QString& path, const CancellationToken& cancellation = {},
+                            const QSet<QString>& excludedPaths = {});
 };
 
 } // namespace corvane

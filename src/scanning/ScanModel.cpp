@@ -129,10 +129,17 @@ ScanEvent ScanEvent::itemsClassified(const QUuid& projectID, const QList<Cleanab
 }
 
 ScanEvent ScanEvent::sizeUpdated(const QUuid& itemID, qint64 bytes) {
+    return sizeUpdated(itemID, SpaceUse{bytes, bytes, nullptr});
+}
+
+ScanEvent ScanEvent::sizeUpdated(const QUuid& itemID, const SpaceUse& space,
+                                 SharedWith sharedWith) {
     ScanEvent event;
     event.kind = Kind::sizeUpdated;
     event.itemID = itemID;
-    event.bytes = bytes;
+    event.bytes = space.sizeBytes;
+    event.space = space;
+    event.sharedWith = sharedWith;
     return event;
 }
 

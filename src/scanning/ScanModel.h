@@ -3,6 +3,8 @@
 // The vocabulary of a project scan. Every record is a plain value: copied between threads,
 // compared and hashed by value. File locations are absolute paths (see platform/Paths.h).
 
+#include "platform/SpaceUse.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QList>
@@ -130,6 +132,10 @@ struct GitDetails {
 
 std::optional<QString> repoDisplayName(const QString& remoteURL);
 
+// Who holds the other links of an item's shared files, as far as the scan can tell: named for
+// the user when the item is a pnpm node_modules, whose files are links into pnpm's store.
+enum class SharedWith { otherFolders, pnpmStore };
+
 struct ScanOptions {
     QSet<QString> skippedPaths;
     QSet<QString> skippedNamesAtRoot;
@@ -152,7 +158,10 @@ struct ScanEvent {
     static ScanEvent projectDiscovered(const Project& project);
     static ScanEvent gitStatusUpdated(const QUuid& projectID, const GitDetails& details);
     static ScanEvent itemsClassified(const QUuid& projectID, const QList<CleanableItem>& items);
+    // An item without hard links shared with other places: it frees all of its bytes.
     static ScanEvent sizeUpdated(const QUuid& itemID, qint64 bytes);
+    static ScanEvent sizeUpdated(const QUuid& itemID, const SpaceUse& space,
+                                 SharedWith sharedWith = SharedWith::otherFolders);
     static ScanEvent scanCompleted();
 
     Kind kind = Kind::scanCompleted;
@@ -162,7 +171,10 @@ struct ScanEvent {
     GitDetails details;
     QList<CleanableItem> items;
     QUuid itemID;
+    // `space.sizeBytes`, for readers that need only the size.
     qint64 bytes = 0;
+    SpaceUse space;
+    SharedWith sharedWith = SharedWith::otherFolders;
 };
 
 struct ProjectInspection {

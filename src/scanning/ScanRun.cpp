@@ -1,10 +1,11 @@
 #include "scanning/ScanRun.h"
 
-#include "platform/CheckedSum.h"
 #include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
 #include "scanning/DirectoryWalker.h"
 #include "scanning/RepoGroupInspector.h"
+
+#include <QFileInfo>
 
 namespace corvane {
 namespace {
@@ -15,10 +16,21 @@ QString groupKey(const Project& project) {
                : QStringLiteral("no-repo:") + project.id.toString(QUuid::WithoutBraces);
 }
 
+// Whose links an item shares, for the words the user reads: a node_modules that pnpm laid out
+// keeps its packages in ".pnpm", every file a link into pnpm's store. Looked at only when the
+// item shares something, so it costs one stat per such item.
+SharedWith sharedWith(const CleanableItem& item, const SpaceUse& space) {
+    if (space.freesBytes >= space.sizeBytes || item.name != QStringLiteral("node_modules"))
+        return SharedWith::otherFolders;
+    return QFileInfo(item.url + QStringLiteral("/.pnpm")).isDir() ? SharedWith::pnpmStore
+                                                                  : SharedWith::otherFolders;
+}
+
 } // namespace
 
-// A whole project measures its folder without the item folders inside it, then adds their sizes
-// as they come in, so that no artifact folder is read twice.
+// A whole project measures its folder without the item folders inside it, then adds their
+// measurements as they come in, so that no artifact folder is read twice. Links are counted
+// across all the parts: the whole folder frees a file whose links all lie somewhere inside it.
 class WholeProjectTally {
 public:
     WholeProjectTally(std::shared_ptr<ScanEventSink> sink, QUuid itemID, int parts)
@@ -26,11 +38,13 @@ public:
         , itemID_(itemID)
         , remaining_(parts) {}
 
-    void add(qint64 bytes) {
+    void add(const SpaceUse& space) {
         std::lock_guard guard(lock_);
-        total_ = checkedSum(total_, bytes);
-        if (--remaining_ == 0)
-            sink_->send(ScanEvent::sizeUpdated(itemID_, total_));
+        parts_.append(space);
+        if (--remaining_ == 0) {
+            sink_->send(ScanEvent::sizeUpdated(itemID_, freedTogether(parts_)));
+            parts_.clear();
+        }
     }
 
 private:
@@ -38,7 +52,7 @@ private:
     QUuid itemID_;
     std::mutex lock_;
     int remaining_;
-    qint64 total_ = 0;
+    QList<SpaceUse> parts_;
 };
 
 ScanRun::ScanRun(std::shared_ptr<ScanEventSink> sink, QString root, ScanOptions options)
@@ -167,7 +181,7 @@ ScanRun::measureWholeProjectRest(const CleanableItem& whole, const QList<Cleanab
         excluded.insert(item.url);
     measurements_.enqueue([this, url = whole.url, excluded, tally] {
         try {
-            tally->add(SizeCalculator::size(url, sink_->cancellation(), excluded));
+            tally->add(SizeCalculator::measure(url, sink_->cancellation(), excluded));
         } catch (const CancelledError&) {
         }
     });
@@ -176,10 +190,10 @@ ScanRun::measureWholeProjectRest(const CleanableItem& whole, const QList<Cleanab
 
 void ScanRun::measure(const CleanableItem& item, const std::shared_ptr<WholeProjectTally>& tally) {
     try {
-        const qint64 bytes = SizeCalculator::size(item.url, sink_->cancellation());
-        sink_->send(ScanEvent::sizeUpdated(item.id, bytes));
+        const SpaceUse space = SizeCalculator::measure(item.url, sink_->cancellation());
+        sink_->send(ScanEvent::sizeUpdated(item.id, space, sharedWith(item, space)));
         if (tally)
-            tally->add(bytes);
+            tally->add(space);
     } catch (const CancelledError&) {
     }
 }

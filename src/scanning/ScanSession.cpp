@@ -143,6 +143,7 @@ void ScanSession::startScan(const QString& root) {
     trashedDuringScan_.clear();
     unsigned changes = clear(projects_, projectsChange) | clear(itemsByProject_, itemsChange) |
                        clear(gitDetailsByProject_, gitChange) | clear(sizeByItem_, sizesChange) |
+                       clear(spaceByItem_, sizesChange) | clear(sharingPnpmStore_, sizesChange) |
                        clear(selectedItemIDs_, selectedItemsChange) |
                        assign(currentPath_, QString(), currentPathChange) |
                        assign(isScanning_, true, scanningChange) | reloadKeepMarks();
@@ -185,8 +186,7 @@ unsigned ScanSession::apply(const ScanEvent& event) {
         for (const CleanableItem& old : itemsByProject_.value(event.projectID)) {
             if (selectedItemIDs_.remove(old.id))
                 changes |= selectedItemsChange;
-            if (sizeByItem_.remove(old.id))
-                changes |= sizesChange;
+            changes |= forgetSize(old.id);
         }
         itemsByProject_.insert(event.projectID, event.items);
         return changes | preselect(event.projectID, event.items);
@@ -194,7 +194,12 @@ unsigned ScanSession::apply(const ScanEvent& event) {
     case ScanEvent::Kind::sizeUpdated:
         if (trashedDuringScan_.contains(event.itemID))
             return 0;
-        sizeByItem_.insert(event.itemID, event.bytes);
+        sizeByItem_.insert(event.itemID, event.space.sizeBytes);
+        spaceByItem_.insert(event.itemID, event.space);
+        if (event.sharedWith == SharedWith::pnpmStore)
+            sharingPnpmStore_.insert(event.itemID);
+        else
+            sharingPnpmStore_.remove(event.itemID);
         return sizesChange;
     case ScanEvent::Kind::scanCompleted:
         // The finished stream stays until the next scan: it is still emitting this batch.
@@ -252,6 +257,16 @@ QString ScanSession::setKept(const QString& path, bool kept) {
     return error;
 }
 
+unsigned ScanSession::forgetSize(const QUuid& itemID) {
+    sharingPnpmStore_.remove(itemID);
+    spaceByItem_.remove(itemID);
+    return sizeByItem_.remove(itemID) ? unsigned{sizesChange} : 0u;
+}
+
+SharedWith ScanSession::sharedWith(const QUuid& itemID) const {
+    return sharingPnpmStore_.contains(itemID) ? SharedWith::pnpmStore : SharedWith::otherFolders;
+}
+
 void ScanSession::finishScan() {
     announce(assign(isScanning_, false, scanningChange));
 }
@@ -293,8 +308,10 @@ TrashPlan ScanSession::trashPlan(const TrashScope& scope) const {
             if (!selectedItemIDs_.contains(item.id) || isKept(item))
                 continue;
             urls.append(item.url);
-            if (const auto size = sizeByItem_.constFind(item.id); size != sizeByItem_.cend())
-                sizes.insert(item.url, *size);
+            // What each item frees on its own: the confirmation and the report never promise
+            // the links two trashed items share, which only the project's figure counts.
+            if (const auto space = spaceByItem_.constFind(item.id); space != spaceByItem_.cend())
+                sizes.insert(item.url, space->freesBytes);
         }
     }
     for (const QString& url : outermost(urls)) {
@@ -340,9 +357,10 @@ ScanSession::PathsPlan ScanSession::trashPlan(const QList<QString>& paths) const
     }
     for (const QString& url : outermost(urls)) {
         const CleanableItem item = *itemAt(url);
-        const auto size = sizeByItem_.constFind(item.id);
+        const auto space = spaceByItem_.constFind(item.id);
         result.plan.add(*rootURL_, url,
-                        size == sizeByItem_.cend() ? std::nullopt : std::optional(*size));
+                        space == spaceByItem_.cend() ? std::nullopt
+                                                     : std::optional(space->freesBytes));
     }
     return result;
 }
@@ -374,8 +392,7 @@ unsigned ScanSession::forgetTrashed(const QList<QString>& trashedURLs) {
     const auto forgetItem = [this, &changes](const CleanableItem& item) {
         if (selectedItemIDs_.remove(item.id))
             changes |= selectedItemsChange;
-        if (sizeByItem_.remove(item.id))
-            changes |= sizesChange;
+        changes |= forgetSize(item.id);
         if (isScanning_)
             trashedDuringScan_.insert(item.id);
     };
@@ -430,12 +447,52 @@ std::optional<Project> ScanSession::projectAt(const QString& path) const {
     return std::nullopt;
 }
 
-qint64 ScanSession::reclaimableBytes(const QUuid& projectID) const {
-    qint64 total = 0;
+qint64 ScanSession::freedBytes(const QList<CleanableItem>& items) const {
+    QList<SpaceUse> spaces;
+    for (const CleanableItem& item : items) {
+        const bool carried = std::any_of(items.cbegin(), items.cend(), [&item](const auto& other) {
+            return other.url != item.url && Paths::isUnder(item.url, other.url);
+        });
+        // A nested item's links are already among its parent's: meeting them twice would
+        // count a file as freed that still has a link elsewhere.
+        if (carried)
+            continue;
+        if (const auto space = spaceByItem_.constFind(item.id); space != spaceByItem_.cend())
+            spaces.append(*space);
+    }
+    if (spaces.size() == 1)
+        return spaces.first().freesBytes;
+    return freedTogether(spaces).freesBytes;
+}
+
+qint64 ScanSession::freedBytes(const QList<QUuid>& itemIDs) const {
+    QList<CleanableItem> items;
+    for (const QList<CleanableItem>& projectItems : itemsByProject_) {
+        for (const CleanableItem& item : projectItems) {
+            if (itemIDs.contains(item.id))
+                items.append(item);
+        }
+    }
+    return freedBytes(items);
+}
+
+QList<CleanableItem> ScanSession::reclaimableItems(const QUuid& projectID) const {
+    QList<CleanableItem> reclaimable;
     for (const CleanableItem& item : itemsByProject_.value(projectID)) {
         if (item.confidence == CleanConfidence::safe && !isKept(item))
-            total = checkedSum(total, sizeByItem_.value(item.id, 0));
+            reclaimable.append(item);
     }
+    return reclaimable;
+}
+
+qint64 ScanSession::reclaimableBytes(const QUuid& projectID) const {
+    return freedBytes(reclaimableItems(projectID));
+}
+
+qint64 ScanSession::reclaimableSizeBytes(const QUuid& projectID) const {
+    qint64 total = 0;
+    for (const CleanableItem& item : reclaimableItems(projectID))
+        total = checkedSum(total, sizeByItem_.value(item.id, 0));
     return total;
 }
 
@@ -446,14 +503,21 @@ qint64 ScanSession::reclaimableBytes() const {
     return total;
 }
 
+qint64 ScanSession::reclaimableSizeBytes() const {
+    qint64 total = 0;
+    for (const Project& project : projects_)
+        total = checkedSum(total, reclaimableSizeBytes(project.id));
+    return total;
+}
+
 QMap<ArtifactKind, qint64> ScanSession::reclaimableBytesByKind() const {
     QMap<ArtifactKind, qint64> totals;
     for (const Project& project : projects_) {
         for (const CleanableItem& item : itemsByProject_.value(project.id)) {
-            const auto size = sizeByItem_.constFind(item.id);
+            const auto space = spaceByItem_.constFind(item.id);
             if (item.confidence == CleanConfidence::safe && !isKept(item) &&
-                size != sizeByItem_.cend())
-                totals[item.kind] = checkedSum(totals.value(item.kind), *size);
+                space != spaceByItem_.cend())
+                totals[item.kind] = checkedSum(totals.value(item.kind), space->freesBytes);
         }
     }
     return totals;
@@ -461,8 +525,14 @@ QMap<ArtifactKind, qint64> ScanSession::reclaimableBytesByKind() const {
 
 qint64 ScanSession::selectedBytes() const {
     qint64 total = 0;
-    for (const QUuid& id : selectedItemIDs_)
-        total = checkedSum(total, sizeByItem_.value(id, 0));
+    for (const Project& project : projects_) {
+        QList<CleanableItem> ticked;
+        for (const CleanableItem& item : itemsByProject_.value(project.id)) {
+            if (selectedItemIDs_.contains(item.id))
+                ticked.append(item);
+        }
+        total = checkedSum(total, freedBytes(ticked));
+    }
     return total;
 }
 

@@ -54,6 +54,11 @@ public:
     const QHash<QUuid, GitDetails>& gitDetailsByProject() const { return gitDetailsByProject_; }
     // An item without an entry has not been measured yet.
     const QHash<QUuid, qint64>& sizeByItem() const { return sizeByItem_; }
+    // What each measured item occupies and what trashing it alone frees; the same keys as
+    // `sizeByItem`, announced with it.
+    const QHash<QUuid, SpaceUse>& spaceByItem() const { return spaceByItem_; }
+    // Who holds the other links of the item's shared files.
+    SharedWith sharedWith(const QUuid& itemID) const;
     const QSet<QUuid>& selectedItemIDs() const { return selectedItemIDs_; }
     // Failures of the last trash action, shown under "Some items could not be trashed".
     const QList<TrashFailure>& trashFailures() const { return trashFailures_; }
@@ -119,13 +124,27 @@ public:
     QList<CleanableItem> items(const QUuid& projectID) const {
         return itemsByProject_.value(projectID);
     }
-    // Measured bytes of the project's `safe` items that are not kept.
+    // What trashing the items of `itemIDs` together frees, from what is measured so far. An item
+    // inside another of them adds nothing: its parent carries it. Files hard-linked between the
+    // items count, since every one of their links goes; a file with a link anywhere else does
+    // not.
+    qint64 freedBytes(const QList<QUuid>& itemIDs) const;
+    // What trashing the project's `safe` items that are not kept together frees. Deliberately not
+    // the sum of the items' own figures: a file linked from two of them is freed by trashing both,
+    // and by trashing either alone not at all, so each item leaves it out and the project counts
+    // it.
     qint64 reclaimableBytes(const QUuid& projectID) const;
-    // The same over every project of the scan, whatever the filter.
+    // The allocated bytes of the same items: what they seem to weigh.
+    qint64 reclaimableSizeBytes(const QUuid& projectID) const;
+    // The sum of every project's reclaimable bytes, whatever the filter. Links shared between
+    // two projects are not met there, so the total never promises more than trashing frees.
     qint64 reclaimableBytes() const;
-    // Reclaimable bytes per kind, in kind order, for a summary bar; kinds with nothing are absent.
+    // The allocated bytes of the same items.
+    qint64 reclaimableSizeBytes() const;
+    // What each kind's reclaimable items free on their own, in kind order, for a summary bar;
+    // kinds with nothing are absent.
     QMap<ArtifactKind, qint64> reclaimableBytesByKind() const;
-    // Measured bytes of the ticked items.
+    // What trashing the ticked items frees, project by project.
     qint64 selectedBytes() const;
     // Bytes measured so far by the running or last scan.
     qint64 measuredBytes() const;
@@ -158,6 +177,10 @@ private:
     void applyTrashResult(const TrashResult& result);
     unsigned forgetTrashed(const QList<QString>& trashedURLs);
     std::optional<CleanableItem> itemAt(const QString& path) const;
+    unsigned forgetSize(const QUuid& itemID);
+    qint64 freedBytes(const QList<CleanableItem>& items) const;
+    // The project's `safe` items that are not kept.
+    QList<CleanableItem> reclaimableItems(const QUuid& projectID) const;
     void announce(unsigned changes);
     unsigned reloadKeepMarks();
 
@@ -176,6 +199,8 @@ private:
     QHash<QUuid, QList<CleanableItem>> itemsByProject_;
     QHash<QUuid, GitDetails> gitDetailsByProject_;
     QHash<QUuid, qint64> sizeByItem_;
+    QHash<QUuid, SpaceUse> spaceByItem_;
+    QSet<QUuid> sharingPnpmStore_;
     QSet<QUuid> selectedItemIDs_;
     QList<TrashFailure> trashFailures_;
     bool isTrashing_ = false;

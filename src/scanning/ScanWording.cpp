@@ -1,5 +1,7 @@
 #include "scanning/ScanWording.h"
 
+#include "platform/ByteFormat.h"
+
 namespace corvane::ScanWording {
 namespace {
 
@@ -77,6 +79,27 @@ QString sortTitle(ProjectSortMode mode) {
         return QStringLiteral("Activity");
     }
     return {};
+}
+
+QString sharedWithWords(SharedWith sharedWith) {
+    switch (sharedWith) {
+    case SharedWith::pnpmStore:
+        return QStringLiteral("pnpm's store");
+    case SharedWith::otherFolders:
+        break;
+    }
+    return QStringLiteral("other folders");
+}
+
+QString freedWords(qint64 sizeBytes, qint64 freesBytes, SharedWith sharedWith) {
+    const QString size = formatBytes(sizeBytes);
+    if (freesBytes >= sizeBytes)
+        return size;
+    if (freesBytes <= 0)
+        return QStringLiteral("%1, frees nothing: it is all shared with %2")
+            .arg(size, sharedWithWords(sharedWith));
+    return QStringLiteral("%1, frees %2: the rest is shared with %3")
+        .arg(size, formatBytes(freesBytes), sharedWithWords(sharedWith));
 }
 
 } // namespace corvane::ScanWording

@@ -19,5 +19,10 @@ QString gitStateWords(const GitStatus& status);
 QString changeWords(GitChange::Kind kind);
 // "Size" or "Activity".
 QString sortTitle(ProjectSortMode mode);
+// "pnpm's store" or "other folders": where the other links of shared files live.
+QString sharedWithWords(SharedWith sharedWith);
+// A size and what trashing frees, e.g. "330 MB, frees 12 MB: the rest is shared with pnpm's
+// store"; only the size when everything is freed.
+QString freedWords(qint64 sizeBytes, qint64 freesBytes, SharedWith sharedWith);
 
 } // namespace corvane::ScanWording

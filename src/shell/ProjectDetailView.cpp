@@ -37,6 +37,21 @@ QLabel* headingLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
+// pnpm's store when each reclaimable item that shares files shares them with it.
+SharedWith reclaimableSharedWith(const ScanSession& session, const QList<CleanableItem>& items) {
+    bool sharing = false;
+    for (const CleanableItem& item : items) {
+        const auto space = session.spaceByItem().constFind(item.id);
+        if (item.confidence != CleanConfidence::safe || space == session.spaceByItem().cend() ||
+            space->freesBytes >= space->sizeBytes)
+            continue;
+        if (session.sharedWith(item.id) != SharedWith::pnpmStore)
+            return SharedWith::otherFolders;
+        sharing = true;
+    }
+    return sharing ? SharedWith::pnpmStore : SharedWith::otherFolders;
+}
+
 } // namespace
 
 const QString ProjectDetailView::keptText =
@@ -94,6 +109,9 @@ QWidget* ProjectDetailView::makeContent() {
     QFont keptFont = keptNote_->font();
     keptFont.setBold(true);
     keptNote_->setFont(keptFont);
+    space_ = secondaryLabel(content_);
+    space_->setObjectName(QStringLiteral("projectSpace"));
+    space_->setWordWrap(true);
 
     itemsView_ = new QTreeView(content_);
     itemsView_->setObjectName(QStringLiteral("itemsView"));
@@ -143,6 +161,7 @@ QWidget* ProjectDetailView::makeContent() {
     layout->addWidget(title_);
     layout->addWidget(path_);
     layout->addWidget(keptNote_);
+    layout->addWidget(space_);
     layout->addSpacing(6);
     layout->addWidget(makeGitSection(content_));
     layout->addSpacing(6);
@@ -274,6 +293,10 @@ void ProjectDetailView::showItemsState() {
     // Marks that cannot be read keep nothing ticked anywhere; the user is told where to look.
     keptNote_->setText(session_.keepError().value_or(keptText));
     keptNote_->setVisible(session_.keepError() || session_.isKept(*project()));
+    space_->setText(QStringLiteral("Reclaimable: ") +
+                    ScanWording::freedWords(session_.reclaimableSizeBytes(project()->id),
+                                            session_.reclaimableBytes(project()->id),
+                                            reclaimableSharedWith(session_, items)));
 
     const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
     const auto count = plan.urls().size();
@@ -310,6 +333,10 @@ std::unique_ptr<QMenu> ProjectDetailView::itemMenu(const QModelIndex& index) {
     KeepMenu::addEntry(*menu, session_, url,
                        whole ? KeepMenu::Subject::project : KeepMenu::Subject::folder, this);
     return menu;
+}
+
+QString ProjectDetailView::spaceText() const {
+    return space_->text();
 }
 
 } // namespace corvane

@@ -45,6 +45,9 @@ public:
     QString keptNoteText() const;
     // The context menu of the item at `index` of the items view (the view pops it up).
     std::unique_ptr<QMenu> itemMenu(const QModelIndex& index);
+    // What the project's reclaimable items occupy and free, e.g. "Reclaimable: 330 MB, frees
+    // 12 MB: the rest is shared with pnpm's store".
+    QString spaceText() const;
 
 signals:
     // The user asks to move this project's ticked items to the Trash.
@@ -65,6 +68,7 @@ private:
     QLabel* title_ = nullptr;
     QLabel* path_ = nullptr;
     QLabel* keptNote_ = nullptr;
+    QLabel* space_ = nullptr;
     QLabel* stateIcon_ = nullptr;
     QLabel* state_ = nullptr;
     QLabel* branch_ = nullptr;

@@ -73,12 +73,26 @@ QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const
     case hintColumn:
         return item.restoreHint.text;
     case sizeColumn: {
-        const auto size = session_.sizeByItem().constFind(item.id);
-        return size == session_.sizeByItem().cend() ? QStringLiteral("Measuring…")
-                                                    : formatBytes(*size);
+        // Short in the column ("330 MB, frees 12 MB"); the tooltip says with what the rest is
+        // shared.
+        const auto space = session_.spaceByItem().constFind(item.id);
+        if (space == session_.spaceByItem().cend())
+            return QStringLiteral("Measuring…");
+        if (space->freesBytes >= space->sizeBytes)
+            return formatBytes(space->sizeBytes);
+        return QStringLiteral("%1, frees %2")
+            .arg(formatBytes(space->sizeBytes), formatBytes(space->freesBytes));
     }
     }
     return {};
+}
+
+QString ProjectItemsModel::sizeTip(const CleanableItem& item) const {
+    const auto space = session_.spaceByItem().constFind(item.id);
+    if (space == session_.spaceByItem().cend())
+        return QStringLiteral("Measuring…");
+    return ScanWording::freedWords(space->sizeBytes, space->freesBytes,
+                                   session_.sharedWith(item.id));
 }
 
 QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
@@ -95,6 +109,8 @@ QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
     case Qt::ToolTipRole:
         if (index.column() == folderColumn && session_.isKept(item))
             return item.url + QStringLiteral("\nKept: never ticked, never moved to the Trash.");
+        if (index.column() == sizeColumn)
+            return sizeTip(item);
         return index.column() == folderColumn ? item.url : display(item, index.column());
     case Qt::TextAlignmentRole:
         if (index.column() == sizeColumn)

@@ -8,9 +8,9 @@
 namespace corvane {
 
 // The items of one project as a table with tick boxes: the folder (relative to the project), its
-// kind, how sure the scan is, what brings it back, and its size. Ticking a row ticks the item in
-// the session, and the session's ticks are what the boxes show. A kept item says so and its box
-// cannot be ticked.
+// kind, how sure the scan is, what brings it back, and its size with what trashing it frees when
+// that is less. Ticking a row ticks the item in the session, and the session's ticks are what the
+// boxes show. A kept item says so and its box cannot be ticked.
 class ProjectItemsModel : public QAbstractTableModel {
     Q_OBJECT
 
@@ -41,6 +41,7 @@ private:
     void columnChanged(int column, const QList<int>& roles);
     QString folderText(const CleanableItem& item) const;
     QVariant display(const CleanableItem& item, int column) const;
+    QString sizeTip(const CleanableItem& item) const;
 
     ScanSession& session_;
     std::optional<Project> project_;

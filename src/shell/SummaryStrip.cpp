@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
+#include "platform/OverviewModel.h"
 #include "scanning/ScanWording.h"
 
 #include <QHBoxLayout>
@@ -109,15 +110,18 @@ void KindBar::paintEvent(QPaintEvent*) {
     }
 }
 
-SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent)
+SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent, const QString& trashFolder)
     : QWidget(parent)
     , session_(session)
     , reclaimable_(figureLabel(this))
     , ticked_(figureLabel(this))
     , bar_(new KindBar(this))
-    , legend_(new QHBoxLayout) {
+    , legend_(new QHBoxLayout)
+    , trashLine_(captionLabel(QString(), this))
+    , trash_(trashFolder.isEmpty() ? OverviewModel::trashFolder() : trashFolder) {
     reclaimable_->setObjectName(QStringLiteral("reclaimableTotal"));
     ticked_->setObjectName(QStringLiteral("tickedTotal"));
+    trashLine_->setObjectName(QStringLiteral("trashSize"));
     // The legend keeps its line while empty, so the strip does not jump when sizes arrive.
     auto* legendLine = new QWidget(this);
     legendLine->setLayout(legend_);
@@ -127,6 +131,7 @@ SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent)
     breakdown->addStretch();
     breakdown->addWidget(bar_);
     breakdown->addWidget(legendLine);
+    breakdown->addWidget(trashLine_);
     breakdown->addStretch();
     legend_->setSpacing(12);
     legend_->addStretch();
@@ -148,7 +153,23 @@ SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent)
             if (!refreshTimer_.isActive())
                 refreshTimer_.start();
         });
+    connect(&trash_, &TrashGauge::changed, this, &SummaryStrip::showTrash);
+    // Trashed space is not free yet: the line grows with every trash action.
+    connect(&session_, &ScanSession::trashCompleted, &trash_, &TrashGauge::refresh);
     refresh();
+    trash_.refresh();
+}
+
+QString SummaryStrip::trashText() const {
+    return trashLine_->text();
+}
+
+void SummaryStrip::showTrash() {
+    const std::optional<qint64>& bytes = trash_.bytes();
+    trashLine_->setText(bytes ? QStringLiteral("Trash: %1 — the space comes back when you empty "
+                                               "the Trash")
+                                    .arg(formatBytes(*bytes))
+                              : QString());
 }
 
 QString SummaryStrip::reclaimableText() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/TrashGauge.h"
 #include "scanning/ScanSession.h"
 
 #include <QMap>
@@ -33,24 +34,31 @@ private:
     QMap<ArtifactKind, qint64> bytesByKind_;
 };
 
-// The strip above the lists: what the scan found reclaimable, what is ticked, and how the
-// reclaimable space splits by kind, with a legend. It follows the session as sizes arrive.
+// The strip above the lists: what trashing the scan's reclaimable and ticked items would free,
+// how that splits by kind, with a legend, and what already waits in the Trash. It follows the
+// session as sizes arrive, and measures the Trash again after each trash action.
 class SummaryStrip : public QWidget {
     Q_OBJECT
 
 public:
-    explicit SummaryStrip(const ScanSession& session, QWidget* parent = nullptr);
+    // `trashFolder` is measured for the Trash line; the user's Trash by default.
+    explicit SummaryStrip(const ScanSession& session, QWidget* parent = nullptr,
+                          const QString& trashFolder = {});
 
     // Shows the session's figures now (otherwise shortly after it changes).
     void refresh();
     QString reclaimableText() const;
     QString tickedText() const;
+    // "Trash: 1.2 GB — the space comes back when you empty the Trash"; empty while measuring.
+    QString trashText() const;
+    const TrashGauge& trashGauge() const { return trash_; }
     const KindBar& bar() const { return *bar_; }
     // The legend's entries as shown, e.g. "Dependencies  1.2 GB", in kind order.
     QStringList legendTexts() const;
 
 private:
     void updateLegend(const QMap<ArtifactKind, qint64>& bytesByKind);
+    void showTrash();
 
     const ScanSession& session_;
     QLabel* reclaimable_;
@@ -58,6 +66,8 @@ private:
     KindBar* bar_;
     QHBoxLayout* legend_;
     QMap<ArtifactKind, QLabel*> legendWords_;
+    QLabel* trashLine_;
+    TrashGauge trash_;
     QTimer refreshTimer_;
 };
 

@@ -15,17 +15,19 @@ TrashQuestion TrashQuestion::about(const TrashPlan& plan) {
     if (urls.size() == 1) {
         question.text =
             QStringLiteral("Move “%1” to the Trash?").arg(Paths::lastComponent(urls[0]));
-        question.informativeText = QStringLiteral("It takes %1. Nothing is deleted: you can put it "
-                                                  "back from the Trash until you empty "
-                                                  "it.")
-                                       .arg(bytes);
+        // What the move frees, not what the folder occupies: files it shares through hard
+        // links stay where their other links are.
+        question.informativeText =
+            QStringLiteral("It frees %1 once the Trash is emptied. Nothing is deleted: you can put "
+                           "it back from the Trash until you empty it.")
+                .arg(bytes);
         return question;
     }
     question.text = QStringLiteral("Move %1 items to the Trash?").arg(urls.size());
     question.informativeText =
         QStringLiteral(
-            "They take %1 together. Nothing is deleted: you can put them back from the Trash until "
-            "you empty it.")
+            "Together they free %1 once the Trash is emptied. Nothing is deleted: you can put them "
+            "back from the Trash until you empty it.")
             .arg(bytes);
     return question;
 }

@@ -1,6 +1,7 @@
 #include "cli/ScanCommands.h"
 
 #include "cli/Command.h"
+#include "platform/ByteFormat.h"
 #include "platform/ProcessRunner.h"
 #include "scanning/RulesStore.h"
 #include "support/FakeScan.h"
@@ -338,4 +339,68 @@ TEST(ScanCommandLine, TheUsersOwnRulesHoldForTheCommandAsTheyDoForTheApp) {
     EXPECT_EQ(items[0][u"kind"].toString(), s("cache"));
     EXPECT_EQ(items[0][u"confidence"].toString(), s("safe"));
     QSettings().remove(RulesStore::settingsKey);
+}
+
+// A pnpm node_modules occupies 5000 bytes of which 1200 are its own; the project's .venv-like
+// cache shares 800 bytes with it, which only trashing both gives back.
+TEST_F(ScanCommandsTest, ScanAndCleanReportWhatTrashingFreesBesideTheSize) {
+    const CleanableItem monoCache = makeItem(space.mono, s(".turbo"), ArtifactKind::cache);
+    test::writeFile(monoCache.url + s("/content"), "bytes");
+    const auto partly = std::make_shared<PartlyMetFiles>(PartlyMetFiles{{7, 42, 2, 1, 800}});
+    QList<ScanEvent> events = space.events;
+    for (ScanEvent& event : events) {
+        if (event.kind == ScanEvent::Kind::sizeUpdated && event.itemID == space.monoModules.id)
+            event = ScanEvent::sizeUpdated(space.monoModules.id, SpaceUse{5000, 1200, partly},
+                                           SharedWith::pnpmStore);
+        if (event.kind == ScanEvent::Kind::itemsClassified && event.projectID == space.mono.id)
+            event = ScanEvent::itemsClassified(space.mono.id, {space.monoModules, monoCache});
+    }
+    events.append(ScanEvent::sizeUpdated(monoCache.id, SpaceUse{1000, 200, partly}));
+
+    ASSERT_EQ(runScan({space.root, ProjectSortMode::size, false, true}, scripted(events), console),
+              exitOk)
+        << qPrintable(err);
+    QJsonObject document = parsed(out);
+    const QJsonObject mono = document[u"projects"][0].toObject();
+    ASSERT_EQ(mono[u"name"].toString(), s("mono"));
+    const QJsonObject modules = mono[u"items"][0].toObject();
+    EXPECT_EQ(modules[u"sizeBytes"].toInteger(), 5000);
+    EXPECT_EQ(modules[u"freesBytes"].toInteger(), 1200);
+    EXPECT_EQ(mono[u"items"][1][u"freesBytes"].toInteger(), 200);
+    EXPECT_EQ(mono[u"sizeBytes"].toInteger(), 6000);
+    EXPECT_EQ(mono[u"freesBytes"].toInteger(), 1200 + 200 + 800);
+    EXPECT_EQ(mono[u"reclaimableBytes"].toInteger(), 2200);
+    // Unmeasured items have neither figure.
+    const QJsonObject tidy = document[u"projects"][3].toObject();
+    ASSERT_EQ(tidy[u"name"].toString(), s("tidy"));
+    EXPECT_TRUE(tidy[u"items"][1][u"freesBytes"].isNull());
+    // loose .venv (2000) and api's target (7000, dirty so unticked) free all they occupy.
+    EXPECT_EQ(document[u"reclaimableBytes"].toInteger(), 2200 + 7000 + 2000);
+    EXPECT_EQ(document[u"sizeBytes"].toInteger(), 6000 + 7000 + 2000);
+    EXPECT_EQ(document[u"selectedBytes"].toInteger(), 2200 + 2000);
+
+    out.clear();
+    ASSERT_EQ(runScan({space.root, ProjectSortMode::size, false, false}, scripted(events), console),
+              exitOk);
+    EXPECT_TRUE(out.contains(formatBytes(2200) + s(" reclaimable (of ") + formatBytes(6000) +
+                             s(" on disk)")))
+        << qPrintable(out);
+    EXPECT_TRUE(out.contains(formatBytes(1200) + s("  (of ") + formatBytes(5000) +
+                             s("; the rest is shared with pnpm's store)")))
+        << qPrintable(out);
+    EXPECT_TRUE(out.contains(formatBytes(200) + s("  (of ") + formatBytes(1000) +
+                             s("; the rest is shared with other folders)")))
+        << qPrintable(out);
+
+    // The clean command's report counts what each trashed item frees on its own.
+    out.clear();
+    CleanRequest request;
+    request.folder = space.root;
+    request.trash = {false, true, true};
+    request.items = {space.monoModules.url, space.looseVenv.url};
+    EXPECT_EQ(runClean(request, scripted(events), console), exitOk) << qPrintable(err);
+    document = parsed(out);
+    EXPECT_EQ(strings(document[u"trashed"]),
+              (QStringList{space.monoModules.url, space.looseVenv.url}));
+    EXPECT_EQ(document[u"reclaimedBytes"].toInteger(), 1200 + 2000);
 }

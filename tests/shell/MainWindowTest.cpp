@@ -135,8 +135,10 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
 
     detail.trashButton()->click();
     EXPECT_EQ(acceptConfirmation(QStringLiteral("sheet-move-project-items")),
-              QStringLiteral("Move “node_modules” to the Trash? It takes 30 KB. Nothing is "
-                             "deleted: you can put it back from the Trash until you empty it."));
+              QStringLiteral(
+                  "Move “node_modules” to the Trash? It frees 30 KB once the Trash is emptied. "
+                  "Nothing is "
+                  "deleted: you can put it back from the Trash until you empty it."));
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return window.toastOverlay()->message() == QStringLiteral("Reclaimed 30 KB"); },
         test::patience))
@@ -186,8 +188,9 @@ TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
     // One of the three was never on disk.
     ASSERT_TRUE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
     window.action(MainWindow::Action::moveToTrash)->trigger();
-    EXPECT_TRUE(acceptConfirmation(QStringLiteral("sheet-move-everything"))
-                    .startsWith(QStringLiteral("Move 3 items to the Trash? They take 16 KB")));
+    EXPECT_TRUE(
+        acceptConfirmation(QStringLiteral("sheet-move-everything"))
+            .startsWith(QStringLiteral("Move 3 items to the Trash? Together they free 16 KB")));
 
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return window.failuresPanel()->isVisible(); }, test::patience));

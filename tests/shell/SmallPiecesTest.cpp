@@ -83,13 +83,15 @@ TEST(TrashQuestionTest, NamesASingleItemAndCountsSeveralWithTheirSize) {
     plan.add(QStringLiteral("/code"), QStringLiteral("/code/app/node_modules"), 1'500'000);
     TrashQuestion question = TrashQuestion::about(plan);
     EXPECT_EQ(question.text, QStringLiteral("Move “node_modules” to the Trash?"));
-    EXPECT_TRUE(question.informativeText.startsWith(QStringLiteral("It takes 1.5 MB.")));
+    EXPECT_TRUE(question.informativeText.startsWith(
+        QStringLiteral("It frees 1.5 MB once the Trash is emptied.")));
 
     plan.add(QStringLiteral("/home/me"), QStringLiteral("/home/me/.npm/_cacache"), 2'000'000'000);
     plan.add(QStringLiteral("/code"), QStringLiteral("/code/app/dist"), std::nullopt);
     question = TrashQuestion::about(plan);
     EXPECT_EQ(question.text, QStringLiteral("Move 3 items to the Trash?"));
-    EXPECT_TRUE(question.informativeText.startsWith(QStringLiteral("They take 2 GB together.")))
+    EXPECT_TRUE(question.informativeText.startsWith(
+        QStringLiteral("Together they free 2 GB once the Trash is emptied.")))
         << qPrintable(question.informativeText);
 }
 
