@@ -24,8 +24,8 @@ namespace {
 // Refuses every item, as a locked bundle would.
 class RefusingTrash : public PlatformTrash {
 public:
-    std::optional<QString> moveToTrash(const QString&) const override {
-        return s("The file is locked.");
+    TrashMove moveToTrash(const QString&) const override {
+        return TrashMove::refused(s("The file is locked."));
     }
 };
 
