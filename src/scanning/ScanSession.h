@@ -34,6 +34,8 @@ public:
     static inline const QString notAnItemMessage =
         QStringLiteral("Refused: not an item of this scan (only the folders a scan offers can be "
                        "moved)");
+    // What the cleanup history calls the trash actions of a scan.
+    static inline const QString cleanupArea = QStringLiteral("projects");
 
     ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent = nullptr,
                 const PlatformTrash& trash = PlatformTrash::system());
