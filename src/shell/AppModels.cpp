@@ -18,6 +18,7 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , aiModels(toasts, options.aiModelsDryRun)
     , apps(toasts)
     , homebrew(toasts)
+    , cleanups(toasts)
     , navigation(session)
     , overview(overviewAreas(*this)) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
