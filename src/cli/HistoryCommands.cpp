@@ -114,8 +114,9 @@ void printOutcome(Console& console, const PutBackOutcome& outcome) {
     const QString of =
         QStringLiteral(" of cleanup %1 (%2)").arg(outcome.cleanup.id, outcome.cleanup.area);
     if (!outcome.restored.isEmpty()) {
-        console.out << (outcome.wasDryRun ? "Dry run: would put back" : "Put back") << of << ", "
-                    << formatBytes(outcome.restoredBytes) << ":\n";
+        console.out << (outcome.wasDryRun ? "Dry run: would put back " : "Put back ")
+                    << outcome.restored.size() << " item(s) (" << formatBytes(outcome.restoredBytes)
+                    << ")" << of << ":\n";
         for (const QString& path : outcome.restored)
             console.out << "  " << path << '\n';
     }
