@@ -40,6 +40,18 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     };
     QObject::connect(&organize, &OrganizeModel::actionFinished, &session, rescan);
     QObject::connect(&archives, &ArchivesModel::filesystemChanged, &session, rescan);
+    // What a put back restored is shown again where it belongs.
+    QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &session,
+                     [this, rescan](const PutBackOutcome& outcome) {
+                         if (outcome.restored.isEmpty() || outcome.wasDryRun)
+                             return;
+                         rescan();
+                         for (InventoryModel* model : {static_cast<InventoryModel*>(&caches),
+                                                       static_cast<InventoryModel*>(&apps)}) {
+                             if (model->hasLoaded())
+                                 model->reload();
+                         }
+                     });
 }
 
 } // namespace corvane
