@@ -11,10 +11,13 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimeZone>
 #include <gtest/gtest.h>
+#include <thread>
+#include <vector>
 
 using namespace corvane;
 using test::s;
@@ -137,4 +140,24 @@ TEST(ToastCenter, AnActionIsAnnouncedOnceAndOnlyForTheToastStillShown) {
     ASSERT_EQ(announced.count(), 1);
     EXPECT_EQ(announced.first().first().value<ToastAction>(), *offer);
     EXPECT_FALSE(toasts.current());
+}
+
+TEST(CleanupHistory, CleanupsRecordedAtOnceFromSeveralThreadsAreAllKept) {
+    const CleanupHistory history(test::makeTempDir(s("busy-history")) + s("/cleanup-history.json"));
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&history, thread] {
+            for (int index = 0; index < 5; ++index)
+                history.record(s("projects"), oneItem(QString::number(thread * 10 + index)), at(0));
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+
+    const QList<Cleanup> cleanups = history.load().cleanups;
+    ASSERT_EQ(cleanups.size(), 20);
+    QSet<QString> ids;
+    for (const Cleanup& cleanup : cleanups)
+        ids.insert(cleanup.id);
+    EXPECT_EQ(ids.size(), 20);
 }
