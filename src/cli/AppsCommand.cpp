@@ -75,7 +75,9 @@ int report(const AppsModel& model, const RemoveOptions& options, bool withMethod
     } else {
         if (!model.lastMessage().isEmpty())
             console.out << model.lastMessage() << '\n';
-        printCleanupNote(console, outcome.cleanup);
+        printPutBackHint(console, outcome.cleanup);
+        if (!outcome.cleanup.notice.isEmpty())
+            console.out << outcome.cleanup.notice << '\n';
         for (const QString& failure : outcome.failures)
             console.out << "  " << failure << '\n';
         if (outcome.terminalCommand)

@@ -201,11 +201,9 @@ int runPutBack(const PutBackRequest& request, Console& console) {
     return report(console, putBackThrough(model, preview.cleanup.id, false), request.json);
 }
 
-void printCleanupNote(Console& console, const RecordedCleanup& cleanup) {
+void printPutBackHint(Console& console, const RecordedCleanup& cleanup) {
     if (cleanup.id)
         console.out << "Put it back with: corvane put-back " << *cleanup.id << '\n';
-    if (!cleanup.notice.isEmpty())
-        console.err << cleanup.notice << '\n';
 }
 
 void addCleanupNote(QJsonObject& document, const RecordedCleanup& cleanup) {

@@ -26,8 +26,8 @@ int runHistory(bool json, Console& console);
 // back, 1 when some stayed or the history can't be read, 2 for an unknown id or no confirmation.
 int runPutBack(const PutBackRequest& request, Console& console);
 
-// After a trash action's text: how to put it back, and the history's notice if it has one.
-void printCleanupNote(Console& console, const RecordedCleanup& cleanup);
+// After a trash action's text: the command that puts it back, when it was recorded.
+void printPutBackHint(Console& console, const RecordedCleanup& cleanup);
 // `cleanupID` (null when nothing was recorded) and `historyNotice` when there is one.
 void addCleanupNote(QJsonObject& document, const RecordedCleanup& cleanup);
 

@@ -98,8 +98,9 @@ int report(const TrashResult& result, const TrashRequest& request, Console& cons
         printItems(console, result.plan, outcome.trashed);
         console.out << "Dry run: would reclaim " << formatBytes(result.reclaimedBytes) << '\n';
     } else if (!outcome.trashed.isEmpty()) {
-        console.out << "Reclaimed " << formatBytes(result.reclaimedBytes) << '\n';
-        printCleanupNote(console, result.cleanup);
+        // The toast's words, with the history's notice when it has one.
+        console.out << trashToastText(result) << '\n';
+        printPutBackHint(console, result.cleanup);
     }
     printFailures(console, outcome.failures);
     return statusFor(outcome.failures);
