@@ -24,10 +24,12 @@ QString resolvedLibrary() {
 
 } // namespace
 
-AppRemover::AppRemover(BrewService brew, const PlatformTrash& trash, RunningCheck isRunning)
+AppRemover::AppRemover(BrewService brew, const PlatformTrash& trash, RunningCheck isRunning,
+                       CleanupHistory history)
     : brew_(std::move(brew))
     , trash_(trash)
-    , isRunning_(isRunning ? std::move(isRunning) : RunningCheck(&RunningApps::isRunning)) {}
+    , isRunning_(isRunning ? std::move(isRunning) : RunningCheck(&RunningApps::isRunning))
+    , history_(std::move(history)) {}
 
 QStringList AppRemover::applicationsFolders() {
     const QString applications = TrashService::canonicalPath(Locations::applicationsDir());
@@ -79,27 +81,31 @@ AppRemovalOutcome AppRemover::remove(const InstalledApp& app, const QList<AppDat
         outcome.failures.append(*refusal);
         return outcome;
     }
-    if (!removeApp(app, outcome, cancellation))
+    QList<CleanupItem> trashed;
+    if (!removeApp(app, outcome, trashed, cancellation))
         return outcome;
     outcome.freedBytes += app.sizeBytes;
     for (const AppDataItem& item : tickedData) {
         if (const std::optional<QString> refusal = dataRefusal(app, item))
             outcome.failures.append(*refusal);
         else
-            trashData(item, outcome);
+            trashData(item, outcome, trashed);
     }
+    outcome.cleanup = history_.record(cleanupArea, trashed);
     return outcome;
 }
 
 AppRemovalOutcome AppRemover::removeLeftovers(const QList<AppDataItem>& items) const {
     AppRemovalOutcome outcome;
     const QString library = resolvedLibrary();
+    QList<CleanupItem> trashed;
     for (const AppDataItem& item : items) {
         if (!isInside(TrashService::canonicalPath(item.url), library))
             outcome.failures.append(itemName(item) + QStringLiteral(": ") + outsideLibraryText);
         else
-            trashData(item, outcome);
+            trashData(item, outcome, trashed);
     }
+    outcome.cleanup = history_.record(cleanupArea, trashed);
     return outcome;
 }
 
@@ -108,6 +114,7 @@ QString AppRemover::itemName(const AppDataItem& item) {
 }
 
 bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
+                           QList<CleanupItem>& trashed,
                            const CancellationToken& cancellation) const {
     const QString leftAlone =
         app.name + QStringLiteral(" could not be removed. Its data was left alone.");
@@ -157,24 +164,26 @@ bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
         return true;
     }
     const QString resolved = TrashService::canonicalPath(app.url);
-    const TrashOutcome trashed =
-        TrashService::trash({resolved}, Paths::parentPath(resolved), trash_);
-    if (!trashed.failures.isEmpty()) {
+    const TrashOutcome moved = TrashService::trash({resolved}, Paths::parentPath(resolved), trash_);
+    if (!moved.failures.isEmpty()) {
         outcome.failures.append(leftAlone);
         return false;
     }
+    trashed.append(cleanupItems(moved, {{resolved, app.sizeBytes}}));
     outcome.appMethod = AppRemovalOutcome::Method::trash;
     return true;
 }
 
-void AppRemover::trashData(const AppDataItem& item, AppRemovalOutcome& outcome) const {
-    const TrashOutcome trashed = TrashService::trash({item.url}, resolvedLibrary(), trash_);
-    if (trashed.failures.isEmpty()) {
+void AppRemover::trashData(const AppDataItem& item, AppRemovalOutcome& outcome,
+                           QList<CleanupItem>& trashed) const {
+    const TrashOutcome moved = TrashService::trash({item.url}, resolvedLibrary(), trash_);
+    if (moved.failures.isEmpty()) {
+        trashed.append(cleanupItems(moved, {{item.url, item.sizeBytes}}));
         outcome.trashedData.append(item);
         outcome.freedBytes += item.sizeBytes;
         return;
     }
-    const QString& message = trashed.failures.first().message;
+    const QString& message = moved.failures.first().message;
     if (message.contains(QLatin1String("permission"), Qt::CaseInsensitive) ||
         message.contains(QLatin1String("not permitted"), Qt::CaseInsensitive))
         outcome.failures.append(QStringLiteral("macOS needs your permission to remove %1: use "

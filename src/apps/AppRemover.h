@@ -3,6 +3,7 @@
 #include "apps/AppTypes.h"
 #include "apps/BrewService.h"
 #include "platform/Cancellation.h"
+#include "platform/CleanupHistory.h"
 #include "platform/PlatformTrash.h"
 
 #include <QList>
@@ -28,9 +29,13 @@ public:
     static inline const QString outsideLibraryText =
         QStringLiteral("Only data inside your Library can be removed here.");
 
+    // What the cleanup history calls app removals.
+    static inline const QString cleanupArea = QStringLiteral("apps");
+
+    // What goes to the Trash is recorded in `history` as one cleanup per call.
     explicit AppRemover(BrewService brew = BrewService(),
                         const PlatformTrash& trash = PlatformTrash::system(),
-                        RunningCheck isRunning = {});
+                        RunningCheck isRunning = {}, CleanupHistory history = CleanupHistory());
 
     // The folders whose apps may be removed: the Applications folder, its subfolders, and
     // ~/Applications, each with links resolved.
@@ -51,13 +56,15 @@ public:
     static QString itemName(const AppDataItem& item);
 
 private:
-    bool removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
+    bool removeApp(const InstalledApp& app, AppRemovalOutcome& outcome, QList<CleanupItem>& trashed,
                    const CancellationToken& cancellation) const;
-    void trashData(const AppDataItem& item, AppRemovalOutcome& outcome) const;
+    void trashData(const AppDataItem& item, AppRemovalOutcome& outcome,
+                   QList<CleanupItem>& trashed) const;
 
     BrewService brew_;
     const PlatformTrash& trash_;
     RunningCheck isRunning_;
+    CleanupHistory history_;
 };
 
 } // namespace corvane

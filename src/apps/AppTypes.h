@@ -3,6 +3,8 @@
 // The vocabulary of installed apps: each app with the data it keeps in the user's Library, the
 // data of apps that are gone, what a removal did, and Homebrew's outdated packages.
 
+#include "platform/CleanupHistory.h"
+
 #include <QDateTime>
 #include <QList>
 #include <QString>
@@ -96,6 +98,8 @@ struct AppRemovalOutcome {
     QStringList failures;
     // A command the user must run in Terminal (Homebrew needs the Mac password).
     std::optional<QString> terminalCommand;
+    // Where the cleanup history keeps what went to the Trash, for putting it back.
+    RecordedCleanup cleanup;
 
     bool operator==(const AppRemovalOutcome&) const = default;
 };

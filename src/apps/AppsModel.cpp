@@ -175,7 +175,10 @@ void AppsModel::finishAction(const AppRemovalOutcome& outcome, const QString& me
     lastOutcome_ = outcome;
     lastMessage_ = message;
     if (!message.isEmpty())
-        toasts().post(message, isDryRun() ? ToastStyle::info : ToastStyle::success);
+        toasts().post(message + (outcome.cleanup.notice.isEmpty() ? QString()
+                                                                  : u'\n' + outcome.cleanup.notice),
+                      isDryRun() ? ToastStyle::info : ToastStyle::success,
+                      putBackOffer(outcome.cleanup));
     QList<ItemFailure> failures;
     for (const QString& failure : outcome.failures)
         failures.append({failure, failure, failure});

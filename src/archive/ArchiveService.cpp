@@ -531,7 +531,7 @@ void Routine::run(const QString& sourceGiven, const QString& destinationGiven) {
     if (!verify(target, measured))
         return;
     if (archiving_) {
-        if (const std::optional<QString> problem = service_.trash->moveToTrash(source))
+        if (const std::optional<QString> problem = service_.trash->moveToTrash(source).failure)
             return fail(QStringLiteral("Copy verified at %1, but the original could not be moved "
                                        "to the Trash: %2")
                             .arg(target, *problem));
@@ -566,7 +566,7 @@ bool Routine::verify(const QString& target, const ArchiveCounts& expected) {
 }
 
 QString Routine::cleanedUp(const QString& target) const {
-    if (!service_.trash->moveToTrash(target))
+    if (!service_.trash->moveToTrash(target).failure)
         return {};
     return QStringLiteral(" A partial copy was left at %1; delete it manually.").arg(target);
 }

@@ -255,7 +255,7 @@ private:
     bool trashOriginal() {
         if (cancelledAfterCopyBegan())
             return false;
-        if (const std::optional<QString> error = service_.trash->moveToTrash(source_))
+        if (const std::optional<QString> error = service_.trash->moveToTrash(source_).failure)
             return fail(text("Copy verified at ") + where() +
                         text(", but the original could not be moved to the Trash: ") + *error);
         return true;

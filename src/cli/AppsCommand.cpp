@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/Console.h"
+#include "cli/HistoryCommands.h"
 #include "cli/JsonOutput.h"
 #include "cli/SessionDriver.h"
 #include "platform/ByteFormat.h"
@@ -68,10 +69,15 @@ int report(const AppsModel& model, const RemoveOptions& options, bool withMethod
     if (options.json) {
         QJsonObject document = AppsJson::outcome(outcome, withMethod);
         document.insert(QStringLiteral("message"), model.lastMessage());
+        if (!options.dryRun)
+            addCleanupNote(document, outcome.cleanup);
         printJson(console, document);
     } else {
         if (!model.lastMessage().isEmpty())
             console.out << model.lastMessage() << '\n';
+        printPutBackHint(console, outcome.cleanup);
+        if (!outcome.cleanup.notice.isEmpty())
+            console.out << outcome.cleanup.notice << '\n';
         for (const QString& failure : outcome.failures)
             console.out << "  " << failure << '\n';
         if (outcome.terminalCommand)

@@ -38,6 +38,14 @@ const std::vector<Command>& commandTable() {
          "List the developer caches outside your projects with their sizes; `caches clean ID...` "
          "moves some to the Trash",
          defineCachesCommand},
+        {"history",
+         "List the latest cleanups, newest first, with how many of their items are still in the "
+         "Trash",
+         defineHistoryCommand},
+        {"put-back",
+         "Move the items of the newest cleanup (or of cleanup ID) from the Trash back to where "
+         "they were",
+         definePutBackCommand},
         {"agents",
          "List the coding-agent sessions and editor workspaces of a folder, or of every folder",
          defineAgentsCommand},

@@ -38,4 +38,7 @@ void defineModelsCommand(CLI::App& command, int& status);
 void defineBrewCommand(CLI::App& command, int& status);
 void defineAppsCommand(CLI::App& command, int& status);
 
+void defineHistoryCommand(CLI::App& command, int& status);
+void definePutBackCommand(CLI::App& command, int& status);
+
 } // namespace corvane::cli

@@ -1,6 +1,7 @@
 #include "cli/SessionDriver.h"
 
 #include "cli/Command.h"
+#include "cli/HistoryCommands.h"
 #include "cli/JsonOutput.h"
 #include "cli/ScanJson.h"
 #include "platform/ByteFormat.h"
@@ -84,9 +85,12 @@ void printFailures(Console& console, const QList<TrashFailure>& failures) {
 int report(const TrashResult& result, const TrashRequest& request, Console& console) {
     const TrashOutcome& outcome = result.outcome;
     if (request.json) {
-        printJson(console, result.wasDryRun
-                               ? ScanJson::dryRun(outcome, result.reclaimedBytes)
-                               : ScanJson::trashResult(outcome, result.reclaimedBytes));
+        QJsonObject document = result.wasDryRun
+                                   ? ScanJson::dryRun(outcome, result.reclaimedBytes)
+                                   : ScanJson::trashResult(outcome, result.reclaimedBytes);
+        if (!result.wasDryRun)
+            addCleanupNote(document, result.cleanup);
+        printJson(console, document);
         return statusFor(outcome.failures);
     }
     if (result.wasDryRun) {
@@ -94,7 +98,9 @@ int report(const TrashResult& result, const TrashRequest& request, Console& cons
         printItems(console, result.plan, outcome.trashed);
         console.out << "Dry run: would reclaim " << formatBytes(result.reclaimedBytes) << '\n';
     } else if (!outcome.trashed.isEmpty()) {
+        // The toast's words, with the history's notice when it has one.
         console.out << trashToastText(result) << '\n';
+        printPutBackHint(console, result.cleanup);
     }
     printFailures(console, outcome.failures);
     return statusFor(outcome.failures);

@@ -115,20 +115,20 @@ bool writeAll(int descriptor, const QByteArray& bytes) {
 
 } // namespace
 
-std::optional<QString> PlatformTrash::moveToTrash(const QString& path) const {
+TrashMove PlatformTrash::moveToTrash(const QString& path) const {
     const QByteArray item = bytesOf(path);
     struct stat itemInfo {};
     if (::lstat(item.constData(), &itemInfo) != 0)
-        return systemMessage(errno);
+        return TrashMove::refused(systemMessage(errno));
     QString problem;
     const std::optional<QByteArray> trash = trashFor(item, itemInfo.st_dev, problem);
     if (!trash)
-        return problem;
+        return TrashMove::refused(problem);
     const QByteArray files = *trash + "/files";
     const QByteArray info = *trash + "/info";
     if (!ensurePrivateFolder(files) || !ensurePrivateFolder(info))
-        return QStringLiteral("The Trash folder %1 could not be prepared")
-            .arg(QFile::decodeName(*trash));
+        return TrashMove::refused(QStringLiteral("The Trash folder %1 could not be prepared")
+                                      .arg(QFile::decodeName(*trash)));
 
     const QByteArray name = item.mid(item.lastIndexOf('/') + 1);
     const QByteArray record = trashInfo(item);
@@ -142,25 +142,27 @@ std::optional<QString> PlatformTrash::moveToTrash(const QString& path) const {
         if (descriptor < 0 && errno == EEXIST)
             continue;
         if (descriptor < 0)
-            return QStringLiteral("The Trash could not record where the item came from: %1")
-                .arg(systemMessage(errno));
+            return TrashMove::refused(
+                QStringLiteral("The Trash could not record where the item came from: %1")
+                    .arg(systemMessage(errno)));
         const bool recorded = writeAll(descriptor, record);
         const int writeError = errno;
         ::close(descriptor);
         struct stat existing {};
         const bool nameTaken = ::lstat(target.constData(), &existing) == 0;
         if (recorded && !nameTaken && ::rename(item.constData(), target.constData()) == 0)
-            return std::nullopt;
+            return TrashMove::movedTo({QFile::decodeName(target), QFile::decodeName(infoPath)});
         const int moveError = errno;
         ::unlink(infoPath.constData());
         if (nameTaken)
             continue;
         if (!recorded)
-            return QStringLiteral("The Trash could not record where the item came from: %1")
-                .arg(systemMessage(writeError));
-        return systemMessage(moveError);
+            return TrashMove::refused(
+                QStringLiteral("The Trash could not record where the item came from: %1")
+                    .arg(systemMessage(writeError)));
+        return TrashMove::refused(systemMessage(moveError));
     }
-    return QStringLiteral("The Trash has no free name for this item");
+    return TrashMove::refused(QStringLiteral("The Trash has no free name for this item"));
 }
 
 } // namespace corvane

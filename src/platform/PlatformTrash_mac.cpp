@@ -4,12 +4,15 @@
 
 namespace corvane {
 
-std::optional<QString> PlatformTrash::moveToTrash(const QString& path) const {
-    // Qt hands this to NSFileManager's trashItemAtURL, which keeps "Put Back" working.
+TrashMove PlatformTrash::moveToTrash(const QString& path) const {
+    // Qt hands this to NSFileManager's trashItemAtURL:resultingItemURL:error:, which keeps
+    // Finder's "Put Back" working, and on success renames the QFile to the resulting URL's path.
     QFile file(path);
-    if (file.moveToTrash())
-        return std::nullopt;
-    return file.errorString();
+    if (!file.moveToTrash())
+        return TrashMove::refused(file.errorString());
+    // An unchanged name means the platform gave no resulting URL: where it went is not known.
+    const QString trashed = file.fileName();
+    return TrashMove::movedTo({trashed == path ? QString() : trashed, {}});
 }
 
 } // namespace corvane

@@ -34,16 +34,18 @@ qint64 TrashPlan::bytesOf(const QList<QString>& urls) const {
     return total;
 }
 
-TrashResult carryOut(const TrashPlan& plan, const PlatformTrash& platform) {
-    TrashResult result{plan, {}, 0, false};
+TrashResult carryOut(const TrashPlan& plan, const PlatformTrash& platform,
+                     const CleanupHistory& history) {
+    TrashResult result{plan, {}, 0, false, {}};
     for (const TrashPlan::Batch& batch : plan.batches)
         result.outcome.append(TrashService::trash(batch.urls, batch.root, platform));
     result.reclaimedBytes = plan.bytesOf(result.outcome.trashed);
+    result.cleanup = history.record(plan.area, cleanupItems(result.outcome, plan.sizeByURL));
     return result;
 }
 
 TrashResult preview(const TrashPlan& plan) {
-    TrashResult result{plan, {}, 0, true};
+    TrashResult result{plan, {}, 0, true, {}};
     for (const TrashPlan::Batch& batch : plan.batches) {
         for (const QString& url : batch.urls) {
             if (const std::optional<QString> refusal = TrashService::refusal(url, batch.root))
@@ -61,8 +63,11 @@ QString trashToastText(const TrashResult& result) {
     if (count == 0)
         return {};
     const QString bytes = formatBytes(result.reclaimedBytes);
-    if (!result.wasDryRun)
-        return QStringLiteral("Reclaimed ") + bytes;
+    if (!result.wasDryRun) {
+        const QString notice = result.cleanup.notice;
+        return QStringLiteral("Reclaimed ") + bytes +
+               (notice.isEmpty() ? QString() : u'\n' + notice);
+    }
     const QString items =
         count == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(count);
     return QStringLiteral("Dry run: would move %1 (%2) to the Trash").arg(items, bytes);

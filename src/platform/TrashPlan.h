@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/CleanupHistory.h"
 #include "platform/PlatformTrash.h"
 #include "platform/TrashService.h"
 
@@ -23,6 +24,8 @@ struct TrashPlan {
     QList<Batch> batches;
     // Measured bytes by item; an item without an entry counts 0.
     QHash<QString, qint64> sizeByURL;
+    // The area of the app the items belong to, as the cleanup history names it ("projects").
+    QString area;
 
     // Appends `url` to the batch of `root` (a new batch when the last one has another root).
     void add(const QString& root, const QString& url, std::optional<qint64> bytes);
@@ -43,19 +46,23 @@ struct TrashResult {
     TrashOutcome outcome;
     qint64 reclaimedBytes = 0;
     bool wasDryRun = false;
+    // Where the cleanup history keeps what moved, for putting it back.
+    RecordedCleanup cleanup;
 };
 
-// Moves the plan's items batch by batch through the trash service, each inside its own area.
-// Blocking; run it off the main thread.
-TrashResult carryOut(const TrashPlan& plan,
-                     const PlatformTrash& platform = PlatformTrash::system());
+// Moves the plan's items batch by batch through the trash service, each inside its own area, and
+// records what moved, and where to, as one cleanup in `history`. Blocking; run it off the main
+// thread.
+TrashResult carryOut(const TrashPlan& plan, const PlatformTrash& platform = PlatformTrash::system(),
+                     const CleanupHistory& history = CleanupHistory());
 
 // What carrying the plan out would move and what the trash service would refuse before asking
 // the platform. Moves nothing.
 TrashResult preview(const TrashPlan& plan);
 
 // The toast of a trash action, from its result: "Reclaimed 1.2 GB", or for a dry run
-// "Dry run: would move 3 items (1.2 GB) to the Trash". Empty when nothing moved (or would).
+// "Dry run: would move 3 items (1.2 GB) to the Trash", followed on its own line by the cleanup
+// history's notice if it has one. Empty when nothing moved (or would).
 QString trashToastText(const TrashResult& result);
 
 } // namespace corvane

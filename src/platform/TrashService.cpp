@@ -74,6 +74,7 @@ std::optional<QString> refusalWithin(const QString& url, const QString& canonica
 void TrashOutcome::append(const TrashOutcome& other) {
     trashed.append(other.trashed);
     failures.append(other.failures);
+    locations.insert(other.locations);
 }
 
 QString TrashService::canonicalPath(const QString& path) {
@@ -93,13 +94,17 @@ TrashOutcome TrashService::trash(const QList<QString>& urls, const QString& root
     const QString canonicalRoot = root.isEmpty() ? QString() : canonicalPath(root);
     for (const QString& url : urls) {
         // Tested right before each move: an earlier move of this call may have taken the item.
-        std::optional<QString> failure = refusalWithin(url, canonicalRoot);
-        if (!failure)
-            failure = platform.moveToTrash(url);
-        if (failure)
-            outcome.failures.append({url, *failure});
-        else
-            outcome.trashed.append(url);
+        if (const std::optional<QString> refusal = refusalWithin(url, canonicalRoot)) {
+            outcome.failures.append({url, *refusal});
+            continue;
+        }
+        const TrashMove move = platform.moveToTrash(url);
+        if (move.failure) {
+            outcome.failures.append({url, *move.failure});
+            continue;
+        }
+        outcome.trashed.append(url);
+        outcome.locations.insert(url, move.location);
     }
     return outcome;
 }

@@ -2,6 +2,7 @@
 
 #include "platform/PlatformTrash.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <optional>
@@ -21,6 +22,8 @@ struct TrashFailure {
 struct TrashOutcome {
     QList<QString> trashed;
     QList<TrashFailure> failures;
+    // Where each trashed item now is in the Trash, by the item as it was given.
+    QHash<QString, TrashLocation> locations;
 
     void append(const TrashOutcome& other);
     bool operator==(const TrashOutcome&) const = default;

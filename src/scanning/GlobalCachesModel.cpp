@@ -71,6 +71,7 @@ qint64 GlobalCachesModel::selectedBytes() const {
 
 TrashPlan GlobalCachesModel::trashPlan() const {
     TrashPlan plan;
+    plan.area = QStringLiteral("caches");
     const QString home = Locations::homeDir();
     for (const GlobalCacheItem& item : caches_) {
         if (!selectedIDs().contains(item.id()))
@@ -98,7 +99,7 @@ void GlobalCachesModel::trash(const TrashPlan& plan) {
 
 void GlobalCachesModel::applyTrashResult(const TrashResult& result) {
     if (const QString toast = trashToastText(result); !toast.isEmpty())
-        toasts().post(toast);
+        toasts().post(toast, ToastStyle::success, putBackOffer(result.cleanup));
     QList<ItemFailure> failures;
     for (const TrashFailure& failure : result.outcome.failures) {
         const auto item =

@@ -296,6 +296,7 @@ void ScanSession::setItemSelected(const QUuid& itemID, bool selected) {
 
 TrashPlan ScanSession::trashPlan(const TrashScope& scope) const {
     TrashPlan plan;
+    plan.area = cleanupArea;
     if (!rootURL_)
         return plan;
     QList<QString> urls;
@@ -333,6 +334,7 @@ std::optional<CleanableItem> ScanSession::itemAt(const QString& path) const {
 
 ScanSession::PathsPlan ScanSession::trashPlan(const QList<QString>& paths) const {
     PathsPlan result;
+    result.plan.area = cleanupArea;
     if (!rootURL_)
         return result;
     QList<QString> urls;
@@ -377,7 +379,7 @@ void ScanSession::trash(const TrashPlan& plan) {
 
 void ScanSession::applyTrashResult(const TrashResult& result) {
     if (const QString toast = trashToastText(result); !toast.isEmpty())
-        toasts_.post(toast);
+        toasts_.post(toast, ToastStyle::success, putBackOffer(result.cleanup));
     unsigned changes = forgetTrashed(result.outcome.trashed);
     changes |= assign(trashFailures_, result.outcome.failures, failuresChange);
     changes |= assign(isTrashing_, false, trashingChange);

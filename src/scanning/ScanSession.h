@@ -38,6 +38,8 @@ public:
     // Why a kept folder, or one that holds a kept folder, cannot be trashed.
     static inline const QString keptMessage =
         QStringLiteral("Refused: marked Keep (remove the mark first to clean it)");
+    // What the cleanup history calls the trash actions of a scan.
+    static inline const QString cleanupArea = QStringLiteral("projects");
 
     // The Keep marks come from `keepStore`, read again at every scan.
     ScanSession(ToastCenter& toasts, ScanStarter starter, QObject* parent = nullptr,

@@ -18,6 +18,7 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , aiModels(toasts, options.aiModelsDryRun)
     , apps(toasts)
     , homebrew(toasts)
+    , cleanups(toasts)
     , navigation(session)
     , overview(overviewAreas({session, caches, simulators, docker, aiModels, android, apps})) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
@@ -39,6 +40,18 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     };
     QObject::connect(&organize, &OrganizeModel::actionFinished, &session, rescan);
     QObject::connect(&archives, &ArchivesModel::filesystemChanged, &session, rescan);
+    // What a put back restored is shown again where it belongs.
+    QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &session,
+                     [this, rescan](const PutBackOutcome& outcome) {
+                         if (outcome.restored.isEmpty() || outcome.wasDryRun)
+                             return;
+                         rescan();
+                         for (InventoryModel* model : {static_cast<InventoryModel*>(&caches),
+                                                       static_cast<InventoryModel*>(&apps)}) {
+                             if (model->hasLoaded())
+                                 model->reload();
+                         }
+                     });
 }
 
 } // namespace corvane

@@ -10,6 +10,7 @@
 #include "devtools/DockerModel.h"
 #include "devtools/SimulatorsModel.h"
 #include "organize/OrganizeModel.h"
+#include "platform/CleanupHistoryModel.h"
 #include "platform/OverviewModel.h"
 #include "platform/ToastCenter.h"
 #include "scanning/GlobalCachesModel.h"
@@ -44,6 +45,8 @@ public:
     AIModelsModel aiModels;
     AppsModel apps;
     HomebrewModel homebrew;
+    // Answers the "Put Back" button of every cleanup's toast.
+    CleanupHistoryModel cleanups;
     Navigation navigation;
     // Made last: it reads the models above.
     OverviewModel overview;

@@ -58,7 +58,7 @@ bool moveAndRelaunch(const QString& bundlePath, const QString& destination, QStr
     try {
         // An older copy is replaced, but kept in the Trash like everything this app removes.
         if (QFileInfo::exists(destination)) {
-            if (const auto refusal = PlatformTrash::system().moveToTrash(destination)) {
+            if (const auto refusal = PlatformTrash::system().moveToTrash(destination).failure) {
                 *error = *refusal;
                 return false;
             }

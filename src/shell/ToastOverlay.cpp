@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QPushButton>
 
 namespace corvane {
 namespace {
@@ -15,16 +16,23 @@ constexpr int bottomMargin = 24;
 ToastOverlay::ToastOverlay(ToastCenter& toasts, QWidget* parent)
     : QWidget(parent)
     , toasts_(toasts)
-    , label_(new QLabel(this)) {
+    , label_(new QLabel(this))
+    , actionButton_(new QPushButton(this)) {
     setObjectName(QStringLiteral("toast"));
-    setAttribute(Qt::WA_TransparentForMouseEvents);
     label_->setForegroundRole(QPalette::ToolTipText);
+    actionButton_->setObjectName(QStringLiteral("toastAction"));
+    // Named even while no toast offers an action, when it has no title of its own.
+    actionButton_->setAccessibleName(QStringLiteral("Notification action"));
+    actionButton_->setCursor(Qt::PointingHandCursor);
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(18, 9, 18, 9);
+    layout->setSpacing(14);
     layout->addWidget(label_);
+    layout->addWidget(actionButton_);
     dismissTimer_.setSingleShot(true);
-    dismissTimer_.setInterval(defaultDisplayTime);
     connect(&dismissTimer_, &QTimer::timeout, this, [this] { toasts_.dismiss(shownID_); });
+    connect(actionButton_, &QPushButton::clicked, this,
+            [this] { toasts_.triggerAction(shownID_); });
     connect(&toasts_, &ToastCenter::currentChanged, this, &ToastOverlay::showCurrent);
     parent->installEventFilter(this);
     hide();
@@ -44,10 +52,16 @@ void ToastOverlay::showCurrent() {
     }
     shownID_ = toast->id;
     label_->setText(toast->message);
+    actionButton_->setVisible(toast->action.has_value());
+    actionButton_->setText(toast->action ? toast->action->title : QString());
+    actionButton_->setAccessibleName(toast->action ? toast->action->title
+                                                   : QStringLiteral("Notification action"));
+    // A plain note lets clicks through to what lies under it; one with a button takes them.
+    setAttribute(Qt::WA_TransparentForMouseEvents, !toast->action);
     place();
     show();
     raise();
-    dismissTimer_.start();
+    dismissTimer_.start(toast->action ? 2 * displayTime_ : displayTime_);
 }
 
 void ToastOverlay::place() {

@@ -6,12 +6,14 @@
 #include <QWidget>
 
 class QLabel;
+class QPushButton;
 
 namespace corvane {
 
 // Shows the toast center's current toast as a small rounded note at the bottom of its parent,
 // above everything else, and dismisses it after a few seconds. One toast at a time: a new one
-// replaces the note and starts the time again.
+// replaces the note and starts the time again. A toast with an action shows its button, and stays
+// twice as long so that there is time to press it.
 class ToastOverlay : public QWidget {
     Q_OBJECT
 
@@ -21,7 +23,9 @@ public:
     ToastOverlay(ToastCenter& toasts, QWidget* parent);
 
     QString message() const;
-    void setDisplayTime(int milliseconds) { dismissTimer_.setInterval(milliseconds); }
+    // The button of the toast's action; hidden when the toast has none.
+    QPushButton* actionButton() const { return actionButton_; }
+    void setDisplayTime(int milliseconds) { displayTime_ = milliseconds; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -33,7 +37,9 @@ private:
 
     ToastCenter& toasts_;
     QLabel* label_;
+    QPushButton* actionButton_;
     QTimer dismissTimer_;
+    int displayTime_ = defaultDisplayTime;
     QUuid shownID_;
 };
 

@@ -2,6 +2,8 @@
 
 #include "apps/RunningApps.h"
 #include "platform/Paths.h"
+#include "platform/PutBackService.h"
+#include "platform/TrashService.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -24,8 +26,8 @@ namespace {
 // Refuses every item, as a locked bundle would.
 class RefusingTrash : public PlatformTrash {
 public:
-    std::optional<QString> moveToTrash(const QString&) const override {
-        return s("The file is locked.");
+    TrashMove moveToTrash(const QString&) const override {
+        return TrashMove::refused(s("The file is locked."));
     }
 };
 
@@ -88,6 +90,41 @@ TEST_F(AppRemoverTest, AppGoesToTheTrashWithItsTickedData) {
     EXPECT_TRUE(QFileInfo::exists(trashFiles() + s("Notes.app")));
     EXPECT_FALSE(QFileInfo::exists(support.url));
     EXPECT_TRUE(QFileInfo::exists(caches.url)); // not ticked
+}
+
+TEST_F(AppRemoverTest, AnAppWithItsDataIsOneCleanupThatPutsBackWhereItWas) {
+    const CleanupHistory history(test::makeTempDir(s("history")) + s("/cleanup-history.json"));
+    const AppRemover recording(
+        BrewService(), PlatformTrash::system(), [](const InstalledApp&) { return false; }, history);
+    InstalledApp app = makeApp(s("Sketch Pad"));
+    const AppDataItem support = makeData(app, s("Application Support"));
+    const AppDataItem caches = makeData(app, s("Caches"));
+
+    const AppRemovalOutcome removed = recording.remove(app, {support, caches});
+    ASSERT_TRUE(removed.cleanup.id);
+    ASSERT_EQ(removed.trashedData.size(), 2);
+    Cleanup cleanup = history.load().cleanups.last();
+    EXPECT_EQ(cleanup.id, *removed.cleanup.id);
+    EXPECT_EQ(cleanup.area, s("apps"));
+    ASSERT_EQ(cleanup.items.size(), 3);
+    EXPECT_EQ(cleanup.items[0].originalPath, TrashService::canonicalPath(app.url));
+    EXPECT_EQ(cleanup.bytes(), 1400);
+    EXPECT_EQ(cleanup.itemsInTrash(), 3);
+
+    // Leftovers of an app that is gone are a cleanup of their own.
+    const AppDataItem orphan = makeData(app, s("Logs"));
+    const AppRemovalOutcome leftovers = recording.removeLeftovers({orphan});
+    ASSERT_TRUE(leftovers.cleanup.id);
+    EXPECT_NE(*leftovers.cleanup.id, *removed.cleanup.id);
+    EXPECT_FALSE(QFileInfo::exists(orphan.url));
+
+    const PutBackOutcome back = PutBackService::putBack(history, *removed.cleanup.id);
+    EXPECT_TRUE(back.failures.isEmpty());
+    EXPECT_EQ(back.restored.size(), 3);
+    EXPECT_EQ(readAll(app.url + s("/Contents/Info.plist")), s("<plist/>"));
+    EXPECT_EQ(readAll(support.url + s("/state.json")), s("{}"));
+    EXPECT_EQ(readAll(caches.url + s("/state.json")), s("{}"));
+    EXPECT_FALSE(QFileInfo::exists(orphan.url)) << "another cleanup's item stays in the Trash";
 }
 
 TEST_F(AppRemoverTest, AppGuardsComeInOrderAndOnlyTheFirstIsShown) {

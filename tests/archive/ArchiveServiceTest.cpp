@@ -28,9 +28,9 @@ public:
     explicit RefusingTrash(QSet<QString> refused = {})
         : refused_(std::move(refused)) {}
 
-    std::optional<QString> moveToTrash(const QString& path) const override {
+    TrashMove moveToTrash(const QString& path) const override {
         if (refused_.isEmpty() || refused_.contains(path))
-            return s("The item is locked");
+            return TrashMove::refused(s("The item is locked"));
         return PlatformTrash::system().moveToTrash(path);
     }
 

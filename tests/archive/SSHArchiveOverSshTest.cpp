@@ -270,8 +270,8 @@ TEST_F(SSHArchiveOverSsh, ATruncatedStreamFailsTheCopyAndRemovesThePartialRemote
 
 TEST_F(SSHArchiveOverSsh, ATrashThatRefusesLeavesTheOriginalAndTheVerifiedCopy) {
     struct RefusingTrash : PlatformTrash {
-        std::optional<QString> moveToTrash(const QString&) const override {
-            return s("The volume is read-only.");
+        TrashMove moveToTrash(const QString&) const override {
+            return TrashMove::refused(s("The volume is read-only."));
         }
     } refusing;
     SSHArchiveService service;

@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "platform/ByteFormat.h"
+#include "platform/CleanupHistory.h"
 #include "platform/ProcessRunner.h"
 #include "scanning/RulesStore.h"
 #include "support/FakeScan.h"
@@ -256,6 +257,14 @@ TEST_F(ScanCommandsTest, ADryRunReportsWhatWouldGoAndMovesNothingThenJsonListsWh
     EXPECT_EQ(document[u"failures"][0][u"url"].toString(), space.monoModules.url);
     EXPECT_EQ(document[u"failures"][0][u"message"].toString(), s("No longer exists"));
     EXPECT_TRUE(QFile::exists(space.apiOut.url));
+    // What moved is one cleanup of the projects in the history, ready to be put back.
+    const Cleanup cleanup = CleanupHistory().load().cleanups.last();
+    EXPECT_EQ(document[u"cleanupID"].toString(), cleanup.id);
+    EXPECT_EQ(cleanup.area, s("projects"));
+    ASSERT_EQ(cleanup.items.size(), 1);
+    EXPECT_EQ(cleanup.items[0].originalPath, space.looseVenv.url);
+    EXPECT_EQ(cleanup.items[0].bytes, 2000);
+    EXPECT_TRUE(QFile::exists(cleanup.items[0].location.path + s("/content")));
 }
 
 TEST_F(ScanCommandsTest, CleanItemTakesOnlyItemsOfTheScanAndRefusesTheRestBeforeMovingAnything) {

@@ -125,8 +125,8 @@ private:
 // A Trash that refuses everything, like a full or read-only volume.
 class RefusingTrash : public PlatformTrash {
 public:
-    std::optional<QString> moveToTrash(const QString&) const override {
-        return QStringLiteral("The volume is read-only.");
+    TrashMove moveToTrash(const QString&) const override {
+        return TrashMove::refused(QStringLiteral("The volume is read-only."));
     }
 };
 

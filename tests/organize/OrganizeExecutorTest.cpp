@@ -38,8 +38,8 @@ QString inTrash(const QString& name) {
 // A Trash that refuses everything, as a volume without one would.
 class RefusingTrash : public PlatformTrash {
 public:
-    std::optional<QString> moveToTrash(const QString&) const override {
-        return s("The volume has no Trash.");
+    TrashMove moveToTrash(const QString&) const override {
+        return TrashMove::refused(s("The volume has no Trash."));
     }
 };
 

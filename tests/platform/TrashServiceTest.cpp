@@ -222,9 +222,9 @@ public:
     explicit RefusingTrash(QString refusedName)
         : refusedName_(std::move(refusedName)) {}
 
-    std::optional<QString> moveToTrash(const QString& path) const override {
+    TrashMove moveToTrash(const QString& path) const override {
         if (QFileInfo(path).fileName() == refusedName_)
-            return QStringLiteral("The item is in use.");
+            return TrashMove::refused(QStringLiteral("The item is in use."));
         return PlatformTrash::moveToTrash(path);
     }
 

@@ -381,9 +381,9 @@ namespace {
 // A Trash that will not take folders of one name, as a locked file would make it refuse.
 class RefusingTrash : public PlatformTrash {
 public:
-    std::optional<QString> moveToTrash(const QString& path) const override {
+    TrashMove moveToTrash(const QString& path) const override {
         if (path.endsWith(QStringLiteral("/locked")))
-            return QStringLiteral("The item is in use.");
+            return TrashMove::refused(QStringLiteral("The item is in use."));
         return PlatformTrash::moveToTrash(path);
     }
 };

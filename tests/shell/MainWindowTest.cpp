@@ -151,6 +151,39 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     test::saveScreenshot(window, QStringLiteral("window-after-trash"));
 }
 
+TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
+    const auto [app, modules] =
+        makeOnDisk(QStringLiteral("caf\u00e9 app"), QStringLiteral("node_modules"), 21'000);
+    test::writeFile(modules.url + QStringLiteral("/left pad [v2]/index.js"), "exports.x = 1;\n");
+    window.scanFolder(root);
+    scans.feed(found(app, modules, 21'000) + QList<ScanEvent>{ScanEvent::scanCompleted()});
+    waitForRows(QStringLiteral("caf\u00e9 app"));
+    window.action(MainWindow::Action::moveToTrash)->trigger();
+    acceptConfirmation(QStringLiteral("sheet-move-before-put-back"));
+    ToastOverlay& toast = *window.toastOverlay();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return toast.message() == QStringLiteral("Reclaimed 21 KB"); }, test::patience))
+        << qPrintable(toast.message());
+    ASSERT_FALSE(QFileInfo::exists(modules.url));
+    ASSERT_TRUE(toast.actionButton()->isVisible());
+    EXPECT_EQ(toast.actionButton()->text(), QStringLiteral("Put Back"));
+    test::saveScreenshot(window, QStringLiteral("window-toast-put-back"));
+
+    QTest::mouseClick(toast.actionButton(), Qt::LeftButton);
+
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return toast.message() == QStringLiteral("Put back 1 item"); }, test::patience))
+        << qPrintable(toast.message());
+    EXPECT_FALSE(toast.actionButton()->isVisible());
+    QFile restored(modules.url + QStringLiteral("/blob"));
+    ASSERT_TRUE(restored.open(QIODevice::ReadOnly));
+    EXPECT_EQ(restored.readAll(), QByteArray(21'000, 'x'));
+    EXPECT_TRUE(QFileInfo::exists(modules.url + QStringLiteral("/left pad [v2]/index.js")));
+    // The scan looks again, so the folder that came back is listed where it belongs.
+    EXPECT_EQ(scans.roots, (QList<QString>{root, root}));
+    test::saveScreenshot(window, QStringLiteral("window-after-put-back"));
+}
+
 TEST_F(MainWindowTest, ARefusedFolderShowsTheSessionsAlertAndScansNothing) {
     window.scanFolder(test::fakeHome() + QStringLiteral("/Documents"));
     QMessageBox* alert = test::openBox(window, QStringLiteral("refusalAlert"));
