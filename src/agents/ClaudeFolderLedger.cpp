@@ -6,15 +6,9 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonObject>
-#include <QLockFile>
 
 namespace corvane {
 namespace {
-
-// A relink holds the lock for a moment; one that takes this long has hung or died, and a lock
-// of a process that died is taken over by QLockFile after its stale time.
-constexpr int lockWaitMilliseconds = 10'000;
-constexpr int staleLockMilliseconds = 30'000;
 
 QMap<QString, QString> mappingOf(const QJsonObject& object) {
     QMap<QString, QString> mapping;
@@ -36,12 +30,9 @@ QMap<QString, QString> ClaudeFolderLedger::load() const {
 
 QString
 ClaudeFolderLedger::update(const std::function<void(QMap<QString, QString>&)>& change) const {
-    if (!QDir().mkpath(Paths::parentPath(url)))
-        return QStringLiteral("could not create the folder %1").arg(Paths::parentPath(url));
-    QLockFile lock(url + QStringLiteral(".lock"));
-    lock.setStaleLockTime(staleLockMilliseconds);
-    if (!lock.tryLock(lockWaitMilliseconds))
-        return QStringLiteral("%1 is being changed by another process").arg(url);
+    const JsonFile::Lock lock(url);
+    if (!lock.problem().isEmpty())
+        return lock.problem();
 
     QMap<QString, QString> mapping;
     if (QFileInfo::exists(url)) {

@@ -8,16 +8,10 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QLockFile>
 #include <QTimeZone>
 
 namespace corvane {
 namespace {
-
-// A run holds the lock for one write; one that takes this long has hung or died, and the lock
-// of a process that died is taken over by QLockFile after its stale time.
-constexpr int lockWaitMilliseconds = 10'000;
-constexpr int staleLockMilliseconds = 30'000;
 
 const QString fileName = QStringLiteral("organize-journal.json");
 
@@ -140,13 +134,9 @@ QString OrganizeJournal::remove(const QUuid& id,
 }
 
 QString OrganizeJournal::update(const std::function<void(QList<OrganizeRun>&)>& change) const {
-    const QString folder = Paths::parentPath(url_);
-    if (!QDir().mkpath(folder))
-        return QStringLiteral("Could not create the folder %1").arg(folder);
-    QLockFile lock(url_ + QStringLiteral(".lock"));
-    lock.setStaleLockTime(staleLockMilliseconds);
-    if (!lock.tryLock(lockWaitMilliseconds))
-        return QStringLiteral("%1 is being changed by another process").arg(url_);
+    const JsonFile::Lock lock(url_);
+    if (!lock.problem().isEmpty())
+        return lock.problem();
 
     QList<OrganizeRun> runs;
     if (QFileInfo::exists(url_)) {

@@ -11,16 +11,10 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLockFile>
 #include <QTimeZone>
 
 namespace corvane {
 namespace {
-
-// A writer holds the lock for one read and write; one that takes this long has hung or died, and
-// the lock of a process that died is taken over by QLockFile after its stale time.
-constexpr int lockWaitMilliseconds = 10'000;
-constexpr int staleLockMilliseconds = 30'000;
 
 const QString fileName = QStringLiteral("cleanup-history.json");
 const QString cleanupsKey = QStringLiteral("cleanups");
@@ -129,26 +123,6 @@ QString newID(const QDateTime& date, const QList<Cleanup>& cleanups) {
     return id;
 }
 
-// Holds the history's lock for as long as it lives.
-class HistoryLock {
-public:
-    explicit HistoryLock(const QString& path)
-        : lock_(path + QStringLiteral(".lock")) {
-        lock_.setStaleLockTime(staleLockMilliseconds);
-        if (!QDir().mkpath(Paths::parentPath(path)))
-            problem_ =
-                QStringLiteral("Could not create the folder %1").arg(Paths::parentPath(path));
-        else if (!lock_.tryLock(lockWaitMilliseconds))
-            problem_ = QStringLiteral("%1 is being changed by another process").arg(path);
-    }
-
-    const QString& problem() const { return problem_; }
-
-private:
-    QLockFile lock_;
-    QString problem_;
-};
-
 } // namespace
 
 qint64 Cleanup::bytes() const {
@@ -179,7 +153,7 @@ RecordedCleanup CleanupHistory::record(const QString& area, const QList<CleanupI
                                        const QDateTime& date) const {
     if (items.isEmpty())
         return {};
-    const HistoryLock lock(path_);
+    const JsonFile::Lock lock(path_);
     if (!lock.problem().isEmpty())
         return {std::nullopt, QStringLiteral("This cleanup could not be added to the history: ") +
                                   lock.problem()};
@@ -210,7 +184,7 @@ RecordedCleanup CleanupHistory::record(const QString& area, const QList<CleanupI
 QString CleanupHistory::markPutBack(const QString& id, const QList<QString>& originalPaths) const {
     if (originalPaths.isEmpty())
         return {};
-    const HistoryLock lock(path_);
+    const JsonFile::Lock lock(path_);
     if (!lock.problem().isEmpty())
         return lock.problem();
     Read read = readHistory(path_);

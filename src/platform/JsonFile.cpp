@@ -16,7 +16,20 @@ namespace {
 // 2001-01-01T00:00:00Z in seconds since 1970.
 constexpr qint64 referenceDateUnixSeconds = 978307200;
 
+// A writer holds a lock for one read and write of a small file.
+constexpr int lockWaitMilliseconds = 10'000;
+constexpr int staleLockMilliseconds = 30'000;
+
 } // namespace
+
+Lock::Lock(const QString& path)
+    : lock_(path + QStringLiteral(".lock")) {
+    lock_.setStaleLockTime(staleLockMilliseconds);
+    if (!QDir().mkpath(Paths::parentPath(path)))
+        problem_ = QStringLiteral("Could not create the folder %1").arg(Paths::parentPath(path));
+    else if (!lock_.tryLock(lockWaitMilliseconds))
+        problem_ = QStringLiteral("%1 is being changed by another process").arg(path);
+}
 
 QByteArray serialized(const QJsonValue& value) {
     if (value.isObject())

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QJsonValue>
+#include <QLockFile>
 #include <QString>
 #include <optional>
 
@@ -19,6 +20,24 @@ QString write(const QString& path, const QJsonValue& value);
 
 // The parsed contents, or nothing when the file is missing, unreadable or not JSON.
 std::optional<QJsonValue> read(const QString& path);
+
+// Holds the lock of the file at `path` (a ".lock" file beside it) for as long as it lives, so that
+// one read, change and write of the file never interleaves with another's, in this process or
+// another. The folder is made first. A holder that keeps it longer than the wait has hung or
+// died; the lock of a process that died is taken over after its stale time.
+class Lock {
+public:
+    explicit Lock(const QString& path);
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+    // Empty while the lock is held; otherwise why it could not be taken, for the user.
+    const QString& problem() const { return problem_; }
+
+private:
+    QLockFile lock_;
+    QString problem_;
+};
 
 double secondsSinceReferenceDate(const QDateTime& date);
 QDateTime dateFromReferenceSeconds(double seconds);

@@ -7,15 +7,9 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QLockFile>
 
 namespace corvane {
 namespace {
-
-// A change holds the lock for one small write; one held this long belongs to a process that hung
-// or died, and QLockFile takes a dead process's lock over after the stale time.
-constexpr int lockWaitMilliseconds = 10'000;
-constexpr int staleLockMilliseconds = 30'000;
 
 QString unreadableMessage(const QString& url) {
     return QStringLiteral("%1 could not be read as a list of folder paths. Fix or remove it; "
@@ -85,13 +79,9 @@ QString KeepStore::follow(const QString& from, const QString& to) const {
 }
 
 QString KeepStore::update(const std::function<void(QStringList&)>& change) const {
-    const QString folder = Paths::parentPath(url_);
-    if (!QDir().mkpath(folder))
-        return QStringLiteral("Could not create the folder %1").arg(folder);
-    QLockFile lock(url_ + QStringLiteral(".lock"));
-    lock.setStaleLockTime(staleLockMilliseconds);
-    if (!lock.tryLock(lockWaitMilliseconds))
-        return QStringLiteral("%1 is being changed by another process").arg(url_);
+    const JsonFile::Lock lock(url_);
+    if (!lock.problem().isEmpty())
+        return lock.problem();
     // Read again under the lock: another process may have changed the marks meanwhile.
     Marks marks = load();
     if (marks.error)
