@@ -4,6 +4,7 @@
 #include "cli/ScanCommands.h"
 #include "scanning/KeepStore.h"
 #include "support/FakeScan.h"
+#include "support/JsonText.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>
@@ -13,6 +14,7 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::parsed;
 using namespace corvane::cli;
 using test::makeItem;
 using test::makeProject;
@@ -26,13 +28,6 @@ ScanStarter scripted(const QList<ScanEvent>& events) {
         pair.sink->send(events + QList<ScanEvent>{ScanEvent::scanCompleted()});
         return std::move(pair.stream);
     };
-}
-
-QJsonObject parsed(const QString& text) {
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(text);
-    return document.object();
 }
 
 // Two projects with real folders; the command's marks live in the fake home's support folder.

@@ -4,6 +4,7 @@
 #include "cli/Command.h"
 #include "organize/OrganizeJournal.h"
 #include "support/GitFixture.h"
+#include "support/JsonText.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -16,17 +17,11 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::parsed;
 using namespace corvane::cli;
 using test::s;
 
 namespace {
-
-QJsonObject parsed(const QString& text) {
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << text.toStdString();
-    return document.object();
-}
 
 // Projects scattered in the fake home of this test process, with agent history, the way the
 // commands find them for a real user.

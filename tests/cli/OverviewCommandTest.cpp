@@ -4,6 +4,7 @@
 #include "cli/ScanCommands.h"
 #include "support/FakeScan.h"
 #include "support/GitFixture.h"
+#include "support/JsonText.h"
 #include "support/TestEnvironment.h"
 
 #include <QJsonArray>
@@ -13,17 +14,11 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::parsed;
 using test::s;
 using namespace corvane::cli;
 
 namespace {
-
-QJsonObject parsed(const QString& text) {
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(text);
-    return document.object();
-}
 
 // A scan that finds one project with a measured, safe node_modules of `bytes`.
 ScanStarter oneProject(const QString& root, qint64 bytes) {

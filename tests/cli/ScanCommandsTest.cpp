@@ -6,6 +6,7 @@
 #include "platform/ProcessRunner.h"
 #include "scanning/RulesStore.h"
 #include "support/FakeScan.h"
+#include "support/JsonText.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -18,6 +19,7 @@
 #include <gtest/gtest.h>
 
 using namespace corvane;
+using test::parsed;
 using test::s;
 using namespace corvane::cli;
 using test::makeDetails;
@@ -35,13 +37,6 @@ ScanStarter scripted(const QList<ScanEvent>& events, int* starts = nullptr) {
         pair.sink->send(events + QList<ScanEvent>{ScanEvent::scanCompleted()});
         return std::move(pair.stream);
     };
-}
-
-QJsonObject parsed(const QString& text) {
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << qPrintable(text);
-    return document.object();
 }
 
 QStringList strings(const QJsonValue& array) {

@@ -10,12 +10,6 @@ using namespace corvane::test;
 
 namespace {
 
-void hardLink(const QString& existing, const QString& link) {
-    makeFolder(QFileInfo(link).path());
-    ASSERT_EQ(::link(QFile::encodeName(existing), QFile::encodeName(link)), 0)
-        << existing.toStdString() << " -> " << link.toStdString();
-}
-
 // A content-addressed store outside the project, as pnpm keeps one, with files of distinct
 // sizes so that a wrong file counted shows in the sum.
 struct Store {
@@ -35,7 +29,7 @@ QString pnpmModules(const QString& project, const Store& store, int packages) {
         const QString package = QStringLiteral("pkg%1").arg(index);
         const QString inner =
             modules + QStringLiteral("/.pnpm/%1@1.0.0/node_modules/%1").arg(package);
-        hardLink(store.file(index), inner + QStringLiteral("/index.js"));
+        makeHardLink(store.file(index), inner + QStringLiteral("/index.js"));
         makeLink(inner, modules + u'/' + package);
     }
     writeFileOfSize(modules + QStringLiteral("/.modules.yaml"), 300);
@@ -73,8 +67,8 @@ TEST(FreedSpace, LinksThatAllLieInsideFreeTheFileOnce) {
     const QString root = makeTempDir(QStringLiteral("target"));
     writeFileOfSize(root + QStringLiteral("/debug/deps/libcore.rlib"), 96 * 1024);
     const QString shared = root + QStringLiteral("/debug/deps/libcore.rlib");
-    hardLink(shared, root + QStringLiteral("/debug/libcore.rlib"));
-    hardLink(shared, root + QStringLiteral("/debug/build/out/libcore.rlib"));
+    makeHardLink(shared, root + QStringLiteral("/debug/libcore.rlib"));
+    makeHardLink(shared, root + QStringLiteral("/debug/build/out/libcore.rlib"));
     writeFileOfSize(root + QStringLiteral("/debug/app"), 40'000);
 
     const qint64 one = allocatedBytes(shared);
@@ -97,11 +91,11 @@ TEST(FreedSpace, AMixedTreeFreesExactlyItsPrivateFiles) {
     // Private: plain files, and a file linked twice inside.
     writeFileOfSize(env + QStringLiteral("/bin/python"), 50'000);
     writeFileOfSize(env + QStringLiteral("/lib/own.so"), 30'000);
-    hardLink(env + QStringLiteral("/lib/own.so"), env + QStringLiteral("/lib/own-again.so"));
+    makeHardLink(env + QStringLiteral("/lib/own.so"), env + QStringLiteral("/lib/own-again.so"));
     // Shared: links to files whose other links are in the package cache.
-    hardLink(store.file(0), env + QStringLiteral("/lib/site/a.py"));
-    hardLink(store.file(2), env + QStringLiteral("/lib/site/c.py"));
-    hardLink(store.file(2), env + QStringLiteral("/lib/site/c-copy.py"));
+    makeHardLink(store.file(0), env + QStringLiteral("/lib/site/a.py"));
+    makeHardLink(store.file(2), env + QStringLiteral("/lib/site/c.py"));
+    makeHardLink(store.file(2), env + QStringLiteral("/lib/site/c-copy.py"));
 
     const qint64 python = allocatedBytes(env + QStringLiteral("/bin/python"));
     const qint64 own = allocatedBytes(env + QStringLiteral("/lib/own.so"));
@@ -125,12 +119,13 @@ TEST(FreedSpace, AMixedTreeFreesExactlyItsPrivateFiles) {
 TEST(FreedSpace, TreesRemovedTogetherFreeTheLinksTheyShare) {
     const QString root = makeTempDir(QStringLiteral("workspace"));
     writeFileOfSize(root + QStringLiteral("/a/dist/bundle.js"), 20'000);
-    hardLink(root + QStringLiteral("/a/dist/bundle.js"),
-             root + QStringLiteral("/b/dist/bundle.js"));
+    makeHardLink(root + QStringLiteral("/a/dist/bundle.js"),
+                 root + QStringLiteral("/b/dist/bundle.js"));
     writeFileOfSize(root + QStringLiteral("/a/dist/cached.js"), 12'000);
-    hardLink(root + QStringLiteral("/a/dist/cached.js"),
-             root + QStringLiteral("/b/dist/cached.js"));
-    hardLink(root + QStringLiteral("/a/dist/cached.js"), root + QStringLiteral("/cache/cached.js"));
+    makeHardLink(root + QStringLiteral("/a/dist/cached.js"),
+                 root + QStringLiteral("/b/dist/cached.js"));
+    makeHardLink(root + QStringLiteral("/a/dist/cached.js"),
+                 root + QStringLiteral("/cache/cached.js"));
     writeFileOfSize(root + QStringLiteral("/b/dist/own.js"), 4000);
 
     const qint64 bundle = allocatedBytes(root + QStringLiteral("/a/dist/bundle.js"));
@@ -165,7 +160,8 @@ TEST(FreedSpace, ExcludedPartsAddUpToTheWholeFolder) {
     store.fill(2);
     const QString project = makeTempDir(QStringLiteral("project"));
     writeFileOfSize(project + QStringLiteral("/src/main.ts"), 6000);
-    hardLink(project + QStringLiteral("/src/main.ts"), project + QStringLiteral("/dist/main.ts"));
+    makeHardLink(project + QStringLiteral("/src/main.ts"),
+                 project + QStringLiteral("/dist/main.ts"));
     pnpmModules(project, store, 2);
     const QString dist = project + QStringLiteral("/dist");
     const QString modules = project + QStringLiteral("/node_modules");

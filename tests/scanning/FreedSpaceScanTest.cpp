@@ -17,12 +17,6 @@ using namespace corvane::test;
 
 namespace {
 
-void hardLink(const QString& existing, const QString& link) {
-    makeFolder(QFileInfo(link).path());
-    ASSERT_EQ(::link(QFile::encodeName(existing), QFile::encodeName(link)), 0)
-        << link.toStdString();
-}
-
 bool scanned(ScanSession& session, const QString& root) {
     if (session.chooseFolderAndScan(root))
         return false;
@@ -67,15 +61,16 @@ struct Workspace {
             const QString blob = store + QStringLiteral("/files/%1").arg(index);
             writeFileOfSize(blob, 16'384 * (index + 1));
             storeBytes += allocatedBytes(blob);
-            hardLink(blob, path("web/node_modules/.pnpm/p@1/node_modules/p/") +
-                               QStringLiteral("f%1.js").arg(index));
+            makeHardLink(blob, path("web/node_modules/.pnpm/p@1/node_modules/p/") +
+                                   QStringLiteral("f%1.js").arg(index));
         }
         writeFileOfSize(path("web/node_modules/.modules.yaml"), 900);
         webOwn = allocatedBytes(path("web/node_modules/.modules.yaml"));
 
         writeFile(path("engine/Cargo.toml"), "[package]\n");
         writeFileOfSize(path("engine/target/debug/deps/libx.rlib"), 64'000);
-        hardLink(path("engine/target/debug/deps/libx.rlib"), path("engine/target/debug/libx.rlib"));
+        makeHardLink(path("engine/target/debug/deps/libx.rlib"),
+                     path("engine/target/debug/libx.rlib"));
         writeFileOfSize(path("engine/target/debug/engine"), 20'000);
         rlib = allocatedBytes(path("engine/target/debug/libx.rlib"));
         engineOwn = allocatedBytes(path("engine/target/debug/engine"));
@@ -83,7 +78,7 @@ struct Workspace {
         writeFile(path("mono/package.json"), "{}");
         writeFile(path("mono/package-lock.json"), "{}");
         writeFileOfSize(path("mono/node_modules/dep/index.js"), 40'000);
-        hardLink(path("mono/node_modules/dep/index.js"), path("mono/.turbo/cache/index.js"));
+        makeHardLink(path("mono/node_modules/dep/index.js"), path("mono/.turbo/cache/index.js"));
         writeFileOfSize(path("mono/node_modules/dep/own.js"), 5000);
         writeFileOfSize(path("mono/.turbo/log.txt"), 3000);
         shared = allocatedBytes(path("mono/node_modules/dep/index.js"));
@@ -170,8 +165,8 @@ TEST(FreedSpaceScan, AWholeProjectFreesWhatItsItemsShareWithTheRestOfIt) {
                               {QStringLiteral(".gitignore"), "node_modules/\n"},
                               {QStringLiteral("lib/index.js"), QByteArray(30'000, 's')}});
     pushWithUpstream(synced.repo);
-    hardLink(synced.repo + QStringLiteral("/lib/index.js"),
-             synced.repo + QStringLiteral("/node_modules/lib/index.js"));
+    makeHardLink(synced.repo + QStringLiteral("/lib/index.js"),
+                 synced.repo + QStringLiteral("/node_modules/lib/index.js"));
     writeFileOfSize(synced.repo + QStringLiteral("/node_modules/dep/own.js"), 7000);
 
     ToastCenter toasts;

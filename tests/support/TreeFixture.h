@@ -40,6 +40,13 @@ inline void makeLink(const QString& target, const QString& link) {
         std::abort();
 }
 
+// A second name for the file `existing`; the folder of `link` is made first.
+inline void makeHardLink(const QString& existing, const QString& link) {
+    QDir().mkpath(QFileInfo(link).path());
+    if (::link(QFile::encodeName(existing).constData(), QFile::encodeName(link).constData()) != 0)
+        std::abort();
+}
+
 // Allocated bytes of one file as the file system reports them.
 inline qint64 allocatedBytes(const QString& path) {
     struct stat info {};
