@@ -1,8 +1,6 @@
 #include "platform/OverviewModel.h"
 
-#include "platform/BackgroundJobs.h"
 #include "platform/Locations.h"
-#include "platform/SizeCalculator.h"
 
 #include <QStandardPaths>
 #include <QStorageInfo>
@@ -18,17 +16,16 @@ constexpr int pollMilliseconds = 250;
 OverviewModel::OverviewModel(QList<OverviewArea> areas, QObject* parent)
     : QObject(parent)
     , areas_(std::move(areas))
+    , trash_(trashFolder())
     , lastBytes_(areas_.size())
     , lastNotes_(areas_.size())
-    , lastDetails_(areas_.size())
-    , mailbox_(std::make_shared<MainThreadMailbox>(this)) {
+    , lastDetails_(areas_.size()) {
+    connect(&trash_, &TrashGauge::changed, this, &OverviewModel::changed);
     poll_.setInterval(pollMilliseconds);
     connect(&poll_, &QTimer::timeout, this, &OverviewModel::look);
 }
 
-OverviewModel::~OverviewModel() {
-    mailbox_->close();
-}
+OverviewModel::~OverviewModel() = default;
 
 QString OverviewModel::trashFolder() {
     if (Locations::isMac())
@@ -49,7 +46,7 @@ bool OverviewModel::isComplete() const {
         if (!area.bytes() && area.note().isEmpty())
             return false;
     }
-    return trashBytes_.has_value();
+    return trash_.bytes().has_value();
 }
 
 void OverviewModel::reload() {
@@ -58,15 +55,7 @@ void OverviewModel::reload() {
     freeBytes_ = volume.bytesAvailable();
     for (const OverviewArea& area : areas_)
         area.load();
-    trashBytes_.reset();
-    runInBackground([mailbox = mailbox_, folder = trashFolder(), this] {
-        // What emptying gives back, as the scan window's Trash line counts it.
-        const qint64 bytes = SizeCalculator::measure(folder).freesBytes;
-        mailbox->post([this, bytes] {
-            trashBytes_ = bytes;
-            emit changed();
-        });
-    });
+    trash_.refresh();
     poll_.start();
     emit changed();
 }

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "platform/MainThreadMailbox.h"
+#include "platform/TrashGauge.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 #include <functional>
-#include <memory>
 #include <optional>
 
 namespace corvane {
@@ -45,8 +44,10 @@ public:
     qint64 capacityBytes() const { return capacityBytes_; }
     qint64 freeBytes() const { return freeBytes_; }
     qint64 usedBytes() const { return capacityBytes_ - freeBytes_; }
-    // Measured in the background; nothing until then.
-    const std::optional<qint64>& trashBytes() const { return trashBytes_; }
+    // What emptying the Trash gives back, measured in the background; nothing until then.
+    const std::optional<qint64>& trashBytes() const { return trash_.bytes(); }
+    // The one measure of the Trash the window shows; whatever trashes or puts back refreshes it.
+    TrashGauge& trashGauge() { return trash_; }
     // The sum of the areas that have a number.
     qint64 totalBytes() const;
     // Every area has its number or its note.
@@ -71,12 +72,11 @@ private:
     QList<OverviewArea> areas_;
     qint64 capacityBytes_ = 0;
     qint64 freeBytes_ = 0;
-    std::optional<qint64> trashBytes_;
+    TrashGauge trash_;
     QList<std::optional<qint64>> lastBytes_;
     QStringList lastNotes_;
     QStringList lastDetails_;
     QTimer poll_;
-    std::shared_ptr<MainThreadMailbox> mailbox_;
 };
 
 } // namespace corvane

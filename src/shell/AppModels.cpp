@@ -41,6 +41,17 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     QObject::connect(&organize, &OrganizeModel::actionFinished, &session, rescan);
     QObject::connect(&archives, &ArchivesModel::filesystemChanged, &session, rescan);
     // What a put back restored is shown again where it belongs.
+    // Trashed space comes back only when the Trash is emptied: its figure follows every action
+    // that fills it or takes something out of it.
+    TrashGauge& trash = overview.trashGauge();
+    QObject::connect(&session, &ScanSession::trashCompleted, &trash, &TrashGauge::refresh);
+    QObject::connect(&caches, &GlobalCachesModel::trashCompleted, &trash, &TrashGauge::refresh);
+    QObject::connect(&apps, &AppsModel::actionFinished, &trash, &TrashGauge::refresh);
+    QObject::connect(&android, &AndroidModel::actionFinished, &trash, &TrashGauge::refresh);
+    QObject::connect(&aiModels, &AIModelsModel::actionFinished, &trash, &TrashGauge::refresh);
+    QObject::connect(&archives, &ArchivesModel::filesystemChanged, &trash, &TrashGauge::refresh);
+    QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &trash,
+                     &TrashGauge::refresh);
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &session,
                      [this, rescan](const PutBackOutcome& outcome) {
                          if (outcome.restored.isEmpty() || outcome.wasDryRun)

@@ -367,7 +367,7 @@ void MainWindow::makeToolBar() {
 
 QWidget* MainWindow::makeCentralArea() {
     auto* central = new QWidget(this);
-    summary_ = new SummaryStrip(session_, central);
+    summary_ = new SummaryStrip(session_, overview_.trashGauge(), central);
     failures_ = new FailuresPanel(central);
 
     sidebar_ = new QListWidget(central);

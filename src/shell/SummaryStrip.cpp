@@ -110,7 +110,7 @@ void KindBar::paintEvent(QPaintEvent*) {
     }
 }
 
-SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent, const QString& trashFolder)
+SummaryStrip::SummaryStrip(const ScanSession& session, TrashGauge& trash, QWidget* parent)
     : QWidget(parent)
     , session_(session)
     , reclaimable_(figureLabel(this))
@@ -118,7 +118,7 @@ SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent, const QS
     , bar_(new KindBar(this))
     , legend_(new QHBoxLayout)
     , trashLine_(captionLabel(QString(), this))
-    , trash_(trashFolder.isEmpty() ? OverviewModel::trashFolder() : trashFolder) {
+    , trash_(trash) {
     reclaimable_->setObjectName(QStringLiteral("reclaimableTotal"));
     ticked_->setObjectName(QStringLiteral("tickedTotal"));
     trashLine_->setObjectName(QStringLiteral("trashSize"));
@@ -154,10 +154,11 @@ SummaryStrip::SummaryStrip(const ScanSession& session, QWidget* parent, const QS
                 refreshTimer_.start();
         });
     connect(&trash_, &TrashGauge::changed, this, &SummaryStrip::showTrash);
-    // Trashed space is not free yet: the line grows with every trash action.
-    connect(&session_, &ScanSession::trashCompleted, &trash_, &TrashGauge::refresh);
     refresh();
-    trash_.refresh();
+    if (trash_.bytes())
+        showTrash();
+    else
+        trash_.refresh();
 }
 
 QString SummaryStrip::trashText() const {

@@ -41,9 +41,8 @@ class SummaryStrip : public QWidget {
     Q_OBJECT
 
 public:
-    // `trashFolder` is measured for the Trash line; the user's Trash by default.
-    explicit SummaryStrip(const ScanSession& session, QWidget* parent = nullptr,
-                          const QString& trashFolder = {});
+    // The Trash line shows `trash`, which the app refreshes after every trash action.
+    SummaryStrip(const ScanSession& session, TrashGauge& trash, QWidget* parent = nullptr);
 
     // Shows the session's figures now (otherwise shortly after it changes).
     void refresh();
@@ -51,7 +50,6 @@ public:
     QString tickedText() const;
     // "Trash: 1.2 GB — the space comes back when you empty the Trash"; empty while measuring.
     QString trashText() const;
-    const TrashGauge& trashGauge() const { return trash_; }
     const KindBar& bar() const { return *bar_; }
     // The legend's entries as shown, e.g. "Dependencies  1.2 GB", in kind order.
     QStringList legendTexts() const;
@@ -67,7 +65,7 @@ private:
     QHBoxLayout* legend_;
     QMap<ArtifactKind, QLabel*> legendWords_;
     QLabel* trashLine_;
-    TrashGauge trash_;
+    TrashGauge& trash_;
     QTimer refreshTimer_;
 };
 

@@ -1,5 +1,7 @@
 #include "shell/MainWindow.h"
 
+#include "platform/ByteFormat.h"
+#include "platform/SizeCalculator.h"
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/ProjectDetailView.h"
@@ -168,6 +170,12 @@ TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
     ASSERT_TRUE(toast.actionButton()->isVisible());
     EXPECT_EQ(toast.actionButton()->text(), QStringLiteral("Put Back"));
     test::saveScreenshot(window, QStringLiteral("window-toast-put-back"));
+    // The Trash's figure, which the put back will take down again.
+    const TrashGauge& trash = models.overview.trashGauge();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return trash.bytes() == SizeCalculator::measure(trash.folder()).freesBytes; },
+        test::patience));
+    const qint64 filled = *trash.bytes();
 
     QTest::mouseClick(toast.actionButton(), Qt::LeftButton);
 
@@ -181,6 +189,10 @@ TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
     EXPECT_TRUE(QFileInfo::exists(modules.url + QStringLiteral("/left pad [v2]/index.js")));
     // The scan looks again, so the folder that came back is listed where it belongs.
     EXPECT_EQ(scans.roots, (QList<QString>{root, root}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return trash.bytes() < filled; }, test::patience))
+        << *trash.bytes() << " of " << filled;
+    EXPECT_TRUE(window.summary()->trashText().startsWith(QStringLiteral("Trash: ") +
+                                                         formatBytes(*trash.bytes())));
     test::saveScreenshot(window, QStringLiteral("window-after-put-back"));
 }
 
