@@ -84,6 +84,9 @@ int main(int argc, char** argv) {
     const auto quitWhenDone = [&] {
         const bool overviewDone =
             !withOverview || (overview.isComplete() && overview.trashBytes().has_value());
+        // Nothing is done before the scan has started.
+        if (!scanClock.isValid())
+            return;
         if (overviewDone && overviewMs < 0 && withOverview)
             overviewMs = scanClock.elapsed();
         if (session.isScanning() || !overviewDone)
