@@ -8,21 +8,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QTimeZone>
 
 namespace corvane {
 namespace {
 
 const QString fileName = QStringLiteral("organize-journal.json");
-
-QDateTime referenceDate() {
-    return QDateTime(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
-}
-
-// Rounded to the millisecond rather than truncated, so that a date reads back as it was written.
-QDateTime dateFrom(double seconds) {
-    return referenceDate().addMSecs(qRound64(seconds * 1000.0));
-}
 
 QJsonArray arrayOf(const QStringList& texts) {
     QJsonArray array;
@@ -187,7 +177,7 @@ std::optional<OrganizeRun> OrganizeJournal::runFromJson(const QJsonObject& objec
     run.id = id;
     const QJsonValue date = object.value(QStringLiteral("date"));
     if (date.isDouble())
-        run.date = dateFrom(date.toDouble());
+        run.date = JsonFile::dateFromReferenceSeconds(date.toDouble());
     const QJsonArray moves = object.value(QStringLiteral("moves")).toArray();
     for (const QJsonValue& entry : moves) {
         std::optional<MoveRecord> move = moveFromJson(entry.toObject());

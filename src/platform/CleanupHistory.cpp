@@ -11,22 +11,12 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QTimeZone>
 
 namespace corvane {
 namespace {
 
 const QString fileName = QStringLiteral("cleanup-history.json");
 const QString cleanupsKey = QStringLiteral("cleanups");
-
-QDateTime referenceDate() {
-    return QDateTime(QDate(2001, 1, 1), QTime(0, 0), QTimeZone::utc());
-}
-
-// Rounded to the millisecond rather than truncated, so that a date reads back as it was written.
-QDateTime dateFrom(double seconds) {
-    return referenceDate().addMSecs(qRound64(seconds * 1000.0));
-}
 
 bool isPresent(const QString& path) {
     return !path.isEmpty() && (QFileInfo::exists(path) || QFileInfo(path).isSymLink());
@@ -218,7 +208,7 @@ std::optional<Cleanup> CleanupHistory::cleanupFromJson(const QJsonObject& object
     const QJsonValue items = object.value(QStringLiteral("items"));
     if (cleanup.id.isEmpty() || !date.isDouble() || !items.isArray())
         return std::nullopt;
-    cleanup.date = dateFrom(date.toDouble());
+    cleanup.date = JsonFile::dateFromReferenceSeconds(date.toDouble());
     cleanup.area = object.value(QStringLiteral("area")).toString();
     const QJsonArray array = items.toArray();
     for (const QJsonValue& entry : array) {

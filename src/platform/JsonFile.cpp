@@ -79,10 +79,10 @@ double secondsSinceReferenceDate(const QDateTime& date) {
            static_cast<double>(referenceDateUnixSeconds);
 }
 
+// Rounded to the millisecond rather than truncated, so that a date reads back as it was written.
 QDateTime dateFromReferenceSeconds(double seconds) {
     const double unixSeconds = seconds + static_cast<double>(referenceDateUnixSeconds);
-    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(unixSeconds * 1000.0),
-                                          QTimeZone::utc());
+    return QDateTime::fromMSecsSinceEpoch(qRound64(unixSeconds * 1000.0), QTimeZone::utc());
 }
 
 } // namespace corvane::JsonFile
