@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Cancellation.h"
+#include "platform/MessageError.h"
 
 #include <QByteArray>
 #include <QString>
@@ -12,7 +13,7 @@
 namespace corvane {
 
 // Why a brew command gave nothing usable.
-class BrewError : public std::exception {
+class BrewError : public MessageError {
 public:
     enum class Case { needsPassword, failed, notInstalled };
 
@@ -27,22 +28,18 @@ public:
 
     Case kind() const { return case_; }
     // The Terminal command for `needsPassword`; the text shown for the other two.
-    const QString& text() const { return text_; }
-    const char* what() const noexcept override { return utf8_.constData(); }
+    const QString& text() const { return message(); }
 
     bool operator==(const BrewError& other) const {
-        return case_ == other.case_ && text_ == other.text_;
+        return case_ == other.case_ && text() == other.text();
     }
 
 private:
     BrewError(Case kind, const QString& text)
-        : case_(kind)
-        , text_(text)
-        , utf8_(text.toUtf8()) {}
+        : MessageError(text)
+        , case_(kind) {}
 
     Case case_;
-    QString text_;
-    QByteArray utf8_;
 };
 
 // Runs one brew command on a worker thread, handing each output line to the caller as it comes,

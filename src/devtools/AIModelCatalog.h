@@ -2,6 +2,7 @@
 
 #include "devtools/AIModelTypes.h"
 #include "platform/Cancellation.h"
+#include "platform/MessageError.h"
 #include "platform/ProcessRunner.h"
 
 #include <QList>
@@ -14,7 +15,7 @@
 namespace corvane {
 
 // A failure of the ollama tool, in words for the user.
-class OllamaError : public std::exception {
+class OllamaError : public MessageError {
 public:
     enum class Case { failed, notInstalled };
     static OllamaError failed(const QString& message) { return {Case::failed, message}; }
@@ -22,17 +23,12 @@ public:
         return {Case::notInstalled, QStringLiteral("Ollama is not installed")};
     }
     Case kind() const { return case_; }
-    const QString& message() const { return message_; }
-    const char* what() const noexcept override { return utf8_.constData(); }
 
 private:
     OllamaError(Case kind, const QString& message)
-        : case_(kind)
-        , message_(message)
-        , utf8_(message.toUtf8()) {}
+        : MessageError(message)
+        , case_(kind) {}
     Case case_;
-    QString message_;
-    QByteArray utf8_;
 };
 
 // Finds the models of LM Studio, Ollama and Hugging Face tools, measures them and removes them:

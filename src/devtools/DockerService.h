@@ -1,6 +1,7 @@
 #pragma once
 
 #include "devtools/DockerTypes.h"
+#include "platform/MessageError.h"
 #include "platform/ProcessRunner.h"
 
 #include <QByteArray>
@@ -11,7 +12,7 @@
 
 namespace corvane {
 
-class DockerServiceError : public std::exception {
+class DockerServiceError : public MessageError {
 public:
     enum class Case { commandFailed, notInstalled };
 
@@ -23,18 +24,13 @@ public:
     }
 
     Case kind() const { return case_; }
-    const QString& message() const { return message_; }
-    const char* what() const noexcept override { return utf8_.constData(); }
 
 private:
     DockerServiceError(Case kind, const QString& message)
-        : case_(kind)
-        , message_(message)
-        , utf8_(message.toUtf8()) {}
+        : MessageError(message)
+        , case_(kind) {}
 
     Case case_;
-    QString message_;
-    QByteArray utf8_;
 };
 
 // Runs the docker tool (Docker Desktop's, OrbStack's or Colima's) and reads its reports. Nothing

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "devtools/SimulatorTypes.h"
+#include "platform/MessageError.h"
 #include "platform/ProcessRunner.h"
 
 #include <QByteArray>
@@ -14,18 +15,9 @@ namespace corvane {
 
 // A simctl or xcodebuild run that failed: "simctl exited with <status>: <its error output>", or
 // why it could not run.
-class SimulatorServiceError : public std::exception {
+class SimulatorServiceError : public MessageError {
 public:
-    explicit SimulatorServiceError(const QString& message)
-        : message_(message)
-        , utf8_(message.toUtf8()) {}
-
-    const QString& message() const { return message_; }
-    const char* what() const noexcept override { return utf8_.constData(); }
-
-private:
-    QString message_;
-    QByteArray utf8_;
+    using MessageError::MessageError;
 };
 
 // Runs simctl (through xcrun) and xcodebuild with their time limits and reads their JSON.

@@ -3,6 +3,7 @@
 #include "agents/AgentRelinker.h"
 #include "organize/OrganizeTypes.h"
 #include "organize/ProcessInspector.h"
+#include "platform/MessageError.h"
 #include "scanning/KeepStore.h"
 
 #include <QString>
@@ -10,21 +11,14 @@
 
 namespace corvane {
 
-class ProjectMoverError : public std::exception {
+class ProjectMoverError : public MessageError {
 public:
     // The move was refused or failed; `message` is shown to the user as it is.
     static ProjectMoverError invalid(const QString& message) { return ProjectMoverError(message); }
 
-    const QString& message() const { return message_; }
-    const char* what() const noexcept override { return utf8_.constData(); }
-
 private:
     explicit ProjectMoverError(const QString& message)
-        : message_(message)
-        , utf8_(message.toUtf8()) {}
-
-    QString message_;
-    QByteArray utf8_;
+        : MessageError(message) {}
 };
 
 // Moves one project folder by renaming it on its volume, never by copying, and makes its

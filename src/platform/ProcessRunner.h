@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Cancellation.h"
+#include "platform/MessageError.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -23,7 +24,7 @@ struct ProcessResult {
     int terminationSignal = 0;
 };
 
-class ProcessRunnerError : public std::exception {
+class ProcessRunnerError : public MessageError {
 public:
     enum class Case { launchFailed, timedOut };
 
@@ -36,18 +37,14 @@ public:
 
     Case kind() const { return case_; }
     // The platform's text for a launch failure; a fixed sentence for a time-out.
-    const QString& description() const { return description_; }
-    const char* what() const noexcept override { return utf8_.constData(); }
+    const QString& description() const { return message(); }
 
 private:
     ProcessRunnerError(Case kind, const QString& description)
-        : case_(kind)
-        , description_(description)
-        , utf8_(description.toUtf8()) {}
+        : MessageError(description)
+        , case_(kind) {}
 
     Case case_;
-    QString description_;
-    QByteArray utf8_;
 };
 
 // The one way the system starts a child program. The real runner is the default everywhere; a
