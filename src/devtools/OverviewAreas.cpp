@@ -2,6 +2,10 @@
 
 #include "platform/ByteFormat.h"
 
+#include <memory>
+#include <optional>
+#include <utility>
+
 namespace corvane {
 namespace {
 
@@ -15,21 +19,57 @@ template <typename Model> bool isSettled(const Model& model) {
     return model.hasLoaded() && !model.isLoading();
 }
 
+// The scan's reclaimable and ticked totals, worked out again only after the session announced a
+// change: the overview looks a few times a second for as long as the app runs, and with hard
+// links counted a total is not a plain sum.
+class ProjectTotals {
+public:
+    static std::shared_ptr<ProjectTotals> following(ScanSession& session) {
+        auto totals = std::make_shared<ProjectTotals>(session);
+        for (const auto signal :
+             {&ScanSession::projectsChanged, &ScanSession::itemsByProjectChanged,
+              &ScanSession::sizeByItemChanged, &ScanSession::selectedItemIDsChanged,
+              &ScanSession::keptPathsChanged})
+            QObject::connect(&session, signal, &session, [weak = std::weak_ptr(totals)] {
+                if (const auto live = weak.lock())
+                    live->current_.reset();
+            });
+        return totals;
+    }
+
+    explicit ProjectTotals(const ScanSession& session)
+        : session_(session) {}
+
+    qint64 reclaimable() { return current().first; }
+    qint64 ticked() { return current().second; }
+
+private:
+    const std::pair<qint64, qint64>& current() {
+        if (!current_)
+            current_ = {session_.reclaimableBytes(), session_.selectedBytes()};
+        return *current_;
+    }
+
+    const ScanSession& session_;
+    std::optional<std::pair<qint64, qint64>> current_;
+};
+
 } // namespace
 
 QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
     // Copied into every reader: the references it holds outlive the areas.
     const OverviewSources m = sources;
+    const std::shared_ptr<ProjectTotals> totals = ProjectTotals::following(m.session);
     return {
         {QStringLiteral("projects"), QStringLiteral("Projects"), [] {},
-         [m]() -> std::optional<qint64> {
+         [m, totals]() -> std::optional<qint64> {
              if (!m.session.rootURL() || m.session.isScanning())
                  return std::nullopt;
-             return m.session.reclaimableBytes();
+             return totals->reclaimable();
          },
          [m] { return m.session.rootURL() ? QString() : QStringLiteral("No folder scanned yet"); },
-         [m] {
-             const qint64 ticked = m.session.selectedBytes();
+         [totals] {
+             const qint64 ticked = totals->ticked();
              return ticked > 0 ? formatBytes(ticked) + QStringLiteral(" ticked") : QString();
          }},
         {QStringLiteral("caches"), QStringLiteral("Developer caches"), [m] { loadOnce(m.caches); },
