@@ -1,7 +1,13 @@
 #include "platform/BackgroundJobs.h"
 
 #include <QCoreApplication>
+#include <QThread>
 #include <QThreadPool>
+
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
 
 namespace corvane {
 namespace {
@@ -20,7 +26,24 @@ QThreadPool* backgroundPool() {
 } // namespace
 
 void runInBackground(std::function<void()> job) {
-    backgroundPool()->start(std::move(job));
+    backgroundPool()->start([job = std::move(job)] {
+        yieldToTheWindow();
+        job();
+    });
+}
+
+void yieldToTheWindow() {
+    thread_local bool lowered = false;
+    if (lowered)
+        return;
+    lowered = true;
+#ifdef Q_OS_LINUX
+    // Linux ignores thread priorities under the normal scheduler, but keeps a nice value per
+    // thread.
+    ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 5);
+#else
+    QThread::currentThread()->setPriority(QThread::LowPriority);
+#endif
 }
 
 void waitForBackgroundJobs() {

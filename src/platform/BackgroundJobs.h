@@ -9,6 +9,11 @@ namespace corvane {
 // the objects it uses.
 void runInBackground(std::function<void()> job);
 
+// Lowers the calling thread's priority below the window's, once per thread: on a machine with few
+// cores, walks and measurements that keep every core busy must not keep the window from answering.
+// Background jobs and work queues call it on their threads.
+void yieldToTheWindow();
+
 // Blocks until every job started so far has ended. For tests, which must see a job's effects (or
 // their absence) before they look.
 void waitForBackgroundJobs();

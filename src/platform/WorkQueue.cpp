@@ -1,5 +1,7 @@
 #include "platform/WorkQueue.h"
 
+#include "platform/BackgroundJobs.h"
+
 #include <QThread>
 #include <algorithm>
 
@@ -8,7 +10,10 @@ namespace corvane {
 WorkQueue::WorkQueue(int width) {
     threads_.reserve(static_cast<size_t>(std::max(1, width)));
     for (int index = 0; index < std::max(1, width); ++index)
-        threads_.emplace_back([this] { work(); });
+        threads_.emplace_back([this] {
+            yieldToTheWindow();
+            work();
+        });
 }
 
 WorkQueue::~WorkQueue() {
