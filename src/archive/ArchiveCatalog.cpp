@@ -20,6 +20,7 @@ const QString sessionCountKey = QStringLiteral("agentSessionCount");
 const QString restoredAtKey = QStringLiteral("restoredAt");
 const QString restoredPathKey = QStringLiteral("restoredPath");
 const QString relinkKey = QStringLiteral("relink");
+const QString verifiedByKey = QStringLiteral("verifiedBy");
 
 const QString folderKey = QStringLiteral("folder");
 const QString sshKey = QStringLiteral("ssh");
@@ -103,6 +104,7 @@ QJsonObject ArchiveCatalog::recordJson(const ArchiveRecord& record) {
         {locationKey, locationJson(record.location)},
         {archivedAtKey, JsonFile::secondsSinceReferenceDate(record.archivedAt)},
         {sessionCountKey, record.agentSessionCount},
+        {verifiedByKey, verificationKey(record.verifiedBy)},
     };
     if (record.restoredAt)
         object.insert(restoredAtKey, JsonFile::secondsSinceReferenceDate(*record.restoredAt));
@@ -154,6 +156,8 @@ std::optional<ArchiveRecord> ArchiveCatalog::recordFromJson(const QJsonObject& o
         record.restoredPath = restoredPath.toString();
     else if (!restoredPath.isUndefined() && !restoredPath.isNull())
         return failure<ArchiveRecord>(error, missing(restoredPathKey));
+    // Records written before digests were compared were checked by counting.
+    record.verifiedBy = verificationFromKey(object.value(verifiedByKey).toString());
     if (relink.isObject())
         record.relink = relink.toObject();
     else if (!relink.isUndefined() && !relink.isNull())

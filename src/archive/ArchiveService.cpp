@@ -14,6 +14,8 @@
 
 #include "archive/ArchiveService.h"
 
+#include "archive/TreeManifest.h"
+
 #include "platform/DirectoryReader.h"
 #include "platform/Paths.h"
 
@@ -139,6 +141,8 @@ public:
     void copy(const QByteArray& source, const QByteArray& target);
     // Whether `target` is this copy's own: only then may a failure clean it up.
     bool createdTarget() const { return createdTarget_; }
+    // What was copied, with the digest of every file as it was read for the copy.
+    const TreeManifest& copied() const { return copied_; }
 
 private:
     struct Inode {
@@ -156,18 +160,12 @@ private:
     void copyFile(const QByteArray& source, const QByteArray& target, const QByteArray& relative,
                   const struct stat& listed);
     void copyContents(int in, int out, off_t size, const QByteArray& source,
-                      const QByteArray& target);
+                      const QByteArray& target, FileDigest& digest);
     void copyRange(int in, int out, off_t offset, off_t length, const QByteArray& source,
-                   const QByteArray& target);
-#ifdef Q_OS_LINUX
-    // Copies what it can of the range, advancing it; true when the rest must go through memory.
-    bool copyInKernel(int in, int out, off_t& offset, off_t& length, const QByteArray& target);
-#endif
-    bool linkToEarlierCopy(const struct stat& info, const QByteArray& target) const;
+                   const QByteArray& target, FileDigest& digest);
+    bool linkToEarlierCopy(const struct stat& info, const QByteArray& target,
+                           const QByteArray& relative);
     void counted(qint64 bytes, const QByteArray& relative);
-
-    // Big enough to stream well, small enough that cancelling a large file is quick.
-    static constexpr off_t chunkSize = 8 * 1024 * 1024;
 
     const ArchiveService& service_;
     const ArchiveEventSink& sink_;
@@ -176,9 +174,11 @@ private:
     qint64 copiedBytes_ = 0;
     qint64 sinceLastReport_ = 0;
     bool createdTarget_ = false;
-    // The first copy of each file that has several paths, to link the later paths to.
-    std::map<Inode, QByteArray> firstCopies_;
+    // The first copy of each file that has several paths, to link the later paths to, and the
+    // digest read for it.
+    std::map<Inode, std::pair<QByteArray, QByteArray>> firstCopies_;
     std::vector<char> buffer_;
+    TreeManifest copied_;
 };
 
 void makeFolder(const QByteArray& path) {
@@ -203,6 +203,7 @@ void Copier::copy(const QByteArray& source, const QByteArray& target) {
         fail(source, errno);
     makeFolder(target);
     createdTarget_ = true;
+    ArchiveService::writeMarker(target);
     copyChildren(reader, source, target, {});
     keepModeAndTimes(target, info);
     sink_(ArchiveEvent::progress(copiedBytes_, totalBytes_, {}));
@@ -237,6 +238,7 @@ void Copier::copyEntry(const DirectoryReader& parent, const QByteArray& name,
     }
     switch (info.st_mode & S_IFMT) {
     case S_IFDIR:
+        copied_.entries[relative].kind = TreeEntry::Kind::folder;
         copyFolder(parent, name, source, target, relative, info);
         return;
     case S_IFLNK: {
@@ -251,6 +253,9 @@ void Copier::copyEntry(const DirectoryReader& parent, const QByteArray& name,
         const QByteArray destination(text.data(), length);
         if (::symlink(destination.constData(), target.constData()) != 0)
             fail(target, errno);
+        TreeEntry& entry = copied_.entries[relative];
+        entry.kind = TreeEntry::Kind::link;
+        entry.linkTarget = destination;
         const std::array<timespec, 2> times = timesOf(info);
         (void)::utimensat(AT_FDCWD, target.constData(), times.data(), AT_SYMLINK_NOFOLLOW);
         return;
@@ -261,6 +266,7 @@ void Copier::copyEntry(const DirectoryReader& parent, const QByteArray& name,
     default:
         if (::mknod(target.constData(), info.st_mode, info.st_rdev) != 0)
             fail(target, errno);
+        copied_.entries[relative].kind = TreeEntry::Kind::other;
         keepModeAndTimes(target, info);
         return;
     }
@@ -281,16 +287,23 @@ void Copier::copyFolder(const DirectoryReader& parent, const QByteArray& name,
     keepModeAndTimes(target, info);
 }
 
-bool Copier::linkToEarlierCopy(const struct stat& info, const QByteArray& target) const {
+bool Copier::linkToEarlierCopy(const struct stat& info, const QByteArray& target,
+                               const QByteArray& relative) {
     const auto found = firstCopies_.find(Inode{info.st_dev, info.st_ino});
     // A volume without hard links gets a second copy instead.
-    return found != firstCopies_.end() &&
-           ::link(found->second.constData(), target.constData()) == 0;
+    if (found == firstCopies_.end() || ::link(found->second.first.constData(), target.constData()))
+        return false;
+    TreeEntry& entry = copied_.entries[relative];
+    entry.kind = TreeEntry::Kind::file;
+    entry.size = info.st_size;
+    entry.modified = TreeManifest::modifiedOf(info);
+    entry.digest = found->second.second;
+    return true;
 }
 
 void Copier::copyFile(const QByteArray& source, const QByteArray& target,
                       const QByteArray& relative, const struct stat& listed) {
-    if (listed.st_nlink > 1 && linkToEarlierCopy(listed, target)) {
+    if (listed.st_nlink > 1 && linkToEarlierCopy(listed, target, relative)) {
         counted(listed.st_size, relative);
         return;
     }
@@ -310,7 +323,8 @@ void Copier::copyFile(const QByteArray& source, const QByteArray& target,
         ::open(target.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!out.isOpen())
         fail(target, errno);
-    copyContents(in.get(), out.get(), before.st_size, source, target);
+    FileDigest digest(ArchiveService::localDigest);
+    copyContents(in.get(), out.get(), before.st_size, source, target, digest);
     // Sets the length, and with it a hole at the end that no data range covered.
     if (::ftruncate(out.get(), before.st_size) != 0)
         fail(target, errno);
@@ -325,13 +339,21 @@ void Copier::copyFile(const QByteArray& source, const QByteArray& target,
     (void)::futimens(out.get(), times.data());
     if (!out.close())
         fail(target, errno);
+    TreeEntry& entry = copied_.entries[relative];
+    entry.kind = TreeEntry::Kind::file;
+    entry.size = before.st_size;
+    entry.modified = TreeManifest::modifiedOf(before);
+    entry.digest = digest.result();
     if (before.st_nlink > 1)
-        firstCopies_.emplace(Inode{before.st_dev, before.st_ino}, target);
+        firstCopies_.emplace(Inode{before.st_dev, before.st_ino},
+                             std::pair(target, entry.digest));
     counted(before.st_size, relative);
 }
 
+// The data is read into memory rather than copied in the kernel: the digest of each file is taken
+// from the very bytes that are written, so the original is read once.
 void Copier::copyContents(int in, int out, off_t size, const QByteArray& source,
-                          const QByteArray& target) {
+                          const QByteArray& target, FileDigest& digest) {
     off_t offset = 0;
     while (offset < size) {
         off_t dataStart = offset;
@@ -340,29 +362,27 @@ void Copier::copyContents(int in, int out, off_t size, const QByteArray& source,
         // Only the data ranges are copied; the holes between them stay holes in the copy.
         dataStart = ::lseek(in, offset, SEEK_DATA);
         if (dataStart < 0 && errno == ENXIO)
-            return;
-        if (dataStart < 0 && errno != EINVAL && errno != ENOTSUP)
+            dataStart = size;
+        else if (dataStart < 0 && errno != EINVAL && errno != ENOTSUP)
             fail(source, errno);
-        if (dataStart < 0) {
+        else if (dataStart < 0) {
             dataStart = offset; // a file system that cannot tell: all of it is data
         } else {
             const off_t hole = ::lseek(in, dataStart, SEEK_HOLE);
             dataEnd = hole < 0 ? size : std::min(hole, size);
         }
 #endif
+        dataStart = std::min(dataStart, size);
+        digest.addZeros(dataStart - offset);
         if (dataStart >= size)
             return;
-        copyRange(in, out, dataStart, dataEnd - dataStart, source, target);
+        copyRange(in, out, dataStart, dataEnd - dataStart, source, target, digest);
         offset = dataEnd;
     }
 }
 
 void Copier::copyRange(int in, int out, off_t offset, off_t length, const QByteArray& source,
-                       const QByteArray& target) {
-#ifdef Q_OS_LINUX
-    if (!copyInKernel(in, out, offset, length, target))
-        return;
-#endif
+                       const QByteArray& target, FileDigest& digest) {
     buffer_.resize(1024 * 1024);
     while (length > 0) {
         cancellation_.throwIfCancelled();
@@ -374,6 +394,7 @@ void Copier::copyRange(int in, int out, off_t offset, off_t length, const QByteA
             fail(source, errno);
         if (count == 0)
             return; // the source got shorter; the check after the copy says so
+        digest.add(buffer_.data(), count);
         for (ssize_t written = 0; written < count;) {
             const ssize_t step = ::pwrite(out, buffer_.data() + written,
                                           static_cast<size_t>(count - written), offset + written);
@@ -387,32 +408,6 @@ void Copier::copyRange(int in, int out, off_t offset, off_t length, const QByteA
         length -= count;
     }
 }
-
-#ifdef Q_OS_LINUX
-bool Copier::copyInKernel(int in, int out, off_t& offset, off_t& length, const QByteArray& target) {
-    // No pass through memory, and a clone of the extents where the file system can.
-    while (length > 0) {
-        cancellation_.throwIfCancelled();
-        loff_t from = offset;
-        loff_t to = offset;
-        const ssize_t count = ::copy_file_range(
-            in, &from, out, &to, static_cast<size_t>(std::min(length, chunkSize)), 0);
-        if (count < 0 && errno == EINTR)
-            continue;
-        // Not between these two volumes: the rest goes through memory.
-        if (count < 0 && (errno == EXDEV || errno == ENOSYS || errno == EINVAL ||
-                          errno == EOPNOTSUPP || errno == EPERM))
-            return true;
-        if (count < 0)
-            fail(target, errno);
-        if (count == 0)
-            return false; // the source got shorter; the check after the copy says so
-        offset += count;
-        length -= count;
-    }
-    return false;
-}
-#endif
 
 void Copier::counted(qint64 bytes, const QByteArray& relative) {
     copiedBytes_ += bytes;
@@ -479,30 +474,59 @@ std::optional<QString> refusal(const QString& source, const QString& destination
 class Routine {
 public:
     Routine(const ArchiveService& service, const ArchiveEventSink& sink,
-            const CancellationToken& cancellation, bool archiving)
+            const CancellationToken& cancellation, bool archiving, const ArchiveOptions& options)
         : service_(service)
         , sink_(sink)
         , cancellation_(cancellation)
-        , archiving_(archiving) {}
+        , archiving_(archiving)
+        , options_(options) {}
 
     void run(const QString& sourceGiven, const QString& destinationGiven);
 
 private:
+    // A partial copy of an interrupted run at the target: removed when the user agreed, else the
+    // run stops and says so. True when the run may go on.
+    bool handledInterruptedCopy(const QString& target);
     // Moves the copy to the Trash; the suffix of the message that follows.
     QString cleanedUp(const QString& target) const;
-    bool verify(const QString& target, const ArchiveCounts& expected);
+    bool verify(const QString& source, const QString& target, const ArchiveCounts& expected,
+                const TreeManifest& copied);
+    // The copy is whole: its marker goes, and its folder's times are the original's again.
+    bool finishCopy(const QString& source, const QString& target);
     void fail(const QString& message) const { sink_(ArchiveEvent::failed(message)); }
+    QString untouched() const {
+        return archiving_ ? QStringLiteral("Original left untouched.")
+                          : QStringLiteral("The archived copy is untouched.");
+    }
 
     const ArchiveService& service_;
     const ArchiveEventSink& sink_;
     const CancellationToken& cancellation_;
     const bool archiving_;
+    const ArchiveOptions options_;
 };
+
+bool Routine::handledInterruptedCopy(const QString& target) {
+    if (!ArchiveService::hasMarker(target))
+        return true;
+    if (!options_.removeInterruptedCopy) {
+        sink_(ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(target), target));
+        return false;
+    }
+    if (const std::optional<QString> problem = service_.trash->moveToTrash(target).failure) {
+        fail(QStringLiteral("The partial copy at %1 could not be moved to the Trash: %2")
+                 .arg(target, *problem));
+        return false;
+    }
+    return true;
+}
 
 void Routine::run(const QString& sourceGiven, const QString& destinationGiven) {
     const QString source = Paths::absoluteStandardized(sourceGiven);
     const QString destinationFolder = Paths::absoluteStandardized(destinationGiven);
     const QString target = Paths::joined(destinationFolder, Paths::lastComponent(source));
+    if (exists(source) && !handledInterruptedCopy(target))
+        return;
     if (const std::optional<QString> refused = refusal(source, destinationFolder, target))
         return fail(*refused);
     if (const std::optional<QString> problem = makePath(QFile::encodeName(destinationFolder)))
@@ -528,7 +552,7 @@ void Routine::run(const QString& sourceGiven, const QString& destinationGiven) {
     }
 
     sink_(ArchiveEvent::verifying());
-    if (!verify(target, measured))
+    if (!verify(source, target, measured, copier.copied()) || !finishCopy(source, target))
         return;
     if (archiving_) {
         if (const std::optional<QString> problem = service_.trash->moveToTrash(source).failure)
@@ -536,13 +560,37 @@ void Routine::run(const QString& sourceGiven, const QString& destinationGiven) {
                                        "to the Trash: %2")
                             .arg(target, *problem));
     }
-    sink_(ArchiveEvent::finished(target));
+    sink_(ArchiveEvent::finished(target, Verification::content));
 }
 
-bool Routine::verify(const QString& target, const ArchiveCounts& expected) {
-    ArchiveCounts copy;
+// The copy is read back whole and compared, file by file, with the digests taken while the
+// original was read; the original is looked at once more (names, kinds, sizes and times, no data)
+// to catch what changed in it after its part was copied.
+bool Routine::verify(const QString& source, const QString& target, const ArchiveCounts& expected,
+                     const TreeManifest& copied) {
+    std::optional<QString> difference;
     try {
-        copy = ArchiveService::measure(target, cancellation_);
+        const TreeManifest copy = TreeManifest::read(target, TreeManifest::Read::digests,
+                                                     ArchiveService::localDigest, cancellation_,
+                                                     ArchiveService::partialMarker);
+        const ArchiveCounts counts = copy.counts();
+        if (counts != expected) {
+            const QString suffix = cleanedUp(target);
+            fail(QStringLiteral(
+                     "Verification failed: copy has %1 files / %2 bytes, source has %3 / %4. %5")
+                     .arg(counts.files)
+                     .arg(counts.bytes)
+                     .arg(expected.files)
+                     .arg(expected.bytes)
+                     .arg(untouched()) +
+                 suffix);
+            return false;
+        }
+        const TreeManifest now = TreeManifest::read(source, TreeManifest::Read::stamps,
+                                                    ArchiveService::localDigest, cancellation_);
+        difference = copied.differenceIn(now, TreeManifest::Compare::stamps);
+        if (!difference)
+            difference = copied.differenceIn(copy, TreeManifest::Compare::content);
     } catch (const CancelledError&) {
         fail(QStringLiteral("Cancelled") + cleanedUp(target));
         return false;
@@ -550,19 +598,26 @@ bool Routine::verify(const QString& target, const ArchiveCounts& expected) {
         fail(QStringLiteral("Verification failed: ") + textOf(error) + cleanedUp(target));
         return false;
     }
-    if (copy == expected)
+    if (!difference)
         return true;
-    const QString untouched = archiving_ ? QStringLiteral("Original left untouched.")
-                                         : QStringLiteral("The archived copy is untouched.");
     const QString suffix = cleanedUp(target);
-    fail(QStringLiteral("Verification failed: copy has %1 files / %2 bytes, source has %3 / %4. %5")
-             .arg(copy.files)
-             .arg(copy.bytes)
-             .arg(expected.files)
-             .arg(expected.bytes)
-             .arg(untouched) +
-         suffix);
+    fail(QStringLiteral("Verification failed: %1. %2").arg(*difference, untouched()) + suffix);
     return false;
+}
+
+bool Routine::finishCopy(const QString& source, const QString& target) {
+    const QByteArray folder = QFile::encodeName(target);
+    const QByteArray marker = folder + '/' + ArchiveService::partialMarker;
+    if (::unlink(marker.constData()) != 0) {
+        fail(QStringLiteral("The copy at %1 was verified, but its marker could not be removed: "
+                            "%2. %3")
+                 .arg(target, QString::fromLocal8Bit(std::strerror(errno)), untouched()));
+        return false;
+    }
+    struct stat info {};
+    if (::lstat(QFile::encodeName(source).constData(), &info) == 0)
+        keepModeAndTimes(folder, info);
+    return true;
 }
 
 QString Routine::cleanedUp(const QString& target) const {
@@ -574,15 +629,38 @@ QString Routine::cleanedUp(const QString& target) const {
 } // namespace
 
 void ArchiveService::archive(const QString& source, const QString& destinationFolder,
-                             const ArchiveEventSink& sink,
-                             const CancellationToken& cancellation) const {
-    Routine(*this, sink, cancellation, true).run(source, destinationFolder);
+                             const ArchiveEventSink& sink, const CancellationToken& cancellation,
+                             const ArchiveOptions& options) const {
+    Routine(*this, sink, cancellation, true, options).run(source, destinationFolder);
 }
 
 void ArchiveService::restore(const QString& source, const QString& destinationFolder,
-                             const ArchiveEventSink& sink,
-                             const CancellationToken& cancellation) const {
-    Routine(*this, sink, cancellation, false).run(source, destinationFolder);
+                             const ArchiveEventSink& sink, const CancellationToken& cancellation,
+                             const ArchiveOptions& options) const {
+    Routine(*this, sink, cancellation, false, options).run(source, destinationFolder);
+}
+
+void ArchiveService::writeMarker(const QByteArray& folder) {
+    const QByteArray path = folder + '/' + partialMarker;
+    Descriptor marker(
+        ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!marker.isOpen())
+        fail(path, errno);
+    const QByteArray text = "A copy by Corvane Clean that is not known to be whole yet.\n";
+    if (::write(marker.get(), text.constData(), size_t(text.size())) != text.size())
+        fail(path, errno);
+}
+
+bool ArchiveService::hasMarker(const QString& folder) {
+    struct stat info {};
+    const QByteArray path = QFile::encodeName(folder) + '/' + partialMarker;
+    return ::lstat(path.constData(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+QString ArchiveService::interruptedCopyMessage(const QString& where) {
+    return QStringLiteral("%1 is a partial copy from an interrupted run. Remove it, then try "
+                          "again.")
+        .arg(where);
 }
 
 ArchiveCounts ArchiveService::measure(const QString& folder,

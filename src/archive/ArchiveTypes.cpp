@@ -10,4 +10,13 @@ QString ArchiveRecord::locationDescription() const {
     return location.user + u'@' + location.host + u':' + Paths::joined(location.basePath, name);
 }
 
+QString verificationKey(Verification verification) {
+    return verification == Verification::content ? QStringLiteral("content")
+                                                 : QStringLiteral("count");
+}
+
+Verification verificationFromKey(const QString& key) {
+    return key == QStringLiteral("content") ? Verification::content : Verification::count;
+}
+
 } // namespace corvane

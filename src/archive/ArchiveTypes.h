@@ -30,6 +30,16 @@ struct ArchiveLocation {
     bool operator==(const ArchiveLocation&) const = default;
 };
 
+// How a copy was found whole: every file's digest, link target and the tree's shape compared
+// ("content"), or only the number of files, their bytes and the top-level entries ("count"), for a
+// server that has no digest tool.
+enum class Verification { content, count };
+
+QString verificationKey(Verification verification);
+// "content" or "count"; anything else, absent included, is "count", as records written before
+// digests were compared.
+Verification verificationFromKey(const QString& key);
+
 struct ArchiveRecord {
     QUuid id;
     // The original folder's last path component.
@@ -43,6 +53,7 @@ struct ArchiveRecord {
     std::optional<QString> restoredPath;
     // The history relinked by the last restore to another place, when one ran.
     std::optional<QJsonObject> relink;
+    Verification verifiedBy = Verification::count;
 
     // "user@host:basePath/name" or the folder path: where the copy is, in words.
     QString locationDescription() const;
@@ -80,15 +91,23 @@ struct ArchiveEvent {
     // `finished`: where the copy is (the folder path, or "user@host:path"); `failed`: the whole
     // reason, in words for the user.
     QString text;
+    // `finished`: how the copy was found whole.
+    Verification verifiedBy = Verification::content;
+    // `failed`: where a partial copy left by an interrupted run blocks this one (a local path or
+    // "user@host:path"); the front end offers to remove it and try again.
+    QString interruptedCopy;
 
     static ArchiveEvent progress(qint64 copied, qint64 total, const QString& path) {
-        return {Kind::progress, copied, total, path, {}};
+        return {Kind::progress, copied, total, path, {}, {}, {}};
     }
-    static ArchiveEvent verifying() { return {Kind::verifying, 0, 0, {}, {}}; }
-    static ArchiveEvent finished(const QString& destination) {
-        return {Kind::finished, 0, 0, {}, destination};
+    static ArchiveEvent verifying() { return {Kind::verifying, 0, 0, {}, {}, {}, {}}; }
+    static ArchiveEvent finished(const QString& destination,
+                                 Verification verifiedBy = Verification::content) {
+        return {Kind::finished, 0, 0, {}, destination, verifiedBy, {}};
     }
-    static ArchiveEvent failed(const QString& message) { return {Kind::failed, 0, 0, {}, message}; }
+    static ArchiveEvent failed(const QString& message, const QString& interruptedCopy = {}) {
+        return {Kind::failed, 0, 0, {}, message, {}, interruptedCopy};
+    }
     bool operator==(const ArchiveEvent&) const = default;
 };
 

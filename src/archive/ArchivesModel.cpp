@@ -86,7 +86,14 @@ void ArchivesModel::runAction(Runner runner, std::function<void(const ArchiveEve
     });
 }
 
-void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
+QString ArchivesModel::verificationText(Verification verification) {
+    return verification == Verification::content
+               ? QStringLiteral("verified by content")
+               : QStringLiteral("verified by counting (the server has no digest tool)");
+}
+
+void ArchivesModel::archive(const QString& path, const ArchiveTarget& target,
+                            const ArchiveOptions& options) {
     if (!beginRemoval())
         return;
     const QString source = Paths::standardized(path);
@@ -94,6 +101,7 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
     lastActionWasArchive_ = true;
     archiveErrorMessage_.reset();
     errorMessage_.reset();
+    interruptedCopy_.reset();
     archiveProgress_ = ArchiveProgress{QUuid::createUuid(), name, 0, 0, {}, false};
     emit progressChanged();
 
@@ -102,21 +110,21 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
     // A share that could not be mounted has its own sentence, not "Archiving ... failed".
     auto mountFailed = std::make_shared<std::atomic<bool>>(false);
     const Services& services = services_;
-    Runner runner = [services, source, target, sessionCount,
-                     mountFailed](const ArchiveEventSink& sink, const CancellationToken& cancel) {
+    Runner runner = [services, source, target, sessionCount, mountFailed,
+                     options](const ArchiveEventSink& sink, const CancellationToken& cancel) {
         *sessionCount =
             AgentHistoryIndex::build(services.relinker.locations).sessionsIn(source).size();
         switch (target.kind) {
         case ArchiveTarget::Kind::folder:
-            services.local.archive(source, target.path, sink, cancel);
+            services.local.archive(source, target.path, sink, cancel, options);
             return;
         case ArchiveTarget::Kind::volume:
             services.local.archive(source, ExternalVolumes::archiveFolder(target.path), sink,
-                                   cancel);
+                                   cancel, options);
             return;
         case ArchiveTarget::Kind::ssh:
             services.ssh.archive(source, target.destination.user, target.destination.host,
-                                 target.destination.remotePath, sink, cancel);
+                                 target.destination.remotePath, sink, cancel, options);
             return;
         case ArchiveTarget::Kind::smb: {
             sink(ArchiveEvent::progress(
@@ -129,7 +137,7 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
                 return;
             }
             services.local.archive(source, ExternalVolumes::archiveFolder(*mounted.mountPoint),
-                                   sink, cancel);
+                                   sink, cancel, options);
             return;
         }
         }
@@ -154,6 +162,8 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
                         event.text.startsWith(QStringLiteral("Invalid SMB URL: "))
                     ? event.text
                     : QStringLiteral("Archiving %1 failed: %2").arg(name, event.text);
+            if (!event.interruptedCopy.isEmpty())
+                interruptedCopy_ = event.interruptedCopy;
             return;
         case ArchiveEvent::Kind::finished: {
             ArchiveRecord record;
@@ -163,8 +173,9 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
             record.location = locationOf(target, event.text);
             record.archivedAt = QDateTime::currentDateTimeUtc();
             record.agentSessionCount = *sessionCount;
-            toasts().post(QStringLiteral("Archived %1 to %2. The original is in the Trash.")
-                              .arg(name, event.text));
+            record.verifiedBy = event.verifiedBy;
+            toasts().post(QStringLiteral("Archived %1 to %2, %3. The original is in the Trash.")
+                              .arg(name, event.text, verificationText(event.verifiedBy)));
             append(record);
             lastArchived_ = record;
             emit filesystemChanged();
@@ -174,7 +185,8 @@ void ArchivesModel::archive(const QString& path, const ArchiveTarget& target) {
     });
 }
 
-void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) {
+void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder,
+                            const ArchiveOptions& options) {
     if (!beginRemoval())
         return;
     const QString into =
@@ -182,13 +194,14 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
     lastActionWasArchive_ = false;
     errorMessage_.reset();
     lastRelink_.reset();
+    interruptedCopy_.reset();
     restoreProgress_ = ArchiveProgress{record.id, record.name, 0, 0, {}, false};
     emit progressChanged();
 
     auto relink = std::make_shared<std::optional<RelinkReport>>();
     const Services& services = services_;
-    Runner runner = [services, record, into, relink](const ArchiveEventSink& sink,
-                                                     const CancellationToken& cancel) {
+    Runner runner = [services, record, into, relink, options](const ArchiveEventSink& sink,
+                                                              const CancellationToken& cancel) {
         // The history follows a project restored elsewhere before the model hears it finished, so
         // the report arrives with the event.
         const ArchiveEventSink relinking = [&](const ArchiveEvent& event) {
@@ -202,9 +215,9 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
         };
         if (record.location.kind == ArchiveLocation::Case::ssh)
             services.ssh.restore(record.name, record.location.user, record.location.host,
-                                 record.location.basePath, into, relinking, cancel);
+                                 record.location.basePath, into, relinking, cancel, options);
         else
-            services.local.restore(record.location.path, into, relinking, cancel);
+            services.local.restore(record.location.path, into, relinking, cancel, options);
     };
     runAction(std::move(runner), [this, record, relink](const ArchiveEvent& event) {
         switch (event.kind) {
@@ -220,6 +233,8 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
             return;
         case ArchiveEvent::Kind::failed:
             errorMessage_ = QStringLiteral("Restoring %1 failed: %2").arg(record.name, event.text);
+            if (!event.interruptedCopy.isEmpty())
+                interruptedCopy_ = event.interruptedCopy;
             return;
         case ArchiveEvent::Kind::finished: {
             lastRelink_ = *relink;

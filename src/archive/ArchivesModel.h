@@ -73,19 +73,27 @@ public:
 
     // Archives the project folder `path` to `target`, recording how many agent sessions refer to
     // it. One archive or restore runs at a time.
-    void archive(const QString& path, const ArchiveTarget& target);
+    void archive(const QString& path, const ArchiveTarget& target,
+                 const ArchiveOptions& options = {});
     const std::optional<ArchiveProgress>& archiveProgress() const { return archiveProgress_; }
     const std::optional<QString>& archiveErrorMessage() const { return archiveErrorMessage_; }
     // The record of the last archive that finished.
     const std::optional<ArchiveRecord>& lastArchived() const { return lastArchived_; }
 
     // Restores `record` into `folder` (the parent of its original path when empty).
-    void restore(const ArchiveRecord& record, const QString& folder = {});
+    void restore(const ArchiveRecord& record, const QString& folder = {},
+                 const ArchiveOptions& options = {});
     const std::optional<ArchiveProgress>& restoreProgress() const { return restoreProgress_; }
     // "Restoring <name> failed: ..." or "Could not save the archive list: ...".
     const std::optional<QString>& errorMessage() const { return errorMessage_; }
     // The relink report of the last restore that ran one.
     const std::optional<RelinkReport>& lastRelink() const { return lastRelink_; }
+
+    // Where the last archive or restore met a partial copy left by an interrupted run; the front
+    // end offers to run it again with `removeInterruptedCopy`.
+    const std::optional<QString>& interruptedCopy() const { return interruptedCopy_; }
+    // How a copy was found whole, in words: "verified by content" or "verified by counting".
+    static QString verificationText(Verification verification);
 
     // Whether the last action to start was an archive (else a restore, or none yet).
     bool lastActionWasArchive() const { return lastActionWasArchive_; }
@@ -123,6 +131,7 @@ private:
     std::optional<ArchiveProgress> restoreProgress_;
     std::optional<QString> errorMessage_;
     std::optional<RelinkReport> lastRelink_;
+    std::optional<QString> interruptedCopy_;
     CancellationToken actionCancellation_;
     bool lastActionWasArchive_ = false;
 };

@@ -1,10 +1,16 @@
 #include "archive/SSHArchiveService.h"
 
+#include "archive/RemoteTree.h"
+#include "archive/SshLogin.h"
+#include "archive/TreeManifest.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
+#include "platform/ProcessPipeline.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <filesystem>
+#include <future>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -32,9 +38,6 @@ QStringList sshOptions() {
 QString remoteQuoted(const QString& path) {
     return SSHArchiveService::remoteQuoted(path);
 }
-QString shellQuoted(const QString& text) {
-    return SSHArchiveService::shellQuoted(text);
-}
 
 QString trimmedText(const QByteArray& bytes) {
     return QString::fromUtf8(bytes).trimmed();
@@ -56,19 +59,31 @@ QString describe(const ArchiveCounts& counts) {
            QString::number(counts.topLevelEntries);
 }
 
-QString countCommand(const QString& remoteFolder) {
-    // The sum is printed as a whole number: awk would write a large one in exponent form.
-    return text("cd ") + remoteQuoted(remoteFolder) + text(" && find . -type f | wc -l") +
-           QStringLiteral(R"sh( && (find . -type f -exec stat -c %s {} + 2>/dev/null)sh"
-                          R"sh( | awk '{s+=$1} END {printf "%.0f\n", s}'))sh") +
-           text(" && find . -mindepth 1 -maxdepth 1 | wc -l");
+const QString marker = QString::fromLatin1(ArchiveService::partialMarker);
+
+// Creates the project's folder on the server (failing when anything is there: the folder is this
+// run's own) with the marker in it, then unpacks the stream into it.
+QString unpackCommand(const QString& remotePath, const QString& remoteFolder) {
+    return text("mkdir -p -- ") + remoteQuoted(remotePath) + text(" && mkdir -- ") +
+           remoteQuoted(remoteFolder) + text(" && echo 'A copy by Corvane Clean that is not "
+                                             "known to be whole yet.' > ") +
+           remoteQuoted(remoteFolder + u'/' + marker) + text(" && tar -C ") +
+           remoteQuoted(remotePath) + text(" -xf -");
 }
 
-// The shell does not pass its SIGTERM on to a pipeline it waits for: the pipeline would go on
-// copying after a cancel or a time-out, and after the clean-up. So it runs in the background
-// and the trap ends its last command, which takes the rest of the pipe down with it.
-QString terminablePipeline(const QString& pipeline) {
-    return text("trap 'kill $! 2>/dev/null; exit 143' TERM; ") + pipeline + text(" & wait $!");
+// Removes the folder only when it holds the marker: only a folder a run of ours created.
+QString removePartialCommand(const QString& remoteFolder) {
+    return text("if [ -f ") + remoteQuoted(remoteFolder + u'/' + marker) + text(" ]; then rm -rf -- ") +
+           remoteQuoted(remoteFolder) + text("; fi");
+}
+
+// GNU tar keeps holes only when asked; bsdtar, a Mac's tar, finds them by itself.
+QStringList localSparseOption() {
+#ifdef Q_OS_MACOS
+    return {};
+#else
+    return {text("--sparse")};
+#endif
 }
 
 // Whether removing `remotePath`/`name` on the server can only ever remove the project's copy.
@@ -84,24 +99,28 @@ struct Server {
 
     QString login() const { return user + u'@' + host; }
 
+    // The login is checked again before it is used: a saved list can be edited by hand.
+    std::optional<QString> loginProblem() const { return SshLogin::problem(user, host); }
+
+    // ssh's arguments up to the remote command; "--" keeps the login an operand.
+    QStringList sshArguments() const { return sshOptions() << text("--") << login(); }
+
     // Runs `command` on the server; throws ProcessRunnerError.
     ProcessResult run(const QString& command, const CancellationToken& cancellation) const {
-        return runner.run(Locations::toolPath(Tool::ssh), sshOptions() << login() << command,
-                          std::nullopt, {}, remoteCommandTimeout, cancellation);
+        return runner.run(Locations::toolPath(Tool::ssh), sshArguments() << command, std::nullopt,
+                          {}, remoteCommandTimeout, cancellation);
     }
 
-    // Runs a local pipeline through the shell; throws ProcessRunnerError.
-    ProcessResult pipe(const QString& pipeline, const CancellationToken& cancellation) const {
+    // Runs a copy, every stage's status kept; throws ProcessRunnerError.
+    PipelineResult pipe(const std::vector<PipelineStage>& stages,
+                        const CancellationToken& cancellation) const {
         // No extended-attribute side files ("._name") in the tar stream of a Mac.
         const QHash<QString, QString> environment{{text("COPYFILE_DISABLE"), text("1")}};
-        return runner.run(Locations::toolPath(Tool::sh), {text("-c"), terminablePipeline(pipeline)},
-                          std::nullopt, environment, copyTimeout, cancellation);
+        return ProcessPipeline::run(stages, environment, copyTimeout, cancellation);
     }
 
-    // The ssh command of a pipeline, up to its remote command.
-    QString sshPrefix() const {
-        return shellQuoted(Locations::toolPath(Tool::ssh)) + u' ' + sshOptions().join(u' ') + u' ' +
-               shellQuoted(login());
+    PipelineStage sshStage(const QString& command) const {
+        return {Locations::toolPath(Tool::ssh), sshArguments() << command};
     }
 
     QString failureOf(const ProcessResult& result) const {
@@ -109,34 +128,181 @@ struct Server {
                                                     host);
     }
 
-    // The server's counts of `remoteFolder`, or what went wrong.
+    // Runs `command` and returns its output, or nothing with `problem` set.
+    std::optional<QByteArray> answer(const QString& command, const CancellationToken& cancellation,
+                                     QString& problem) const {
+        try {
+            const ProcessResult result = run(command, cancellation);
+            if (result.exitCode == 0)
+                return result.standardOutput;
+            problem = failureOf(result);
+        } catch (const ProcessRunnerError& error) {
+            problem = error.description();
+        }
+        return std::nullopt;
+    }
+
+    // The state of `remoteFolder` ("READY", "EXISTS", "PARTIAL" or "MISSING" when `mustExist`)
+    // and the tools of the server, from one call; `prepare` runs first.
+    std::optional<std::pair<QByteArray, RemoteTools>>
+    probe(const QString& prepare, const QString& remoteFolder, const CancellationToken& cancellation,
+          QString& problem) const {
+        const QString folder = remoteQuoted(remoteFolder);
+        const QString command =
+            prepare + text("{ if [ -f ") + remoteQuoted(remoteFolder + u'/' + marker) +
+            text(" ]; then echo PARTIAL; elif [ -e ") + folder + text(" ] || [ -h ") + folder +
+            text(" ]; then echo EXISTS; else echo READY; fi; ") + RemoteTree::toolsProbe() +
+            text("; }");
+        const std::optional<QByteArray> output = answer(command, cancellation, problem);
+        if (!output)
+            return std::nullopt;
+        const QList<QByteArray> lines = output->split('\n');
+        const QByteArray state = lines.value(0).trimmed();
+        if (state != "READY" && state != "EXISTS" && state != "PARTIAL") {
+            problem = text("unexpected answer from the server");
+            return std::nullopt;
+        }
+        return std::pair(state, RemoteTree::parseTools(lines.value(1), lines.value(2)));
+    }
+
+    // The manifest of `remoteFolder` with the server's digests, or nothing with `problem` set.
+    std::optional<TreeManifest> manifest(const QString& remoteFolder, const RemoteTools& tools,
+                                         const CancellationToken& cancellation,
+                                         QString& problem) const {
+        const std::optional<QByteArray> output =
+            answer(text("cd -- ") + remoteQuoted(remoteFolder) + text(" && ") +
+                       RemoteTree::manifestCommand(tools),
+                   cancellation, problem);
+        if (!output)
+            return std::nullopt;
+        std::optional<TreeManifest> manifest = RemoteTree::parseManifest(*output);
+        if (!manifest)
+            problem = text("unexpected answer from the server");
+        return manifest;
+    }
+
+    // The server's counts of `remoteFolder`, or nothing with `problem` set.
     std::optional<ArchiveCounts> counts(const QString& remoteFolder,
                                         const CancellationToken& cancellation,
                                         QString& problem) const {
-        try {
-            const ProcessResult result = run(countCommand(remoteFolder), cancellation);
-            if (result.exitCode != 0) {
-                problem = failureOf(result);
-                return std::nullopt;
-            }
-            const std::optional<ArchiveCounts> counts =
-                SSHArchiveService::parseCounts(result.standardOutput);
-            if (!counts)
-                problem = text("unexpected answer from the server");
-            return counts;
-        } catch (const ProcessRunnerError& error) {
-            problem = error.description();
+        const std::optional<QByteArray> output =
+            answer(text("cd -- ") + remoteQuoted(remoteFolder) + text(" && ") +
+                       RemoteTree::countCommand(),
+                   cancellation, problem);
+        if (!output)
             return std::nullopt;
+        const std::optional<ArchiveCounts> counts = SSHArchiveService::parseCounts(*output);
+        if (!counts)
+            problem = text("unexpected answer from the server");
+        return counts;
+    }
+
+    // Removes the partial copy at `remoteFolder` if it is one of ours; whether it is gone.
+    bool removePartial(const QString& remoteFolder) const {
+        try {
+            return run(removePartialCommand(remoteFolder), CancellationToken()).exitCode == 0;
+        } catch (const ProcessRunnerError&) {
+            return false;
         }
     }
 };
+
+// Why a copy is not whole, from the first stage that did not end well: its exit status and what
+// it said (tar's "file changed as we read it" is exit 1: the stream is complete but not a copy
+// of one moment).
+QString copyProblem(const PipelineResult& result, const std::vector<PipelineStage>& stages,
+                    const Server& server, int sshStage) {
+    const int failed = result.firstFailedStage();
+    const StageResult& stage = result.stages[size_t(failed)];
+    const QString said = trimmedText(stage.standardError);
+    const QString program = Paths::lastComponent(stages[size_t(failed)].executable);
+    if (failed == sshStage) {
+        ProcessResult asRun{stage.exitCode, {}, stage.standardError, stage.terminationSignal};
+        const QString mapped = server.failureOf(asRun);
+        if (!mapped.startsWith(text("ssh failed")))
+            return mapped;
+    }
+    return text("Copy failed (exit ") + QString::number(stage.exitCode) + text("): ") +
+           (said.isEmpty() ? program + text(" ended without saying why") : said);
+}
+
+// The digests of a local folder, worked out while the server works out its own.
+class LocalDigests {
+public:
+    LocalDigests(const QString& folder, DigestAlgorithm algorithm, const QByteArray& skip,
+                 const CancellationToken& cancellation)
+        : future_(std::async(std::launch::async, [=] {
+            return TreeManifest::read(folder, TreeManifest::Read::digests, algorithm,
+                                      cancellation, skip);
+        })) {}
+
+    // Throws what reading threw.
+    TreeManifest get() { return future_.get(); }
+
+private:
+    std::future<TreeManifest> future_;
+};
+
+// What a verification found: nothing wrong, or the problem in words.
+struct Checked {
+    std::optional<QString> problem;
+    Verification by = Verification::content;
+};
+
+// Compares the copy at one end with the tree at the other: by digests when the server has a tool
+// for them, else by counting.
+Checked compare(const Server& server, const RemoteTools& tools, const QString& remoteFolder,
+                const QString& localFolder, const QByteArray& localSkip,
+                const CancellationToken& cancellation) {
+    Checked checked;
+    QString problem;
+    try {
+        if (tools.canDigest()) {
+            LocalDigests local(localFolder, tools.algorithm, localSkip, cancellation);
+            const std::optional<TreeManifest> remote =
+                server.manifest(remoteFolder, tools, cancellation, problem);
+            const TreeManifest mine = local.get();
+            if (!remote)
+                checked.problem = problem;
+            else
+                checked.problem = mine.differenceIn(*remote, TreeManifest::Compare::content);
+            return checked;
+        }
+        checked.by = Verification::count;
+        const ArchiveCounts mine = ArchiveService::measure(localFolder, cancellation);
+        const std::optional<ArchiveCounts> remote =
+            server.counts(remoteFolder, cancellation, problem);
+        ArchiveCounts local = mine;
+        // The local side's marker (a restore in progress) is not part of the copy.
+        if (!localSkip.isEmpty() && ArchiveService::hasMarker(localFolder)) {
+            --local.topLevelEntries;
+            --local.files;
+            local.bytes -= QFileInfo(localFolder + u'/' + marker).size();
+        }
+        if (!remote)
+            checked.problem = problem;
+        else if (*remote != local)
+            checked.problem = text("the server counts ") + describe(*remote) +
+                              text(" files/bytes/top-level entries, here there are ") +
+                              describe(local);
+    } catch (const CancelledError&) {
+        checked.problem = text("Cancelled");
+    } catch (const std::exception& error) {
+        checked.problem = QString::fromLocal8Bit(error.what());
+    }
+    return checked;
+}
+
+QString verifiedText(Verification by) {
+    return by == Verification::content ? text("by content") : text("by counting");
+}
 
 // One archive from measuring to trashing; each step sends its own failure and returns false.
 class ArchiveRun {
 public:
     ArchiveRun(const SSHArchiveService& service, const QString& source, const Server& server,
                const QString& remotePath, const ArchiveEventSink& sink,
-               const CancellationToken& cancellation)
+               const CancellationToken& cancellation, const ArchiveOptions& options)
         : service_(service)
         , source_(Paths::absoluteStandardized(source))
         , name_(Paths::lastComponent(source_))
@@ -144,9 +310,14 @@ public:
         , remotePath_(remotePath)
         , remoteFolder_(remotePath + u'/' + name_)
         , sink_(sink)
-        , cancellation_(cancellation) {}
+        , cancellation_(cancellation)
+        , options_(options) {}
 
     void run() {
+        if (const std::optional<QString> problem = server_.loginProblem()) {
+            fail(*problem);
+            return;
+        }
         if (!measure() || !probe())
             return;
         sink_(ArchiveEvent::progress(0, local_.bytes,
@@ -155,9 +326,9 @@ public:
         if (!copy())
             return;
         sink_(ArchiveEvent::verifying());
-        if (!verify() || !trashOriginal())
+        if (!verify() || !unmark() || !trashOriginal())
             return;
-        sink_(ArchiveEvent::finished(where()));
+        sink_(ArchiveEvent::finished(where(), verifiedBy_));
     }
 
 private:
@@ -168,12 +339,22 @@ private:
         return false;
     }
 
+    // What became of the partial copy on the server, as the end of a message.
+    QString removedRemoteCopy() const {
+        if (!isCleanableName(name_) || !server_.removePartial(remoteFolder_))
+            return text(" A partial copy may be left at ") + where() + text("; delete it there.");
+        return text(" The partial copy on the server was removed.");
+    }
+
     // Once the copy has begun, a cancel takes the remote copy away again.
     bool cancelledAfterCopyBegan() {
         if (!cancellation_.isCancelled())
             return false;
-        removeRemoteCopy();
-        fail(text("Cancelled"));
+        const QString removed = removedRemoteCopy();
+        fail(text("Cancelled") +
+             (removed.startsWith(text(" The partial copy on the server was removed"))
+                  ? QString()
+                  : removed));
         return true;
     }
 
@@ -189,87 +370,77 @@ private:
     }
 
     bool probe() {
-        const QString command = text("mkdir -p ") + remoteQuoted(remotePath_) +
-                                text(" && if [ -e ") + remoteQuoted(remoteFolder_) +
-                                text(" ]; then echo EXISTS; else echo READY; fi");
         const QString prefix = text("Cannot create destination: ");
-        try {
-            const ProcessResult result = server_.run(command, cancellation_);
-            if (cancellation_.isCancelled())
-                return fail(text("Cancelled"));
-            if (result.exitCode != 0)
-                return fail(prefix + server_.failureOf(result));
-            const QString answer = trimmedText(result.standardOutput);
-            if (answer == text("EXISTS"))
-                return fail(where() + text(" already exists"));
-            if (answer != text("READY"))
-                return fail(prefix + text("unexpected answer from the server"));
-            return true;
-        } catch (const ProcessRunnerError& error) {
-            return fail(prefix + error.description());
+        QString problem;
+        const auto probed = server_.probe(text("mkdir -p -- ") + remoteQuoted(remotePath_) +
+                                              text(" && "),
+                                          remoteFolder_, cancellation_, problem);
+        if (cancellation_.isCancelled())
+            return fail(text("Cancelled"));
+        if (!probed)
+            return fail(prefix + problem);
+        tools_ = probed->second;
+        if (probed->first == "EXISTS")
+            return fail(where() + text(" already exists"));
+        if (probed->first == "PARTIAL") {
+            if (!options_.removeInterruptedCopy) {
+                sink_(ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(where()),
+                                           where()));
+                return false;
+            }
+            if (!isCleanableName(name_) || !server_.removePartial(remoteFolder_))
+                return fail(text("The partial copy at ") + where() + text(" could not be removed."));
         }
+        return true;
     }
 
     bool copy() {
         // Archived relative to its parent, so that it unpacks as remotePath/name.
-        const QString unpack = text("mkdir -p ") + remoteQuoted(remotePath_) + text(" && tar -C ") +
-                               remoteQuoted(remotePath_) + text(" -xf -");
-        const QString pipeline = shellQuoted(Locations::toolPath(Tool::tar)) + text(" -C ") +
-                                 shellQuoted(Paths::parentPath(source_)) + text(" -cf - ") +
-                                 shellQuoted(name_) + text(" | ") + server_.sshPrefix() + u' ' +
-                                 shellQuoted(unpack);
+        const std::vector<PipelineStage> stages{
+            {Locations::toolPath(Tool::tar),
+             localSparseOption() << text("-C") << Paths::parentPath(source_) << text("-cf")
+                                 << text("-") << text("--") << name_},
+            server_.sshStage(unpackCommand(remotePath_, remoteFolder_))};
         QString problem;
         try {
-            const ProcessResult result = server_.pipe(pipeline, cancellation_);
+            const PipelineResult result = server_.pipe(stages, cancellation_);
             if (cancelledAfterCopyBegan())
                 return false;
-            if (result.exitCode == 0)
+            if (result.firstFailedStage() < 0)
                 return true;
-            problem = text("Copy failed (exit ") + QString::number(result.exitCode) + text("): ") +
-                      trimmedText(result.standardError);
+            problem = copyProblem(result, stages, server_, 1);
         } catch (const ProcessRunnerError& error) {
             problem = text("Copy failed: ") + error.description();
         }
-        removeRemoteCopy();
-        return fail(problem);
+        return fail(problem + removedRemoteCopy() + text(" Original untouched."));
     }
 
     bool verify() {
-        QString problem;
-        const std::optional<ArchiveCounts> remote =
-            server_.counts(remoteFolder_, cancellation_, problem);
+        const Checked checked = compare(server_, tools_, remoteFolder_, source_, {}, cancellation_);
         if (cancelledAfterCopyBegan())
             return false;
-        const QString kept = text(" Remote copy kept, original untouched.");
-        if (!remote)
-            return fail(text("Verification failed: ") + problem + u'.' + kept);
-        if (*remote != local_)
-            // The remote copy stays: it may be the server's count that is wrong, and either way
-            // nothing has been lost.
-            return fail(text("Verification mismatch: remote reports ") + describe(*remote) +
-                        text(" for files/bytes/top-level entries, local has ") + describe(local_) +
-                        u'.' + kept);
-        return true;
+        verifiedBy_ = checked.by;
+        if (!checked.problem)
+            return true;
+        return fail(text("Verification failed (") + verifiedText(checked.by) + text("): ") +
+                    *checked.problem + u'.' + removedRemoteCopy() + text(" Original untouched."));
+    }
+
+    // The copy is whole: the marker goes, so nothing takes it for an interrupted one.
+    bool unmark() {
+        QString problem;
+        if (server_.answer(text("rm -f -- ") + remoteQuoted(remoteFolder_ + u'/' + marker),
+                           CancellationToken(), problem))
+            return true;
+        return fail(text("Copy verified at ") + where() + text(", but its marker ") + marker +
+                    text(" could not be removed: ") + problem + text(". Original untouched."));
     }
 
     bool trashOriginal() {
-        if (cancelledAfterCopyBegan())
-            return false;
         if (const std::optional<QString> error = service_.trash->moveToTrash(source_).failure)
             return fail(text("Copy verified at ") + where() +
                         text(", but the original could not be moved to the Trash: ") + *error);
         return true;
-    }
-
-    // A failure of the clean-up itself changes nothing the user can act on, so it is not
-    // reported. A name that could reach outside the project's folder is never removed.
-    void removeRemoteCopy() {
-        if (!isCleanableName(name_))
-            return;
-        try {
-            server_.run(text("rm -rf ") + remoteQuoted(remoteFolder_), CancellationToken());
-        } catch (const ProcessRunnerError&) {
-        }
     }
 
     const SSHArchiveService& service_;
@@ -280,24 +451,37 @@ private:
     QString remoteFolder_;
     const ArchiveEventSink& sink_;
     const CancellationToken& cancellation_;
+    const ArchiveOptions options_;
     ArchiveCounts local_;
+    RemoteTools tools_;
+    Verification verifiedBy_ = Verification::content;
 };
 
-// One restore from the server's counts to the local check; never touches the remote copy.
+// One restore from the server's tools to the local check; never touches the remote copy.
 class RestoreRun {
 public:
-    RestoreRun(const QString& name, const Server& server, const QString& basePath,
-               const QString& localFolder, const ArchiveEventSink& sink,
-               const CancellationToken& cancellation)
-        : name_(name)
+    RestoreRun(const SSHArchiveService& service, const QString& name, const Server& server,
+               const QString& basePath, const QString& localFolder, const ArchiveEventSink& sink,
+               const CancellationToken& cancellation, const ArchiveOptions& options)
+        : service_(service)
+        , name_(name)
         , server_(server)
         , basePath_(basePath)
         , localFolder_(Paths::absoluteStandardized(localFolder))
         , target_(Paths::joined(localFolder_, name))
         , sink_(sink)
-        , cancellation_(cancellation) {}
+        , cancellation_(cancellation)
+        , options_(options) {}
 
     void run() {
+        if (const std::optional<QString> problem = server_.loginProblem()) {
+            fail(*problem);
+            return;
+        }
+        if (!isCleanableName(name_)) {
+            fail(text("\"") + name_ + text("\" is not the name of a folder"));
+            return;
+        }
         if (!checkTarget() || !askServer() || !createFolder())
             return;
         sink_(ArchiveEvent::progress(0, remote_.bytes,
@@ -306,9 +490,9 @@ public:
         if (!copy())
             return;
         sink_(ArchiveEvent::verifying());
-        if (!verify())
+        if (!verify() || !unmark())
             return;
-        sink_(ArchiveEvent::finished(target_));
+        sink_(ArchiveEvent::finished(target_, verifiedBy_));
     }
 
 private:
@@ -318,6 +502,17 @@ private:
     }
 
     bool checkTarget() {
+        if (ArchiveService::hasMarker(target_)) {
+            if (!options_.removeInterruptedCopy) {
+                sink_(ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(target_),
+                                           target_));
+                return false;
+            }
+            if (const std::optional<QString> problem =
+                    service_.trash->moveToTrash(target_).failure)
+                return fail(text("The partial copy at ") + target_ +
+                            text(" could not be moved to the Trash: ") + *problem);
+        }
         struct stat info {};
         if (::lstat(QFile::encodeName(target_).constData(), &info) == 0)
             return fail(target_ + text(" already exists"));
@@ -327,13 +522,22 @@ private:
     // Asked before the local folder is made, so an unreachable server leaves nothing behind.
     bool askServer() {
         QString problem;
-        const std::optional<ArchiveCounts> counts =
-            server_.counts(basePath_ + u'/' + name_, cancellation_, problem);
+        const QString folder = basePath_ + u'/' + name_;
+        const auto probed = server_.probe(text("cd -- ") + remoteQuoted(folder) + text(" && "),
+                                          folder, cancellation_, problem);
+        std::optional<ArchiveCounts> counts;
+        if (probed && probed->first == "PARTIAL")
+            return fail(text("The archived copy at ") + server_.login() + u':' + folder +
+                        text(" is a partial copy from an interrupted archive; it cannot be "
+                             "restored."));
+        if (probed)
+            counts = server_.counts(folder, cancellation_, problem);
         if (cancellation_.isCancelled())
             return fail(text("Cancelled"));
         if (!counts)
             return fail(text("The archive is not reachable on ") + server_.host + text(": ") +
                         problem);
+        tools_ = probed->second;
         remote_ = *counts;
         return true;
     }
@@ -341,46 +545,72 @@ private:
     bool createFolder() {
         std::error_code error;
         std::filesystem::create_directories(QFile::encodeName(localFolder_).toStdString(), error);
+        if (!error && ::mkdir(QFile::encodeName(target_).constData(), 0700) != 0)
+            error = std::error_code(errno, std::generic_category());
         if (error)
             return fail(text("Cannot create destination: ") +
                         QString::fromStdString(error.message()));
+        try {
+            ArchiveService::writeMarker(QFile::encodeName(target_));
+        } catch (const std::exception& problem) {
+            return fail(text("Cannot create destination: ") +
+                        QString::fromLocal8Bit(problem.what()) + cleanedUp());
+        }
         return true;
     }
 
     bool copy() {
-        const QString pack =
-            text("tar -C ") + remoteQuoted(basePath_) + text(" -cf - ") + remoteQuoted(name_);
-        const QString pipeline = server_.sshPrefix() + u' ' + shellQuoted(pack) + text(" | ") +
-                                 shellQuoted(Locations::toolPath(Tool::tar)) + text(" -C ") +
-                                 shellQuoted(localFolder_) + text(" -xf -");
-        const QString untouched = text(". The archived copy is untouched.");
+        QStringList pack{text("tar")};
+        if (tools_.gnuTar)
+            pack << text("--sparse");
+        pack << text("-C") << remoteQuoted(basePath_) << text("-cf - --") << remoteQuoted(name_);
+        const std::vector<PipelineStage> stages{
+            server_.sshStage(pack.join(u' ')),
+            {Locations::toolPath(Tool::tar),
+             {text("-C"), localFolder_, text("-xf"), text("-")}}};
+        QString problem;
         try {
-            const ProcessResult result = server_.pipe(pipeline, cancellation_);
+            const PipelineResult result = server_.pipe(stages, cancellation_);
             if (cancellation_.isCancelled())
-                return fail(text("Cancelled"));
-            if (result.exitCode != 0)
-                return fail(text("Copy failed (exit ") + QString::number(result.exitCode) +
-                            text("): ") + trimmedText(result.standardError) + untouched);
-            return true;
+                return fail(text("Cancelled") + cleanedUp());
+            if (result.firstFailedStage() < 0)
+                return true;
+            problem = copyProblem(result, stages, server_, 0);
         } catch (const ProcessRunnerError& error) {
-            return fail(text("Copy failed: ") + error.description() + untouched);
+            problem = text("Copy failed: ") + error.description();
         }
+        return fail(problem + cleanedUp() + text(" The archived copy is untouched."));
     }
 
     bool verify() {
-        std::optional<ArchiveCounts> local;
-        try {
-            local = ArchiveService::measure(target_, cancellation_);
-        } catch (const CancelledError&) {
-            return fail(text("Cancelled"));
-        } catch (const std::runtime_error&) {
-        }
-        if (local != remote_)
-            return fail(text("Verification failed: the restored copy does not match the archive. "
-                             "The archived copy is untouched."));
-        return true;
+        const Checked checked = compare(server_, tools_, basePath_ + u'/' + name_, target_,
+                                        ArchiveService::partialMarker, cancellation_);
+        if (cancellation_.isCancelled())
+            return fail(text("Cancelled") + cleanedUp());
+        verifiedBy_ = checked.by;
+        if (!checked.problem)
+            return true;
+        return fail(text("Verification failed (") + verifiedText(checked.by) + text("): ") +
+                    *checked.problem + u'.' + cleanedUp() + text(" The archived copy is untouched."));
     }
 
+    bool unmark() {
+        const QByteArray path = QFile::encodeName(target_ + u'/' + marker);
+        if (::unlink(path.constData()) == 0)
+            return true;
+        return fail(text("The restored copy at ") + target_ + text(" was verified, but its marker ") +
+                    marker + text(" could not be removed: ") +
+                    QString::fromLocal8Bit(std::strerror(errno)));
+    }
+
+    // The partial copy goes to the Trash, as a local restore's does; the end of the message.
+    QString cleanedUp() const {
+        if (!service_.trash->moveToTrash(target_).failure)
+            return text(" The partial copy was moved to the Trash.");
+        return text(" A partial copy was left at ") + target_ + text("; delete it manually.");
+    }
+
+    const SSHArchiveService& service_;
     QString name_;
     const Server& server_;
     QString basePath_;
@@ -388,24 +618,29 @@ private:
     QString target_;
     const ArchiveEventSink& sink_;
     const CancellationToken& cancellation_;
+    const ArchiveOptions options_;
     ArchiveCounts remote_;
+    RemoteTools tools_;
+    Verification verifiedBy_ = Verification::content;
 };
 
 } // namespace
 
 void SSHArchiveService::archive(const QString& source, const QString& user, const QString& host,
                                 const QString& remotePath, const ArchiveEventSink& sink,
-                                const CancellationToken& cancellation) const {
+                                const CancellationToken& cancellation,
+                                const ArchiveOptions& options) const {
     const Server server{*runner, user, host};
-    ArchiveRun(*this, source, server, remotePath, sink, cancellation).run();
+    ArchiveRun(*this, source, server, remotePath, sink, cancellation, options).run();
 }
 
 void SSHArchiveService::restore(const QString& name, const QString& user, const QString& host,
                                 const QString& basePath, const QString& localFolder,
                                 const ArchiveEventSink& sink,
-                                const CancellationToken& cancellation) const {
+                                const CancellationToken& cancellation,
+                                const ArchiveOptions& options) const {
     const Server server{*runner, user, host};
-    RestoreRun(name, server, basePath, localFolder, sink, cancellation).run();
+    RestoreRun(*this, name, server, basePath, localFolder, sink, cancellation, options).run();
 }
 
 QString SSHArchiveService::remoteQuoted(const QString& path) {
@@ -457,11 +692,14 @@ QString SSHArchiveService::sshFailureMessage(int exitCode, const QByteArray& sta
 QString SSHArchiveService::testConnection(const QString& user, const QString& host,
                                           const ProcessRunner& runner) {
     const QString login = user + u'@' + host;
+    if (const std::optional<QString> problem = SshLogin::problem(user, host))
+        return text("Failed: ") + *problem;
     QString said;
     try {
         const ProcessResult result = runner.run(Locations::toolPath(Tool::ssh),
                                                 {text("-o"), text("BatchMode=yes"), text("-o"),
-                                                 text("ConnectTimeout=5"), login, text("echo OK")},
+                                                 text("ConnectTimeout=5"), text("--"), login,
+                                                 text("echo OK")},
                                                 std::nullopt, {}, 20);
         if (result.exitCode == 0)
             return text("Connected");

@@ -9,9 +9,11 @@
 
 namespace corvane {
 
-// Archives a project to a folder on a server over SSH (a tar stream through the system's ssh
-// client), verifies the remote copy with find, stat, awk and wc on the server, and only then
-// trashes the original; restores the same way back. Key authentication only: BatchMode is always
+// Archives a project to a folder on a server over SSH (tar and ssh as two stages of a pipeline,
+// each one's exit status checked), verifies the remote copy against the original by the digests
+// of every file (or, on a server with no digest tool, by counting), and only then trashes the
+// original; restores the same way back. The folder a run creates holds a marker until the copy is
+// verified; a failed run removes that folder, and only that folder. Key authentication only: BatchMode is always
 // on, so nothing ever waits for a password. Blocking; every outcome is an event.
 struct SSHArchiveService {
     const ProcessRunner* runner = &ProcessRunner::system();
@@ -19,10 +21,12 @@ struct SSHArchiveService {
 
     void archive(const QString& source, const QString& user, const QString& host,
                  const QString& remotePath, const ArchiveEventSink& sink,
-                 const CancellationToken& cancellation = CancellationToken()) const;
+                 const CancellationToken& cancellation = CancellationToken(),
+                 const ArchiveOptions& options = {}) const;
     void restore(const QString& name, const QString& user, const QString& host,
                  const QString& basePath, const QString& localFolder, const ArchiveEventSink& sink,
-                 const CancellationToken& cancellation = CancellationToken()) const;
+                 const CancellationToken& cancellation = CancellationToken(),
+                 const ArchiveOptions& options = {}) const;
 
     // A path for the remote shell: "~" and "~/..." expand there ("$HOME" then the quoted rest),
     // anything else is single-quoted.

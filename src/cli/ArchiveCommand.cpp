@@ -85,6 +85,7 @@ void defineArchiveCommand(CLI::App& command, int& status) {
         std::string destination;
         bool yes = false;
         bool json = false;
+        bool removePartial = false;
     };
     auto options = std::make_shared<Options>();
     command.add_option("PROJECT", options->project, "The project folder")->required();
@@ -95,8 +96,12 @@ void defineArchiveCommand(CLI::App& command, int& status) {
                        "A saved destination, by name (`corvane destinations`)");
     command.add_flag("--yes", options->yes, "Do not ask first");
     command.add_flag("--json", options->json, "Print one JSON document on standard output");
+    command.add_flag("--remove-partial", options->removePartial,
+                     "Remove a partial copy that an interrupted run left at the destination "
+                     "(locally to the Trash), then archive");
     command.callback([options, &status] {
         ArchiveRequest request;
+        request.removePartial = options->removePartial;
         request.project = decoded(options->project);
         request.folder = decodedIfGiven(options->folder);
         request.volume = decodedIfGiven(options->volume);
@@ -122,6 +127,7 @@ void defineRestoreCommand(CLI::App& command, int& status) {
         std::string record;
         std::string folder;
         bool json = false;
+        bool removePartial = false;
     };
     auto options = std::make_shared<Options>();
     command.add_option("ID_OR_NAME", options->record, "The archived project, by id or name")
@@ -129,10 +135,14 @@ void defineRestoreCommand(CLI::App& command, int& status) {
     command.add_option("--to", options->folder,
                        "The folder to restore into (default: where it was)");
     command.add_flag("--json", options->json, "Print one JSON document on standard output");
+    command.add_flag("--remove-partial", options->removePartial,
+                     "Move a partial copy that an interrupted restore left there to the Trash, "
+                     "then restore");
     command.callback([options, &status] {
         Console console(stdout, stderr);
         status = runRestore(decoded(options->record), decodedIfGiven(options->folder),
-                            options->json, console);
+                            options->json, console, ArchivesModel::Services(),
+                            options->removePartial);
     });
 }
 

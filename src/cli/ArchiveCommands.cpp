@@ -2,6 +2,7 @@
 
 #include "archive/ExternalVolumes.h"
 #include "archive/SmbMount.h"
+#include "archive/SshLogin.h"
 #include "cli/Command.h"
 #include "cli/JsonOutput.h"
 #include "cli/SessionDriver.h"
@@ -174,9 +175,13 @@ int runDestinations(bool json, Console& console) {
 
 int runAddSshDestination(const QString& name, const QString& login,
                          const std::optional<QString>& remotePath, Console& console) {
-    const qsizetype at = login.indexOf(u'@');
-    if (name.isEmpty() || at <= 0 || at == login.size() - 1) {
+    const std::optional<std::pair<QString, QString>> parts = SshLogin::split(login);
+    if (name.isEmpty() || !parts) {
         console.err << "Give a name and the login as USER@HOST.\n";
+        return exitRefusedOrBadArguments;
+    }
+    if (const std::optional<QString> problem = SshLogin::problem(parts->first, parts->second)) {
+        console.err << *problem << " Nothing was saved.\n";
         return exitRefusedOrBadArguments;
     }
     DestinationsStore store;
@@ -186,8 +191,8 @@ int runAddSshDestination(const QString& name, const QString& login,
     }
     SavedDestination destination = added(store, SavedDestination::Kind::ssh);
     destination.name = name;
-    destination.user = login.left(at);
-    destination.host = login.mid(at + 1);
+    destination.user = parts->first;
+    destination.host = parts->second;
     if (remotePath)
         destination.remotePath = *remotePath;
     store.update(destination);
@@ -254,16 +259,22 @@ int runArchive(const ArchiveRequest& request, Console& console, ArchivesModel::S
                            "asked first.\n";
             return exitRefusedOrBadArguments;
         }
-        if (!console.ask(QStringLiteral("Archive %1 to %2? The original goes to the Trash once "
+        if (!console.ask(QStringLiteral("Archive %1 to %2?%3 The original goes to the Trash once "
                                         "the copy is verified. [y/N] ")
-                             .arg(project, targetWords(*target)))) {
+                             .arg(project, targetWords(*target),
+                                  request.removePartial
+                                      ? QStringLiteral(" A partial copy an interrupted run left "
+                                                       "there is removed first.")
+                                      : QString()))) {
             console.out << "Nothing was archived.\n" << Qt::flush;
             return exitOk;
         }
     }
     ToastCenter toasts;
     ArchivesModel model(toasts, std::move(services));
-    carryOutAction(model, console, [&] { model.archive(project, *target); });
+    ArchiveOptions options;
+    options.removeInterruptedCopy = request.removePartial;
+    carryOutAction(model, console, [&] { model.archive(project, *target, options); });
     const std::optional<ArchiveRecord>& record = model.lastArchived();
     if (request.json) {
         QJsonObject document;
@@ -279,6 +290,8 @@ int runArchive(const ArchiveRequest& request, Console& console, ArchivesModel::S
         console.out << toasts.current()->message << '\n';
     } else {
         console.err << model.archiveErrorMessage().value_or(QString()) << '\n';
+        if (model.interruptedCopy())
+            console.err << "Run again with --remove-partial to remove it and archive.\n";
     }
     if (model.errorMessage())
         console.err << *model.errorMessage() << '\n';
@@ -304,7 +317,8 @@ int runArchives(bool json, Console& console, ArchivesModel::Services services) {
         console.out << "No project has been archived yet.\n";
     for (const ArchiveRecord& record : model.records()) {
         console.out << record.name << "  " << record.archivedAt.toLocalTime().toString(Qt::ISODate)
-                    << "  " << record.locationDescription() << '\n'
+                    << "  " << record.locationDescription() << "  ("
+                    << ArchivesModel::verificationText(record.verifiedBy) << ")\n"
                     << "    from " << record.originalPath << "; "
                     << (record.restoredPath ? QStringLiteral("restored to ") + *record.restoredPath
                                             : ArchivesModel::restoreHint(record))
@@ -315,7 +329,7 @@ int runArchives(bool json, Console& console, ArchivesModel::Services services) {
 }
 
 int runRestore(const QString& idOrName, const std::optional<QString>& folder, bool json,
-               Console& console, ArchivesModel::Services services) {
+               Console& console, ArchivesModel::Services services, bool removePartial) {
     ToastCenter toasts;
     ArchivesModel model(toasts, std::move(services));
     load(model);
@@ -326,7 +340,9 @@ int runRestore(const QString& idOrName, const std::optional<QString>& folder, bo
         return exitRefusedOrBadArguments;
     }
     const QString into = folder ? Paths::absoluteStandardized(*folder) : QString();
-    carryOutAction(model, console, [&] { model.restore(*record, into); });
+    ArchiveOptions options;
+    options.removeInterruptedCopy = removePartial;
+    carryOutAction(model, console, [&] { model.restore(*record, into, options); });
     const bool failed =
         model.errorMessage() && model.errorMessage()->startsWith(QStringLiteral("Restoring "));
     if (json) {
@@ -341,6 +357,8 @@ int runRestore(const QString& idOrName, const std::optional<QString>& folder, bo
         printJson(console, document);
     } else if (failed) {
         console.err << *model.errorMessage() << '\n';
+        if (model.interruptedCopy())
+            console.err << "Run again with --remove-partial to move it to the Trash and restore.\n";
     } else {
         console.out << toasts.current()->message << '\n';
     }

@@ -21,6 +21,8 @@ struct ArchiveRequest {
     std::optional<QString> destination;
     bool yes = false;
     bool json = false;
+    // A partial copy that an interrupted run left at the destination is removed first.
+    bool removePartial = false;
 };
 
 int runVolumes(bool json, Console& console);
@@ -36,6 +38,7 @@ int runArchive(const ArchiveRequest& request, Console& console,
 int runArchives(bool json, Console& console,
                 ArchivesModel::Services services = ArchivesModel::Services());
 int runRestore(const QString& idOrName, const std::optional<QString>& folder, bool json,
-               Console& console, ArchivesModel::Services services = ArchivesModel::Services());
+               Console& console, ArchivesModel::Services services = ArchivesModel::Services(),
+               bool removePartial = false);
 
 } // namespace corvane::cli

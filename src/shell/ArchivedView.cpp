@@ -14,7 +14,7 @@
 namespace corvane {
 namespace {
 
-enum Column { nameColumn, whereColumn, whenColumn, stateColumn };
+enum Column { nameColumn, whereColumn, whenColumn, stateColumn, verifiedColumn };
 
 QString stateOf(const ArchiveRecord& record) {
     if (record.restoredPath)
@@ -38,12 +38,14 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     , hint_(new QLabel(this))
     , error_(new QLabel(this))
     , restore_(new QPushButton(QStringLiteral("Restore"), this))
-    , restoreElsewhere_(new QPushButton(QStringLiteral("Restore to Another Folder…"), this)) {
+    , restoreElsewhere_(new QPushButton(QStringLiteral("Restore to Another Folder…"), this))
+    , removePartial_(new QPushButton(QStringLiteral("Remove Partial Copy and Restore"), this)) {
     setObjectName(QStringLiteral("archivedView"));
     list_->setObjectName(QStringLiteral("archivedList"));
     list_->setAccessibleName(QStringLiteral("Archived projects"));
     list_->setHeaderLabels({QStringLiteral("Project"), QStringLiteral("Archived at"),
-                            QStringLiteral("When"), QStringLiteral("State")});
+                            QStringLiteral("When"), QStringLiteral("State"),
+                            QStringLiteral("Verified")});
     list_->setRootIsDecorated(false);
     list_->setUniformRowHeights(true);
     list_->setAlternatingRowColors(true);
@@ -51,6 +53,7 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     list_->header()->setSectionResizeMode(whereColumn, QHeaderView::Stretch);
     list_->header()->setSectionResizeMode(whenColumn, QHeaderView::ResizeToContents);
     list_->header()->setSectionResizeMode(stateColumn, QHeaderView::ResizeToContents);
+    list_->header()->setSectionResizeMode(verifiedColumn, QHeaderView::ResizeToContents);
     list_->header()->setStretchLastSection(false);
     state_->setForegroundRole(QPalette::PlaceholderText);
     hint_->setObjectName(QStringLiteral("restoreHint"));
@@ -64,6 +67,8 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     error_->setPalette(warning);
     restore_->setObjectName(QStringLiteral("restoreButton"));
     restoreElsewhere_->setObjectName(QStringLiteral("restoreElsewhereButton"));
+    removePartial_->setObjectName(QStringLiteral("removePartialButton"));
+    removePartial_->setVisible(false);
 
     auto* body = new QVBoxLayout;
     body->addWidget(list_, 1);
@@ -71,15 +76,20 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     body->addWidget(hint_);
     body->addWidget(error_);
     auto* footer = new QHBoxLayout;
+    footer->addWidget(removePartial_);
     footer->addStretch();
     footer->addWidget(restoreElsewhere_);
     footer->addWidget(restore_);
     layOutPage(*this, QStringLiteral("Archived projects"), introText, body, footer);
 
     connect(list_, &QTreeWidget::currentItemChanged, this, &ArchivedView::updateSelection);
-    connect(restore_, &QPushButton::clicked, this, [this] {
-        if (const std::optional<ArchiveRecord> record = selected())
-            model_.restore(*record);
+    connect(restore_, &QPushButton::clicked, this, [this] { restoreSelectedTo({}); });
+    connect(removePartial_, &QPushButton::clicked, this, [this] {
+        if (!lastRestore_)
+            return;
+        ArchiveOptions options;
+        options.removeInterruptedCopy = true;
+        model_.restore(lastRestore_->first, lastRestore_->second, options);
     });
     connect(restoreElsewhere_, &QPushButton::clicked, this, [this] {
         const QString folder =
@@ -106,8 +116,10 @@ std::optional<ArchiveRecord> ArchivedView::selected() const {
 }
 
 void ArchivedView::restoreSelectedTo(const QString& folder) {
-    if (const std::optional<ArchiveRecord> record = selected())
+    if (const std::optional<ArchiveRecord> record = selected()) {
+        lastRestore_ = std::pair(*record, folder);
         model_.restore(*record, folder);
+    }
 }
 
 void ArchivedView::showRecords() {
@@ -123,6 +135,11 @@ void ArchivedView::showRecords() {
         row->setText(whenColumn,
                      QLocale().toString(record->archivedAt.toLocalTime(), QLocale::ShortFormat));
         row->setText(stateColumn, stateOf(*record));
+        // Counting is all a server without a digest tool allowed; the user should know which.
+        row->setText(verifiedColumn, record->verifiedBy == Verification::content
+                                         ? QStringLiteral("By content")
+                                         : QStringLiteral("By counting"));
+        row->setToolTip(verifiedColumn, ArchivesModel::verificationText(record->verifiedBy));
         if (current && current->id == record->id)
             list_->setCurrentItem(row);
     }
@@ -153,6 +170,8 @@ void ArchivedView::updateSelection() {
     restore_->setToolTip(hint);
     error_->setText(model_.errorMessage().value_or(QString()));
     error_->setVisible(model_.errorMessage().has_value());
+    removePartial_->setVisible(idle && lastRestore_ && !model_.lastActionWasArchive() &&
+                               model_.interruptedCopy().has_value());
 }
 
 } // namespace corvane

@@ -24,6 +24,7 @@ public:
     QTreeWidget* list() const { return list_; }
     QPushButton* restoreButton() const { return restore_; }
     QPushButton* restoreElsewhereButton() const { return restoreElsewhere_; }
+    QPushButton* removePartialButton() const { return removePartial_; }
     // What the restore buttons of the selected record do, or why not.
     QLabel* hintLabel() const { return hint_; }
     // Restores the selected record into `folder` (what "Restore to Another Folder…" does once
@@ -46,6 +47,10 @@ private:
     QLabel* error_;
     QPushButton* restore_;
     QPushButton* restoreElsewhere_;
+    // Offered when a restore met a partial copy that an interrupted run left.
+    QPushButton* removePartial_;
+    // The record and folder of the last restore started here, to run it again.
+    std::optional<std::pair<ArchiveRecord, QString>> lastRestore_;
 };
 
 } // namespace corvane

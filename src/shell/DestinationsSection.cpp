@@ -1,6 +1,7 @@
 #include "shell/DestinationsSection.h"
 
 #include "archive/SSHArchiveService.h"
+#include "archive/SshLogin.h"
 #include "platform/BackgroundJobs.h"
 
 #include <QHBoxLayout>
@@ -144,9 +145,19 @@ void DestinationsSection::saveCell(int row, int column) {
         if (destination.kind == SavedDestination::Kind::smb) {
             destination.smbURL = text;
         } else {
-            const qsizetype at = text.indexOf(u'@');
-            destination.user = at < 0 ? QString() : text.left(at);
-            destination.host = at < 0 ? text : text.mid(at + 1);
+            const std::optional<std::pair<QString, QString>> parts = SshLogin::split(text);
+            const QString user = parts ? parts->first : QString();
+            const QString host = parts ? parts->second : text;
+            // A login that ssh could take for an option is never saved.
+            if (const std::optional<QString> problem = SshLogin::problem(user, host)) {
+                result_->setText(*problem + QStringLiteral(" Not saved."));
+                showing_ = true;
+                table_->item(row, column)->setText(addressOf(destination));
+                showing_ = false;
+                return;
+            }
+            destination.user = user;
+            destination.host = host;
         }
         break;
     case folderColumn:

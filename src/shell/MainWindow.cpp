@@ -736,17 +736,19 @@ void MainWindow::confirmArchive(const ArchiveTarget& target) {
                                 QStringLiteral("Archive %1 to %2?").arg(project.name, where),
                                 QMessageBox::Cancel, this);
     box->setObjectName(QStringLiteral("archiveConfirmation"));
-    box->setInformativeText(QStringLiteral("The project is copied and the copy is counted file by "
-                                           "file. Only when it matches does the original go to "
-                                           "the Trash."));
+    box->setInformativeText(QStringLiteral("The project is copied and every file of the copy is "
+                                           "compared with the original. Only when they match "
+                                           "does the original go to the Trash."));
     QPushButton* accept = box->addButton(QStringLiteral("Archive"), QMessageBox::AcceptRole);
     box->setDefaultButton(accept);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(Qt::WindowModal);
     connect(box, &QMessageBox::buttonClicked, this,
             [this, accept, path = project.url, target](QAbstractButton* button) {
-                if (button == accept)
-                    archives_.archive(path, target);
+                if (button != accept)
+                    return;
+                lastArchive_ = std::pair(path, target);
+                archives_.archive(path, target);
             });
     box->open();
 }
@@ -806,6 +808,19 @@ void MainWindow::showArchiveFailure() {
                                   QMessageBox::Ok, this);
     alert->setObjectName(QStringLiteral("archiveFailure"));
     alert->setAttribute(Qt::WA_DeleteOnClose);
+    // A partial copy of an interrupted run blocks the way: offered to be removed, never silently.
+    if (archives_.interruptedCopy() && lastArchive_) {
+        QPushButton* retry =
+            alert->addButton(QStringLiteral("Remove Partial Copy and Archive"),
+                             QMessageBox::DestructiveRole);
+        retry->setObjectName(QStringLiteral("removePartialCopy"));
+        alert->setDefaultButton(QMessageBox::Ok);
+        connect(retry, &QPushButton::clicked, this, [this, last = *lastArchive_] {
+            ArchiveOptions options;
+            options.removeInterruptedCopy = true;
+            archives_.archive(last.first, last.second, options);
+        });
+    }
     alert->setWindowModality(Qt::WindowModal);
     alert->open();
 }

@@ -183,6 +183,8 @@ private:
     bool updatesAsked_ = false;
     QMenu* archiveMenu_ = nullptr;
     QPointer<QProgressDialog> progressSheet_;
+    // The project and target of the last archive the user confirmed, to run it again.
+    std::optional<std::pair<QString, ArchiveTarget>> lastArchive_;
     SummaryStrip* summary_ = nullptr;
     FailuresPanel* failures_ = nullptr;
     ToastOverlay* toast_ = nullptr;
