@@ -15,7 +15,6 @@
 #include "archive/ArchiveService.h"
 
 #include "archive/TreeManifest.h"
-
 #include "platform/DirectoryReader.h"
 #include "platform/Paths.h"
 
@@ -345,8 +344,7 @@ void Copier::copyFile(const QByteArray& source, const QByteArray& target,
     entry.modified = TreeManifest::modifiedOf(before);
     entry.digest = digest.result();
     if (before.st_nlink > 1)
-        firstCopies_.emplace(Inode{before.st_dev, before.st_ino},
-                             std::pair(target, entry.digest));
+        firstCopies_.emplace(Inode{before.st_dev, before.st_ino}, std::pair(target, entry.digest));
     counted(before.st_size, relative);
 }
 
@@ -570,9 +568,9 @@ bool Routine::verify(const QString& source, const QString& target, const Archive
                      const TreeManifest& copied) {
     std::optional<QString> difference;
     try {
-        const TreeManifest copy = TreeManifest::read(target, TreeManifest::Read::digests,
-                                                     ArchiveService::localDigest, cancellation_,
-                                                     ArchiveService::partialMarker);
+        const TreeManifest copy =
+            TreeManifest::read(target, TreeManifest::Read::digests, ArchiveService::localDigest,
+                               cancellation_, ArchiveService::partialMarker);
         const ArchiveCounts counts = copy.counts();
         if (counts != expected) {
             const QString suffix = cleanedUp(target);

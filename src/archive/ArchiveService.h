@@ -62,7 +62,8 @@ struct ArchiveService {
     static constexpr const char* partialMarker = ".corvane-partial";
     static void writeMarker(const QByteArray& folder);
     static bool hasMarker(const QString& folder);
-    // "<where> is a partial copy from an interrupted run. ...": the failure of a run that meets one.
+    // "<where> is a partial copy from an interrupted run. ...": the failure of a run that meets
+    // one.
     static QString interruptedCopyMessage(const QString& where);
 
     // What local copies are checked with (see DigestAlgorithm).

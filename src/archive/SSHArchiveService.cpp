@@ -65,16 +65,17 @@ const QString marker = QString::fromLatin1(ArchiveService::partialMarker);
 // run's own) with the marker in it, then unpacks the stream into it.
 QString unpackCommand(const QString& remotePath, const QString& remoteFolder) {
     return text("mkdir -p -- ") + remoteQuoted(remotePath) + text(" && mkdir -- ") +
-           remoteQuoted(remoteFolder) + text(" && echo 'A copy by Corvane Clean that is not "
-                                             "known to be whole yet.' > ") +
+           remoteQuoted(remoteFolder) +
+           text(" && echo 'A copy by Corvane Clean that is not "
+                "known to be whole yet.' > ") +
            remoteQuoted(remoteFolder + u'/' + marker) + text(" && tar -C ") +
            remoteQuoted(remotePath) + text(" -xf -");
 }
 
 // Removes the folder only when it holds the marker: only a folder a run of ours created.
 QString removePartialCommand(const QString& remoteFolder) {
-    return text("if [ -f ") + remoteQuoted(remoteFolder + u'/' + marker) + text(" ]; then rm -rf -- ") +
-           remoteQuoted(remoteFolder) + text("; fi");
+    return text("if [ -f ") + remoteQuoted(remoteFolder + u'/' + marker) +
+           text(" ]; then rm -rf -- ") + remoteQuoted(remoteFolder) + text("; fi");
 }
 
 // GNU tar keeps holes only when asked; bsdtar, a Mac's tar, finds them by itself.
@@ -144,9 +145,10 @@ struct Server {
 
     // The state of `remoteFolder` ("READY", "EXISTS", "PARTIAL" or "MISSING" when `mustExist`)
     // and the tools of the server, from one call; `prepare` runs first.
-    std::optional<std::pair<QByteArray, RemoteTools>>
-    probe(const QString& prepare, const QString& remoteFolder, const CancellationToken& cancellation,
-          QString& problem) const {
+    std::optional<std::pair<QByteArray, RemoteTools>> probe(const QString& prepare,
+                                                            const QString& remoteFolder,
+                                                            const CancellationToken& cancellation,
+                                                            QString& problem) const {
         const QString folder = remoteQuoted(remoteFolder);
         const QString command =
             prepare + text("{ if [ -f ") + remoteQuoted(remoteFolder + u'/' + marker) +
@@ -185,10 +187,9 @@ struct Server {
     std::optional<ArchiveCounts> counts(const QString& remoteFolder,
                                         const CancellationToken& cancellation,
                                         QString& problem) const {
-        const std::optional<QByteArray> output =
-            answer(text("cd -- ") + remoteQuoted(remoteFolder) + text(" && ") +
-                       RemoteTree::countCommand(),
-                   cancellation, problem);
+        const std::optional<QByteArray> output = answer(
+            text("cd -- ") + remoteQuoted(remoteFolder) + text(" && ") + RemoteTree::countCommand(),
+            cancellation, problem);
         if (!output)
             return std::nullopt;
         const std::optional<ArchiveCounts> counts = SSHArchiveService::parseCounts(*output);
@@ -212,7 +213,16 @@ struct Server {
 // of one moment).
 QString copyProblem(const PipelineResult& result, const std::vector<PipelineStage>& stages,
                     const Server& server, int sshStage) {
-    const int failed = result.firstFailedStage();
+    // A stage that failed because a later one stopped reading (a broken pipe) says nothing; the
+    // one that says why comes first.
+    int failed = result.firstFailedStage();
+    for (size_t index = 0; index < result.stages.size(); ++index) {
+        if (result.stages[index].exitCode != 0 &&
+            !result.stages[index].standardError.trimmed().isEmpty()) {
+            failed = int(index);
+            break;
+        }
+    }
     const StageResult& stage = result.stages[size_t(failed)];
     const QString said = trimmedText(stage.standardError);
     const QString program = Paths::lastComponent(stages[size_t(failed)].executable);
@@ -232,8 +242,8 @@ public:
     LocalDigests(const QString& folder, DigestAlgorithm algorithm, const QByteArray& skip,
                  const CancellationToken& cancellation)
         : future_(std::async(std::launch::async, [=] {
-            return TreeManifest::read(folder, TreeManifest::Read::digests, algorithm,
-                                      cancellation, skip);
+            return TreeManifest::read(folder, TreeManifest::Read::digests, algorithm, cancellation,
+                                      skip);
         })) {}
 
     // Throws what reading threw.
@@ -352,9 +362,8 @@ private:
             return false;
         const QString removed = removedRemoteCopy();
         fail(text("Cancelled") +
-             (removed.startsWith(text(" The partial copy on the server was removed"))
-                  ? QString()
-                  : removed));
+             (removed.startsWith(text(" The partial copy on the server was removed")) ? QString()
+                                                                                      : removed));
         return true;
     }
 
@@ -372,9 +381,9 @@ private:
     bool probe() {
         const QString prefix = text("Cannot create destination: ");
         QString problem;
-        const auto probed = server_.probe(text("mkdir -p -- ") + remoteQuoted(remotePath_) +
-                                              text(" && "),
-                                          remoteFolder_, cancellation_, problem);
+        const auto probed =
+            server_.probe(text("mkdir -p -- ") + remoteQuoted(remotePath_) + text(" && "),
+                          remoteFolder_, cancellation_, problem);
         if (cancellation_.isCancelled())
             return fail(text("Cancelled"));
         if (!probed)
@@ -384,12 +393,13 @@ private:
             return fail(where() + text(" already exists"));
         if (probed->first == "PARTIAL") {
             if (!options_.removeInterruptedCopy) {
-                sink_(ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(where()),
-                                           where()));
+                sink_(
+                    ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(where()), where()));
                 return false;
             }
             if (!isCleanableName(name_) || !server_.removePartial(remoteFolder_))
-                return fail(text("The partial copy at ") + where() + text(" could not be removed."));
+                return fail(text("The partial copy at ") + where() +
+                            text(" could not be removed."));
         }
         return true;
     }
@@ -504,12 +514,11 @@ private:
     bool checkTarget() {
         if (ArchiveService::hasMarker(target_)) {
             if (!options_.removeInterruptedCopy) {
-                sink_(ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(target_),
-                                           target_));
+                sink_(
+                    ArchiveEvent::failed(ArchiveService::interruptedCopyMessage(target_), target_));
                 return false;
             }
-            if (const std::optional<QString> problem =
-                    service_.trash->moveToTrash(target_).failure)
+            if (const std::optional<QString> problem = service_.trash->moveToTrash(target_).failure)
                 return fail(text("The partial copy at ") + target_ +
                             text(" could not be moved to the Trash: ") + *problem);
         }
@@ -566,8 +575,7 @@ private:
         pack << text("-C") << remoteQuoted(basePath_) << text("-cf - --") << remoteQuoted(name_);
         const std::vector<PipelineStage> stages{
             server_.sshStage(pack.join(u' ')),
-            {Locations::toolPath(Tool::tar),
-             {text("-C"), localFolder_, text("-xf"), text("-")}}};
+            {Locations::toolPath(Tool::tar), {text("-C"), localFolder_, text("-xf"), text("-")}}};
         QString problem;
         try {
             const PipelineResult result = server_.pipe(stages, cancellation_);
@@ -591,16 +599,17 @@ private:
         if (!checked.problem)
             return true;
         return fail(text("Verification failed (") + verifiedText(checked.by) + text("): ") +
-                    *checked.problem + u'.' + cleanedUp() + text(" The archived copy is untouched."));
+                    *checked.problem + u'.' + cleanedUp() +
+                    text(" The archived copy is untouched."));
     }
 
     bool unmark() {
         const QByteArray path = QFile::encodeName(target_ + u'/' + marker);
         if (::unlink(path.constData()) == 0)
             return true;
-        return fail(text("The restored copy at ") + target_ + text(" was verified, but its marker ") +
-                    marker + text(" could not be removed: ") +
-                    QString::fromLocal8Bit(std::strerror(errno)));
+        return fail(text("The restored copy at ") + target_ +
+                    text(" was verified, but its marker ") + marker +
+                    text(" could not be removed: ") + QString::fromLocal8Bit(std::strerror(errno)));
     }
 
     // The partial copy goes to the Trash, as a local restore's does; the end of the message.
@@ -636,8 +645,7 @@ void SSHArchiveService::archive(const QString& source, const QString& user, cons
 
 void SSHArchiveService::restore(const QString& name, const QString& user, const QString& host,
                                 const QString& basePath, const QString& localFolder,
-                                const ArchiveEventSink& sink,
-                                const CancellationToken& cancellation,
+                                const ArchiveEventSink& sink, const CancellationToken& cancellation,
                                 const ArchiveOptions& options) const {
     const Server server{*runner, user, host};
     RestoreRun(*this, name, server, basePath, localFolder, sink, cancellation, options).run();
@@ -696,11 +704,11 @@ QString SSHArchiveService::testConnection(const QString& user, const QString& ho
         return text("Failed: ") + *problem;
     QString said;
     try {
-        const ProcessResult result = runner.run(Locations::toolPath(Tool::ssh),
-                                                {text("-o"), text("BatchMode=yes"), text("-o"),
-                                                 text("ConnectTimeout=5"), text("--"), login,
-                                                 text("echo OK")},
-                                                std::nullopt, {}, 20);
+        const ProcessResult result =
+            runner.run(Locations::toolPath(Tool::ssh),
+                       {text("-o"), text("BatchMode=yes"), text("-o"), text("ConnectTimeout=5"),
+                        text("--"), login, text("echo OK")},
+                       std::nullopt, {}, 20);
         if (result.exitCode == 0)
             return text("Connected");
         said = trimmedText(result.standardError);

@@ -13,8 +13,9 @@ namespace corvane {
 // each one's exit status checked), verifies the remote copy against the original by the digests
 // of every file (or, on a server with no digest tool, by counting), and only then trashes the
 // original; restores the same way back. The folder a run creates holds a marker until the copy is
-// verified; a failed run removes that folder, and only that folder. Key authentication only: BatchMode is always
-// on, so nothing ever waits for a password. Blocking; every outcome is an event.
+// verified; a failed run removes that folder, and only that folder. Key authentication only:
+// BatchMode is always on, so nothing ever waits for a password. Blocking; every outcome is an
+// event.
 struct SSHArchiveService {
     const ProcessRunner* runner = &ProcessRunner::system();
     const PlatformTrash* trash = &PlatformTrash::system();

@@ -7,7 +7,8 @@ namespace {
 
 bool hasBlankOrControl(const QString& text) {
     for (const QChar c : text)
-        if (c.isSpace() || c.category() == QChar::Other_Control || c.category() == QChar::Other_Format)
+        if (c.isSpace() || c.category() == QChar::Other_Control ||
+            c.category() == QChar::Other_Format)
             return true;
     return false;
 }

@@ -20,9 +20,9 @@ QCryptographicHash::Algorithm qtAlgorithm(DigestAlgorithm algorithm) {
 }
 
 [[noreturn]] void fail(const QByteArray& path, int error) {
-    throw std::runtime_error(
-        (QFile::decodeName(path) + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(error)))
-            .toStdString());
+    throw std::runtime_error((QFile::decodeName(path) + QStringLiteral(": ") +
+                              QString::fromLocal8Bit(std::strerror(error)))
+                                 .toStdString());
 }
 
 QString shown(const QByteArray& relative) {
@@ -60,7 +60,8 @@ public:
             const QByteArray name(listed.name);
             if (relativeFolder.isEmpty() && !skip.isEmpty() && name == skip)
                 continue;
-            const QByteArray relative = relativeFolder.isEmpty() ? name : relativeFolder + '/' + name;
+            const QByteArray relative =
+                relativeFolder.isEmpty() ? name : relativeFolder + '/' + name;
             const QByteArray child = path + '/' + name;
             if (listed.kind == EntryKind::directory) {
                 DirectoryReader folder(reader, listed.name);
@@ -73,10 +74,9 @@ public:
             }
         }
         if (reader.failed())
-            throw std::runtime_error(
-                QStringLiteral("%1: the folder could not be read to the end")
-                    .arg(QFile::decodeName(path))
-                    .toStdString());
+            throw std::runtime_error(QStringLiteral("%1: the folder could not be read to the end")
+                                         .arg(QFile::decodeName(path))
+                                         .toStdString());
     }
 
 private:

@@ -27,8 +27,8 @@ public:
 
     // The digest of the open file `fd` of `size` bytes, read past its holes. Throws
     // std::runtime_error naming `path` when it can't be read, CancelledError when cancelled.
-    static QByteArray ofFile(int fd, qint64 size, const QByteArray& path,
-                             DigestAlgorithm algorithm, const CancellationToken& cancellation);
+    static QByteArray ofFile(int fd, qint64 size, const QByteArray& path, DigestAlgorithm algorithm,
+                             const CancellationToken& cancellation);
 
 private:
     QCryptographicHash hash_;

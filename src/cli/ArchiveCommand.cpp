@@ -140,9 +140,9 @@ void defineRestoreCommand(CLI::App& command, int& status) {
                      "then restore");
     command.callback([options, &status] {
         Console console(stdout, stderr);
-        status = runRestore(decoded(options->record), decodedIfGiven(options->folder),
-                            options->json, console, ArchivesModel::Services(),
-                            options->removePartial);
+        status =
+            runRestore(decoded(options->record), decodedIfGiven(options->folder), options->json,
+                       console, ArchivesModel::Services(), options->removePartial);
     });
 }
 

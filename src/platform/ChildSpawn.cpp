@@ -119,5 +119,4 @@ pid_t spawnChild(const QString& executable, const QStringList& arguments,
     return pid;
 }
 
-
 } // namespace corvane::detail

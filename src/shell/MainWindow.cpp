@@ -810,9 +810,8 @@ void MainWindow::showArchiveFailure() {
     alert->setAttribute(Qt::WA_DeleteOnClose);
     // A partial copy of an interrupted run blocks the way: offered to be removed, never silently.
     if (archives_.interruptedCopy() && lastArchive_) {
-        QPushButton* retry =
-            alert->addButton(QStringLiteral("Remove Partial Copy and Archive"),
-                             QMessageBox::DestructiveRole);
+        QPushButton* retry = alert->addButton(QStringLiteral("Remove Partial Copy and Archive"),
+                                              QMessageBox::DestructiveRole);
         retry->setObjectName(QStringLiteral("removePartialCopy"));
         alert->setDefaultButton(QMessageBox::Ok);
         connect(retry, &QPushButton::clicked, this, [this, last = *lastArchive_] {

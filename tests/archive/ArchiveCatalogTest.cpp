@@ -98,8 +98,9 @@ TEST(ArchiveCatalog, RecordsRoundTripWithExactlyTheirKeys) {
     ASSERT_EQ(array.size(), 2);
     const QJsonObject plain = array[0].toObject();
     const QJsonObject restored = array[1].toObject();
-    const QSet<QString> required{s("id"),       s("name"),       s("originalPath"),
-                                 s("location"), s("archivedAt"), s("agentSessionCount")};
+    const QSet<QString> required{s("id"),        s("name"),       s("originalPath"),
+                                 s("location"),  s("archivedAt"), s("agentSessionCount"),
+                                 s("verifiedBy")};
     EXPECT_EQ(keysOf(plain), required);
     EXPECT_EQ(keysOf(restored),
               (required + QSet<QString>{s("restoredAt"), s("restoredPath"), s("relink")}));

@@ -401,3 +401,89 @@ TEST(ArchiveService, ProgressComesOncePerStepCopiedThenOnceAtTheEnd) {
     EXPECT_EQ(events[3], ArchiveEvent::verifying());
     EXPECT_EQ(events[4], ArchiveEvent::finished(target));
 }
+
+TEST(ArchiveService, ACopyThatChangedAtTheSameSizeOrAnOriginalChangedAfterItsCopyFails) {
+    const QString base = test::makeTempDir(s("archive-same-size"));
+    const QString source = base + s("/proj");
+    test::writeFile(source + s("/a.txt"), "original");
+    test::writeFile(source + s("/b/c.txt"), "original");
+    // Before the next entry, one file already copied is rewritten at the same size: in the copy
+    // (`into` is the copy's folder) or in the original.
+    QString changed;
+    QString into;
+    bool inOriginal = false;
+    ArchiveService service;
+    service.beforeEntry = [&](const QString&) {
+        for (const QString& relative : {s("a.txt"), s("b/c.txt")}) {
+            if (!changed.isEmpty() || !QFileInfo::exists(into + u'/' + relative))
+                continue;
+            changed = relative;
+            test::writeFile((inOriginal ? source : into) + u'/' + relative, "ORIGINAL");
+        }
+    };
+
+    into = base + s("/drive/proj");
+    QList<ArchiveEvent> events = archived(service, source, base + s("/drive"));
+    ASSERT_FALSE(events.isEmpty());
+    EXPECT_EQ(events.last(), ArchiveEvent::failed(s("Verification failed: the copy of %1 differs "
+                                                    "from the original. Original left untouched.")
+                                                      .arg(changed)));
+    EXPECT_FALSE(isPresent(into));
+    EXPECT_TRUE(isPresent(source + s("/a.txt")));
+
+    changed.clear();
+    into = base + s("/other/proj");
+    inOriginal = true;
+    events = archived(service, source, base + s("/other"));
+    ASSERT_FALSE(events.isEmpty());
+    EXPECT_EQ(events.last(), ArchiveEvent::failed(s("Verification failed: %1 changed in the "
+                                                    "original during the copy. Original left "
+                                                    "untouched.")
+                                                      .arg(changed)));
+    EXPECT_FALSE(isPresent(into));
+    EXPECT_TRUE(isPresent(source + s("/a.txt")));
+}
+
+TEST(ArchiveService, NamesThatLookLikeOptionsArchiveAndRestoreIntact) {
+    const QString base = test::makeTempDir(s("archive-dash"));
+    for (const char* name : {"-x", "--version"}) {
+        const QString source = base + s("/code/") + s(name);
+        test::writeFile(source + s("/-rf"), "keep");
+        EXPECT_EQ(archived(ArchiveService(), source, base + s("/drive")).last(),
+                  ArchiveEvent::finished(base + s("/drive/") + s(name)));
+        EXPECT_EQ(
+            archived(ArchiveService(), base + s("/drive/") + s(name), base + s("/back"), false)
+                .last(),
+            ArchiveEvent::finished(base + s("/back/") + s(name)));
+        EXPECT_EQ(bytesAt(base + s("/back/") + s(name) + s("/-rf"), 0, 10), "keep");
+        EXPECT_FALSE(isPresent(base + s("/back/") + s(name) + s("/.corvane-partial")));
+    }
+}
+
+TEST(ArchiveService, APartialCopyOfAnInterruptedRunIsNamedAndGoesToTheTrashOnlyWhenAsked) {
+    const QString base = test::makeTempDir(s("archive-interrupted"));
+    const QString source = base + s("/halfway");
+    test::writeFile(source + s("/a.txt"), "all of it");
+    const QString partial = base + s("/drive/halfway");
+    test::writeFile(partial + s("/.corvane-partial"), "x");
+    test::writeFile(partial + s("/a.txt"), "all");
+
+    EXPECT_EQ(archived(ArchiveService(), source, base + s("/drive")),
+              QList<ArchiveEvent>{ArchiveEvent::failed(
+                  partial + s(" is a partial copy from an interrupted run. Remove it, then try "
+                              "again."),
+                  partial)});
+    EXPECT_TRUE(isPresent(partial + s("/a.txt")));
+
+    QList<ArchiveEvent> events;
+    ArchiveOptions remove;
+    remove.removeInterruptedCopy = true;
+    ArchiveService().archive(
+        source, base + s("/drive"), [&](const ArchiveEvent& event) { events.append(event); },
+        CancellationToken(), remove);
+    ASSERT_FALSE(events.isEmpty());
+    EXPECT_EQ(events.last(), ArchiveEvent::finished(partial));
+    EXPECT_EQ(bytesAt(partial + s("/a.txt"), 0, 20), "all of it");
+    EXPECT_FALSE(isPresent(partial + s("/.corvane-partial")));
+    EXPECT_TRUE(isInTrash(s("halfway/.corvane-partial")));
+}

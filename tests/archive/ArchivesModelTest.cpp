@@ -47,7 +47,8 @@ TEST_F(ArchivesModelTest, AnArchiveIsRecordedAndRestoresInPlaceOrElsewhereWithHi
     EXPECT_FALSE(QFileInfo::exists(project));
     EXPECT_TRUE(QFileInfo::exists(drive + s("/shop/src/main.c")));
     EXPECT_EQ(toasts.current()->message,
-              s("Archived shop to ") + drive + s("/shop. The original is in the Trash."));
+              s("Archived shop to ") + drive +
+                  s("/shop, verified by content. The original is in the Trash."));
     ASSERT_EQ(model.records().size(), 1);
     const ArchiveRecord record = model.records().first();
     EXPECT_EQ(record.originalPath, project);

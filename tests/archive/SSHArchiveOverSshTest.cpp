@@ -10,8 +10,11 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QThread>
+#include <csignal>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <thread>
 
 namespace corvane {
@@ -228,26 +231,202 @@ TEST_F(SSHArchiveOverSsh, ARefusedKeyIsReportedWithTheSshCopyIdInstruction) {
         Events{ArchiveEvent::failed(s("The archive is not reachable on 127.0.0.1: ") + keys)});
 }
 
-TEST_F(SSHArchiveOverSsh, AServerWithoutGnuStatFailsVerificationAndKeepsBothCopies) {
-    // BSD's stat knows no -c: what a Mac or FreeBSD server would answer.
+TEST_F(SSHArchiveOverSsh, AServerWithoutADigestToolIsCountedRightAndSaysSo) {
+    // Tools that do not work are tools the server does not have.
+    for (const char* tool : {"b2sum", "sha256sum", "shasum"})
+        test::writeScript(server->shims() + u'/' + s(tool), "exit 127\n");
+    const QString source = makeProject(work, s("app"));
+    // A newline in a name: counted as one file, not two.
+    test::writeFile(source + s("/two\nlines.txt"), "x");
+    const QMap<QString, QByteArray> original = snapshot(source);
+
+    const Events events = archive(source, remotePath);
+    EXPECT_EQ(last(events), ArchiveEvent::finished(server->login() + u':' + remotePath + s("/app"),
+                                                   Verification::count))
+        << last(events).text.toStdString();
+    EXPECT_EQ(snapshot(remotePath + s("/app")), original);
+
+    const Events back = restore(s("app"), remotePath, work + s("/back"));
+    EXPECT_EQ(last(back), ArchiveEvent::finished(work + s("/back/app"), Verification::count))
+        << last(back).text.toStdString();
+    EXPECT_EQ(snapshot(work + s("/back/app")), original);
+
+    // BSD's stat knows no -c: the byte sum is 0, and a count that does not match fails.
     test::writeScript(server->shims() + s("/stat"),
                       "echo 'stat: illegal option -- c' >&2\nexit 1\n");
+    const QString other = makeProject(work, s("other"));
+    const Events mismatch = archive(other, remotePath);
+    EXPECT_TRUE(last(mismatch).text.startsWith(s("Verification failed (by counting): the server "
+                                                 "counts 5/0/6")))
+        << last(mismatch).text.toStdString();
+    EXPECT_TRUE(last(mismatch).text.endsWith(
+        s("The partial copy on the server was removed. Original untouched.")));
+    EXPECT_TRUE(exists(other));
+    EXPECT_FALSE(exists(remotePath + s("/other")));
+}
+
+TEST_F(SSHArchiveOverSsh, AFileChangedAtTheSameSizeFailsVerificationBothWays) {
+    // The server's tar unpacks, then one byte of a file changes: same size, other content.
+    test::writeScript(server->shims() + s("/tar"),
+                      "/usr/bin/tar \"$@\" || exit $?\n"
+                      "[ \"$3\" = -xf ] && printf Z | dd of=\"$2/app/data/blob.bin\" bs=1 "
+                      "count=1 conv=notrunc 2>/dev/null\nexit 0\n");
     const QString source = makeProject(work, s("app"));
     const QMap<QString, QByteArray> original = snapshot(source);
 
     const Events events = archive(source, remotePath);
-    EXPECT_EQ(events.size(), 3u);
     EXPECT_EQ(last(events),
-              ArchiveEvent::failed(s("Verification mismatch: remote reports 5/0/6 for "
-                                     "files/bytes/top-level entries, local has 5/%1/6. Remote copy "
-                                     "kept, original untouched.")
-                                       .arg(projectBytes)));
+              ArchiveEvent::failed(s("Verification failed (by content): the copy of data/blob.bin "
+                                     "differs from the original. The partial copy on the server "
+                                     "was removed. Original untouched.")));
     EXPECT_EQ(snapshot(source), original);
-    EXPECT_EQ(snapshot(remotePath + s("/app")), original);
+    EXPECT_FALSE(exists(remotePath + s("/app")));
 
+    // Restoring: the local tar changes the restored file the same way.
+    QFile::remove(server->shims() + s("/tar"));
+    ASSERT_EQ(last(archive(source, remotePath)).kind, ArchiveEvent::Kind::finished);
+    test::writeScript(work + s("/tar"),
+                      "/usr/bin/tar \"$@\" || exit $?\n"
+                      "printf Z | dd of=\"$2/app/data/blob.bin\" bs=1 count=1 conv=notrunc "
+                      "2>/dev/null\n");
+    const test::ScopedEnvironment tar("CORVANE_TOOL_TAR", work + s("/tar"));
     EXPECT_EQ(last(restore(s("app"), remotePath, work + s("/back"))),
-              ArchiveEvent::failed(s("Verification failed: the restored copy does not match the "
-                                     "archive. The archived copy is untouched.")));
+              ArchiveEvent::failed(s("Verification failed (by content): the copy of data/blob.bin "
+                                     "differs from the original. The partial copy was moved to "
+                                     "the Trash. The archived copy is untouched.")));
+    EXPECT_FALSE(exists(work + s("/back/app")));
+    EXPECT_EQ(snapshot(remotePath + s("/app")), original);
+}
+
+TEST_F(SSHArchiveOverSsh, ATarThatWarnsTheFileChangedFailsTheArchiveAndKeepsTheOriginal) {
+    const QString source = makeProject(work, s("app"));
+    test::writeFile(source + s("/busy.log"), patterned(48 * 1024 * 1024));
+    // Something keeps writing to the project while it is archived, as a running build would.
+    QProcess writer;
+    writer.start(s("/bin/sh"),
+                 {s("-c"), s("while :; do echo x >> \"$0\"; done"), source + s("/busy.log")});
+    ASSERT_TRUE(writer.waitForStarted());
+
+    const Events events = archive(source, remotePath);
+    writer.kill();
+    writer.waitForFinished();
+    EXPECT_EQ(last(events).kind, ArchiveEvent::Kind::failed);
+    EXPECT_TRUE(last(events).text.startsWith(s("Copy failed (exit 1): ")) &&
+                last(events).text.contains(s("file changed as we read it")) &&
+                last(events).text.endsWith(s(" The partial copy on the server was removed. "
+                                             "Original untouched.")))
+        << last(events).text.toStdString();
+    EXPECT_TRUE(exists(source + s("/data/blob.bin")));
+    EXPECT_FALSE(exists(remotePath + s("/app")));
+}
+
+TEST_F(SSHArchiveOverSsh, NamesAndLoginsThatLookLikeOptionsAreData) {
+    for (const char* name : {"--version", "-x"}) {
+        const QString source = makeProject(work + s("/code"), s(name));
+        const QMap<QString, QByteArray> original = snapshot(source);
+        EXPECT_EQ(last(archive(source, remotePath)),
+                  ArchiveEvent::finished(server->login() + u':' + remotePath + u'/' + s(name)))
+            << name;
+        EXPECT_EQ(snapshot(remotePath + u'/' + s(name)), original) << name;
+        EXPECT_EQ(last(restore(s(name), remotePath, work + s("/back"))),
+                  ArchiveEvent::finished(work + s("/back/") + s(name)))
+            << name;
+        EXPECT_EQ(snapshot(work + s("/back/") + s(name)), original) << name;
+    }
+
+    const QString source = makeProject(work, s("app"));
+    const QString touched = work + s("/proxy-ran");
+    Events events;
+    SSHArchiveService().archive(source, s("-oProxyCommand=touch ") + touched, server->host(),
+                                remotePath,
+                                [&](const ArchiveEvent& event) { events.push_back(event); });
+    EXPECT_EQ(events, Events{ArchiveEvent::failed(s("The SSH user \"-oProxyCommand=touch ") +
+                                                  touched + s("\" starts with \"-\"."))});
+    EXPECT_FALSE(exists(touched));
+    EXPECT_TRUE(exists(source));
+}
+
+TEST_F(SSHArchiveOverSsh, ASparseFileStaysSparseOnTheServerAndBack) {
+    const QString source = makeProject(work, s("app"));
+    const QByteArray sparse = QFile::encodeName(source + s("/disk.img"));
+    {
+        QFile file(source + s("/disk.img"));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_TRUE(file.resize(300 * 1024 * 1024));
+        file.seek(150 * 1024 * 1024);
+        file.write("data in the middle");
+    }
+    struct stat info {};
+    ASSERT_EQ(::stat(sparse.constData(), &info), 0);
+    if (info.st_blocks * 512 > 4 * 1024 * 1024)
+        GTEST_SKIP() << "this file system does not keep holes";
+
+    ASSERT_EQ(last(archive(source, remotePath)).kind, ArchiveEvent::Kind::finished);
+    const QByteArray remote = QFile::encodeName(remotePath + s("/app/disk.img"));
+    ASSERT_EQ(::stat(remote.constData(), &info), 0);
+    EXPECT_EQ(info.st_size, 300 * 1024 * 1024);
+    EXPECT_LT(info.st_blocks * 512, 4 * 1024 * 1024) << "the copy on the server is not sparse";
+
+    ASSERT_EQ(last(restore(s("app"), remotePath, work + s("/back"))).kind,
+              ArchiveEvent::Kind::finished);
+    const QByteArray back = QFile::encodeName(work + s("/back/app/disk.img"));
+    ASSERT_EQ(::stat(back.constData(), &info), 0);
+    EXPECT_LT(info.st_blocks * 512, 4 * 1024 * 1024) << "the restored copy is not sparse";
+}
+
+TEST_F(SSHArchiveOverSsh, APartialCopyOfAnInterruptedRunIsNamedAndRemovedOnlyWhenAsked) {
+    // What an archive killed mid-copy leaves: the folder with the marker and part of the files.
+    test::writeFile(remotePath + s("/app/.corvane-partial"), "x");
+    test::writeFile(remotePath + s("/app/README.md"), "hel");
+    const QString source = makeProject(work, s("app"));
+    const QString where = server->login() + u':' + remotePath + s("/app");
+
+    EXPECT_EQ(archive(source, remotePath),
+              Events{ArchiveEvent::failed(where + s(" is a partial copy from an interrupted run. "
+                                                    "Remove it, then try again."),
+                                          where)});
+    EXPECT_TRUE(exists(remotePath + s("/app/README.md")));
+    // A folder without the marker is someone else's and is never removed.
+    test::writeFile(remotePath + s("/theirs/.keep"), "x");
+    ArchiveOptions remove;
+    remove.removeInterruptedCopy = true;
+    Events events;
+    SSHArchiveService().archive(
+        makeProject(work + s("/other"), s("theirs")), server->user(), server->host(), remotePath,
+        [&](const ArchiveEvent& event) { events.push_back(event); }, CancellationToken(), remove);
+    EXPECT_EQ(last(events), ArchiveEvent::failed(server->login() + u':' + remotePath +
+                                                 s("/theirs already exists")));
+    EXPECT_TRUE(exists(remotePath + s("/theirs/.keep")));
+
+    events.clear();
+    SSHArchiveService().archive(
+        source, server->user(), server->host(), remotePath,
+        [&](const ArchiveEvent& event) { events.push_back(event); }, CancellationToken(), remove);
+    EXPECT_EQ(last(events), ArchiveEvent::finished(where)) << last(events).text.toStdString();
+    EXPECT_FALSE(exists(remotePath + s("/app/.corvane-partial")));
+    EXPECT_EQ(readBytes(remotePath + s("/app/README.md")), "hello");
+}
+
+TEST_F(SSHArchiveOverSsh, AFailedRestoreMovesItsPartialCopyToTheTrash) {
+    const QString source = makeProject(work, s("app"));
+    const QMap<QString, QByteArray> original = snapshot(source);
+    ASSERT_EQ(last(archive(source, remotePath)).kind, ArchiveEvent::Kind::finished);
+    // The local tar unpacks the start of the stream, then fails.
+    test::writeScript(work + s("/tar"), "head -c 20480 | /usr/bin/tar \"$@\"\nexit 2\n");
+    const test::ScopedEnvironment tar("CORVANE_TOOL_TAR", work + s("/tar"));
+
+    const Events events = restore(s("app"), remotePath, work + s("/back"));
+    EXPECT_TRUE(last(events).text.startsWith(s("Copy failed (exit 2)")) &&
+                last(events).text.endsWith(s(" The partial copy was moved to the Trash. The "
+                                             "archived copy is untouched.")))
+        << last(events).text.toStdString();
+    EXPECT_FALSE(exists(work + s("/back/app")));
+    // Beside the original trashed by the archive: the partial copy, marker and all.
+    const QDir trash(test::fakeHome() + s("/.local/share/Trash/files"));
+    const QStringList trashed = trash.entryList({s("app*")}, QDir::Dirs | QDir::NoDotAndDotDot);
+    EXPECT_TRUE(std::any_of(trashed.begin(), trashed.end(), [&](const QString& name) {
+        return exists(trash.filePath(name) + s("/.corvane-partial"));
+    }));
     EXPECT_EQ(snapshot(remotePath + s("/app")), original);
 }
 
@@ -290,11 +469,11 @@ TEST_F(SSHArchiveOverSsh, ATrashThatRefusesLeavesTheOriginalAndTheVerifiedCopy) 
 TEST_F(SSHArchiveOverSsh, ACancelledCopyRemovesTheRemoteFolderAndNothingArrivesAfterwards) {
     // The local tar sends the start of the stream, then holds the rest until the test lets go.
     test::writeScript(work + s("/tar"), "cd '" + work.toUtf8() +
-                                            "'\n/usr/bin/tar \"$@\" > stream.tar\n"
+                                            "'\necho $$ > tar.pid\n"
+                                            "/usr/bin/tar \"$@\" > stream.tar\n"
                                             "head -c 65536 stream.tar\n"
                                             "while [ ! -e release ]; do sleep 0.05; done\n"
-                                            "tail -c +65537 stream.tar\n"
-                                            ": > ended\n");
+                                            "tail -c +65537 stream.tar\n");
     const test::ScopedEnvironment tar("CORVANE_TOOL_TAR", work + s("/tar"));
     const QString source = makeProject(work + s("/code"), s("app"));
     for (int part = 0; part < 4; ++part)
@@ -314,9 +493,10 @@ TEST_F(SSHArchiveOverSsh, ACancelledCopyRemovesTheRemoteFolderAndNothingArrivesA
     EXPECT_FALSE(exists(remotePath + s("/app")));
     EXPECT_EQ(snapshot(source), original);
 
-    test::writeFile(work + s("/release"));
-    ASSERT_TRUE(waitFor([&] { return exists(work + s("/ended")); }));
-    QThread::msleep(500);
+    // Every stage was ended, the local tar too: nothing can send the rest afterwards.
+    const pid_t tarPid = readBytes(work + s("/tar.pid")).trimmed().toInt();
+    ASSERT_GT(tarPid, 0);
+    EXPECT_NE(::kill(tarPid, 0), 0) << "the local tar still runs";
     EXPECT_FALSE(exists(remotePath + s("/app"))) << "the cancelled copy went on";
 }
 

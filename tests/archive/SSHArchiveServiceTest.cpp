@@ -104,7 +104,7 @@ TEST(SSHArchiveTestConnection, RunsOneBatchSshAndSaysWhatCameOfIt) {
     EXPECT_EQ(testedWith(runner, 0, {}), s("Connected"));
     EXPECT_EQ(runner.executable, s("/opt/test/ssh"));
     EXPECT_EQ(runner.arguments,
-              (QStringList{s("-o"), s("BatchMode=yes"), s("-o"), s("ConnectTimeout=5"),
+              (QStringList{s("-o"), s("BatchMode=yes"), s("-o"), s("ConnectTimeout=5"), s("--"),
                            s("ann@nas.local"), s("echo OK")}));
     EXPECT_FALSE(runner.hadInput);
     EXPECT_TRUE(runner.environment.isEmpty());

@@ -119,7 +119,7 @@ TEST_F(ArchiveViewTest, TheMenuOffersDrivesAndServersAndTheSheetFollowsTheCopyUn
     EXPECT_FALSE(QFileInfo::exists(project));
     EXPECT_EQ(models.toasts.current()->message,
               s("Archived shop to ") + drive +
-                  s("/CorvaneArchive/shop. The original is in the Trash."));
+                  s("/CorvaneArchive/shop, verified by content. The original is in the Trash."));
     EXPECT_TRUE(QTest::qWaitFor([this] { return window.archiveProgressSheet() == nullptr; },
                                 test::patience));
     EXPECT_EQ(scans.roots.size(), 2) << "the scan looks again once the original is gone";
