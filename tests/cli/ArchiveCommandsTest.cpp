@@ -1,6 +1,7 @@
 #include "cli/ArchiveCommands.h"
 
 #include "agents/AgentFixtures.h"
+#include "archive/DestinationsStore.h"
 #include "cli/Command.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
@@ -10,6 +11,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
+#include <QTest>
+#include <csignal>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -58,8 +62,10 @@ TEST_F(ArchiveCommandsTest, ArchiveListAndRestoreElsewhereWithTheHistoryFollowin
     const QJsonObject archived = parsed(out).object();
     EXPECT_EQ(archived[u"finished"].toString(), drive + s("/shop"));
     const QJsonObject record = archived[u"record"].toObject();
-    EXPECT_EQ(record.keys(), (QStringList{s("agentSessionCount"), s("archivedAt"), s("id"),
-                                          s("location"), s("name"), s("originalPath")}));
+    EXPECT_EQ(record.keys(),
+              (QStringList{s("agentSessionCount"), s("archivedAt"), s("id"), s("location"),
+                           s("name"), s("originalPath"), s("verifiedBy")}));
+    EXPECT_EQ(record[u"verifiedBy"].toString(), s("content"));
     EXPECT_EQ(record[u"agentSessionCount"].toInt(), 1);
     EXPECT_EQ(record[u"location"][u"folder"][u"path"].toString(), drive + s("/shop"));
     EXPECT_FALSE(QFileInfo::exists(project));
@@ -152,4 +158,65 @@ TEST_F(ArchiveCommandsTest, VolumesAndSavedDestinationsThroughTheCommand) {
     EXPECT_EQ(runCorvane({s("destinations"), s("remove"), s("nas")}).exitCode, exitOk);
     EXPECT_EQ(runCorvane({s("destinations"), s("remove"), s("nas")}).exitCode,
               exitRefusedOrBadArguments);
+}
+
+TEST_F(ArchiveCommandsTest, AnArchiveKilledMidCopyIsNamedByTheNextRunAndRemovedOnlyWhenAsked) {
+    const QString big = test::fakeHome() + s("/code/big");
+    QByteArray data(96 * 1024 * 1024, Qt::Uninitialized);
+    for (qsizetype i = 0; i < data.size(); ++i)
+        data[i] = static_cast<char>((i * 31 + i / 4093) % 251);
+    test::writeFile(big + s("/data.bin"), data);
+    test::writeFile(big + s("/README.md"), "big");
+    const QString drive = test::makeTempDir(s("killed-drive"));
+    const QString partial = drive + s("/big");
+
+    // The real command, killed the moment its copy has begun.
+    QProcess corvane;
+    corvane.start(s(CORVANE_EXECUTABLE), {s("archive"), big, s("--to"), drive, s("--yes")});
+    ASSERT_TRUE(corvane.waitForStarted());
+    const bool copying = QTest::qWaitFor(
+        [&] {
+            return QFileInfo::exists(partial + s("/.corvane-partial")) ||
+                   corvane.state() == QProcess::NotRunning;
+        },
+        30000);
+    ::kill(pid_t(corvane.processId()), SIGKILL);
+    corvane.waitForFinished();
+    ASSERT_TRUE(copying && QFileInfo::exists(partial + s("/.corvane-partial")))
+        << "the copy never began, or ended before it could be killed";
+    EXPECT_TRUE(QFileInfo::exists(big + s("/data.bin")));
+
+    const ProcessResult retry = runCorvane({s("archive"), big, s("--to"), drive, s("--yes")});
+    EXPECT_EQ(retry.exitCode, exitSomeFailed);
+    const QString said = QString::fromUtf8(retry.standardError);
+    EXPECT_TRUE(said.contains(partial + s(" is a partial copy from an interrupted run.")) &&
+                said.contains(s("--remove-partial")))
+        << said.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(partial + s("/.corvane-partial")));
+
+    const ProcessResult removed = runCorvane(
+        {s("archive"), big, s("--to"), drive, s("--yes"), s("--remove-partial"), s("--json")});
+    ASSERT_EQ(removed.exitCode, exitOk) << removed.standardError.toStdString();
+    EXPECT_EQ(parsed(QString::fromUtf8(removed.standardOutput))
+                  .object()[u"record"]
+                  .toObject()[u"verifiedBy"]
+                  .toString(),
+              s("content"));
+    EXPECT_EQ(QFileInfo(partial + s("/data.bin")).size(), data.size());
+    EXPECT_FALSE(QFileInfo::exists(partial + s("/.corvane-partial")));
+    EXPECT_FALSE(QFileInfo::exists(big));
+}
+
+TEST_F(ArchiveCommandsTest, AnSshLoginThatLooksLikeAnOptionIsNeverSaved) {
+    Console console(&out, &err);
+    EXPECT_EQ(runAddSshDestination(s("evil"), s("-oProxyCommand=sh@host"), std::nullopt, console),
+              exitRefusedOrBadArguments);
+    EXPECT_EQ(runAddSshDestination(s("blank"), s("ann@my host"), std::nullopt, console),
+              exitRefusedOrBadArguments);
+    EXPECT_TRUE(err.contains(s("The SSH user \"-oProxyCommand=sh\" starts with \"-\".")))
+        << err.toStdString();
+    EXPECT_TRUE(err.contains(s("holds a blank or a control character"))) << err.toStdString();
+    EXPECT_TRUE(DestinationsStore().destinations().isEmpty());
+    EXPECT_EQ(runAddSshDestination(s("nas"), s("ann@nas.local"), std::nullopt, console), exitOk);
+    EXPECT_EQ(runAddSshDestination(s("v6"), s("ann@::1"), std::nullopt, console), exitOk);
 }
