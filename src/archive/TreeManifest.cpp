@@ -142,7 +142,9 @@ void FileDigest::addZeros(qint64 count) {
 QByteArray FileDigest::ofFile(int fd, qint64 size, const QByteArray& path,
                               DigestAlgorithm algorithm, const CancellationToken& cancellation) {
     FileDigest digest(algorithm);
-    std::vector<char> buffer(1024 * 1024);
+    // One buffer per thread: most files are small, and a fresh megabyte for each would cost more
+    // than reading them.
+    thread_local std::vector<char> buffer(1024 * 1024);
     qint64 offset = 0;
     while (offset < size) {
         qint64 start = offset;
