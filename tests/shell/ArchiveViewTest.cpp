@@ -128,6 +128,8 @@ TEST_F(ArchiveViewTest, TheMenuOffersDrivesAndServersAndTheSheetFollowsTheCopyUn
 TEST_F(ArchiveViewTest, TheArchivedPageRestoresInPlaceAndSaysWhyWhenItCannot) {
     models.archives.archive(project, ArchiveTarget::volume(drive));
     ASSERT_TRUE(QTest::qWaitFor([this] { return !models.archives.isBusy(); }, test::patience));
+    ASSERT_FALSE(models.archives.archiveErrorMessage())
+        << models.archives.archiveErrorMessage()->toStdString();
     window.showArchived();
     ArchivedView* view = window.archivedView();
     ASSERT_TRUE(
