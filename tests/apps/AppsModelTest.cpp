@@ -38,14 +38,14 @@ TEST_F(AppsModelTest, LoadsOrderedInventoryWithCasksAndHidesSmallLeftovers) {
     test::makeBundle(apps, s("ChatGPT.app"),
                      test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT"))), "c");
     const QString cache = test::libraryFolderWith(s("Caches/com.openai.chat"), 400'000);
-    test::libraryFolderWith(s("Caches/com.example.big-gone"), 1'500'000);
-    test::libraryFolderWith(s("Caches/com.example.small-gone"), 900'000);
+    test::libraryFolderWith(s("Logs/com.example.big-gone"), 1'500'000);
+    test::libraryFolderWith(s("Logs/com.example.small-gone"), 900'000);
 
     AppsModel model(toasts);
     std::atomic<int> asked = 0;
     model.setCaskMapProvider([&] {
         ++asked;
-        return CaskMap{{s("ChatGPT.app"), s("chatgpt")}};
+        return CaskMap{{apps + s("/ChatGPT.app"), s("chatgpt")}};
     });
     load(model);
     EXPECT_TRUE(model.hasLoaded());
