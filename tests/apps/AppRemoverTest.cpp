@@ -1,5 +1,7 @@
 #include "apps/AppRemover.h"
 
+#include "AppFixtures.h"
+#include "apps/AppInventoryLoader.h"
 #include "apps/RunningApps.h"
 #include "platform/Paths.h"
 #include "platform/PutBackService.h"
@@ -337,3 +339,64 @@ TEST(RunningApps, AProcessRunningFromInsideTheBundleMakesTheAppRunning) {
     EXPECT_TRUE(running);
     EXPECT_FALSE(RunningApps::isRunning(app));
 }
+
+namespace {
+
+TEST_F(AppRemoverTest, ACopyTheCaskDidNotInstallGoesAloneAndNeverThroughBrew) {
+    const QString brew = test::makeTempDir() + s("/brew");
+    test::writeScript(brew, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n");
+    test::ScopedEnvironment tool("CORVANE_TOOL_BREW", brew);
+    test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
+    const QByteArray plist = test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT")));
+    const QString casked = test::makeBundle(applications_, s("ChatGPT.app"), plist);
+    const QString copy = test::makeBundle(QDir::homePath() + s("/Applications"), s("ChatGPT.app"),
+                                          plist);
+    const QString cache = test::libraryFolderWith(s("Caches/com.openai.chat"));
+    const CaskMap casks{{applications_ + s("/ChatGPT.app"), s("chatgpt")}};
+
+    const AppInventory inventory = AppInventoryLoader::load(casks);
+    ASSERT_EQ(inventory.apps.size(), 2);
+    const InstalledApp& listedCopy = inventory.apps[0].url == QFileInfo(copy).canonicalFilePath()
+                                         ? inventory.apps[0]
+                                         : inventory.apps[1];
+    EXPECT_EQ(listedCopy.caskToken, std::nullopt);
+    const AppRemovalOutcome outcome = remover().remove(listedCopy, listedCopy.data);
+
+    EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::trash);
+    EXPECT_FALSE(QFileInfo::exists(brew + s(".args"))) << "brew ran for a copy it did not install";
+    EXPECT_FALSE(QFileInfo::exists(copy));
+    EXPECT_TRUE(QFileInfo::exists(casked + s("/Contents/Info.plist")));
+    // The other copy still uses the cache: it stays, and says why.
+    EXPECT_TRUE(QFileInfo::exists(cache));
+    EXPECT_EQ(outcome.failures,
+              QStringList{s("com.openai.chat: %1 is installed and uses this data.")
+                              .arg(QFileInfo(casked).canonicalFilePath())});
+    QDir(QDir::homePath() + s("/Applications")).removeRecursively();
+}
+
+TEST_F(AppRemoverTest, LeftoversAreJudgedAgainWhenRemoved) {
+    test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
+    auto leftover = [](const QString& relative) {
+        return AppDataItem{AppDataItem::Kind::caches, test::libraryFolderWith(relative), 10, true};
+    };
+    const AppDataItem gone = leftover(s("Caches/org.gone.app"));
+    const AppDataItem reinstalled = leftover(s("Caches/org.back.app"));
+    const AppDataItem mystery = leftover(s("Caches/com.mysterybox.app"));
+    // Since the list was shown, one app came back and an unreadable bundle appeared.
+    test::makeBundle(applications_ + s("/Utilities/More"), s("Back.app"),
+                     test::binaryPlist(test::appKeys(s("org.back.app"), s("Back"))));
+    test::makeBundle(applications_, s("MysteryBox.app"), "not a plist");
+
+    const AppRemovalOutcome outcome = remover().removeLeftovers({gone, reinstalled, mystery});
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{gone});
+    const QString back = QFileInfo(applications_ + s("/Utilities/More/Back.app")).canonicalFilePath();
+    const QString box = QFileInfo(applications_ + s("/MysteryBox.app")).canonicalFilePath();
+    EXPECT_EQ(outcome.failures,
+              (QStringList{s("org.back.app: %1 is installed and uses this data.").arg(back),
+                           s("com.mysterybox.app: %1 could not be read, so this may be its data.")
+                               .arg(box)}));
+    EXPECT_TRUE(QFileInfo::exists(reinstalled.url));
+    EXPECT_TRUE(QFileInfo::exists(mystery.url));
+}
+
+} // namespace
