@@ -117,22 +117,22 @@ void AppsModel::removeApp(const QString& appURL, const QSet<QString>& dataURLs) 
             ticked.append(item);
     }
     // A dry run goes through every guard too; it only stops short of changing anything.
-    startJob(JobKind::removal, [this, target, ticked, dryRun = isDryRun()](
-                                   const CancellationToken& cancellation,
-                                   const MainThreadPost& post) {
-        AppRemover remover;
-        remover.setDryRun(dryRun);
-        const AppRemovalOutcome outcome = remover.remove(target, ticked, cancellation);
-        post([this, target, outcome, dryRun] {
-            QString message;
-            if (outcome.appMethod)
-                message = (dryRun ? QStringLiteral("Dry run: would remove %1 and %2 (%3)")
-                                  : QStringLiteral("Removed %1 and %2, freed %3"))
-                              .arg(target.name, itemsWord(outcome.trashedData.size()),
-                                   formatBytes(outcome.freedBytes));
-            finishAction(outcome, message);
-        });
-    });
+    startJob(JobKind::removal,
+             [this, target, ticked, dryRun = isDryRun()](const CancellationToken& cancellation,
+                                                         const MainThreadPost& post) {
+                 AppRemover remover;
+                 remover.setDryRun(dryRun);
+                 const AppRemovalOutcome outcome = remover.remove(target, ticked, cancellation);
+                 post([this, target, outcome, dryRun] {
+                     QString message;
+                     if (outcome.appMethod)
+                         message = (dryRun ? QStringLiteral("Dry run: would remove %1 and %2 (%3)")
+                                           : QStringLiteral("Removed %1 and %2, freed %3"))
+                                       .arg(target.name, itemsWord(outcome.trashedData.size()),
+                                            formatBytes(outcome.freedBytes));
+                     finishAction(outcome, message);
+                 });
+             });
 }
 
 void AppsModel::removeLeftovers(const QStringList& urls) {
@@ -153,11 +153,12 @@ void AppsModel::removeLeftovers(const QStringList& urls) {
         post([this, outcome, dryRun] {
             QString message;
             if (!outcome.trashedData.isEmpty())
-                message = (dryRun ? QStringLiteral("Dry run: would move %1 (%2) to the Trash")
-                                  : QStringLiteral(
-                                        "Moved %1 to the Trash, freeing %2 once it is emptied"))
-                              .arg(itemsWord(outcome.trashedData.size()),
-                                   formatBytes(outcome.freedBytes));
+                message =
+                    (dryRun
+                         ? QStringLiteral("Dry run: would move %1 (%2) to the Trash")
+                         : QStringLiteral("Moved %1 to the Trash, freeing %2 once it is emptied"))
+                        .arg(itemsWord(outcome.trashedData.size()),
+                             formatBytes(outcome.freedBytes));
             finishAction(outcome, message);
         });
     });

@@ -135,10 +135,11 @@ int runApps(bool json, Console& console) {
         QJsonArray unknown;
         for (const OrphanedAppData& data : inventory.unknownData)
             unknown.append(AppsJson::orphan(data));
-        printJson(console, {{QStringLiteral("apps"), apps},
-                            {QStringLiteral("orphans"), orphans},
-                            {QStringLiteral("unknownData"), unknown},
-                            {QStringLiteral("errors"), QJsonArray::fromStringList(inventory.errors)}});
+        printJson(console,
+                  {{QStringLiteral("apps"), apps},
+                   {QStringLiteral("orphans"), orphans},
+                   {QStringLiteral("unknownData"), unknown},
+                   {QStringLiteral("errors"), QJsonArray::fromStringList(inventory.errors)}});
         return status;
     }
     for (const InstalledApp& app : inventory.apps) {
@@ -161,8 +162,8 @@ int runApps(bool json, Console& console) {
     if (!inventory.unknownData.isEmpty())
         console.out << "\nUnknown: an app that could not be read may use this data\n";
     for (const OrphanedAppData& data : inventory.unknownData) {
-        console.out << "  " << data.bundleIdentifier << "  (" << data.unreadableBundle.value_or(QString())
-                    << ")\n";
+        console.out << "  " << data.bundleIdentifier << "  ("
+                    << data.unreadableBundle.value_or(QString()) << ")\n";
         for (const AppDataItem& item : data.items)
             console.out << "    " << item.url << '\n';
     }

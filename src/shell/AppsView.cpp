@@ -64,10 +64,10 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
     bold.setBold(true);
     heading->setFont(bold);
     // Several copies of an app can share a name: the path says which one goes.
-    auto* where = new QLabel(app.caskToken ? QStringLiteral("%1 (Homebrew cask %2)")
-                                                 .arg(app.url, *app.caskToken)
-                                           : app.url,
-                             this);
+    auto* where = new QLabel(
+        app.caskToken ? QStringLiteral("%1 (Homebrew cask %2)").arg(app.url, *app.caskToken)
+                      : app.url,
+        this);
     where->setObjectName(QStringLiteral("appRemovalPath"));
     where->setTextInteractionFlags(Qt::TextSelectableByMouse);
     where->setWordWrap(true);
@@ -93,7 +93,9 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
     QPushButton* remove =
         buttons->addButton(QStringLiteral("Remove"), QDialogButtonBox::AcceptRole);
-    remove->setDefault(true);
+    // Return must never remove an app: Cancel is the default.
+    remove->setAutoDefault(false);
+    buttons->button(QDialogButtonBox::Cancel)->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
@@ -335,10 +337,11 @@ void AppsView::showUnknownData() {
         auto* group = new QTreeWidgetItem(heading);
         group->setText(nameColumn, data.bundleIdentifier);
         group->setText(sizeColumn, formatBytes(data.sizeBytes()));
-        group->setText(detailColumn, QStringLiteral("may be %1's").arg(
-                                         data.unreadableBundle.value_or(QString())));
+        group->setText(
+            detailColumn,
+            QStringLiteral("may be %1's").arg(data.unreadableBundle.value_or(QString())));
         for (const AppDataItem& item : data.items)
-            dataRow(group, item);
+            dataRow(group, item)->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
     }
 }
 

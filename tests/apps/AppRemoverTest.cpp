@@ -349,8 +349,8 @@ TEST_F(AppRemoverTest, ACopyTheCaskDidNotInstallGoesAloneAndNeverThroughBrew) {
     test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
     const QByteArray plist = test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT")));
     const QString casked = test::makeBundle(applications_, s("ChatGPT.app"), plist);
-    const QString copy = test::makeBundle(QDir::homePath() + s("/Applications"), s("ChatGPT.app"),
-                                          plist);
+    const QString copy =
+        test::makeBundle(QDir::homePath() + s("/Applications"), s("ChatGPT.app"), plist);
     const QString cache = test::libraryFolderWith(s("Caches/com.openai.chat"));
     const CaskMap casks{{applications_ + s("/ChatGPT.app"), s("chatgpt")}};
 
@@ -389,12 +389,14 @@ TEST_F(AppRemoverTest, LeftoversAreJudgedAgainWhenRemoved) {
 
     const AppRemovalOutcome outcome = remover().removeLeftovers({gone, reinstalled, mystery});
     EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{gone});
-    const QString back = QFileInfo(applications_ + s("/Utilities/More/Back.app")).canonicalFilePath();
+    const QString back =
+        QFileInfo(applications_ + s("/Utilities/More/Back.app")).canonicalFilePath();
     const QString box = QFileInfo(applications_ + s("/MysteryBox.app")).canonicalFilePath();
-    EXPECT_EQ(outcome.failures,
-              (QStringList{s("org.back.app: %1 is installed and uses this data.").arg(back),
-                           s("com.mysterybox.app: %1 could not be read, so this may be its data.")
-                               .arg(box)}));
+    EXPECT_EQ(
+        outcome.failures,
+        (QStringList{
+            s("org.back.app: %1 is installed and uses this data.").arg(back),
+            s("com.mysterybox.app: %1 could not be read, so this may be its data.").arg(box)}));
     EXPECT_TRUE(QFileInfo::exists(reinstalled.url));
     EXPECT_TRUE(QFileInfo::exists(mystery.url));
 }

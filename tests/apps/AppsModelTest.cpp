@@ -67,6 +67,27 @@ TEST_F(AppsModelTest, LoadsOrderedInventoryWithCasksAndHidesSmallLeftovers) {
     EXPECT_EQ(model.selectedIDs(), QSet<QString>{cache});
 }
 
+TEST_F(AppsModelTest, ADryRunRefusesWhatARealRunWouldRefuse) {
+    const QString gone = test::libraryFolderWith(s("Logs/org.gone.app"), 2'000);
+    const QString back = test::libraryFolderWith(s("Logs/org.back.app"), 3'000);
+    AppsModel model(toasts, true);
+    load(model);
+    ASSERT_EQ(model.inventory().orphans.size(), 2);
+    // Installed again after the list was shown.
+    test::makeBundle(apps, s("Back.app"), test::xmlPlist(test::appKeys(s("org.back.app"), s("B"))));
+
+    model.removeLeftovers({gone, back});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !model.isRemoving(); }, 20000));
+    ASSERT_TRUE(model.lastOutcome());
+    EXPECT_EQ(model.lastOutcome()->trashedData.size(), 1);
+    EXPECT_EQ(model.lastOutcome()->failures.size(), 1);
+    EXPECT_TRUE(model.lastMessage().startsWith(s("Dry run: would move 1 item")))
+        << model.lastMessage().toStdString();
+    EXPECT_EQ(model.failures().size(), 1);
+    EXPECT_TRUE(QFileInfo::exists(gone));
+    EXPECT_TRUE(QFileInfo::exists(back));
+}
+
 TEST(AppsModelPreselection, TicksOnlyExactCachesLogsAndWindowState) {
     InstalledApp app;
     app.data = {{Kind::applicationSupport, s("/L/Application Support/b"), 1, true},

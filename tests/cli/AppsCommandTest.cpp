@@ -1,5 +1,6 @@
-#include "apps/AppFixtures.h"
 #include "cli/AppsCommand.h"
+
+#include "apps/AppFixtures.h"
 #include "cli/Command.h"
 #include "platform/ProcessRunner.h"
 #include "support/GitFixture.h"
@@ -89,9 +90,9 @@ TEST(AppsCommand, SeveralAppsOfOneNameAreNeverGuessedBetweenAndDryRunsRunEveryGu
     const QByteArray plist = test::xmlPlist(test::appKeys(s("com.example.notely"), s("Notely")));
     const QString first =
         QFileInfo(test::makeBundle(apps, s("Notely.app"), plist)).canonicalFilePath();
-    const QString second = QFileInfo(test::makeBundle(test::fakeHome() + s("/Applications"),
-                                                      s("Notely.app"), plist))
-                               .canonicalFilePath();
+    const QString second =
+        QFileInfo(test::makeBundle(test::fakeHome() + s("/Applications"), s("Notely.app"), plist))
+            .canonicalFilePath();
     const QString caches = test::libraryFolderWith(s("Caches/com.example.notely"));
     QString out;
     QString err;
@@ -124,7 +125,8 @@ TEST(AppsCommand, SeveralAppsOfOneNameAreNeverGuessedBetweenAndDryRunsRunEveryGu
     byPath.dryRun = true;
     EXPECT_EQ(cli::runAppsRemove(byPath, console), cli::exitSomeFailed);
     EXPECT_TRUE(out.contains(s("Dry run: would remove Notely and 0 items"))) << out.toStdString();
-    EXPECT_TRUE(out.contains(s("com.example.notely: %1 is installed and uses this data.").arg(first)))
+    EXPECT_TRUE(
+        out.contains(s("com.example.notely: %1 is installed and uses this data.").arg(first)))
         << out.toStdString();
     EXPECT_TRUE(QFileInfo::exists(second));
     EXPECT_TRUE(QFileInfo::exists(caches));
