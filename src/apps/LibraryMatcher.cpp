@@ -1,5 +1,7 @@
 #include "apps/LibraryMatcher.h"
 
+#include "platform/PathIdentity.h"
+
 #include <QDir>
 #include <QMap>
 #include <QRegularExpression>
@@ -219,10 +221,11 @@ bool LibraryMatcher::isSystemIdentifier(const QString& identifier) {
 
 InstalledSet InstalledSet::without(const QString& bundle) const {
     InstalledSet rest = *this;
-    rest.identifiers.removeIf([&](const Identifier& used) { return used.bundle == bundle; });
-    rest.unreadable.removeIf([&](const Unreadable& unread) {
-        return unread.bundle == bundle || unread.bundle.startsWith(bundle + QLatin1Char('/'));
-    });
+    // By identity: the app may be named through a link or in another case than the search found.
+    rest.identifiers.removeIf(
+        [&](const Identifier& used) { return PathIdentity::same(used.bundle, bundle); });
+    rest.unreadable.removeIf(
+        [&](const Unreadable& unread) { return PathIdentity::isInside(unread.bundle, bundle); });
     return rest;
 }
 

@@ -374,6 +374,25 @@ TEST_F(AppRemoverTest, ACopyTheCaskDidNotInstallGoesAloneAndNeverThroughBrew) {
     QDir(QDir::homePath() + s("/Applications")).removeRecursively();
 }
 
+TEST_F(AppRemoverTest, AnAppNamedThroughALinkIsNotItsOwnOtherCopy) {
+    const QString bundle =
+        test::makeBundle(applications_, s("Solo.app"),
+                         test::xmlPlist(test::appKeys(s("com.example.solo"), s("Solo"))));
+    const QString through = test::makeTempDir(s("through"));
+    ASSERT_TRUE(QFile::link(applications_, through + s("/Applications")));
+    InstalledApp app;
+    app.name = s("Solo");
+    app.url = through + s("/Applications/Solo.app");
+    app.bundleIdentifier = s("com.example.solo");
+    const AppDataItem cache{AppDataItem::Kind::caches,
+                            test::libraryFolderWith(s("Caches/com.example.solo")), 10, true};
+    app.data.append(cache);
+    const AppRemovalOutcome outcome = remover().remove(app, {cache});
+    EXPECT_TRUE(outcome.failures.isEmpty()) << outcome.failures.join(s("|")).toStdString();
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{cache});
+    EXPECT_FALSE(QFileInfo::exists(bundle));
+}
+
 TEST_F(AppRemoverTest, LeftoversAreJudgedAgainWhenRemoved) {
     test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
     auto leftover = [](const QString& relative) {
