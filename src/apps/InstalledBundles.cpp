@@ -46,7 +46,12 @@ QStringList InstalledBundles::nestedBundles(const QString& bundlePath) {
                       QDirIterator::Subdirectories);
     while (walk.hasNext()) {
         const QFileInfo entry = walk.nextFileInfo();
-        if (!entry.isSymLink() && entry.fileName().endsWith(QLatin1String(".app")))
+        const QString suffix = entry.suffix();
+        // Helper apps, app extensions and XPC services each have an identifier of their own,
+        // and sandboxed ones keep their own containers.
+        if (!entry.isSymLink() &&
+            (suffix == QLatin1String("app") || suffix == QLatin1String("appex") ||
+             suffix == QLatin1String("xpc")))
             nested.append(entry.filePath());
     }
     nested.sort();

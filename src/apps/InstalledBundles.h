@@ -7,7 +7,7 @@
 
 namespace corvane {
 
-// Who uses Library data: every installed bundle and every helper app nested in one, read from
+// Who uses Library data: every installed bundle and every helper nested in one, read from
 // their Info.plist. The inventory and every removal decide from the same reading, so that data an
 // installed app uses is never a leftover and never goes with another app.
 struct InstalledBundles {
@@ -18,7 +18,8 @@ struct InstalledBundles {
     // The same for the bundles AppFinder finds now.
     static InstalledSet current(const CancellationToken& cancellation = {});
 
-    // The bundles nested in `bundlePath`'s "Contents" at any depth, not through links.
+    // The helper apps, app extensions and XPC services nested in `bundlePath`'s "Contents" at any
+    // depth, not through links.
     static QStringList nestedBundles(const QString& bundlePath);
 };
 

@@ -144,6 +144,8 @@ TEST_F(AppInventoryTest, DataAnInstalledAppUsesIsNeverALeftover) {
         apps, s("Suite.app"), test::xmlPlist(test::appKeys(s("com.vendor.suite"), s("Suite"))));
     test::makeBundle(suite + s("/Contents/Frameworks/Kit.framework/Versions/A/Helpers"),
                      s("Agent.app"), test::xmlPlist(test::appKeys(s("net.agentco.agent"), s("A"))));
+    test::makeBundle(suite + s("/Contents/PlugIns"), s("Share.appex"),
+                     test::binaryPlist(test::appKeys(s("org.sharing.ext"), s("Share"))));
     // Apps two folders deep, in a folder linked from elsewhere, and with UTF-16, byte-order-marked
     // and binary Info.plists.
     test::makeBundle(apps + s("/Vendor/Tools"), s("Deep.app"),
@@ -161,8 +163,8 @@ TEST_F(AppInventoryTest, DataAnInstalledAppUsesIsNeverALeftover) {
     test::makeBundle(apps, s("Mystery Box.app"), "\x00\x01garbage");
 
     for (const char* used :
-         {"Application Support/net.agentco.agent", "Caches/org.deep.tool",
-          "Preferences/org.linked.app.plist", "Containers/org.wide.app",
+         {"Application Support/net.agentco.agent", "Containers/org.sharing.ext",
+          "Caches/org.deep.tool", "Preferences/org.linked.app.plist", "Containers/org.wide.app",
           "Saved Application State/org.marked.app.savedState", "Logs/org.packed.app",
           // The vendor's launch agent and cache, while one of its apps is installed.
           "LaunchAgents/com.vendor.updater.plist", "Caches/com.vendor.crashreporter"})
