@@ -1,6 +1,7 @@
 #include "devtools/OverviewAreas.h"
 
 #include "platform/ByteFormat.h"
+#include "platform/CheckedSum.h"
 
 #include <memory>
 #include <optional>
@@ -56,6 +57,46 @@ private:
 
 } // namespace
 
+qint64 OverviewFigures::docker(const DockerSnapshot& snapshot) {
+    qint64 total = snapshot.buildCache.reclaimableBytes;
+    for (const DockerImage& image : snapshot.images) {
+        if (!DockerService::removalBlockedReason(image))
+            total = checkedSum(total, image.uniqueBytes);
+    }
+    for (const DockerContainer& container : snapshot.containers) {
+        if (!DockerService::removalBlockedReason(container))
+            total = checkedSum(total, container.sizeBytes);
+    }
+    for (const DockerVolume& volume : snapshot.volumes) {
+        if (!DockerService::removalBlockedReason(volume))
+            total = checkedSum(total, volume.sizeBytes);
+    }
+    return total;
+}
+
+qint64 OverviewFigures::aiModels(const QList<AIModel>& models,
+                                 const QHash<QString, QString>& openBy) {
+    QList<AIModel> removable;
+    for (const AIModel& model : models) {
+        if (!model.isReadOnly && !openBy.contains(model.id))
+            removable.append(model);
+    }
+    return AIModelCatalog::freedBy(removable, models);
+}
+
+qint64 OverviewFigures::android(const AndroidInventory& inventory) {
+    qint64 total = 0;
+    for (const AndroidComponent& component : inventory.components) {
+        if (!AndroidCatalog::removalBlockedReason(component))
+            total = checkedSum(total, component.sizeBytes);
+    }
+    for (const AndroidAVD& avd : inventory.avds) {
+        if (!AndroidCatalog::removalBlockedReason(avd))
+            total = checkedSum(total, avd.sizeBytes);
+    }
+    return total;
+}
+
 QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
     // Copied into every reader: the references it holds outlive the areas.
     const OverviewSources m = sources;
@@ -99,15 +140,7 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.docker) || !m.docker.snapshot())
                  return std::nullopt;
-             const DockerSnapshot& snapshot = *m.docker.snapshot();
-             qint64 total = snapshot.buildCache.reclaimableBytes;
-             for (const DockerImage& image : snapshot.images)
-                 total += image.uniqueBytes;
-             for (const DockerContainer& container : snapshot.containers)
-                 total += container.sizeBytes;
-             for (const DockerVolume& volume : snapshot.volumes)
-                 total += volume.sizeBytes;
-             return total;
+             return OverviewFigures::docker(*m.docker.snapshot());
          },
          [m] {
              if (!isSettled(m.docker) || !m.docker.status())
@@ -126,22 +159,14 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.aiModels))
                  return std::nullopt;
-             qint64 total = 0;
-             for (const AIModel& model : m.aiModels.models())
-                 total += model.freesBytes;
-             return total;
+             return OverviewFigures::aiModels(m.aiModels.models(), m.aiModels.openByMap());
          },
          [] { return QString(); }},
         {QStringLiteral("android"), QStringLiteral("Android"), [m] { loadOnce(m.android); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.android))
                  return std::nullopt;
-             qint64 total = 0;
-             for (const AndroidComponent& component : m.android.inventory().components)
-                 total += component.sizeBytes;
-             for (const AndroidAVD& avd : m.android.inventory().avds)
-                 total += avd.sizeBytes;
-             return total;
+             return OverviewFigures::android(m.android.inventory());
          },
          [] { return QString(); }},
         {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"), [m] { loadOnce(m.apps); },
