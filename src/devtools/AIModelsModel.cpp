@@ -153,8 +153,11 @@ void AIModelsModel::applyRemoval(const QList<AIModel>& models,
         }
         failures.append({id, name, message});
     }
-    for (const QString& id : removal.removed)
-        setSelected(id, false);
+    // After a dry run the ticks stay, for the real run.
+    if (!isDryRun()) {
+        for (const QString& id : removal.removed)
+            setSelected(id, false);
+    }
 
     QStringList parts;
     if (isDryRun() && !removal.removed.isEmpty())

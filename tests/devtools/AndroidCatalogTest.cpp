@@ -194,7 +194,8 @@ TEST(AndroidRunningCheckTest, AnEmulatorIsRunningWhileSomeOfItsFilesAreNotOpen) 
                                                folder + s("/userdata-qemu.img"));
     ASSERT_TRUE(QTest::qWaitFor(
         [&] {
-            const AndroidAVD* avd = store.avdNamed(AndroidCatalog::inventory(), s("Busy"));
+            const AndroidInventory now = AndroidCatalog::inventory();
+            const AndroidAVD* avd = store.avdNamed(now, s("Busy"));
             return avd && avd->isRunning;
         },
         10000));

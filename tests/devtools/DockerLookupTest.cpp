@@ -79,18 +79,3 @@ TEST(DockerLookup, ContainersByNameOrIdAndVolumesByName) {
     EXPECT_EQ(DockerLookup::volume(snapshot, s("shop_pgdata")).id, s("shop_pgdata"));
     EXPECT_FALSE(DockerLookup::volume(snapshot, s("shop")).id.has_value());
 }
-
-TEST(DockerLookup, AnImageWithoutANameShowsAsNone) {
-    DockerImage image;
-    image.id = danglingID;
-    image.repository = s("<none>");
-    image.tag = s("<none>");
-    EXPECT_EQ(image.displayName(), s("<none>"));
-    EXPECT_EQ(image.shortID(), s("0e2f4a6c8e0b"));
-    image.repository.clear();
-    image.tag.clear();
-    EXPECT_EQ(image.displayName(), s("<none>"));
-    image.repository = s("node");
-    image.tag = s("20-alpine");
-    EXPECT_EQ(image.displayName(), s("node:20-alpine"));
-}
