@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -54,6 +55,34 @@ private:
     const ScanSession& session_;
     std::optional<std::pair<qint64, qint64>> current_;
 };
+
+// The area's whole size beside what it could give back, when the guards keep some of it.
+QString inAll(qint64 couldGo, qint64 whole) {
+    return whole > couldGo ? formatBytes(whole) + QStringLiteral(" in all") : QString();
+}
+
+qint64 dockerWhole(const DockerSnapshot& snapshot) {
+    qint64 images = 0;
+    for (const DockerImage& image : snapshot.images)
+        images = checkedSum(images, image.uniqueBytes);
+    // Docker's own total counts the layers images share once, which their unique sizes leave out.
+    qint64 total = checkedSum(std::max(snapshot.imageTotalBytes.value_or(0), images),
+                              snapshot.buildCache.totalBytes);
+    for (const DockerContainer& container : snapshot.containers)
+        total = checkedSum(total, container.sizeBytes);
+    for (const DockerVolume& volume : snapshot.volumes)
+        total = checkedSum(total, volume.sizeBytes);
+    return total;
+}
+
+qint64 androidWhole(const AndroidInventory& inventory) {
+    qint64 total = 0;
+    for (const AndroidComponent& component : inventory.components)
+        total = checkedSum(total, component.sizeBytes);
+    for (const AndroidAVD& avd : inventory.avds)
+        total = checkedSum(total, avd.sizeBytes);
+    return total;
+}
 
 } // namespace
 
@@ -154,6 +183,12 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
                  break;
              }
              return m.docker.loadError() ? QStringLiteral("Docker did not answer") : QString();
+         },
+         [m] {
+             if (!isSettled(m.docker) || !m.docker.snapshot())
+                 return QString();
+             const DockerSnapshot& snapshot = *m.docker.snapshot();
+             return inAll(OverviewFigures::docker(snapshot), dockerWhole(snapshot));
          }},
         {QStringLiteral("aiModels"), QStringLiteral("AI models"), [m] { loadOnce(m.aiModels); },
          [m]() -> std::optional<qint64> {
@@ -161,14 +196,27 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
                  return std::nullopt;
              return OverviewFigures::aiModels(m.aiModels.models(), m.aiModels.openByMap());
          },
-         [] { return QString(); }},
+         [] { return QString(); },
+         [m] {
+             if (!isSettled(m.aiModels))
+                 return QString();
+             const QList<AIModel>& models = m.aiModels.models();
+             return inAll(OverviewFigures::aiModels(models, m.aiModels.openByMap()),
+                          AIModelCatalog::freedBy(models, models));
+         }},
         {QStringLiteral("android"), QStringLiteral("Android"), [m] { loadOnce(m.android); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.android))
                  return std::nullopt;
              return OverviewFigures::android(m.android.inventory());
          },
-         [] { return QString(); }},
+         [] { return QString(); },
+         [m] {
+             if (!isSettled(m.android))
+                 return QString();
+             return inAll(OverviewFigures::android(m.android.inventory()),
+                          androidWhole(m.android.inventory()));
+         }},
         {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"), [m] { loadOnce(m.apps); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.apps))
