@@ -107,6 +107,7 @@ private:
         std::function<OrganizeExecutor::Outcome(const OrganizeExecutor&, const CancellationToken&,
                                                 const OrganizeExecutor::Progress&)>
             action);
+    void reportRecovery(const OrganizeExecutor::UndoOutcome& recovered);
     void finishAction(const QList<MoveFailure>& failures);
     void setCanUndo(bool value);
 
