@@ -151,7 +151,7 @@ void FolderMover::bring(const ClaudeFolderMove& planned) {
         return;
     if (context_.writes() && QDir(root_).rmdir(planned.from)) // only when nothing stayed behind
         forgotten_.insert(planned.from);
-    recorded_.insert(planned.to, planned.toPath);
+    // The folder keeps standing for its own path; each session that came in is written down.
     noteSessions(planned, moved);
     ClaudeFolderMove merge = planned;
     merge.movedItems = moved;

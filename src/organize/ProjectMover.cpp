@@ -157,8 +157,7 @@ MoveRecord ProjectMover::move(const QString& sourcePath, const QString& destinat
 }
 
 // What the relink had done before it was cut short is not known, only that it went from the
-// source to the destination: relinking from the destination back to the source rewrites exactly
-// what names the destination now, and finds nothing to do for what it had not reached.
+// source to the destination; the relinker takes back whatever it had reached.
 void ProjectMover::takeBack(const MoveRecord& record) const {
     const bool atDestination = isRealFolder(record.destination);
     if (atDestination && existsAt(record.source))
@@ -175,8 +174,8 @@ void ProjectMover::takeBack(const MoveRecord& record) const {
     }
     if (record.stage == MoveRecord::Stage::relinking) {
         const bool mac = relinker.locations.macPathRules;
-        relinker.relink(AgentPaths::normalized(record.destination, mac),
-                        AgentPaths::normalized(record.source, mac));
+        relinker.takeBack(AgentPaths::normalized(record.source, mac),
+                          AgentPaths::normalized(record.destination, mac));
         keepMarks.follow(record.destination, record.source);
     }
     removeEmptyFolders(record.createdFolders);
