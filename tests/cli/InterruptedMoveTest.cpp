@@ -39,7 +39,8 @@ QString desktopRecord(const QString& cwd) {
 } // namespace
 
 TEST(InterruptedMove, AMoveKilledDuringItsRelinkIsTakenBackExactlyAndUndoGoesNoFurther) {
-    const QString home = test::fakeHome();
+    // A folder of its own in the home this test program shares between its tests.
+    const QString home = test::makeTempDir(s("interrupted"));
     const AgentLocations locations = OrganizeModel::Services::system().agentLocations;
     const OrganizeJournal journal;
     const QString shop = makeProject(home + s("/projects/shop"));
@@ -49,19 +50,25 @@ TEST(InterruptedMove, AMoveKilledDuringItsRelinkIsTakenBackExactlyAndUndoGoesNoF
     test::writeClaudeSessionIn(locations, home + s("/projects-shop"), s("neighbour"));
     const QString sharedFolder =
         QFileInfo(test::writeClaudeSessionIn(locations, shop, s("shop-2"))).absolutePath();
-    const QString record = locations.claudeDesktopSessions.first() + s("/local_1.json");
+    const QString record = locations.claudeDesktopSessions.first() + s("/local_") +
+                           QFileInfo(home).fileName() + s(".json");
     test::writeFile(record, desktopRecord(shop).toUtf8());
     const QByteArray config = "{\n  \"projects\": {\n    \"" + shop.toUtf8() +
                               "\": {\n      \"hasTrustDialogAccepted\": true\n    }\n  }\n}\n";
     test::writeFile(locations.claudeConfig, config);
-    sqlite3* codex = test::createCodexDatabase(locations.codexHome + s("/state_5.sqlite"));
-    test::insertThread(codex, s("t1"), shop, s("x"), 1);
+    const QString database = locations.codexHome + s("/state_5.sqlite");
+    sqlite3* codex = QFileInfo::exists(database) ? test::openDatabase(database)
+                                                 : test::createCodexDatabase(database);
+    const QString thread = s("thread-") + QFileInfo(home).fileName();
+    test::insertThread(codex, thread, shop, s("x"), 1);
 
     // An earlier move, done and journaled: nothing that follows may take it back.
     const QString blogMoved = home + s("/Code/blog");
     ASSERT_EQ(runCorvane({s("move"), blog, blogMoved, s("--yes")}).exitCode, 0);
-    const std::optional<OrganizeRun> earlier = journal.lastRun();
-    ASSERT_TRUE(earlier);
+    const QList<OrganizeRun> journaled = journal.load();
+    const QMap<QString, QString> ledger = locations.claudeFolderLedger.load();
+    ASSERT_FALSE(journaled.isEmpty());
+    ASSERT_EQ(journaled.last().moves.first().source, blog);
 
     // Codex is busy writing: the relink waits there, after it has moved the Claude Code history,
     // rewritten the desktop record and copied the project settings. There the move is killed.
@@ -96,14 +103,14 @@ TEST(InterruptedMove, AMoveKilledDuringItsRelinkIsTakenBackExactlyAndUndoGoesNoF
     EXPECT_TRUE(QFileInfo::exists(shop + s("/README.md")));
     EXPECT_FALSE(QFileInfo::exists(home + s("/Code/new")));
     EXPECT_EQ(test::sessionIDsIn(locations, shop),
-              (QStringList{s("shop-2"), s("shop-session"), s("t1")}));
+              (QStringList{s("shop-2"), s("shop-session"), thread}));
     EXPECT_EQ(test::sessionIDsIn(locations, home + s("/projects-shop")),
               QStringList{s("neighbour")});
     EXPECT_TRUE(QFileInfo::exists(sharedFolder + s("/shop-session.jsonl")));
     EXPECT_EQ(test::readBytes(record), desktopRecord(shop).toUtf8());
     EXPECT_EQ(test::readBytes(locations.claudeConfig), config);
-    EXPECT_EQ(locations.claudeFolderLedger.load(), (QMap<QString, QString>{}));
+    EXPECT_EQ(locations.claudeFolderLedger.load(), ledger);
     // The earlier move stays done and is still the one to undo next.
     EXPECT_TRUE(QFileInfo::exists(blogMoved + s("/README.md")));
-    EXPECT_EQ(journal.load(), QList<OrganizeRun>{*earlier});
+    EXPECT_EQ(journal.load(), journaled);
 }
