@@ -226,6 +226,8 @@ void Reader::table() {
 }
 
 void Reader::document() {
+    if (peek() == QChar(0xFEFF)) // a byte order mark some editors write
+        ++pos_;
     for (;;) {
         spacesCommentsAndNewlines();
         if (atEnd())
