@@ -13,7 +13,7 @@ namespace corvane {
 namespace {
 
 bool isInside(const QString& path, const QString& folder) {
-    return !folder.isEmpty() && path.startsWith(folder + QLatin1Char('/'));
+    return path != folder && Paths::isUnder(path, folder);
 }
 
 // The Library's own path with links resolved, so that a Library reached through a link still
