@@ -2,6 +2,9 @@
 
 #include "platform/Paths.h"
 
+#include <QScopeGuard>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -31,6 +34,58 @@ void ignoreBrokenPipesOnce() {
     static std::once_flag once;
     std::call_once(once, [] { std::signal(SIGPIPE, SIG_IGN); });
 }
+
+// The process groups of the children running now. Each child runs in a group of its own, so a
+// Ctrl-C on the terminal no longer reaches it; when the program is ended by SIGINT, SIGTERM or
+// SIGHUP (and nobody else handles them), these groups are killed first, so no child outlives it.
+class LiveGroups {
+public:
+    static LiveGroups& instance() {
+        static LiveGroups groups;
+        return groups;
+    }
+
+    void add(pid_t group) {
+        installOnce();
+        for (std::atomic<pid_t>& slot : slots_) {
+            pid_t empty = 0;
+            if (slot.compare_exchange_strong(empty, group))
+                return;
+        }
+    }
+
+    void remove(pid_t group) {
+        for (std::atomic<pid_t>& slot : slots_) {
+            pid_t expected = group;
+            if (slot.compare_exchange_strong(expected, 0))
+                return;
+        }
+    }
+
+private:
+    static void installOnce() {
+        static std::once_flag once;
+        std::call_once(once, [] {
+            for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+                struct sigaction current {};
+                if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_DFL)
+                    std::signal(signal, &LiveGroups::endWithChildren);
+            }
+        });
+    }
+
+    // Runs in a signal handler: only kill, signal and raise, which are safe there.
+    static void endWithChildren(int signal) {
+        for (std::atomic<pid_t>& slot : instance().slots_) {
+            if (const pid_t group = slot.load(); group > 0)
+                ::kill(-group, SIGKILL);
+        }
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+    }
+
+    std::array<std::atomic<pid_t>, 256> slots_{};
+};
 
 QString errorText(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
@@ -220,6 +275,9 @@ public:
     }
 
     ProcessResult runToEnd() {
+        LiveGroups::instance().add(pid_);
+        // Forgotten once the call ends: a reaped child's id may be given to another process.
+        const auto forget = qScopeGuard([this] { LiveGroups::instance().remove(pid_); });
         setNonBlocking(stdout_.fd.get());
         setNonBlocking(stderr_.fd.get());
         setNonBlocking(stdin_.get());

@@ -57,6 +57,10 @@ QString TrashService::canonicalPath(const QString& path) {
     return PathIdentity::resolved(path);
 }
 
+std::optional<QString> TrashService::keepRefusal(const QString& path) {
+    return KeepGuard::load().refusal(path);
+}
+
 std::optional<QString> TrashService::refusal(const QString& url, const QString& root) {
     return refusalWithin(url, root, KeepGuard::load());
 }

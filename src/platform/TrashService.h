@@ -48,6 +48,11 @@ struct TrashService {
     // gone), or nothing when the item would be handed to the platform's Trash. Moves nothing.
     static std::optional<QString> refusal(const QString& url, const QString& root);
 
+    // Why `path` must not be removed because of the Keep marks (it is kept, holds a kept folder,
+    // or the marks can't be read), or nothing. For removals that do not go through `trash` (a
+    // folder renamed into staging first, say): call it before anything moves.
+    static std::optional<QString> keepRefusal(const QString& path);
+
     // `path` made absolute with every symbolic link resolved and "." and ".." removed; the parts
     // that do not exist are kept as written.
     static QString canonicalPath(const QString& path);
