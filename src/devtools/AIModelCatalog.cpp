@@ -5,6 +5,7 @@
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
 #include "platform/PathIdentity.h"
+#include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
 #include "platform/TrashService.h"
 
@@ -422,7 +423,7 @@ QString storeOf(const AIModel& model, const Stores& stores) {
         return stores.huggingFace.value_or(QString());
     case AIModelSource::ollama:
         for (const OllamaStore& store : stores.ollama) {
-            if (model.url.startsWith(store.path + u'/'))
+            if (model.url != store.path && Paths::isUnder(model.url, store.path))
                 return store.path;
         }
         return {};

@@ -330,8 +330,7 @@ bool isEmulatorName(const QString& name) {
 }
 
 bool isInsideStrictly(const QString& canonicalItem, const QString& canonicalRoot) {
-    return !canonicalRoot.isEmpty() && canonicalItem != canonicalRoot &&
-           Paths::isUnder(canonicalItem, canonicalRoot);
+    return canonicalItem != canonicalRoot && Paths::isUnder(canonicalItem, canonicalRoot);
 }
 
 // One item's files as they move into and out of staging.
