@@ -663,6 +663,18 @@ AndroidRemovalResult remove(const QList<AndroidComponent>& components,
              {{folder, stem + QStringLiteral(".avd")}, {ini, stem + QStringLiteral(".ini")}}});
     }
 
+    // Staging moves items aside before the trash step sees them, so Keep is checked here, for a
+    // dry run as for a real one.
+    units.removeIf([&](const Unit& unit) {
+        for (const Part& part : unit.parts) {
+            if (const std::optional<QString> kept = TrashService::keepRefusal(part.original)) {
+                result.failures.append({unit.url, unit.name, *kept});
+                return true;
+            }
+        }
+        return false;
+    });
+
     if (dryRun) {
         for (const Unit& unit : units) {
             result.removed.append(unit.url);
