@@ -12,7 +12,9 @@ namespace corvane {
 struct ClaudeFolderLedger {
     QString url;
 
-    // Folder name -> project path, for reading. A missing or unreadable file is an empty mapping.
+    // Folder name -> project path, and "<folder name>/<session file>" -> project path for a
+    // session moved on its own (ClaudeHistory::sessionKey), for reading. A missing or unreadable
+    // file is an empty mapping.
     QMap<QString, QString> load() const;
 
     // Applies `change` to the mapping as it is stored now and replaces the file with the result,

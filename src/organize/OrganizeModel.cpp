@@ -166,20 +166,29 @@ void OrganizeModel::startLoading() {
         services_.home,           destination_,           layout_, manualFolders_,
         services_.agentLocations, services_.processRunner};
     const QString journalURL = services_.journalURL;
-    startJob(JobKind::load, [this, inputs, journalURL](const CancellationToken& cancellation,
-                                                       const MainThreadPost& post) {
-        PlanResult result = makePlan(inputs, cancellation);
-        const bool hasRun = OrganizeJournal(journalURL).lastRun().has_value();
-        post([this, result = std::move(result), hasRun] {
-            entries_ = result.entries;
-            orphans_ = result.orphans;
-            processes_ = result.processes;
-            shell_ = result.shell;
-            setCanUndo(hasRun);
-            emit planChanged();
-            finishLoading();
-        });
-    });
+    startJob(JobKind::load,
+             [this, inputs, journalURL, executor = executor(), recovers = recoversCutShortMoves_](
+                 const CancellationToken& cancellation, const MainThreadPost& post) {
+                 // A move cut short by the end of a program is taken back before anything is
+                 // planned.
+                 OrganizeExecutor::UndoOutcome recovered;
+                 recovered.nothingToUndo = true;
+                 if (recovers)
+                     recovered = executor.recoverInterrupted();
+                 PlanResult result = makePlan(inputs, cancellation);
+                 const bool hasRun = OrganizeJournal(journalURL).lastRun().has_value();
+                 post([this, result = std::move(result), hasRun, recovered = std::move(recovered)] {
+                     if (!recovered.nothingToUndo)
+                         reportRecovery(recovered);
+                     entries_ = result.entries;
+                     orphans_ = result.orphans;
+                     processes_ = result.processes;
+                     shell_ = result.shell;
+                     setCanUndo(hasRun);
+                     emit planChanged();
+                     finishLoading();
+                 });
+             });
 }
 
 OrganizeExecutor OrganizeModel::executor() const {
@@ -299,6 +308,17 @@ void OrganizeModel::undoLast() {
             finishAction(failures);
         });
     });
+}
+
+void OrganizeModel::reportRecovery(const OrganizeExecutor::UndoOutcome& recovered) {
+    if (!recovered.restored.isEmpty())
+        toasts().post(QStringLiteral("Put back %1 whose move was cut short")
+                          .arg(projectsWord(recovered.restored.size())));
+    QList<MoveFailure> failures = recovered.failures;
+    if (recovered.journalError)
+        failures.append({services_.journalURL, *recovered.journalError});
+    if (!failures.isEmpty())
+        setFailures(itemFailures(failures));
 }
 
 void OrganizeModel::finishAction(const QList<MoveFailure>& failures) {
