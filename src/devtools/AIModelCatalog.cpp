@@ -450,6 +450,9 @@ std::optional<QString> ollamaPath() {
 
 namespace {
 
+// Put before a model's name, which comes from a folder name and may be anything.
+const QString endOfOptions = QStringLiteral("--");
+
 ProcessResult runOllama(const QStringList& arguments, double timeout, const ProcessRunner& runner,
                         const CancellationToken& cancellation) {
     const std::optional<QString> tool = ollamaPath();
@@ -479,8 +482,9 @@ std::optional<QString> ollamaServerStore(const QString& name, const ProcessRunne
                                          const CancellationToken& cancellation) {
     ProcessResult result;
     try {
-        result = runOllama({QStringLiteral("show"), QStringLiteral("--modelfile"), name},
-                           queryTimeout, runner, cancellation);
+        result =
+            runOllama({QStringLiteral("show"), QStringLiteral("--modelfile"), endOfOptions, name},
+                      queryTimeout, runner, cancellation);
     } catch (const ProcessRunnerError& error) {
         throw OllamaError::failed(error.description());
     }
@@ -504,7 +508,8 @@ void removeOllamaModel(const QString& name, const ProcessRunner& runner,
                        const CancellationToken& cancellation) {
     ProcessResult result;
     try {
-        result = runOllama({QStringLiteral("rm"), name}, removalTimeout, runner, cancellation);
+        result = runOllama({QStringLiteral("rm"), endOfOptions, name}, removalTimeout, runner,
+                           cancellation);
     } catch (const ProcessRunnerError& error) {
         throw OllamaError::failed(error.description());
     }
