@@ -25,8 +25,10 @@ std::vector<QByteArray> mergedEnvironment(const QHash<QString, QString>& overrid
         if (!overrides.contains(name))
             entries.push_back(text);
     }
-    for (auto it = overrides.cbegin(); it != overrides.cend(); ++it)
-        entries.push_back(it.key().toLocal8Bit() + '=' + it.value().toLocal8Bit());
+    for (auto it = overrides.cbegin(); it != overrides.cend(); ++it) {
+        if (!it.value().isNull())
+            entries.push_back(it.key().toLocal8Bit() + '=' + it.value().toLocal8Bit());
+    }
     return entries;
 }
 
@@ -95,7 +97,9 @@ pid_t spawnChild(const QString& executable, const QStringList& arguments,
     sigemptyset(&emptyMask);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setsigmask(&attributes, &emptyMask);
-    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+    // A group of its own, so that stopping the child also stops whatever it started.
+    posix_spawnattr_setpgroup(&attributes, 0);
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP;
 #ifdef POSIX_SPAWN_CLOEXEC_DEFAULT
     flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
 #endif

@@ -97,6 +97,7 @@ void Stages::start(const std::vector<PipelineStage>& stages,
             pids_[index] = detail::spawnChild(
                 stages[index].executable, stages[index].arguments, environment, previous.get(),
                 last ? output_.write.get() : link.write.get(), errors_[index].write.get());
+            detail::LiveGroups::instance().add(pids_[index]);
         } catch (const ProcessRunnerError&) {
             signalRunning(SIGKILL);
             wait();
@@ -167,6 +168,9 @@ void Stages::reapExited() {
             statuses_[index] = status;
         else if (result < 0)
             statuses_[index] = 255 << 8; // reaped by someone else: never a success
+        // Forgotten once reaped: its id may be given to another process.
+        if (statuses_[index])
+            detail::LiveGroups::instance().remove(pids_[index]);
     }
 }
 
@@ -214,7 +218,7 @@ void Stages::terminateWhenDue() {
 void Stages::signalRunning(int signal) {
     for (size_t index = 0; index < count_; ++index)
         if (pids_[index] > 0 && !statuses_[index])
-            ::kill(pids_[index], signal);
+            ::kill(-pids_[index], signal); // each stage leads a group of its own
 }
 
 } // namespace
