@@ -166,17 +166,19 @@ void FolderMover::giveBack(const ClaudeFolderMove& earlier) {
 void FolderMover::saveLedger() const {
     if (!context_.writes() || (filled_.isEmpty() && emptied_.isEmpty()))
         return;
-    const QString problem =
+    const OwnFile::Outcome saved =
         context_.locations.claudeFolderLedger.update([this](QMap<QString, QString>& mapping) {
             for (const QString& name : emptied_)
                 mapping.remove(name);
             for (auto entry = filled_.begin(); entry != filled_.end(); ++entry)
                 mapping.insert(entry.key(), entry.value());
         });
-    if (!problem.isEmpty())
+    if (!saved.error.isEmpty())
         context_.warn(QStringLiteral("Claude Code history: the new places of the moved folders "
                                      "could not be written down (%1).")
-                          .arg(problem));
+                          .arg(saved.error));
+    if (!saved.notice.isEmpty())
+        context_.warn(QStringLiteral("Claude Code history: ") + saved.notice);
 }
 
 QStringList historyFolders(const QString& root) {

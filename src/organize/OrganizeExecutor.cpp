@@ -40,13 +40,18 @@ QStringList sourceParents(const OrganizeRun& run) {
 
 using Outcome = OrganizeExecutor::Outcome;
 
-void record(const OrganizeJournal& journal, Outcome& outcome) {
-    const QString error = journal.save(outcome.run);
-    // Each save writes the whole run, so only the latest one decides what the journal holds.
-    if (error.isEmpty())
-        outcome.journalError.reset();
+// Each save writes the whole run, so only the latest one decides whether the journal holds it;
+// word that an unreadable journal was kept aside stays until a save fails.
+void record(const OrganizeJournal& journal, Outcome& outcome, QString& notice) {
+    const OwnFile::Outcome saved = journal.save(outcome.run);
+    if (!saved.notice.isEmpty())
+        notice = saved.notice;
+    if (!saved.error.isEmpty())
+        outcome.journalError = saved.error;
+    else if (!notice.isEmpty())
+        outcome.journalError = notice;
     else
-        outcome.journalError = error;
+        outcome.journalError.reset();
 }
 
 // A run of one move or relink, journaled like any other.
@@ -61,7 +66,8 @@ Outcome single(const OrganizeJournal& journal, const QString& source,
         return outcome;
     }
     outcome.run.date = QDateTime::currentDateTimeUtc();
-    record(journal, outcome);
+    QString notice;
+    record(journal, outcome, notice);
     return outcome;
 }
 
@@ -91,6 +97,7 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
     const QList<OrganizeEntry> ready = readyEntries(plan);
     Outcome outcome;
     outcome.run = newRun();
+    QString notice;
     const int count = static_cast<int>(ready.size());
     for (int index = 0; index < count; ++index) {
         const QString source = ready[index].candidate.path;
@@ -109,13 +116,13 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
             continue;
         }
         // Written after every move: whatever ends the run, the journal undoes what moved.
-        record(journal, outcome);
+        record(journal, outcome, notice);
     }
     if (outcome.run.moves.isEmpty())
         return outcome;
     trashEmptyParents(*this, outcome);
     outcome.run.date = QDateTime::currentDateTimeUtc();
-    record(journal, outcome);
+    record(journal, outcome, notice);
     return outcome;
 }
 
@@ -156,9 +163,9 @@ OrganizeExecutor::UndoOutcome OrganizeExecutor::undoLast() const {
         remaining->trashedEmptyFolders.removeIf(
             [&](const QString& folder) { return !parents.contains(folder); });
     }
-    const QString error = journal.remove(last->id, remaining);
-    if (!error.isEmpty())
-        outcome.journalError = error;
+    const OwnFile::Outcome saved = journal.remove(last->id, remaining);
+    if (!saved.error.isEmpty() || !saved.notice.isEmpty())
+        outcome.journalError = saved.error.isEmpty() ? saved.notice : saved.error;
     return outcome;
 }
 

@@ -169,13 +169,15 @@ void OrganizeModel::startLoading() {
     startJob(JobKind::load, [this, inputs, journalURL](const CancellationToken& cancellation,
                                                        const MainThreadPost& post) {
         PlanResult result = makePlan(inputs, cancellation);
-        const bool hasRun = OrganizeJournal(journalURL).lastRun().has_value();
-        post([this, result = std::move(result), hasRun] {
+        const OrganizeJournal::Contents journal = OrganizeJournal(journalURL).read();
+        post([this, result = std::move(result), hasRun = !journal.runs.isEmpty(),
+              problem = journal.problem] {
             entries_ = result.entries;
             orphans_ = result.orphans;
             processes_ = result.processes;
             shell_ = result.shell;
             setCanUndo(hasRun);
+            journalProblem_ = problem;
             emit planChanged();
             finishLoading();
         });

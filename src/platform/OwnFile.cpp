@@ -174,14 +174,17 @@ QString OwnFile::describe(const Read& read) const {
         .arg(title_, path_, recordsCount(read.unknown.size()));
 }
 
+std::optional<QString> OwnFile::problemOf(const Read& read) const {
+    if (read.state == State::unreadable)
+        return describe(read) + QStringLiteral(" It is left as it is.");
+    if (read.state == State::partlyReadable)
+        return describe(read);
+    return std::nullopt;
+}
+
 OwnFile::Contents OwnFile::load() const {
     Read read = readNow();
-    Contents contents{read.state, std::move(read.records), std::nullopt};
-    if (read.state == State::unreadable)
-        contents.problem = describe(read) + QStringLiteral(" It is left as it is.");
-    else if (read.state == State::partlyReadable)
-        contents.problem = describe(read);
-    return contents;
+    return {read.state, std::move(read.records), problemOf(read)};
 }
 
 // Keeps the bytes beside the file under a dated name no earlier copy has, unless a copy holds
@@ -222,8 +225,7 @@ OwnFile::Outcome OwnFile::update(const Change& change, WhenUnreadable whenUnread
     // Read again under the lock: another process may have changed the file meanwhile.
     const Read read = readNow();
     if (read.state == State::unreadable && whenUnreadable == WhenUnreadable::refuse)
-        return {describe(read) + QStringLiteral(" Fix or remove it; until then it cannot change."),
-                {}};
+        return {*problemOf(read), {}};
     QList<QJsonValue> records = read.records;
     change(records);
     if (records == read.records)

@@ -86,6 +86,7 @@ private:
     };
     Aside setAside(const Read& read) const;
     QString describe(const Read& read) const;
+    std::optional<QString> problemOf(const Read& read) const;
 
     QString path_;
     QString title_;
