@@ -1,56 +1,13 @@
 #include "platform/TrashService.h"
 
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <vector>
 
 namespace corvane {
 namespace {
-
-// The system's own limit on links followed while resolving one path; a loop stops here.
-constexpr int maxLinkHops = 40;
-
-std::optional<QString> linkTarget(const QString& path) {
-    const QByteArray encoded = QFile::encodeName(path);
-    struct stat info {};
-    if (::lstat(encoded.constData(), &info) != 0 || !S_ISLNK(info.st_mode))
-        return std::nullopt;
-    std::vector<char> buffer(static_cast<size_t>(info.st_size > 0 ? info.st_size : 255) + 1);
-    const ssize_t length = ::readlink(encoded.constData(), buffer.data(), buffer.size());
-    if (length < 0 || static_cast<size_t>(length) >= buffer.size())
-        return std::nullopt;
-    return QFile::decodeName(QByteArray(buffer.data(), length));
-}
-
-// Walks the components from the left, so ".." after a link leaves the link's target, as the
-// kernel does, rather than cancelling the link's name on paper.
-QString resolved(const QString& absolutePath, int& hops) {
-    QString result = QStringLiteral("/");
-    for (const QString& part : absolutePath.split(u'/', Qt::SkipEmptyParts)) {
-        if (part == u".")
-            continue;
-        if (part == u"..") {
-            result = Paths::parentPath(result);
-            continue;
-        }
-        const QString next = Paths::joined(result, part);
-        const std::optional<QString> target =
-            hops < maxLinkHops ? linkTarget(next) : std::optional<QString>();
-        if (!target) {
-            result = next;
-            continue;
-        }
-        ++hops;
-        result =
-            resolved(target->startsWith(u'/') ? *target : Paths::joined(result, *target), hops);
-    }
-    return result;
-}
 
 bool isInside(const QString& canonicalItem, const QString& canonicalRoot) {
     // No allowed area means nothing is allowed (an empty root must not become the current folder).
@@ -78,8 +35,7 @@ void TrashOutcome::append(const TrashOutcome& other) {
 }
 
 QString TrashService::canonicalPath(const QString& path) {
-    int hops = 0;
-    return resolved(QDir::current().absoluteFilePath(path), hops);
+    return PathIdentity::resolved(path);
 }
 
 std::optional<QString> TrashService::refusal(const QString& url, const QString& root) {
