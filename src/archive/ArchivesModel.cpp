@@ -231,6 +231,7 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
                 if (*relink)
                     stored.relink = RelinkReportJson::toObject(**relink);
             }));
+            emit recordsChanged();
             toasts().post(restoredToast(record, event.text, relink->has_value()));
             emit filesystemChanged();
             return;
@@ -242,10 +243,15 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
 void ArchivesModel::append(const ArchiveRecord& record) {
     // Added to the catalog as it is stored now: what another window or the command line archived
     // meanwhile stays.
-    report(services_.catalog.append(record));
+    const OwnFile::Outcome outcome = services_.catalog.append(record);
+    report(outcome);
+    // An archive that could not be recorded is still shown for this session.
+    if (!outcome.error.isEmpty())
+        records_.append(record);
+    emit recordsChanged();
 }
 
-// Shows the catalog as stored after a change, with what the change could not do.
+// Takes the catalog as stored after a change, with what the change could not do.
 void ArchivesModel::report(const OwnFile::Outcome& outcome) {
     const ArchiveCatalog::Contents contents = services_.catalog.read();
     records_ = contents.records;
@@ -254,7 +260,6 @@ void ArchivesModel::report(const OwnFile::Outcome& outcome) {
         errorMessage_ = QStringLiteral("Could not save the archive list: ") + outcome.error;
     else if (!outcome.notice.isEmpty())
         errorMessage_ = outcome.notice;
-    emit recordsChanged();
 }
 
 void ArchivesModel::cancel() {

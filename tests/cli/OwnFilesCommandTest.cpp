@@ -72,15 +72,10 @@ TEST(OwnFilesCommand, AddingADestinationKeepsAnUnreadableListAsideAndSaysSo) {
 TEST(OwnFilesCommand, ANameThatIsNotUtf8IsSaidToBeSoNotMissing) {
     const QString parent = test::makeTempDir(s("names"));
     // The shell makes the folder and passes its name as raw bytes: "caf" then Latin-1 "é".
+    const QString script =
+        s(R"sh(name="$1/$(printf 'caf\351')"; mkdir "$name" && exec "$0" keep "$name")sh");
     const ProcessResult result = ProcessRunner::system().run(
-        s("/bin/sh"),
-        {
-            s("-c"),
-                s(R"(name="$1/$(printf 'caf\351')"; mkdir "$name" && exec "$0" keep "$name") "),
-                s(CORVANE_EXECUTABLE),
-                parent
-        },
-        {}, {}, 60);
+        s("/bin/sh"), {s("-c"), script, s(CORVANE_EXECUTABLE), parent}, {}, {}, 60);
     EXPECT_EQ(result.exitCode, exitRefusedOrBadArguments);
     EXPECT_TRUE(result.standardError.contains("caf\\xE9 is not valid UTF-8"))
         << result.standardError.constData();
