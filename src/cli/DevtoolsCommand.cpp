@@ -41,8 +41,10 @@ void defineDockerCommand(CLI::App& command, int& status) {
     auto remove = std::make_shared<RemoveOptions>();
     CLI::App* removeCommand = command.add_subcommand(
         "remove", "Remove containers, images and volumes for good (they skip the Trash)");
-    removeCommand->add_option("--container", remove->containers, "A container id");
-    removeCommand->add_option("--image", remove->images, "An image id");
+    removeCommand->add_option("--container", remove->containers,
+                              "A container's name, id or unique id prefix");
+    removeCommand->add_option("--image", remove->images,
+                              "An image's name:tag, its 12-character id or a unique id prefix");
     removeCommand->add_option("--volume", remove->volumes, "A volume name");
     addChangeFlags(*removeCommand, remove->flags);
     removeCommand->callback([remove, &status] {

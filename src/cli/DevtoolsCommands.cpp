@@ -3,6 +3,7 @@
 #include "cli/Command.h"
 #include "cli/JsonOutput.h"
 #include "cli/SessionDriver.h"
+#include "devtools/DockerLookup.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
 
@@ -59,6 +60,7 @@ QJsonObject dockerJson(const DockerModel& model) {
     for (const DockerImage& image : snapshot.images)
         images.append(QJsonObject{
             {QStringLiteral("id"), image.id},
+            {QStringLiteral("shortId"), image.shortID()},
             {QStringLiteral("displayName"), image.displayName()},
             {QStringLiteral("repository"), image.repository},
             {QStringLiteral("tag"), image.tag},
@@ -128,7 +130,7 @@ void printDocker(const DockerModel& model, QTextStream& out) {
     };
     out << "\nImages\n";
     for (const DockerImage& image : snapshot.images) {
-        out << "  " << image.displayName().leftJustified(40) << ' '
+        out << "  " << image.shortID() << "  " << image.displayName().leftJustified(40) << ' '
             << formatBytes(image.sizeBytes).rightJustified(10) << "  frees "
             << formatBytes(image.uniqueBytes) << "  " << image.containerCount << " containers  "
             << (image.createdAt ? image.createdAt->toUTC().toString(Qt::ISODate)
@@ -138,8 +140,9 @@ void printDocker(const DockerModel& model, QTextStream& out) {
     }
     out << "\nContainers\n";
     for (const DockerContainer& container : snapshot.containers) {
-        out << "  " << container.name.leftJustified(30) << ' ' << container.image << "  "
-            << container.state << "  " << formatBytes(container.sizeBytes);
+        out << "  " << container.id.left(12) << "  " << container.name.leftJustified(30) << ' '
+            << container.image << "  " << container.state << "  "
+            << formatBytes(container.sizeBytes);
         if (container.composeProject)
             out << "  (compose " << *container.composeProject << ')';
         out << '\n';
@@ -283,13 +286,25 @@ int runDockerRemove(const DockerRemoveRequest& request, Console& console, Docker
     int status = exitOk;
     if (!isRunning(model, console, status))
         return status;
+    // Items are named as the listing shows them; each must name exactly one.
     QStringList keys;
-    for (const QString& id : request.containers)
-        keys.append(DockerModel::containerKey(id));
-    for (const QString& id : request.images)
-        keys.append(DockerModel::imageKey(id));
-    for (const QString& name : request.volumes)
-        keys.append(DockerModel::volumeKey(name));
+    const DockerSnapshot& snapshot = *model.snapshot();
+    const auto resolve = [&](const QStringList& names, auto lookup,
+                             QString (*key)(const QString&)) {
+        for (const QString& name : names) {
+            const DockerMatch match = lookup(snapshot, name);
+            if (!match.id) {
+                console.err << match.problem << '\n';
+                return false;
+            }
+            keys.append(key(*match.id));
+        }
+        return true;
+    };
+    if (!resolve(request.containers, DockerLookup::container, DockerModel::containerKey) ||
+        !resolve(request.images, DockerLookup::image, DockerModel::imageKey) ||
+        !resolve(request.volumes, DockerLookup::volume, DockerModel::volumeKey))
+        return exitRefusedOrBadArguments;
     if (keys.isEmpty()) {
         console.err << "Name what to remove with --container, --image or --volume.\n";
         return exitRefusedOrBadArguments;
@@ -299,8 +314,7 @@ int runDockerRemove(const DockerRemoveRequest& request, Console& console, Docker
         model.setSelected(key, true);
         if (!model.selectedIDs().contains(key)) {
             console.err << "Cannot remove " << key.section(u':', 1)
-                        << ": it is not listed, or Docker would refuse it (`corvane docker` says "
-                           "why).\n";
+                        << ": Docker would refuse it (`corvane docker` says why).\n";
             return exitRefusedOrBadArguments;
         }
     }
@@ -372,25 +386,29 @@ int runDeleteRuntimes(const QStringList& ids, const ChangeFlags& flags, Console&
         model, [&model] { model.deleteSelected(); }, [&model] { return model.isRemoving(); });
     const std::optional<RuntimeRemover::Result>& result = model.lastResult();
     if (flags.json) {
-        QJsonObject failed;
-        if (result) {
-            for (auto entry = result->failed.begin(); entry != result->failed.end(); ++entry)
-                failed.insert(entry.key(), entry.value());
-        }
-        printJson(console,
-                  {{QStringLiteral("removed"),
-                    QJsonArray::fromStringList(result ? result->removed : QStringList())},
-                   {QStringLiteral("stillRemoving"),
-                    QJsonArray::fromStringList(result ? result->stillRemoving : QStringList())},
-                   {QStringLiteral("failed"), failed},
-                   {QStringLiteral("message"), model.lastMessage()}});
+        const RuntimeRemover::Result none;
+        const RuntimeRemover::Result& shown = result ? *result : none;
+        const auto object = [](const QMap<QString, QString>& map) {
+            QJsonObject json;
+            for (auto entry = map.begin(); entry != map.end(); ++entry)
+                json.insert(entry.key(), entry.value());
+            return json;
+        };
+        printJson(
+            console,
+            {{QStringLiteral("removed"), QJsonArray::fromStringList(shown.removed)},
+             {QStringLiteral("stillRemoving"), QJsonArray::fromStringList(shown.stillRemoving)},
+             {QStringLiteral("failed"), object(shown.failed)},
+             {QStringLiteral("deletedDevices"), QJsonArray::fromStringList(shown.deletedDevices)},
+             {QStringLiteral("failedDevices"), object(shown.failedDevices)},
+             {QStringLiteral("message"), model.lastMessage()}});
     } else {
         console.out << model.lastMessage() << '\n';
         for (const ItemFailure& failure : model.failures())
             console.out << "  " << failure.name << ": " << failure.message << '\n';
         console.out << Qt::flush;
     }
-    return result && !result->failed.isEmpty() ? exitSomeFailed : exitOk;
+    return model.failures().isEmpty() ? exitOk : exitSomeFailed;
 }
 
 int runEraseDevice(const QString& udid, const ChangeFlags& flags, Console& console,

@@ -69,7 +69,7 @@ void printOverview(const OverviewModel& overview, QTextStream& out) {
             << (bytes ? formatBytes(*bytes).rightJustified(10) : area.note())
             << (detail.isEmpty() ? QString() : QStringLiteral("  (") + detail + u')') << '\n';
     }
-    out << QStringLiteral("Can be given back").leftJustified(20) << ' '
+    out << QStringLiteral("Could give back").leftJustified(20) << ' '
         << formatBytes(overview.totalBytes()).rightJustified(10) << '\n';
     if (overview.trashBytes())
         out << QStringLiteral("In the Trash").leftJustified(20) << ' '

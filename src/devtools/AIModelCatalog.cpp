@@ -4,6 +4,7 @@
 #include "platform/CheckedSum.h"
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
+#include "platform/PathIdentity.h"
 #include "platform/SizeCalculator.h"
 #include "platform/TrashService.h"
 
@@ -174,16 +175,59 @@ Stores locateStores(const QString& home) {
 
 std::optional<QString> formatOf(const QStringList& fileNames, const QString& folderName) {
     bool safetensors = false;
+    bool mlx = false;
     for (const QString& name : fileNames) {
         const QString suffix = QFileInfo(name).suffix().toLower();
         if (suffix == QStringLiteral("gguf"))
             return QStringLiteral("GGUF");
         safetensors = safetensors || suffix == QStringLiteral("safetensors");
+        mlx = mlx || suffix == QStringLiteral("mlx");
     }
-    if (!safetensors)
-        return std::nullopt;
-    return folderName.toLower().contains(QStringLiteral("mlx")) ? QStringLiteral("MLX")
-                                                                : QStringLiteral("safetensors");
+    if (mlx || (safetensors && folderName.toLower().contains(QStringLiteral("mlx"))))
+        return QStringLiteral("MLX");
+    return safetensors ? std::optional(QStringLiteral("safetensors")) : std::nullopt;
+}
+
+bool holdsWeights(const QStringList& fileNames) {
+    return std::any_of(fileNames.cbegin(), fileNames.cend(), [](const QString& name) {
+        const QString suffix = QFileInfo(name).suffix().toLower();
+        return suffix == QStringLiteral("gguf") || suffix == QStringLiteral("safetensors") ||
+               suffix == QStringLiteral("mlx");
+    });
+}
+
+QString ollamaStoreOf(const AIModel& model) {
+    return QFileInfo(model.url).absolutePath().section(QStringLiteral("/manifests/"), 0, 0);
+}
+
+qint64 freedBy(const QList<AIModel>& chosen, const QList<AIModel>& listed) {
+    QSet<QString> chosenIDs;
+    for (const AIModel& model : chosen)
+        chosenIDs.insert(model.id);
+    // Per store, the data files some model that stays still refers to.
+    QHash<QString, QSet<QString>> keptFiles;
+    for (const AIModel& model : listed) {
+        if (model.source == AIModelSource::ollama && !chosenIDs.contains(model.id)) {
+            for (auto file = model.dataFiles.cbegin(); file != model.dataFiles.cend(); ++file)
+                keptFiles[ollamaStoreOf(model)].insert(file.key());
+        }
+    }
+    qint64 total = 0;
+    QHash<QString, QSet<QString>> counted;
+    for (const AIModel& model : chosen) {
+        if (model.source != AIModelSource::ollama) {
+            total = checkedSum(total, model.freesBytes);
+            continue;
+        }
+        const QString store = ollamaStoreOf(model);
+        for (auto file = model.dataFiles.cbegin(); file != model.dataFiles.cend(); ++file) {
+            if (keptFiles[store].contains(file.key()) || counted[store].contains(file.key()))
+                continue;
+            counted[store].insert(file.key());
+            total = checkedSum(total, file.value());
+        }
+    }
+    return total;
 }
 
 QString ollamaDisplayName(const QString& host, const QString& nameSpace, const QString& model,
@@ -210,7 +254,8 @@ QList<AIModel> listLMStudio(const QString& modelsFolder, const CancellationToken
                 continue;
             QDateTime newest;
             const QStringList files = fileNamesUnder(folder, &newest);
-            if (files.isEmpty())
+            // A folder of notes or of half a download is no model LM Studio could load.
+            if (!holdsWeights(files))
                 continue;
             AIModel model;
             model.source = AIModelSource::lmStudio;
@@ -291,6 +336,7 @@ QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& can
                 continue;
             }
             model.sizeBytes = checkedSum(model.sizeBytes, *size);
+            model.dataFiles.insert(digest, *size);
             if (references.value(digest) == 1)
                 model.freesBytes = checkedSum(model.freesBytes, *size);
         }
@@ -356,8 +402,7 @@ QStringList filesInUse(const AIModel& model) {
     if (model.source != AIModelSource::ollama)
         return {model.url};
     // A loaded Ollama model is held through its blobs, not its manifest.
-    const QString store =
-        QFileInfo(model.url).absolutePath().section(QStringLiteral("/manifests/"), 0, 0);
+    const QString store = ollamaStoreOf(model);
     QStringList files;
     if (const auto digests = manifestDigests(model.url)) {
         for (const QString& digest : *digests) {
@@ -429,6 +474,31 @@ bool isOllamaRunning(const ProcessRunner& runner, const CancellationToken& cance
     }
 }
 
+std::optional<QString> ollamaServerStore(const QString& name, const ProcessRunner& runner,
+                                         const CancellationToken& cancellation) {
+    ProcessResult result;
+    try {
+        result = runOllama({QStringLiteral("show"), QStringLiteral("--modelfile"), name},
+                           queryTimeout, runner, cancellation);
+    } catch (const ProcessRunnerError& error) {
+        throw OllamaError::failed(error.description());
+    }
+    if (result.exitCode != 0)
+        return std::nullopt;
+    // "FROM /…/models/blobs/sha256-…": the server's own path of the model's weights.
+    for (const QString& line : QString::fromUtf8(result.standardOutput).split(u'\n')) {
+        const QString trimmed = line.trimmed();
+        if (!trimmed.startsWith(QStringLiteral("FROM ")))
+            continue;
+        const QString path = trimmed.mid(5).trimmed();
+        const QString blobs = QFileInfo(path).absolutePath();
+        if (QDir::isAbsolutePath(path) && QFileInfo(blobs).fileName() == QStringLiteral("blobs"))
+            return QFileInfo(blobs).absolutePath();
+    }
+    throw OllamaError::failed(
+        QStringLiteral("Could not tell which folder the running Ollama server keeps it in."));
+}
+
 void removeOllamaModel(const QString& name, const ProcessRunner& runner,
                        const CancellationToken& cancellation) {
     ProcessResult result;
@@ -444,72 +514,124 @@ void removeOllamaModel(const QString& name, const ProcessRunner& runner,
     }
 }
 
+namespace {
+
+// Why `ollama rm` must not run for `model`: the server is down, or it would remove a model of
+// the same name from another store than the one listed.
+std::optional<QString> ollamaRefusal(const AIModel& model,
+                                     std::optional<std::optional<QString>>& serverBlocked,
+                                     const ProcessRunner& runner,
+                                     const CancellationToken& cancellation) {
+    if (model.isReadOnly)
+        return readOnlyMessage;
+    // Asked once per batch: the server does not come up between two models.
+    if (!serverBlocked) {
+        try {
+            serverBlocked = isOllamaRunning(runner, cancellation)
+                                ? std::nullopt
+                                : std::optional<QString>(notRunningMessage);
+        } catch (const OllamaError& error) {
+            serverBlocked = std::optional<QString>(error.message());
+        }
+    }
+    if (*serverBlocked)
+        return **serverBlocked;
+    try {
+        const std::optional<QString> serverStore =
+            ollamaServerStore(model.name, runner, cancellation);
+        if (!serverStore || !PathIdentity::same(*serverStore, ollamaStoreOf(model)))
+            return QStringLiteral("The running Ollama server keeps its models in another folder "
+                                  "than ") +
+                   ollamaStoreOf(model) +
+                   QStringLiteral("; removing it there could take another model of this name.");
+    } catch (const OllamaError& error) {
+        return error.message();
+    }
+    return std::nullopt;
+}
+
+// Why an app stops `model` from going, or nothing.
+std::optional<QString> openRefusal(const AIModel& model, const ProcessRunner& runner,
+                                   const CancellationToken& cancellation) {
+    const OpenFileGuard::Holders holders =
+        OpenFileGuard::holders(filesInUse(model), runner, cancellation);
+    if (holders.error)
+        return QStringLiteral("Could not check whether an app has it open: ") + *holders.error;
+    if (!holders.processNames.isEmpty())
+        return holders.processNames.join(QStringLiteral(", ")) +
+               QStringLiteral(" has it open. Quit or unload it first.");
+    return std::nullopt;
+}
+
+// Every Ollama model of the stores, for what removing some of them frees.
+QList<AIModel> ollamaListing(const Stores& stores, const CancellationToken& cancellation) {
+    QList<AIModel> models;
+    for (const OllamaStore& store : stores.ollama)
+        models += listOllama(store, cancellation);
+    return models;
+}
+
+// Removes one model that passed every check: Ollama's by ollama, the others to the Trash.
+std::optional<QString> carryOut(const AIModel& model, const Stores& stores,
+                                const ProcessRunner& runner,
+                                const CancellationToken& cancellation) {
+    if (model.source == AIModelSource::ollama) {
+        try {
+            removeOllamaModel(model.name, runner, cancellation);
+        } catch (const OllamaError& error) {
+            return error.message();
+        }
+        return std::nullopt;
+    }
+    const TrashOutcome outcome = TrashService::trash({model.url}, storeOf(model, stores));
+    if (outcome.failures.isEmpty())
+        return std::nullopt;
+    return outcome.failures.front().message == TrashService::goneMessage
+               ? model.name + QStringLiteral(": its folder could not be found.")
+               : model.name + QStringLiteral(" could not be moved to the Trash");
+}
+
+} // namespace
+
 RemovalResult remove(const QList<AIModel>& models, const Stores& stores,
-                     const ProcessRunner& runner, const CancellationToken& cancellation) {
+                     const ProcessRunner& runner, const CancellationToken& cancellation,
+                     bool dryRun) {
     RemovalResult result;
+    const QList<AIModel> listed = ollamaListing(stores, cancellation) + models;
+    QList<AIModel> removed;
     std::optional<std::optional<QString>> ollamaBlocked;
     for (const AIModel& model : models) {
         if (cancellation.isCancelled())
             break;
         auto fail = [&](const QString& message) { result.failures.append({model.id, message}); };
         const bool isOllama = model.source == AIModelSource::ollama;
-        if (isOllama) {
-            if (model.isReadOnly) {
-                fail(readOnlyMessage);
-                continue;
-            }
-            // Asked once per batch: the server does not come up between two models.
-            if (!ollamaBlocked) {
-                try {
-                    ollamaBlocked = isOllamaRunning(runner, cancellation)
-                                        ? std::nullopt
-                                        : std::optional<QString>(notRunningMessage);
-                } catch (const OllamaError& error) {
-                    ollamaBlocked = std::optional<QString>(error.message());
-                }
-            }
-            if (*ollamaBlocked) {
-                fail(**ollamaBlocked);
-                continue;
-            }
-        } else if (!QFileInfo::exists(model.url)) {
-            fail(model.name + QStringLiteral(": its folder could not be found."));
+        std::optional<QString> refusal;
+        if (isOllama)
+            refusal = ollamaRefusal(model, ollamaBlocked, runner, cancellation);
+        else if (!QFileInfo::exists(model.url))
+            refusal = model.name + QStringLiteral(": its folder could not be found.");
+        if (!refusal)
+            refusal = openRefusal(model, runner, cancellation);
+        if (refusal) {
+            fail(*refusal);
             continue;
         }
 
-        const OpenFileGuard::Holders holders =
-            OpenFileGuard::holders(filesInUse(model), runner, cancellation);
-        if (holders.error) {
-            fail(QStringLiteral("Could not check whether an app has it open: ") + *holders.error);
-            continue;
-        }
-        if (!holders.processNames.isEmpty()) {
-            fail(holders.processNames.join(QStringLiteral(", ")) +
-                 QStringLiteral(" has it open. Quit or unload it first."));
-            continue;
-        }
-
-        if (isOllama) {
-            try {
-                removeOllamaModel(model.name, runner, cancellation);
-            } catch (const OllamaError& error) {
-                fail(error.message());
+        if (!dryRun) {
+            if (const std::optional<QString> failure =
+                    carryOut(model, stores, runner, cancellation)) {
+                fail(*failure);
                 continue;
             }
-        } else {
-            const TrashOutcome outcome = TrashService::trash({model.url}, storeOf(model, stores));
-            if (!outcome.failures.isEmpty()) {
-                fail(outcome.failures.front().message == TrashService::goneMessage
-                         ? model.name + QStringLiteral(": its folder could not be found.")
-                         : model.name + QStringLiteral(" could not be moved to the Trash"));
-                continue;
-            }
+        }
+        if (!isOllama) {
             ++result.trashedCount;
             result.trashedBytes = checkedSum(result.trashedBytes, model.freesBytes);
         }
         result.removed.append(model.id);
-        result.freedBytes = checkedSum(result.freedBytes, model.freesBytes);
+        removed.append(model);
     }
+    result.freedBytes = freedBy(removed, listed);
     return result;
 }
 

@@ -70,9 +70,17 @@ QString ollamaModelsFolder(const QString& home);
 QString huggingFaceHubFolder(const QString& home);
 Stores locateStores(const QString& home);
 
-// "GGUF" when any file is a gguf; else, with safetensors, "MLX" when the folder's name says
-// mlx, otherwise "safetensors".
+// "GGUF" when any file is a gguf; else "MLX" for ".mlx" weights, or for safetensors when the
+// folder's name says mlx; otherwise "safetensors" with safetensors, and nothing without weights.
 std::optional<QString> formatOf(const QStringList& fileNames, const QString& folderName);
+// Whether the files hold model weights (".gguf", ".safetensors", ".mlx"); a folder without any
+// is no model, whatever else it holds.
+bool holdsWeights(const QStringList& fileNames);
+// What removing `chosen` together gives back: each data file once, and an Ollama data file only
+// when no model outside `chosen` in its store refers to it. `listed` is every model known.
+qint64 freedBy(const QList<AIModel>& chosen, const QList<AIModel>& listed);
+// The folder of the Ollama store an Ollama model's manifest lies in.
+QString ollamaStoreOf(const AIModel& model);
 // The name Ollama shows: "llama3.2:latest", "someuser/custom:latest",
 // "hf.co/bartowski/Model-GGUF:Q4_K_M".
 QString ollamaDisplayName(const QString& host, const QString& nameSpace, const QString& model,
@@ -95,6 +103,12 @@ std::optional<QString> ollamaPath();
 // Whether the Ollama server answers. Throws notInstalled.
 bool isOllamaRunning(const ProcessRunner& runner = ProcessRunner::system(),
                      const CancellationToken& cancellation = {});
+// The store the running Ollama server keeps `name` in, read from the data file its modelfile
+// names; nothing when the server has no model of that name. Throws notInstalled, or failed
+// when the answer names no data file.
+std::optional<QString> ollamaServerStore(const QString& name,
+                                         const ProcessRunner& runner = ProcessRunner::system(),
+                                         const CancellationToken& cancellation = {});
 // `ollama rm name`. Throws notInstalled, or failed with "ollama exited with N".
 void removeOllamaModel(const QString& name, const ProcessRunner& runner = ProcessRunner::system(),
                        const CancellationToken& cancellation = {});
@@ -110,10 +124,12 @@ struct RemovalResult {
     qint64 trashedBytes = 0;
 };
 
-// Removes each model unless an app has it open; a batch never stops at its first failure.
+// Removes each model unless an app has it open, or, for Ollama, unless the running server keeps
+// it in another store than the one listed; a batch never stops at its first failure. A dry run
+// makes every check and changes nothing: `removed` then lists what a real run would remove.
 RemovalResult remove(const QList<AIModel>& models, const Stores& stores,
                      const ProcessRunner& runner = ProcessRunner::system(),
-                     const CancellationToken& cancellation = {});
+                     const CancellationToken& cancellation = {}, bool dryRun = false);
 
 } // namespace AIModelCatalog
 } // namespace corvane

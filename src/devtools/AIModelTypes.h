@@ -3,6 +3,7 @@
 // Models that local AI tools (LM Studio, Ollama, Hugging Face) keep on disk.
 
 #include <QDateTime>
+#include <QMap>
 #include <QString>
 #include <optional>
 
@@ -36,6 +37,9 @@ struct AIModel {
     bool isIncomplete = false;
     // It lies in a store this account cannot change (Ollama's system service on Linux).
     bool isReadOnly = false;
+    // Ollama: the data files it refers to that are there (digest -> bytes), which other models
+    // of its store may share.
+    QMap<QString, qint64> dataFiles;
 
     bool operator==(const AIModel&) const = default;
 };

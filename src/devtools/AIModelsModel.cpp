@@ -124,30 +124,22 @@ QList<AIModel> AIModelsModel::ticked() const {
 }
 
 qint64 AIModelsModel::selectedBytes() const {
-    qint64 total = 0;
-    for (const AIModel& listed : ticked())
-        total = checkedSum(total, listed.freesBytes);
-    return total;
+    return AIModelCatalog::freedBy(ticked(), models_);
 }
 
 void AIModelsModel::removeSelected() {
     const QList<AIModel> models = ticked();
     if (models.isEmpty() || !beginRemoval())
         return;
-    if (isDryRun()) {
-        AIModelsResult result;
-        result.message = QStringLiteral("Dry run: would remove ") + counted(models.size()) +
-                         QStringLiteral(" (") + formatBytes(selectedBytes()) + u')';
-        finishAction(result, {});
-        return;
-    }
-    startJob(
-        JobKind::removal, [this, models, &runner = runner_](const CancellationToken& cancellation,
-                                                            const MainThreadPost& post) {
-            const AIModelCatalog::RemovalResult result = AIModelCatalog::remove(
-                models, AIModelCatalog::locateStores(Locations::homeDir()), runner, cancellation);
-            post([this, models, result] { applyRemoval(models, result); });
-        });
+    // A dry run makes every check a real run makes, so it says what would really happen.
+    startJob(JobKind::removal, [this, models, &runner = runner_,
+                                dryRun = isDryRun()](const CancellationToken& cancellation,
+                                                     const MainThreadPost& post) {
+        const AIModelCatalog::RemovalResult result =
+            AIModelCatalog::remove(models, AIModelCatalog::locateStores(Locations::homeDir()),
+                                   runner, cancellation, dryRun);
+        post([this, models, result] { applyRemoval(models, result); });
+    });
 }
 
 void AIModelsModel::applyRemoval(const QList<AIModel>& models,
@@ -161,28 +153,36 @@ void AIModelsModel::applyRemoval(const QList<AIModel>& models,
         }
         failures.append({id, name, message});
     }
-    for (const QString& id : removal.removed)
-        setSelected(id, false);
+    // After a dry run the ticks stay, for the real run.
+    if (!isDryRun()) {
+        for (const QString& id : removal.removed)
+            setSelected(id, false);
+    }
 
     QStringList parts;
-    if (removal.trashedCount > 0)
+    if (isDryRun() && !removal.removed.isEmpty())
+        parts.append(QStringLiteral("Dry run: would remove ") + counted(removal.removed.size()) +
+                     QStringLiteral(" (") + formatBytes(removal.freedBytes) + u')');
+    else if (removal.trashedCount > 0)
         parts.append(QStringLiteral("Moved ") + counted(removal.trashedCount) +
                      QStringLiteral(" (") + formatBytes(removal.trashedBytes) + u')' +
                      trashedSuffix);
     const qsizetype byOllama = removal.removed.size() - removal.trashedCount;
-    if (byOllama > 0)
+    if (byOllama > 0 && !isDryRun())
         parts.append(QStringLiteral("Ollama removed ") + counted(byOllama) +
                      QStringLiteral(" and freed ") +
                      formatBytes(removal.freedBytes - removal.trashedBytes) + u'.');
     if (parts.isEmpty())
-        parts.append(QStringLiteral("No models were removed."));
+        parts.append(isDryRun() ? QStringLiteral("Dry run: no model would be removed.")
+                                : QStringLiteral("No models were removed."));
 
     AIModelsResult result;
     result.removed = removal.removed;
     result.failures = removal.failures;
     result.freedBytes = removal.freedBytes;
     result.message = parts.join(u' ');
-    reload();
+    if (!isDryRun())
+        reload();
     finishAction(result, failures);
 }
 

@@ -47,8 +47,8 @@ public:
         QStringLiteral(" in total; the rest is shared with other Ollama models and stays.");
     static inline const QString incompleteLabel = QStringLiteral("incomplete download");
     static inline const QString incompleteNote =
-        QStringLiteral("Its data files are missing, so it takes no space and cannot run. "
-                       "Removing it cleans up the leftover entry.");
+        QStringLiteral("Some of its data files are missing, so it cannot run. Removing it cleans "
+                       "up what it holds.");
     static inline const QString notInstalledText = QStringLiteral("Ollama is not installed");
     static inline const QString notRunningText = AIModelCatalog::notRunningMessage;
     static inline const QString openModelsNote =

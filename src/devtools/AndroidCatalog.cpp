@@ -3,6 +3,7 @@
 #include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
 #include "platform/TrashService.h"
@@ -292,8 +293,10 @@ AndroidInventory listing() {
     for (AndroidComponent& image : inventory.components) {
         if (image.kind != AndroidComponentKind::systemImage)
             continue;
+        // By the folder's identity: an AVD may name its image through a link to the SDK, or in
+        // another case on a volume that ignores case.
         for (const AndroidAVD& avd : inventory.avds) {
-            if (avd.systemImageURL == image.url)
+            if (avd.systemImageURL && PathIdentity::same(*avd.systemImageURL, image.url))
                 image.avdNames.append(avd.name);
         }
         image.avdNames.sort();
@@ -496,12 +499,10 @@ bool isRunning(const QString& avdFolder, const ProcessRunner& runner) {
     } catch (const ProcessRunnerError&) {
         checkFailed(lsofIncompleteText);
     }
-    // Exit 1 with nothing printed means nobody holds the files; anything else left some unseen.
-    const bool nobody = lsof.exitCode == 1 && lsof.standardOutput.trimmed().isEmpty() &&
-                        lsof.standardError.trimmed().isEmpty();
-    if (nobody)
-        return false;
-    if (lsof.exitCode != 0)
+    // Exit 1 says some of the named files are not open (or one went meanwhile), which is the
+    // usual answer: a running emulator holds its disk image but rarely its snapshot files. What
+    // it printed are the files that are open. Any other status left some files unseen.
+    if (lsof.exitCode != 0 && lsof.exitCode != 1)
         checkFailed(lsofIncompleteText);
 
     QList<qint64> pids;
@@ -515,8 +516,11 @@ bool isRunning(const QString& avdFolder, const ProcessRunner& runner) {
         if (!pids.contains(pid))
             pids.append(pid);
     }
-    if (pids.isEmpty())
+    if (pids.isEmpty()) {
+        if (lsof.exitCode == 1)
+            return false;
         checkFailed(lsofIncompleteText);
+    }
 
     for (const qint64 pid : pids) {
         ProcessResult ps;
@@ -575,7 +579,7 @@ std::optional<QString> removalBlockedReason(const AndroidAVD& avd) {
 
 AndroidRemovalResult remove(const QList<AndroidComponent>& components,
                             const QList<AndroidAVD>& avds, const ProcessRunner& runner,
-                            const PlatformTrash& trash) {
+                            const PlatformTrash& trash, bool dryRun) {
     AndroidRemovalResult result;
     const AndroidInventory now = listing();
     const QString sdk = TrashService::canonicalPath(sdkRoot());
@@ -660,6 +664,13 @@ AndroidRemovalResult remove(const QList<AndroidComponent>& components,
              {{folder, stem + QStringLiteral(".avd")}, {ini, stem + QStringLiteral(".ini")}}});
     }
 
+    if (dryRun) {
+        for (const Unit& unit : units) {
+            result.removed.append(unit.url);
+            result.freedBytes = checkedSum(result.freedBytes, unit.sizeBytes);
+        }
+        return result;
+    }
     // One staging folder per parent, so every move into it stays on one volume.
     QStringList parents;
     for (const Unit& unit : units) {

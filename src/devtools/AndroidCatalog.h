@@ -69,11 +69,13 @@ std::optional<QString> removalBlockedReason(const AndroidAVD& avd);
 // uses, not a running AVD. An AVD goes with its ".ini" registration. The items are first moved
 // into a staging folder ".android-trash-<UUID>" beside them (one per folder they share), which
 // is renamed "Android items removed by Corvane Clean <date>" and goes to the Trash as one
-// folder; when the Trash refuses it, each item is moved back to where it was.
+// folder; when the Trash refuses it, each item is moved back to where it was. A dry run makes
+// every check and moves nothing: `removed` then lists what a real run would move.
 AndroidRemovalResult remove(const QList<AndroidComponent>& components,
                             const QList<AndroidAVD>& avds,
                             const ProcessRunner& runner = ProcessRunner::system(),
-                            const PlatformTrash& trash = PlatformTrash::system());
+                            const PlatformTrash& trash = PlatformTrash::system(),
+                            bool dryRun = false);
 
 } // namespace AndroidCatalog
 } // namespace corvane

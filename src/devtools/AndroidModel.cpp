@@ -109,34 +109,37 @@ void AndroidModel::removeSelected() {
     }
     if ((components.isEmpty() && avds.isEmpty()) || !beginRemoval())
         return;
+    // A dry run makes every check a real run makes: a running emulator is refused in it too.
+    startJob(JobKind::removal,
+             [this, components, avds, runner = &runner_, trash = &trash_,
+              dryRun = isDryRun()](const CancellationToken&, const MainThreadPost& post) {
+                 const AndroidRemovalResult outcome =
+                     AndroidCatalog::remove(components, avds, *runner, *trash, dryRun);
+                 post([this, outcome] { applyRemoval(outcome); });
+             });
+}
+
+void AndroidModel::applyRemoval(const AndroidRemovalResult& outcome) {
+    Result result{outcome.removed, {}, outcome.freedBytes, {}};
+    for (const AndroidRemovalFailure& failure : outcome.failures)
+        result.failures.append({failure.url, failure.name, failure.message});
+    const QString size = QStringLiteral(" (") + formatBytes(outcome.freedBytes) + u')';
     if (isDryRun()) {
-        finish({{},
-                {},
-                0,
-                QStringLiteral("Dry run: would move ") +
-                    androidItems(components.size() + avds.size()) + QStringLiteral(" (") +
-                    formatBytes(selectedBytes()) + u')'});
+        result.message = outcome.removed.isEmpty()
+                             ? QStringLiteral("Dry run: no Android item would be moved")
+                             : QStringLiteral("Dry run: would move ") +
+                                   androidItems(outcome.removed.size()) + size;
+        finish(result);
         return;
     }
-    startJob(JobKind::removal, [this, components, avds, runner = &runner_, trash = &trash_](
-                                   const CancellationToken&, const MainThreadPost& post) {
-        const AndroidRemovalResult outcome =
-            AndroidCatalog::remove(components, avds, *runner, *trash);
-        post([this, outcome] {
-            Result result{outcome.removed, {}, outcome.freedBytes, {}};
-            for (const AndroidRemovalFailure& failure : outcome.failures)
-                result.failures.append({failure.url, failure.name, failure.message});
-            for (const QString& id : outcome.removed)
-                setSelected(id, false);
-            result.message = outcome.removed.isEmpty()
-                                 ? failuresHeading
-                                 : QStringLiteral("Moved ") + androidItems(outcome.removed.size()) +
-                                       QStringLiteral(" to the Trash (") +
-                                       formatBytes(outcome.freedBytes) + u')';
-            finish(result);
-            reload();
-        });
-    });
+    for (const QString& id : outcome.removed)
+        setSelected(id, false);
+    result.message = outcome.removed.isEmpty()
+                         ? failuresHeading
+                         : QStringLiteral("Moved ") + androidItems(outcome.removed.size()) +
+                               QStringLiteral(" to the Trash") + size;
+    finish(result);
+    reload();
 }
 
 void AndroidModel::finish(Result result) {

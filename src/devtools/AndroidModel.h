@@ -57,6 +57,7 @@ private:
     const AndroidComponent* component(const QString& id) const;
     const AndroidAVD* avd(const QString& id) const;
     QString nameOf(const QString& id) const;
+    void applyRemoval(const AndroidRemovalResult& outcome);
     void finish(Result result);
 
     const ProcessRunner& runner_;

@@ -232,8 +232,10 @@ void DockerModel::applyRemoval(const Ticked& items, const DockerBatchResult& con
         account(containers, container.id, containerKey(container.id), container.name,
                 container.sizeBytes, removed[0]);
     for (const DockerImage& image : items.images)
-        account(images, image.id, imageKey(image.id), image.displayName(), image.uniqueBytes,
-                removed[1]);
+        account(images, image.id, imageKey(image.id),
+                image.isUntagged() ? image.displayName() + u' ' + image.shortID()
+                                   : image.displayName(),
+                image.uniqueBytes, removed[1]);
     for (const DockerVolume& volume : items.volumes)
         account(volumes, volume.name, volumeKey(volume.name), volume.name, volume.sizeBytes,
                 removed[2]);

@@ -22,7 +22,6 @@ constexpr double listingTimeout = 60.0;
 constexpr double changeTimeout = 300.0;
 
 const QString unexpectedReport = QStringLiteral("Docker returned an unexpected report.");
-const QString noneText = QStringLiteral("<none>");
 
 bool isExecutableFile(const QString& path) {
     const QFileInfo info(path);
@@ -196,7 +195,7 @@ DockerSnapshot DockerService::snapshot() const {
             image.references = *found;
         // The listing hides untagged images from CLI 29 on, and an image can appear between
         // the two commands; the report still names the first tag.
-        else if (image.repository != noneText && image.tag != noneText)
+        else if (!image.isUntagged())
             image.references = {image.repository + u':' + image.tag};
     }
     snapshot.imageTotalBytes = parseImageTotal(runDocker(
@@ -382,11 +381,12 @@ QHash<QString, QStringList> DockerService::parseImageReferences(const QByteArray
     for (const QJsonObject& row : listingRows(jsonLines)) {
         // An untagged image is listed too, with no name to add.
         QStringList& names = references[text(row, "ID")];
-        const QString repository = text(row, "Repository");
-        const QString tag = text(row, "Tag");
-        if (repository == noneText || tag == noneText)
+        DockerImage named;
+        named.repository = text(row, "Repository");
+        named.tag = text(row, "Tag");
+        if (named.isUntagged())
             continue;
-        const QString reference = repository + u':' + tag;
+        const QString reference = named.displayName();
         if (!names.contains(reference))
             names.append(reference);
     }

@@ -14,9 +14,25 @@ QString DockerStatus::caseName() const {
     return {};
 }
 
+namespace {
+
+const QString noneText = QStringLiteral("<none>");
+
+bool isNamePart(const QString& part) {
+    return !part.trimmed().isEmpty() && part != noneText;
+}
+
+} // namespace
+
+bool DockerImage::isUntagged() const {
+    return !isNamePart(repository) || !isNamePart(tag);
+}
+
 QString DockerImage::displayName() const {
-    if (repository != QStringLiteral("<none>"))
-        return repository + u':' + tag;
+    return isUntagged() ? noneText : repository + u':' + tag;
+}
+
+QString DockerImage::shortID() const {
     QString shortID = id;
     if (shortID.startsWith(QStringLiteral("sha256:")))
         shortID = shortID.mid(7);

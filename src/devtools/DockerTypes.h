@@ -36,8 +36,12 @@ struct DockerImage {
     // Every repository:tag that names this image; removed together.
     QStringList references;
 
-    // "repository:tag", or the short id of an untagged image.
+    // "repository:tag", or "<none>" for an image without a name.
     QString displayName() const;
+    // The id as Docker's listings show it: 12 characters, without "sha256:".
+    QString shortID() const;
+    // No repository or no tag: Docker reports "<none>", and some versions leave them empty.
+    bool isUntagged() const;
     bool operator==(const DockerImage&) const = default;
 };
 

@@ -1,7 +1,9 @@
 #include "devtools/OverviewAreas.h"
 
 #include "platform/ByteFormat.h"
+#include "platform/CheckedSum.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -54,7 +56,75 @@ private:
     std::optional<std::pair<qint64, qint64>> current_;
 };
 
+// The area's whole size beside what it could give back, when the guards keep some of it.
+QString inAll(qint64 couldGo, qint64 whole) {
+    return whole > couldGo ? formatBytes(whole) + QStringLiteral(" in all") : QString();
+}
+
+qint64 dockerWhole(const DockerSnapshot& snapshot) {
+    qint64 images = 0;
+    for (const DockerImage& image : snapshot.images)
+        images = checkedSum(images, image.uniqueBytes);
+    // Docker's own total counts the layers images share once, which their unique sizes leave out.
+    qint64 total = checkedSum(std::max(snapshot.imageTotalBytes.value_or(0), images),
+                              snapshot.buildCache.totalBytes);
+    for (const DockerContainer& container : snapshot.containers)
+        total = checkedSum(total, container.sizeBytes);
+    for (const DockerVolume& volume : snapshot.volumes)
+        total = checkedSum(total, volume.sizeBytes);
+    return total;
+}
+
+qint64 androidWhole(const AndroidInventory& inventory) {
+    qint64 total = 0;
+    for (const AndroidComponent& component : inventory.components)
+        total = checkedSum(total, component.sizeBytes);
+    for (const AndroidAVD& avd : inventory.avds)
+        total = checkedSum(total, avd.sizeBytes);
+    return total;
+}
+
 } // namespace
+
+qint64 OverviewFigures::docker(const DockerSnapshot& snapshot) {
+    qint64 total = snapshot.buildCache.reclaimableBytes;
+    for (const DockerImage& image : snapshot.images) {
+        if (!DockerService::removalBlockedReason(image))
+            total = checkedSum(total, image.uniqueBytes);
+    }
+    for (const DockerContainer& container : snapshot.containers) {
+        if (!DockerService::removalBlockedReason(container))
+            total = checkedSum(total, container.sizeBytes);
+    }
+    for (const DockerVolume& volume : snapshot.volumes) {
+        if (!DockerService::removalBlockedReason(volume))
+            total = checkedSum(total, volume.sizeBytes);
+    }
+    return total;
+}
+
+qint64 OverviewFigures::aiModels(const QList<AIModel>& models,
+                                 const QHash<QString, QString>& openBy) {
+    QList<AIModel> removable;
+    for (const AIModel& model : models) {
+        if (!model.isReadOnly && !openBy.contains(model.id))
+            removable.append(model);
+    }
+    return AIModelCatalog::freedBy(removable, models);
+}
+
+qint64 OverviewFigures::android(const AndroidInventory& inventory) {
+    qint64 total = 0;
+    for (const AndroidComponent& component : inventory.components) {
+        if (!AndroidCatalog::removalBlockedReason(component))
+            total = checkedSum(total, component.sizeBytes);
+    }
+    for (const AndroidAVD& avd : inventory.avds) {
+        if (!AndroidCatalog::removalBlockedReason(avd))
+            total = checkedSum(total, avd.sizeBytes);
+    }
+    return total;
+}
 
 QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
     // Copied into every reader: the references it holds outlive the areas.
@@ -99,15 +169,7 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.docker) || !m.docker.snapshot())
                  return std::nullopt;
-             const DockerSnapshot& snapshot = *m.docker.snapshot();
-             qint64 total = snapshot.buildCache.reclaimableBytes;
-             for (const DockerImage& image : snapshot.images)
-                 total += image.uniqueBytes;
-             for (const DockerContainer& container : snapshot.containers)
-                 total += container.sizeBytes;
-             for (const DockerVolume& volume : snapshot.volumes)
-                 total += volume.sizeBytes;
-             return total;
+             return OverviewFigures::docker(*m.docker.snapshot());
          },
          [m] {
              if (!isSettled(m.docker) || !m.docker.status())
@@ -121,29 +183,40 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
                  break;
              }
              return m.docker.loadError() ? QStringLiteral("Docker did not answer") : QString();
+         },
+         [m] {
+             if (!isSettled(m.docker) || !m.docker.snapshot())
+                 return QString();
+             const DockerSnapshot& snapshot = *m.docker.snapshot();
+             return inAll(OverviewFigures::docker(snapshot), dockerWhole(snapshot));
          }},
         {QStringLiteral("aiModels"), QStringLiteral("AI models"), [m] { loadOnce(m.aiModels); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.aiModels))
                  return std::nullopt;
-             qint64 total = 0;
-             for (const AIModel& model : m.aiModels.models())
-                 total += model.freesBytes;
-             return total;
+             return OverviewFigures::aiModels(m.aiModels.models(), m.aiModels.openByMap());
          },
-         [] { return QString(); }},
+         [] { return QString(); },
+         [m] {
+             if (!isSettled(m.aiModels))
+                 return QString();
+             const QList<AIModel>& models = m.aiModels.models();
+             return inAll(OverviewFigures::aiModels(models, m.aiModels.openByMap()),
+                          AIModelCatalog::freedBy(models, models));
+         }},
         {QStringLiteral("android"), QStringLiteral("Android"), [m] { loadOnce(m.android); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.android))
                  return std::nullopt;
-             qint64 total = 0;
-             for (const AndroidComponent& component : m.android.inventory().components)
-                 total += component.sizeBytes;
-             for (const AndroidAVD& avd : m.android.inventory().avds)
-                 total += avd.sizeBytes;
-             return total;
+             return OverviewFigures::android(m.android.inventory());
          },
-         [] { return QString(); }},
+         [] { return QString(); },
+         [m] {
+             if (!isSettled(m.android))
+                 return QString();
+             return inAll(OverviewFigures::android(m.android.inventory()),
+                          androidWhole(m.android.inventory()));
+         }},
         {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"), [m] { loadOnce(m.apps); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.apps))

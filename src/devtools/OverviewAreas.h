@@ -22,6 +22,16 @@ struct OverviewSources {
     AppsModel& apps;
 };
 
+// What an area could give back: only what its guards let go. Docker: no running container, no
+// image or volume a container uses, the build cache records not in use. AI models: every model
+// not held open nor in a store this account cannot change, data files they share counted once.
+// Android: no required package, no image an emulator boots from, no running emulator.
+namespace OverviewFigures {
+qint64 docker(const DockerSnapshot& snapshot);
+qint64 aiModels(const QList<AIModel>& models, const QHash<QString, QString>& openBy);
+qint64 android(const AndroidInventory& inventory);
+} // namespace OverviewFigures
+
 // The areas of the disk overview in their fixed order, each read through its model in `sources`,
 // which must outlive the areas.
 QList<OverviewArea> overviewAreas(const OverviewSources& sources);

@@ -2,6 +2,7 @@
 
 #include "platform/Cancellation.h"
 
+#include <algorithm>
 #include <exception>
 
 namespace corvane {
@@ -21,34 +22,22 @@ QString messageOf(const std::exception& error) {
 } // namespace
 
 RuntimeRemover::Result RuntimeRemover::remove(const QStringList& runtimeIDs,
-                                              const QStringList& bootedDeviceIDs,
-                                              const QStringList& deviceIDs) const {
+                                              const QList<DeviceGroup>& devices) const {
     Result result;
     if (runtimeIDs.isEmpty())
         return result;
 
-    if (!bootedDeviceIDs.isEmpty()) {
+    QStringList booted;
+    for (const DeviceGroup& group : devices)
+        booted += group.bootedUdids;
+    if (!booted.isEmpty()) {
         try {
-            shutDown(bootedDeviceIDs);
+            shutDown(booted);
         } catch (const CancelledError&) {
             throw;
         } catch (const std::exception&) {
-            // A device that stopped by itself meanwhile refuses the shutdown; the deletion that
-            // follows tells whether any device really stays.
-        }
-    }
-    if (!deviceIDs.isEmpty()) {
-        try {
-            deleteDevices(deviceIDs);
-        } catch (const CancelledError&) {
-            throw;
-        } catch (const std::exception& error) {
-            // The runtimes stay, rather than leave devices behind that can never boot again.
-            const QString message =
-                QStringLiteral("Its devices could not be deleted: ") + messageOf(error);
-            for (const QString& id : runtimeIDs)
-                result.failed.insert(id, message);
-            return result;
+            // A device that stopped by itself meanwhile refuses the shutdown; the deletions that
+            // follow tell whether anything really stays.
         }
     }
 
@@ -67,6 +56,42 @@ RuntimeRemover::Result RuntimeRemover::remove(const QStringList& runtimeIDs,
         removing.insert(id);
     }
 
+    // A device outlives a runtime that could not be deleted, and can boot again from it.
+    deleteDevicesOf(devices, result);
+    removing = waitUntilGone(removing);
+
+    for (const QString& id : runtimeIDs) {
+        if (result.failed.contains(id) || result.removed.contains(id) ||
+            result.stillRemoving.contains(id))
+            continue;
+        if (removing.contains(id))
+            result.stillRemoving.append(id);
+        else
+            result.removed.append(id);
+    }
+    return result;
+}
+
+void RuntimeRemover::deleteDevicesOf(const QList<DeviceGroup>& groups, Result& result) const {
+    for (const DeviceGroup& group : groups) {
+        const bool runtimesDeleted =
+            std::none_of(group.runtimeIDs.cbegin(), group.runtimeIDs.cend(),
+                         [&](const QString& id) { return result.failed.contains(id); });
+        if (!runtimesDeleted || group.udids.isEmpty())
+            continue;
+        try {
+            deleteDevices(group.udids);
+            result.deletedDevices += group.udids;
+        } catch (const CancelledError&) {
+            throw;
+        } catch (const std::exception& error) {
+            for (const QString& udid : group.udids)
+                result.failedDevices.insert(udid, messageOf(error));
+        }
+    }
+}
+
+QSet<QString> RuntimeRemover::waitUntilGone(QSet<QString> removing) const {
     // macOS takes the image away in the background; only the listing tells when it is gone.
     // The clock is the sum of the sleeps, so a test's fake sleep drives it; at least one look
     // is always taken.
@@ -87,17 +112,7 @@ RuntimeRemover::Result RuntimeRemover::remove(const QStringList& runtimeIDs,
         if (elapsed >= timeout || step <= 0)
             break;
     }
-
-    for (const QString& id : runtimeIDs) {
-        if (result.failed.contains(id) || result.removed.contains(id) ||
-            result.stillRemoving.contains(id))
-            continue;
-        if (removing.contains(id))
-            result.stillRemoving.append(id);
-        else
-            result.removed.append(id);
-    }
-    return result;
+    return removing;
 }
 
 } // namespace corvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QMap>
 #include <QSet>
 #include <QString>
@@ -14,11 +15,23 @@ namespace corvane {
 struct RuntimeRemover {
     enum class Phase { failed, removing, removed };
 
+    // Devices that boot from the runtimes named: they go only once every one of those runtimes
+    // was deleted, so that a runtime that stays keeps its devices.
+    struct DeviceGroup {
+        QStringList runtimeIDs;
+        QStringList udids;
+        QStringList bootedUdids;
+    };
+
     struct Result {
         QStringList removed;
         QStringList stillRemoving;
         // Runtime id -> the error text.
         QMap<QString, QString> failed;
+        // Every device deleted, also those of a runtime macOS is still removing.
+        QStringList deletedDevices;
+        // Device udid -> the error text.
+        QMap<QString, QString> failedDevices;
 
         bool operator==(const Result&) const = default;
     };
@@ -32,11 +45,15 @@ struct RuntimeRemover {
     double pollInterval = 2;
     double timeout = 180;
 
-    // Shuts down the booted devices given, deletes the devices given (when there are any), deletes
-    // each runtime ("no matching images" and "no runtime disk images" are not failures: the
-    // runtime is already going), then polls until none is left or the time is up.
-    Result remove(const QStringList& runtimeIDs, const QStringList& bootedDeviceIDs,
-                  const QStringList& deviceIDs) const;
+    // Shuts down the booted devices of the groups, deletes each runtime ("no matching images" and
+    // "no runtime disk images" are not failures: the runtime is already going), deletes the
+    // devices of each group whose runtimes were all deleted, then polls until no runtime is left
+    // or the time is up.
+    Result remove(const QStringList& runtimeIDs, const QList<DeviceGroup>& devices = {}) const;
+
+private:
+    void deleteDevicesOf(const QList<DeviceGroup>& groups, Result& result) const;
+    QSet<QString> waitUntilGone(QSet<QString> removing) const;
 };
 
 } // namespace corvane

@@ -140,26 +140,50 @@ QList<SimulatorRuntime> SimulatorsModel::selectedRuntimes() const {
     return selected;
 }
 
-QList<SimulatorDevice> SimulatorsModel::devicesLosing(const QList<SimulatorRuntime>& doomed) const {
+QList<RuntimeRemover::DeviceGroup>
+SimulatorsModel::deviceGroups(const QList<SimulatorRuntime>& doomed) const {
     // Two images can carry one runtime identifier, and the device list cannot tell which of them
-    // a device boots from: its devices go only when no image of that identifier stays.
-    QSet<QString> identifiers;
-    for (const SimulatorRuntime& runtime : doomed)
-        identifiers.insert(runtime.runtimeIdentifier);
+    // a device boots from: its devices go only when no image of that identifier stays, and only
+    // once every doomed image of it was deleted.
+    QMap<QString, RuntimeRemover::DeviceGroup> groups;
+    for (const SimulatorRuntime& runtime : doomed) {
+        if (!runtime.runtimeIdentifier.isEmpty())
+            groups[runtime.runtimeIdentifier].runtimeIDs.append(runtime.id);
+    }
     for (const SimulatorRuntime& runtime : runtimes_) {
         const bool stays =
             std::none_of(doomed.cbegin(), doomed.cend(),
                          [&](const SimulatorRuntime& r) { return r.id == runtime.id; });
         if (stays)
-            identifiers.remove(runtime.runtimeIdentifier);
+            groups.remove(runtime.runtimeIdentifier);
     }
-    identifiers.remove(QString());
+    for (const SimulatorDevice& device : devices_) {
+        const auto group = groups.find(device.runtimeIdentifier);
+        if (group == groups.end())
+            continue;
+        group->udids.append(device.id);
+        if (device.isBooted)
+            group->bootedUdids.append(device.id);
+    }
+    return groups.values();
+}
+
+QList<SimulatorDevice> SimulatorsModel::devicesLosing(const QList<SimulatorRuntime>& doomed) const {
+    QSet<QString> udids;
+    for (const RuntimeRemover::DeviceGroup& group : deviceGroups(doomed))
+        udids.unite(QSet<QString>(group.udids.cbegin(), group.udids.cend()));
     QList<SimulatorDevice> devices;
     for (const SimulatorDevice& device : devices_) {
-        if (identifiers.contains(device.runtimeIdentifier))
+        if (udids.contains(device.id))
             devices.append(device);
     }
     return devices;
+}
+
+std::optional<SimulatorDevice> SimulatorsModel::device(const QString& udid) const {
+    const auto found = std::find_if(devices_.cbegin(), devices_.cend(),
+                                    [&](const SimulatorDevice& d) { return d.id == udid; });
+    return found == devices_.cend() ? std::nullopt : std::optional(*found);
 }
 
 QString SimulatorsModel::deleteConfirmationTitle() const {
@@ -193,6 +217,8 @@ void SimulatorsModel::deleteSelected() {
         bytes = checkedSum(bytes, runtime.sizeBytes);
     }
     const QList<SimulatorDevice> devices = devicesLosing(doomed);
+    for (const SimulatorDevice& device : devices)
+        bytes = checkedSum(bytes, device.dataSizeBytes);
 
     if (isDryRun()) {
         QString summary = counted(ids.size(), "runtime", "runtimes");
@@ -204,40 +230,33 @@ void SimulatorsModel::deleteSelected() {
         return;
     }
 
-    QStringList booted;
-    QStringList udids;
-    for (const SimulatorDevice& device : devices) {
-        udids.append(device.id);
-        if (device.isBooted)
-            booted.append(device.id);
-    }
     for (const QString& id : ids)
         deletingRuntimeIDs_.insert(id);
     emit busyChanged();
 
-    startJob(
-        JobKind::removal,
-        [this, service = service_, ids, booted, udids, interval = pollInterval_, limit = timeout_,
-         sleep = sleep_](const CancellationToken& cancellation, const MainThreadPost& post) {
-            RuntimeRemover remover;
-            remover.shutDown = [&service](const QStringList& list) { service.shutDown(list); };
-            remover.deleteDevices = [&service](const QStringList& list) {
-                service.deleteDevices(list);
-            };
-            remover.deleteRuntime = [&service](const QString& id) { service.deleteRuntime(id); };
-            remover.installedIDs = [&service] { return service.installedRuntimeIDs(); };
-            remover.sleep = [&sleep, &cancellation](double seconds) {
-                cancellation.throwIfCancelled();
-                if (sleep)
-                    sleep(seconds);
-                else
-                    sleepUnlessCancelled(seconds, cancellation);
-            };
-            remover.pollInterval = interval;
-            remover.timeout = limit;
-            const RuntimeRemover::Result result = remover.remove(ids, booted, udids);
-            post([this, result] { applyRemoval(result); });
-        });
+    startJob(JobKind::removal, [this, service = service_, ids, groups = deviceGroups(doomed),
+                                interval = pollInterval_, limit = timeout_,
+                                sleep = sleep_](const CancellationToken& cancellation,
+                                                const MainThreadPost& post) {
+        RuntimeRemover remover;
+        remover.shutDown = [&service](const QStringList& list) { service.shutDown(list); };
+        remover.deleteDevices = [&service](const QStringList& list) {
+            service.deleteDevices(list);
+        };
+        remover.deleteRuntime = [&service](const QString& id) { service.deleteRuntime(id); };
+        remover.installedIDs = [&service] { return service.installedRuntimeIDs(); };
+        remover.sleep = [&sleep, &cancellation](double seconds) {
+            cancellation.throwIfCancelled();
+            if (sleep)
+                sleep(seconds);
+            else
+                sleepUnlessCancelled(seconds, cancellation);
+        };
+        remover.pollInterval = interval;
+        remover.timeout = limit;
+        const RuntimeRemover::Result result = remover.remove(ids, groups);
+        post([this, result] { applyRemoval(result); });
+    });
 }
 
 void SimulatorsModel::applyRemoval(const RuntimeRemover::Result& result) {
@@ -252,14 +271,23 @@ void SimulatorsModel::applyRemoval(const RuntimeRemover::Result& result) {
     };
 
     QStringList sentences;
-    if (!result.removed.isEmpty()) {
+    if (!result.removed.isEmpty() || !result.deletedDevices.isEmpty()) {
         qint64 freed = 0;
+        QStringList what;
         for (const QString& id : result.removed) {
             if (const auto found = runtime(id))
                 freed = checkedSum(freed, found->sizeBytes);
         }
-        sentences.append(text("Deleted ") + counted(result.removed.size(), "runtime", "runtimes") +
-                         text(", freed ") + formatBytes(freed) + u'.');
+        for (const QString& udid : result.deletedDevices) {
+            if (const auto found = device(udid))
+                freed = checkedSum(freed, found->dataSizeBytes);
+        }
+        if (!result.removed.isEmpty())
+            what.append(counted(result.removed.size(), "runtime", "runtimes"));
+        if (!result.deletedDevices.isEmpty())
+            what.append(counted(result.deletedDevices.size(), "device", "devices"));
+        sentences.append(text("Deleted ") + joinedNames(what) + text(", freed ") +
+                         formatBytes(freed) + u'.');
     }
     if (!result.stillRemoving.isEmpty()) {
         QStringList names;
@@ -275,6 +303,10 @@ void SimulatorsModel::applyRemoval(const RuntimeRemover::Result& result) {
     QList<ItemFailure> failures;
     for (auto it = result.failed.cbegin(); it != result.failed.cend(); ++it)
         failures.append({it.key(), name(it.key()), it.value()});
+    for (auto it = result.failedDevices.cbegin(); it != result.failedDevices.cend(); ++it) {
+        const auto found = device(it.key());
+        failures.append({it.key(), found ? found->name : it.key(), it.value()});
+    }
 
     deletingRuntimeIDs_.clear();
     emit busyChanged();

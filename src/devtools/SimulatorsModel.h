@@ -67,8 +67,11 @@ protected:
 private:
     // The ticked runtimes, in list order.
     QList<SimulatorRuntime> selectedRuntimes() const;
-    // The devices that deleting `doomed` takes away with them.
+    // The devices that deleting `doomed` takes away with them, grouped by the runtimes that must
+    // all be deleted first.
+    QList<RuntimeRemover::DeviceGroup> deviceGroups(const QList<SimulatorRuntime>& doomed) const;
     QList<SimulatorDevice> devicesLosing(const QList<SimulatorRuntime>& doomed) const;
+    std::optional<SimulatorDevice> device(const QString& udid) const;
     void applyRemoval(const RuntimeRemover::Result& result);
     // Posts the action's toast, lists its failures, lists the inventory again after a real change.
     void finishAction(const QString& message, const QList<ItemFailure>& failures);

@@ -20,7 +20,7 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
                      QStringLiteral("Local AI models"),
                      QStringLiteral("aiModelsState"),
                      QStringLiteral("aiModelsFailures"),
-                     {QStringLiteral("Model"), QStringLiteral("Frees"), QStringLiteral("Details")},
+                     {QStringLiteral("Model"), QStringLiteral("Size"), QStringLiteral("Details")},
                      360},
                     parent)
     , model_(model)
@@ -60,17 +60,19 @@ void AIModelsView::fillModels() {
             row->setText(nameColumn, name);
             row->setToolTip(nameColumn, item.url);
             row->setData(nameColumn, idRole, item.id);
-            row->setText(sizeColumn, formatBytes(item.freesBytes));
+            // What it takes, and beside it what removing it alone gives back.
+            row->setText(sizeColumn, formatBytes(item.sizeBytes));
             row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
-            QString detail;
+            QStringList details{QStringLiteral("frees ") + formatBytes(item.freesBytes)};
             const std::optional<QString> holder = model_.openBy(item.id);
             if (holder)
-                detail = *holder + AIModelsModel::hasItOpenSuffix;
+                details.append(*holder + AIModelsModel::hasItOpenSuffix);
             else if (item.isIncomplete)
-                detail = AIModelsModel::incompleteLabel + QStringLiteral(": ") +
-                         AIModelsModel::incompleteNote;
+                details.append(AIModelsModel::incompleteLabel + QStringLiteral(": ") +
+                               AIModelsModel::incompleteNote);
             else if (const std::optional<QString> shared = AIModelsModel::sharedText(item))
-                detail = *shared;
+                details.append(*shared);
+            const QString detail = details.join(QStringLiteral(" — "));
             row->setText(detailColumn, detail);
             row->setToolTip(detailColumn, detail);
             InventoryWidgets::setTickable(*row, nameColumn, model_.selectedIDs().contains(item.id),

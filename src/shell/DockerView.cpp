@@ -112,8 +112,8 @@ void DockerView::fillSnapshot(const QString& current) {
         }
         QTreeWidgetItem* images = group(tree_, QStringLiteral("Images"), snapshot.images.size());
         for (const DockerImage& image : snapshot.images) {
-            QString detail = QStringLiteral("frees %1, %2 container%3, %4")
-                                 .arg(formatBytes(image.uniqueBytes))
+            QString detail = QStringLiteral("%1, frees %2, %3 container%4, %5")
+                                 .arg(image.shortID(), formatBytes(image.uniqueBytes))
                                  .arg(image.containerCount)
                                  .arg(image.containerCount == 1 ? QString() : QStringLiteral("s"))
                                  .arg(when(image.createdAt));

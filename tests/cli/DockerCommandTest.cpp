@@ -75,3 +75,36 @@ TEST(DockerCommand, WithoutDockerTheCommandSaysSoAndExitsOne) {
     EXPECT_EQ(runCorvane({s("docker"), s("prune-build-cache"), s("--yes")}).exitCode,
               cli::exitSomeFailed);
 }
+
+TEST(DockerCommand, RemoveTakesWhatTheListingShows) {
+    const test::FakeDocker docker;
+    const ProcessResult table = runCorvane({s("docker")});
+    ASSERT_EQ(table.exitCode, cli::exitOk) << table.standardError.toStdString();
+    // An untagged image is listed by its short id and "<none>", never as ":".
+    EXPECT_TRUE(table.standardOutput.contains("0e2f4a6c8e0b  <none>"))
+        << table.standardOutput.toStdString();
+    EXPECT_FALSE(table.standardOutput.contains("  :")) << table.standardOutput.toStdString();
+
+    const auto remove = [](const char* option, const char* name) {
+        return runCorvane({s("docker"), s("remove"), s(option), s(name), s("--yes"), s("--json")});
+    };
+    ProcessResult result = remove("--image", "0e2f4a6c8e0b");
+    EXPECT_EQ(result.exitCode, cli::exitOk) << result.standardError.toStdString();
+    result = remove("--image", "node:20-alpine");
+    EXPECT_EQ(result.exitCode, cli::exitOk) << result.standardError.toStdString();
+    result = remove("--container", "api-test");
+    EXPECT_EQ(result.exitCode, cli::exitOk) << result.standardError.toStdString();
+    EXPECT_EQ(
+        docker.changingCalls(),
+        QStringList({s("rmi sha256:0e2f4a6c8e0b2d4f6a8c0e2b4d6f8a0c5b0f1f4e0c8d3c3b7a8e1d9f2c4a"
+                       "6b8d"),
+                     s("rmi node:20-alpine"),
+                     s("rm a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f60718293a4b5c6d7e8f90")}));
+
+    // A name nothing has, or an image a container uses, runs nothing.
+    result = remove("--image", "node:18");
+    EXPECT_EQ(result.exitCode, cli::exitRefusedOrBadArguments);
+    EXPECT_EQ(result.standardError, "No image is named node:18; `corvane docker` lists them.\n");
+    EXPECT_EQ(remove("--image", "postgres").exitCode, cli::exitRefusedOrBadArguments);
+    EXPECT_EQ(docker.changingCalls().size(), 3);
+}

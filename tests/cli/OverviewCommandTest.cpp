@@ -101,4 +101,5 @@ TEST_F(OverviewCommandTest, AScannedFolderCountsItsProjectsAndTheTableSaysWhyFor
     EXPECT_TRUE(lineOf(s("Projects")).endsWith(s("70 KB  (70 KB ticked)"))) << qPrintable(out);
     EXPECT_TRUE(lineOf(s("Docker")).endsWith(s("Docker not installed"))) << qPrintable(out);
     EXPECT_TRUE(lineOf(s("In the Trash")).contains(s("empty the Trash"))) << qPrintable(out);
+    EXPECT_FALSE(lineOf(s("Could give back")).isEmpty()) << qPrintable(out);
 }

@@ -83,7 +83,8 @@ TEST_F(SimulatorsCommandTest, ListsRuntimesAgainstTheSdkAndDeletesOnlyWhenConfir
     const QJsonObject result = QJsonDocument::fromJson(deleted.standardOutput).object();
     EXPECT_EQ(result[u"removed"].toArray().first().toString(), fx::iOS13);
     EXPECT_TRUE(result[u"failed"].toObject().isEmpty());
-    EXPECT_TRUE(result[u"message"].toString().startsWith(s("Deleted 1 runtime")));
+    EXPECT_EQ(result[u"deletedDevices"].toArray().size(), 2);
+    EXPECT_TRUE(result[u"message"].toString().startsWith(s("Deleted 1 runtime and 2 devices")));
     EXPECT_TRUE(changingCalls().contains(s("simctl runtime delete ") + fx::iOS13));
 }
 

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -83,6 +84,14 @@ TEST(AIModelCatalogTest, OllamaStoreSharesBlobsAndNamesModelsAsOllamaDoes) {
               store + s("/manifests/hf.co/bartowski/Llama-3.2-1B-Instruct-GGUF/Q4_K_M"));
     // The blob it shares with someuser/custom stays with that model.
     EXPECT_EQ(remote->freesBytes, allocated(blobPath(store, digest('e'))));
+
+    // Removing both llama3.2 tags gives back their shared weights too, counted once; with every
+    // model gone, every blob a manifest names goes, each once.
+    using AIModelCatalog::freedBy;
+    EXPECT_EQ(freedBy({*latest, *small}, models), allocated(shared) + allocated(configLatest));
+    EXPECT_EQ(freedBy(models, models), allocated(shared) + allocated(configLatest) +
+                                           allocated(configSmall) + allocated(other) +
+                                           allocated(blobPath(store, digest('e'))));
 }
 
 TEST(AIModelCatalogTest, OllamaNamesLeaveOutOnlyTheDefaults) {
@@ -151,9 +160,19 @@ TEST(AIModelCatalogTest, LMStudioListsPublisherAndModelFolders) {
     test::writeFile(models + s("/stray.gguf"), "x");
     test::writeFile(models + s("/lmstudio-community/loose.gguf"), "x");
     QDir().mkpath(models + s("/bartowski/Empty-GGUF"));
+    // A folder of notes holds no weights; one with its weights in a subfolder beside its config
+    // is a model, as are ".mlx" weights.
+    writeLMStudioModel(models, s("me"), s("Notes"), {s("README.md"), s("ideas.txt")});
+    writeLMStudioModel(models, s("me"), s("Nested"),
+                       {s("config.json"), s("weights/model-00001.safetensors")});
+    writeLMStudioModel(models, s("me"), s("Converted"), {s("weights.mlx"), s("config.json")});
 
     const QList<AIModel> listed = AIModelCatalog::listLMStudio(models, {});
-    ASSERT_EQ(listed.size(), 2);
+    ASSERT_EQ(listed.size(), 4);
+    EXPECT_FALSE(findModel(listed, s("lmStudio:me/Notes")));
+    ASSERT_TRUE(findModel(listed, s("lmStudio:me/Nested")));
+    ASSERT_TRUE(findModel(listed, s("lmStudio:me/Converted")));
+    EXPECT_EQ(findModel(listed, s("lmStudio:me/Converted"))->format, s("MLX"));
     const AIModel* first =
         findModel(listed, s("lmStudio:lmstudio-community/Meta-Llama-3.1-8B-Instruct-GGUF"));
     ASSERT_TRUE(first);
@@ -252,6 +271,8 @@ protected:
     QString ollama = home + s("/ollama");
     FakeOllama fake;
     test::ScopedEnvironment tool{"CORVANE_TOOL_OLLAMA", fake.tool};
+    // The running server's store is the one listed, unless a test says otherwise.
+    test::ScopedEnvironment serverStore{"OLLAMA_MODELS", ollama};
 
     AIModelCatalog::Stores stores() const {
         QDir().mkpath(lms);
@@ -319,7 +340,8 @@ TEST_F(AIModelRemovalTest, OllamaRemovesItsOwnModelsWhileItRuns) {
     EXPECT_TRUE(result.failures.isEmpty());
     EXPECT_EQ(result.removed, QStringList{s("ollama:llama3.2:latest")});
     EXPECT_EQ(result.trashedCount, 0);
-    EXPECT_EQ(fake.calls(), QStringList({s("ps"), s("rm llama3.2:latest")}));
+    EXPECT_EQ(fake.calls(), QStringList({s("ps"), s("show --modelfile llama3.2:latest"),
+                                         s("rm llama3.2:latest")}));
     // The stand-in deletes nothing; the files are ollama's to remove.
     EXPECT_TRUE(QFileInfo::exists(manifest));
 }
@@ -351,6 +373,56 @@ TEST_F(AIModelRemovalTest, OllamaFailuresBecomeMessages) {
     result = AIModelCatalog::remove(models.mid(0, 1), stores());
     ASSERT_EQ(result.failures.size(), 1);
     EXPECT_EQ(result.failures[0].second, s("Ollama is not installed"));
+}
+
+TEST_F(AIModelRemovalTest, OllamaRmNeverRunsAgainstAnotherStoreThanTheOneListed) {
+    // The same model in the home's store and in the system service's store.
+    const QString system = home + s("/system-ollama");
+    for (const QString& store : {ollama, system}) {
+        writeBlob(store, digest('a'));
+        writeLibraryManifest(store, s("llama3.2"), s("latest"), digest('a'), {digest('a')});
+    }
+    const AIModelCatalog::Stores both{lms, {{ollama, false}, {system, true}}, hub};
+    const QList<AIModel> models = AIModelCatalog::list(both);
+    ASSERT_EQ(models.size(), 2);
+    const AIModel* mine = findModel(models, s("ollama:llama3.2:latest"));
+    const AIModel* theirs = findModel(models, s("ollama:system:llama3.2:latest"));
+    ASSERT_TRUE(mine && theirs);
+
+    // The server runs on the system store: `ollama rm` there would take the other copy.
+    fake.setServerStore(system);
+    AIModelCatalog::RemovalResult result = AIModelCatalog::remove({*mine}, both);
+    EXPECT_TRUE(result.removed.isEmpty());
+    ASSERT_EQ(result.failures.size(), 1);
+    EXPECT_TRUE(result.failures[0].second.startsWith(
+        s("The running Ollama server keeps its models in another folder than ") + ollama))
+        << result.failures[0].second.toStdString();
+    EXPECT_TRUE(fake.calls().filter(QRegularExpression(s("^rm "))).isEmpty());
+
+    // Reached through a link, the server's store is still the one listed.
+    QFile::link(ollama, home + s("/ollama-link"));
+    fake.setServerStore(home + s("/ollama-link"));
+    result = AIModelCatalog::remove({*mine}, both);
+    EXPECT_EQ(result.removed, QStringList{mine->id});
+    EXPECT_EQ(fake.calls().filter(QRegularExpression(s("^rm "))),
+              QStringList{s("rm llama3.2:latest")});
+}
+
+TEST_F(AIModelRemovalTest, ADryRunMakesEveryCheckAndChangesNothing) {
+    const QString folder = writeLMStudioModel(lms, s("a"), s("Kept"), {s("m.gguf")});
+    writeBlob(ollama, digest('a'));
+    writeLibraryManifest(ollama, s("gemma"), s("2b"), digest('a'), {digest('a')});
+    const QList<AIModel> models = listed();
+    ASSERT_EQ(models.size(), 2);
+
+    fake.setDown(true);
+    const AIModelCatalog::RemovalResult result =
+        AIModelCatalog::remove(models, stores(), ProcessRunner::system(), {}, true);
+    EXPECT_EQ(result.removed, QStringList{s("lmStudio:a/Kept")});
+    ASSERT_EQ(result.failures.size(), 1);
+    EXPECT_EQ(result.failures[0].second, AIModelCatalog::notRunningMessage);
+    EXPECT_TRUE(QFileInfo::exists(folder));
+    EXPECT_EQ(fake.calls(), QStringList{s("ps")});
 }
 
 TEST_F(AIModelRemovalTest, AReadOnlySystemStoreRefusesRemoval) {

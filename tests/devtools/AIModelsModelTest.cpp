@@ -193,7 +193,22 @@ TEST_F(AIModelsModelTest, ADryRunChangesNothing) {
     EXPECT_TRUE(QFileInfo::exists(manifest));
     EXPECT_TRUE(fake.calls().filter(s("rm")).isEmpty());
     ASSERT_TRUE(model.lastResult().has_value());
-    EXPECT_TRUE(model.lastResult()->removed.isEmpty());
+    // What a real run would remove.
+    EXPECT_EQ(model.lastResult()->removed.size(), 2);
+
+    // With Ollama stopped, the dry run says what a real run would refuse.
+    fake.setDown(true);
+    model.removeSelected();
+    settle(model);
+    EXPECT_EQ(toastText(),
+              s("Dry run: would remove 1 model (") +
+                  formatBytes(model.model(s("huggingFace:openai/whisper-tiny"))->freesBytes) +
+                  u')');
+    EXPECT_EQ(model.failures(),
+              QList<ItemFailure>({{s("ollama:llama3.2:latest"), s("llama3.2:latest"),
+                                   s("Ollama is not running. Start it to remove models.")}}));
+    EXPECT_TRUE(QFileInfo::exists(manifest));
+    EXPECT_TRUE(fake.calls().filter(s("rm")).isEmpty());
 }
 
 TEST_F(AIModelsModelTest, StartingOllamaOutsideMacOSExplainsTheAlternative) {

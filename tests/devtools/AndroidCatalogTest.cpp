@@ -159,7 +159,7 @@ TEST(AndroidRunningCheckTest, UnclearLsofAnswersAreReportedNotIgnored) {
     const QString folder = store.avd(s("Checked"), imageRel);
     const QString prefix = s("Cannot verify whether the AVD is running: ");
 
-    EXPECT_EQ(runningCheckError(folder, ScriptedLsof({1, {}, "lsof: status error\n", 0})),
+    EXPECT_EQ(runningCheckError(folder, ScriptedLsof({2, {}, "lsof: internal error\n", 0})),
               prefix + AndroidCatalog::lsofIncompleteText);
     EXPECT_EQ(runningCheckError(folder, ScriptedLsof({0, "pabc\ncsleep\nn/x\n", {}, 0})),
               prefix + AndroidCatalog::invalidProcessIDText);
@@ -168,8 +168,10 @@ TEST(AndroidRunningCheckTest, UnclearLsofAnswersAreReportedNotIgnored) {
     // A holder that has gone by the time ps asks (the largest pid Linux allows is 2^22).
     EXPECT_EQ(runningCheckError(folder, ScriptedLsof({0, "p99999999\ncqemu\n", {}, 0})),
               prefix + AndroidCatalog::processChangedText);
-    // Nobody holds the files: no output, exit 1.
+    // Nobody holds the files: no output, exit 1, also when a named file went meanwhile.
     EXPECT_FALSE(AndroidCatalog::isRunning(folder, ScriptedLsof({1, {}, {}, 0})));
+    EXPECT_FALSE(AndroidCatalog::isRunning(
+        folder, ScriptedLsof({1, {}, "lsof: status error on x: No such file or directory\n", 0})));
 
     // Removal refuses when it cannot tell.
     const AndroidInventory inventory = AndroidCatalog::inventory();
@@ -179,6 +181,54 @@ TEST(AndroidRunningCheckTest, UnclearLsofAnswersAreReportedNotIgnored) {
     ASSERT_EQ(result.failures.size(), 1);
     EXPECT_EQ(result.failures[0].message, prefix + AndroidCatalog::invalidProcessIDText);
     EXPECT_TRUE(QFileInfo::exists(folder));
+}
+
+TEST(AndroidRunningCheckTest, AnEmulatorIsRunningWhileSomeOfItsFilesAreNotOpen) {
+    // lsof exits 1 when some named files are not open (the snapshot here) and lists the ones that
+    // are: that is an emulator at work, not a failed check.
+    AndroidStore store;
+    store.package(imageRel, test::android::playImageProperties);
+    const QString folder = store.avd(s("Busy"), imageRel);
+    test::writeFile(folder + s("/snapshots/default_boot/ram.bin"), "snapshot");
+    const test::android::FakeEmulator emulator(test::makeTempDir(s("bin")),
+                                               folder + s("/userdata-qemu.img"));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const AndroidInventory now = AndroidCatalog::inventory();
+            const AndroidAVD* avd = store.avdNamed(now, s("Busy"));
+            return avd && avd->isRunning;
+        },
+        10000));
+    EXPECT_TRUE(AndroidCatalog::isRunning(folder));
+
+    // Refused also in a dry run, which then moves nothing either.
+    const AndroidAVD listed = *store.avdNamed(AndroidCatalog::inventory(), s("Busy"));
+    const AndroidRemovalResult dryRun = AndroidCatalog::remove(
+        {}, {listed}, ProcessRunner::system(), PlatformTrash::system(), true);
+    EXPECT_TRUE(dryRun.removed.isEmpty());
+    ASSERT_EQ(dryRun.failures.size(), 1);
+    EXPECT_EQ(dryRun.failures[0].message, s("AVD Busy is running. Stop it before removing it."));
+    EXPECT_TRUE(QFileInfo::exists(folder));
+}
+
+TEST(AndroidInventoryTest, AnImageNamedThroughALinkedSdkIsStillInUse) {
+    AndroidStore store;
+    const QString image = store.package(imageRel, test::android::playImageProperties);
+    // Android Studio reaches the SDK through a link; the AVD names its image by the real path.
+    const QString linked = test::makeTempDir(s("sdk-link")) + s("/sdk");
+    ASSERT_TRUE(QFile::link(store.sdk, linked));
+    store.avd(s("Pixel_8"), store.sdk + u'/' + imageRel);
+    const test::ScopedEnvironment throughLink("ANDROID_HOME", linked);
+
+    const AndroidInventory inventory = AndroidCatalog::inventory();
+    const QString listedImage = linked + u'/' + imageRel;
+    const AndroidComponent* component = store.component(inventory, listedImage);
+    ASSERT_TRUE(component);
+    EXPECT_EQ(component->avdNames, QStringList{s("Pixel_8")});
+    const AndroidRemovalResult result = AndroidCatalog::remove({*component}, {});
+    ASSERT_EQ(result.failures.size(), 1);
+    EXPECT_EQ(result.failures[0].message, s("This system image is used by AVDs: Pixel_8"));
+    EXPECT_TRUE(QFileInfo::exists(image + s("/source.properties")));
 }
 
 } // namespace

@@ -34,6 +34,27 @@ protected:
     AndroidStore store;
 };
 
+TEST_F(AndroidModelTest, ADryRunRunsTheGuardsARealRunWould) {
+    const QString image = store.package(imageRel, test::android::playImageProperties);
+    const QString platform =
+        store.package(s("platforms/android-34"), "AndroidVersion.ApiLevel=34\n");
+    store.avd(s("Pixel_8"), imageRel);
+    AndroidModel model(toasts, true);
+    load(model);
+    model.setSelected(image, true);
+    model.setSelected(platform, true);
+    const qint64 platformBytes = model.inventory().components.value(1).sizeBytes;
+
+    model.removeSelected();
+    settle(model);
+    EXPECT_EQ(toastText(),
+              s("Dry run: would move 1 Android item (") + formatBytes(platformBytes) + u')');
+    ASSERT_EQ(model.failures().size(), 1);
+    EXPECT_EQ(model.failures()[0].message, s("This system image is used by AVDs: Pixel_8"));
+    EXPECT_TRUE(QFileInfo::exists(image));
+    EXPECT_TRUE(QFileInfo::exists(platform));
+}
+
 TEST_F(AndroidModelTest, DryRunCountsTheTickedItemsAndMovesNothing) {
     const QString platform =
         store.package(s("platforms/android-34"), "AndroidVersion.ApiLevel=34\n");

@@ -19,11 +19,16 @@ TEST(SimulatorTypes, VersionsCompareNumberByNumberAndPlatformsComeFromTheirIdent
     EXPECT_EQ(simPlatformFrom(s("com.apple.platform.macosx")), SimPlatform::other);
 }
 
-TEST(DockerTypes, AnUntaggedImageShowsItsShortIdAndRestartingCountsAsRunning) {
+TEST(DockerTypes, AnUntaggedImageShowsAsNoneBesideItsShortIdAndRestartingCountsAsRunning) {
     DockerImage tagged{s("sha256:abc"), s("redis"), s("7"), {}, 0, 0, 0, {}};
     EXPECT_EQ(tagged.displayName(), s("redis:7"));
     DockerImage untagged{s("sha256:0123456789abcdef"), s("<none>"), s("<none>"), {}, 0, 0, 0, {}};
-    EXPECT_EQ(untagged.displayName(), s("0123456789ab"));
+    EXPECT_EQ(untagged.displayName(), s("<none>"));
+    EXPECT_EQ(untagged.shortID(), s("0123456789ab"));
+    // Some versions leave the name empty rather than print "<none>": never ":".
+    untagged.repository.clear();
+    untagged.tag.clear();
+    EXPECT_EQ(untagged.displayName(), s("<none>"));
     DockerContainer container;
     container.state = s("restarting");
     EXPECT_TRUE(container.isRunning());

@@ -59,7 +59,7 @@ protected:
 
 TEST_F(RuntimeRemoverTest, ARuntimeGoneByTheFirstPollIsRemovedWithoutTouchingDevices) {
     listings = {{c}};
-    const RuntimeRemover::Result result = remover().remove({a, b}, {}, {});
+    const RuntimeRemover::Result result = remover().remove({a, b});
     EXPECT_EQ(result.removed, (QStringList{a, b}));
     EXPECT_TRUE(result.stillRemoving.isEmpty());
     EXPECT_TRUE(result.failed.isEmpty());
@@ -69,29 +69,49 @@ TEST_F(RuntimeRemoverTest, ARuntimeGoneByTheFirstPollIsRemovedWithoutTouchingDev
     EXPECT_EQ(clock, 2);
 }
 
-TEST_F(RuntimeRemoverTest, DevicesGoFirstAndRuntimesStayWhenTheyCannot) {
+TEST_F(RuntimeRemoverTest, DevicesGoOnlyAfterEveryRuntimeTheyBootFromWasDeleted) {
     // A refused shutdown (the device stopped meanwhile) does not hold the deletion up.
     shutDownFails = true;
-    EXPECT_EQ(remover().remove({a}, {s("d1")}, {s("d1"), s("d2")}).removed, QStringList{a});
-    EXPECT_EQ(calls, (QStringList{s("shutdown d1"), s("delete d1 d2"), s("runtime delete A")}));
+    const RuntimeRemover::DeviceGroup onA{{a}, {s("d1"), s("d2")}, {s("d1")}};
+    RuntimeRemover::Result result = remover().remove({a}, {onA});
+    EXPECT_EQ(calls, (QStringList{s("shutdown d1"), s("runtime delete A"), s("delete d1 d2")}));
+    EXPECT_EQ(result.removed, QStringList{a});
+    EXPECT_EQ(result.deletedDevices, (QStringList{s("d1"), s("d2")}));
 
-    // Devices that cannot be deleted keep every runtime, rather than leave them unbootable.
+    // A refused runtime keeps its devices; so does one of two images sharing an identifier. The
+    // devices of the runtime that went are deleted and listed, also while macOS still removes it.
     calls.clear();
     polls = 0;
+    deleteErrors = {{b, s("simctl exited with 1: boom")}};
+    listings = {{c}};
+    const RuntimeRemover::DeviceGroup onBAndA{{b, a}, {s("d3")}, {}};
+    const RuntimeRemover::DeviceGroup onC{{c}, {s("d4")}, {}};
+    result = remover().remove({a, b, c}, {onBAndA, onC});
+    EXPECT_EQ(calls, (QStringList{s("runtime delete A"), s("runtime delete B"),
+                                  s("runtime delete C"), s("delete d4")}));
+    EXPECT_EQ(result.deletedDevices, QStringList{s("d4")});
+    EXPECT_EQ(result.stillRemoving, QStringList{c});
+    EXPECT_EQ(result.failed.keys(), QList<QString>{b});
+
+    // Devices that cannot be deleted fail one by one; the runtime is gone all the same.
+    calls.clear();
+    polls = 0;
+    deleteErrors.clear();
+    listings = {{}};
     deviceDeleteFails = true;
-    const RuntimeRemover::Result result = remover().remove({a, b}, {}, {s("d1")});
-    EXPECT_EQ(calls, QStringList{s("delete d1")});
-    EXPECT_EQ(result.failed.keys(), (QList<QString>{a, b}));
-    EXPECT_EQ(result.failed.value(a),
-              s("Its devices could not be deleted: simctl exited with 1: device busy"));
-    EXPECT_EQ(polls, 0);
+    result = remover().remove({a}, {onA});
+    EXPECT_EQ(result.removed, QStringList{a});
+    EXPECT_TRUE(result.deletedDevices.isEmpty());
+    EXPECT_EQ(result.failedDevices,
+              (QMap<QString, QString>{{s("d1"), s("simctl exited with 1: device busy")},
+                                      {s("d2"), s("simctl exited with 1: device busy")}}));
 }
 
 TEST_F(RuntimeRemoverTest, ARuntimeAlreadyOnItsWayOutIsNotAFailure) {
     deleteErrors = {{a, s("simctl exited with 1: No Runtime Disk Images found for A")},
                     {b, s("simctl exited with 1: NO MATCHING IMAGES")}};
     listings = {{a, b}, {a}, {}};
-    const RuntimeRemover::Result result = remover().remove({a, b}, {}, {});
+    const RuntimeRemover::Result result = remover().remove({a, b});
     EXPECT_TRUE(result.failed.isEmpty());
     // In the order given, not the order they vanished in.
     EXPECT_EQ(result.removed, (QStringList{a, b}));
@@ -103,7 +123,7 @@ TEST_F(RuntimeRemoverTest, OtherErrorsFailOnlyTheirRuntimeWhichIsNotWaitedFor) {
     deleteErrors = {{b, s("simctl exited with 1: boom")}};
     // B stays listed for good, but it failed: the remover must not wait for it.
     listings = {{b}};
-    const RuntimeRemover::Result result = remover().remove({a, b, c}, {}, {});
+    const RuntimeRemover::Result result = remover().remove({a, b, c});
     EXPECT_EQ(result.removed, (QStringList{a, c}));
     EXPECT_EQ(result.failed, (QMap<QString, QString>{{b, s("simctl exited with 1: boom")}}));
     EXPECT_TRUE(result.stillRemoving.isEmpty());
@@ -113,7 +133,7 @@ TEST_F(RuntimeRemoverTest, OtherErrorsFailOnlyTheirRuntimeWhichIsNotWaitedFor) {
 TEST_F(RuntimeRemoverTest, ARuntimeStillListedWhenTimeIsUpIsStillRemovingNotFailed) {
     // C goes on the third poll; A never does within the 180 seconds.
     listings = {{a, c}, {a, c}, {a}};
-    const RuntimeRemover::Result result = remover().remove({a, c}, {}, {});
+    const RuntimeRemover::Result result = remover().remove({a, c});
     EXPECT_EQ(result.stillRemoving, QStringList{a});
     EXPECT_EQ(result.removed, QStringList{c});
     EXPECT_TRUE(result.failed.isEmpty());
@@ -127,13 +147,13 @@ TEST_F(RuntimeRemoverTest, AListingThatFailsIsAskedAgainAtTheNextPoll) {
     RuntimeRemover r = remover();
     r.pollInterval = 5;
     r.timeout = 12;
-    EXPECT_EQ(r.remove({a}, {}, {}).removed, QStringList{a});
+    EXPECT_EQ(r.remove({a}).removed, QStringList{a});
     EXPECT_EQ(clock, 10);
 
     // With every listing failing, the time limit still ends the wait.
     clock = 0;
     polls = 0;
     failingPolls = {0, 1, 2, 3};
-    EXPECT_EQ(r.remove({a}, {}, {}).stillRemoving, QStringList{a});
+    EXPECT_EQ(r.remove({a}).stillRemoving, QStringList{a});
     EXPECT_EQ(clock, 15);
 }

@@ -162,7 +162,7 @@ TEST_F(SimulatorsModelTest, ADryRunRunsNothingButTheListings) {
     dryRunModel.deleteSelected();
     waitForAction(dryRunModel);
     EXPECT_EQ(toasts.current()->message,
-              s("Dry run: would delete 2 runtimes (with 2 devices) and free 9.96 GB"));
+              s("Dry run: would delete 2 runtimes (with 2 devices) and free 14.81 GB"));
     EXPECT_EQ(dryRunModel.lastMessage(), toasts.current()->message);
     EXPECT_FALSE(dryRunModel.lastResult().has_value());
 
@@ -175,7 +175,7 @@ TEST_F(SimulatorsModelTest, ADryRunRunsNothingButTheListings) {
     EXPECT_EQ(dryRunModel.runtimes().size(), 7);
 }
 
-TEST_F(SimulatorsModelTest, DeletionStopsAndDeletesItsDevicesThenWaitsForTheRuntimeToGo) {
+TEST_F(SimulatorsModelTest, DeletionDeletesTheDevicesOnlyAfterTheirRuntimeWasDeleted) {
     test::writeFile(dir + s("/after-delete.json"), fx::runtimesWithoutIOS13());
     load(model);
     clearLog();
@@ -185,14 +185,16 @@ TEST_F(SimulatorsModelTest, DeletionStopsAndDeletesItsDevicesThenWaitsForTheRunt
     EXPECT_EQ(model.deletingRuntimeIDs(), QSet<QString>{fx::iOS13});
     waitForAction(model);
 
-    EXPECT_EQ(log(),
-              QStringList({s("simctl shutdown ") + fx::bootedIPhone11,
-                           s("simctl delete ") + fx::bootedIPhone11 + u' ' + fx::iPhone11Pro,
-                           s("simctl runtime delete ") + fx::iOS13, s("simctl runtime list -j")}) +
-                  listings);
+    EXPECT_EQ(log(), QStringList({s("simctl shutdown ") + fx::bootedIPhone11,
+                                  s("simctl runtime delete ") + fx::iOS13,
+                                  s("simctl delete ") + fx::bootedIPhone11 + u' ' + fx::iPhone11Pro,
+                                  s("simctl runtime list -j")}) +
+                         listings);
     EXPECT_EQ(sleeps, 1);
-    EXPECT_EQ(toasts.current()->message, s("Deleted 1 runtime, freed 6.36 GB."));
-    EXPECT_EQ(model.lastResult(), (RuntimeRemover::Result{{fx::iOS13}, {}, {}}));
+    EXPECT_EQ(toasts.current()->message, s("Deleted 1 runtime and 2 devices, freed 11.2 GB."));
+    EXPECT_EQ(
+        model.lastResult(),
+        (RuntimeRemover::Result{{fx::iOS13}, {}, {}, {fx::bootedIPhone11, fx::iPhone11Pro}, {}}));
     EXPECT_TRUE(model.failures().isEmpty());
     EXPECT_TRUE(model.deletingRuntimeIDs().isEmpty());
     EXPECT_FALSE(runtime(model, fx::iOS13).has_value());
@@ -210,19 +212,40 @@ TEST_F(SimulatorsModelTest, ARefusedRuntimeFailsAloneAndOneStillListedIsStillRem
     waitForAction(model);
 
     EXPECT_EQ(sleeps, 3);
+    // The runtime macOS is still removing has lost its devices, and the result says so.
     EXPECT_EQ(model.lastResult(),
               (RuntimeRemover::Result{
                   {},
                   {fx::iOS13},
                   {{fx::watchOS9,
-                    s("simctl exited with 1: Unable to delete runtime: permission denied")}}}));
+                    s("simctl exited with 1: Unable to delete runtime: permission denied")}},
+                  {fx::bootedIPhone11, fx::iPhone11Pro},
+                  {}}));
     EXPECT_EQ(model.failures(),
               QList<ItemFailure>({{fx::watchOS9, s("watchOS 9.0"),
                                    s("simctl exited with 1: Unable to delete runtime: permission "
                                      "denied")}}));
     EXPECT_EQ(toasts.current()->message,
-              s("macOS is still removing iOS 13.1 in the background; it will disappear shortly."));
+              s("Deleted 2 devices, freed 4.85 GB. macOS is still removing iOS 13.1 in the "
+                "background; it will disappear shortly."));
     EXPECT_EQ(model.lastMessage(), toasts.current()->message);
+}
+
+TEST_F(SimulatorsModelTest, ARuntimeThatCannotBeDeletedKeepsItsDevices) {
+    writeXcrun("\"simctl runtime delete " + fx::iOS13.toUtf8() +
+               "\") echo 'Unable to delete runtime: permission denied' >&2; exit 1 ;;\n");
+    load(model);
+    clearLog();
+    model.setPolling(1, 3, [this](double) { ++sleeps; });
+    model.setSelected(fx::iOS13, true);
+    model.deleteSelected();
+    waitForAction(model);
+
+    for (const QString& line : log())
+        EXPECT_FALSE(line.startsWith(s("simctl delete "))) << line.toStdString();
+    EXPECT_TRUE(model.lastResult()->deletedDevices.isEmpty());
+    EXPECT_EQ(toasts.current()->message, s("No runtime was deleted."));
+    EXPECT_EQ(model.devices().size(), 4);
 }
 
 TEST_F(SimulatorsModelTest, ABrokenToolGivesOneClearErrorAndLeavesAnEmptyUsableModel) {

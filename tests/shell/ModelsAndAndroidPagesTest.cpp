@@ -1,5 +1,6 @@
 #include "devtools/AIModelStores.h"
 #include "devtools/AndroidStores.h"
+#include "platform/ByteFormat.h"
 #include "shell/AIModelsView.h"
 #include "shell/AndroidView.h"
 #include "shell/ShellTesting.h"
@@ -68,8 +69,14 @@ TEST(AIModelsPageTest, ModelsOfEachSourceWithWhatTheyFreeAndAnEmptyState) {
     const QTreeWidgetItem* ollama = view.tree()->topLevelItem(0);
     EXPECT_EQ(ollama->text(0), s("Ollama"));
     EXPECT_EQ(ollama->text(2), AIModelsModel::ollamaNote);
-    // Both tags share one large blob: each says so, and frees only its own small ones.
+    // Both tags share one large blob: each says so, and frees only its own small ones. A row
+    // shows what the model takes, and beside it what removing it frees.
     EXPECT_TRUE(ollama->child(0)->text(2).endsWith(AIModelsModel::sharedSuffix));
+    const AIModel* tag = model.model(s("ollama:llama3.2:3b"));
+    ASSERT_TRUE(tag);
+    EXPECT_LT(tag->freesBytes, tag->sizeBytes);
+    EXPECT_EQ(ollama->child(0)->text(1), formatBytes(tag->sizeBytes));
+    EXPECT_TRUE(ollama->child(0)->text(2).startsWith(s("frees ") + formatBytes(tag->freesBytes)));
     EXPECT_FALSE(view.removeButton()->isEnabled());
     test::saveScreenshot(view, s("ai-models-loaded"));
 }

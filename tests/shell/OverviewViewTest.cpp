@@ -4,6 +4,7 @@
 #include "devtools/AIModelStores.h"
 #include "devtools/AndroidStores.h"
 #include "devtools/FakeDocker.h"
+#include "devtools/OverviewAreas.h"
 #include "devtools/SimulatorFixtures.h"
 #include "shell/AppModels.h"
 #include "shell/MainWindow.h"
@@ -176,6 +177,16 @@ TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
     EXPECT_EQ(byArea[s("projects")], models.session.reclaimableBytes());
     EXPECT_EQ(byArea[s("projects")], 30'000);
     EXPECT_EQ(byArea[s("caches")], models.caches.measuredBytes());
+    // Docker's figure leaves out what a container uses and the running container.
+    EXPECT_EQ(byArea[s("docker")], OverviewFigures::docker(*models.docker.snapshot()));
+    EXPECT_EQ(byArea[s("docker")], 2'966'530'000);
+    // Its row shows the whole size beside it.
+    const auto dockerRow = [this] {
+        return window.overviewView()->list()->topLevelItem(3)->text(0);
+    };
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dockerRow() == s("Docker — 3.47 GB in all"); },
+                                test::patience))
+        << dockerRow().toStdString();
     // Only the orphan's data, never an installed app's.
     EXPECT_GE(byArea[s("appLeftovers")], 1'200'000);
     EXPECT_LT(byArea[s("appLeftovers")], 1'400'000);
