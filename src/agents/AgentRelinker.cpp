@@ -61,4 +61,11 @@ RelinkReport AgentRelinker::undo(const RelinkReport& done, const QString& oldPat
     return report;
 }
 
+RelinkReport AgentRelinker::takeBack(const QString& oldPath, const QString& newPath) const {
+    RelinkReport report = run(locations, newPath, oldPath, RelinkMode::write);
+    if (isUsable(oldPath) && isUsable(newPath) && oldPath != newPath)
+        ClaudeConfigStep::removeCopies({locations, {oldPath, newPath}, RelinkMode::write, report});
+    return report;
+}
+
 } // namespace corvane

@@ -25,6 +25,11 @@ struct AgentRelinker {
     // received.
     RelinkReport undo(const RelinkReport& done, const QString& oldPath,
                       const QString& newPath) const;
+
+    // Takes back relink(oldPath, newPath) cut short at an unknown step, without its report: the
+    // same steps from the new path to the old one rewrite whatever it had reached and find
+    // nothing to do for the rest, and the project settings it had copied go again.
+    RelinkReport takeBack(const QString& oldPath, const QString& newPath) const;
 };
 
 } // namespace corvane

@@ -41,6 +41,7 @@ public:
         , path_(context.locations.claudeConfig) {}
 
     void run();
+    void removeCopies();
 
 private:
     void warn(const QString& problem) const {
@@ -48,6 +49,7 @@ private:
     }
     QList<NewEntry> newEntries(const QJsonObject& projects) const;
     std::optional<QString> edit(const QString& text, int& added) const;
+    std::optional<QString> withoutCopies(const QString& text) const;
     std::optional<QString> edited(const QString& text, const QList<NewEntry>& entries) const;
 
     const RelinkContext& context_;
@@ -141,10 +143,58 @@ std::optional<QString> ConfigEditor::edit(const QString& text, int& added) const
     return result;
 }
 
+// run() puts its members right after the opening brace of "projects", compact and each followed
+// by a comma, where Claude Code itself never writes one: found there, they are the copies.
+std::optional<QString> ConfigEditor::withoutCopies(const QString& text) const {
+    static const QRegularExpression projectsStart(QStringLiteral("\"projects\"\\s*:\\s*\\{"));
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8());
+    const QRegularExpressionMatch match = projectsStart.match(text);
+    if (!document.isObject() || !match.hasMatch())
+        return std::nullopt;
+    QJsonObject expected = document.object();
+    QJsonObject projects = expected.value(QStringLiteral("projects")).toObject();
+    QString result = text;
+    for (auto member = projects.begin(); member != projects.end();) {
+        const std::optional<QString> copied = context_.move.rewritten(member.key());
+        const std::optional<QString> copy =
+            copied ? memberText({*copied, member.value()}) : std::nullopt;
+        if (!copy || projects.value(*copied) != member.value() ||
+            !QStringView(result).mid(match.capturedEnd()).startsWith(*copy + u',')) {
+            ++member;
+            continue;
+        }
+        result.remove(match.capturedEnd(), copy->size() + 1);
+        projects.remove(*copied);
+        member = projects.begin(); // the copies lie in the order they were written
+    }
+    if (result == text)
+        return std::nullopt;
+    expected.insert(QStringLiteral("projects"), projects);
+    const QJsonDocument reparsed = QJsonDocument::fromJson(result.toUtf8());
+    if (!reparsed.isObject() || reparsed.object() != expected)
+        return std::nullopt;
+    return result;
+}
+
+void ConfigEditor::removeCopies() {
+    if (!QFileInfo::exists(path_))
+        return;
+    QString problem;
+    RelinkFiles::rewrite(
+        path_, [this](const QString& text) { return withoutCopies(text); }, problem);
+    if (!problem.isEmpty())
+        warn(QStringLiteral("~/.claude.json ") + problem);
+}
+
 } // namespace
 
 void ClaudeConfigStep::run(const RelinkContext& context) {
     ConfigEditor(context).run();
+}
+
+void ClaudeConfigStep::removeCopies(const RelinkContext& context) {
+    if (context.writes())
+        ConfigEditor(context).removeCopies();
 }
 
 } // namespace corvane

@@ -15,8 +15,10 @@ namespace corvane {
 struct ClaudeFolderLedger {
     QString url;
 
-    // Folder name -> project path, for reading: the entries this version reads. A missing or
-    // unreadable file is an empty mapping here; the change that follows reports it.
+    // Folder name -> project path, and "<folder name>/<session file>" -> project path for a
+    // session moved on its own (ClaudeHistory::sessionKey), for reading: the entries this version
+    // reads. A missing or unreadable file is an empty mapping here; the change that follows
+    // reports it.
     QMap<QString, QString> load() const;
 
     // Applies `change` to the mapping as it is stored now and replaces the file with the result,

@@ -8,8 +8,10 @@ namespace corvane {
 
 // Brings Claude Code's per-project history folders to the names of their new paths: a rename
 // when the new name is free, else a merge that moves the items across one by one and keeps both
-// copies of any name present in both. The session files themselves are not edited; the ledger
-// records the real path of every folder filled.
+// copies of any name present in both. A folder that several projects share (the name encoding is
+// lossy) gives up only the moved project's sessions and their companion folders. The session
+// files themselves are not edited; the ledger records the real path of every folder renamed and
+// of every session moved on its own.
 struct ClaudeFoldersStep {
     // Every history folder whose project is under the old path. Folders named in `untouchable`
     // are left alone.

@@ -26,12 +26,20 @@ QStringList sessionFiles(const QString& folder) {
                                   QDir::Name);
 }
 
+QString sessionKey(const QString& folderName, const QString& fileName) {
+    return folderName + u'/' + fileName;
+}
+
 std::optional<QString> projectPath(const QString& folderName, const std::optional<QString>& cwd,
-                                   const QMap<QString, QString>& ledger, bool macPathRules) {
+                                   const QMap<QString, QString>& ledger, bool macPathRules,
+                                   const QString& fileName) {
     // Claude Code names the folder after the path as it was given, before any normalising.
     if (cwd && encodedFolderName(*cwd) == folderName)
         return AgentPaths::normalized(*cwd, macPathRules);
-    const auto recorded = ledger.constFind(folderName);
+    auto recorded =
+        fileName.isEmpty() ? ledger.constEnd() : ledger.constFind(sessionKey(folderName, fileName));
+    if (recorded == ledger.constEnd())
+        recorded = ledger.constFind(folderName);
     if (recorded != ledger.constEnd())
         return AgentPaths::normalized(*recorded, macPathRules);
     if (cwd)
@@ -39,16 +47,30 @@ std::optional<QString> projectPath(const QString& folderName, const std::optiona
     return std::nullopt;
 }
 
+QMap<QString, QString> sessionProjects(const QString& folder, const QMap<QString, QString>& ledger,
+                                       bool macPathRules) {
+    const QString folderName = Paths::lastComponent(folder);
+    QMap<QString, QString> projects;
+    for (const QString& fileName : sessionFiles(folder)) {
+        const std::optional<QString> path =
+            projectPath(folderName, SessionHead::firstCwd(Paths::joined(folder, fileName)), ledger,
+                        macPathRules, fileName);
+        if (path)
+            projects.insert(fileName, *path);
+    }
+    return projects;
+}
+
 std::optional<QString> projectPathOfFolder(const QString& folder,
                                            const QMap<QString, QString>& ledger,
                                            bool macPathRules) {
-    std::optional<QString> cwd;
+    const QString folderName = Paths::lastComponent(folder);
     for (const QString& fileName : sessionFiles(folder)) {
-        cwd = SessionHead::firstCwd(Paths::joined(folder, fileName));
+        const std::optional<QString> cwd = SessionHead::firstCwd(Paths::joined(folder, fileName));
         if (cwd)
-            break;
+            return projectPath(folderName, cwd, ledger, macPathRules, fileName);
     }
-    return projectPath(Paths::lastComponent(folder), cwd, ledger, macPathRules);
+    return projectPath(folderName, std::nullopt, ledger, macPathRules);
 }
 
 } // namespace corvane::ClaudeHistory

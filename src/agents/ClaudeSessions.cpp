@@ -32,7 +32,7 @@ QList<AgentSession> read(const QString& projectsFolder, const QMap<QString, QStr
                 continue;
             const QString path = folder.filePath(fileName);
             const std::optional<QString> project = ClaudeHistory::projectPath(
-                folderName, SessionHead::firstCwd(path), ledger, macPathRules);
+                folderName, SessionHead::firstCwd(path), ledger, macPathRules, fileName);
             if (!project)
                 continue;
             AgentSession session;

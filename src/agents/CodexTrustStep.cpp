@@ -1,6 +1,7 @@
 #include "agents/CodexTrustStep.h"
 
 #include "agents/TomlKey.h"
+#include "agents/TomlSyntax.h"
 #include "platform/Paths.h"
 
 #include <QFileInfo>
@@ -102,6 +103,11 @@ void TrustEditor::run() {
     const std::optional<QString> text = RelinkFiles::readText(path_, problem);
     if (!text)
         return warn(QStringLiteral("config.toml ") + problem);
+    // Codex refuses a file it cannot parse; editing one that is not understood could only make
+    // it worse, or hide the fault.
+    if (const std::optional<QString> fault = TomlSyntax::problem(*text))
+        return warn(QStringLiteral("config.toml is not valid TOML (%1); it was left untouched.")
+                        .arg(*fault));
     qsizetype offset = 0;
     for (const QStringView line : QStringView(*text).split(u'\n')) {
         readLine(line, offset);

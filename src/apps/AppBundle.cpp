@@ -1,8 +1,12 @@
 #include "apps/AppBundle.h"
 
+#include "platform/PathIdentity.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
+#include <QStringDecoder>
 #include <cstdlib>
 #include <memory>
 #include <plist/plist.h>
@@ -32,6 +36,39 @@ std::optional<QString> stringValue(plist_t dict, const char* key) {
     return text;
 }
 
+// An XML property list as UTF-8 without a byte-order mark, which is all libplist reads: editors
+// and some build tools write UTF-16, with or without a mark, or put a mark before UTF-8.
+QByteArray asPlainUtf8(const QByteArray& contents) {
+    if (contents.startsWith("bplist"))
+        return contents;
+    std::optional<QStringConverter::Encoding> encoding =
+        QStringConverter::encodingForData(contents);
+    if (!encoding && contents.size() >= 2) {
+        // UTF-16 without a mark still begins with "<" next to a zero byte.
+        if (contents.at(0) == '<' && contents.at(1) == 0)
+            encoding = QStringConverter::Utf16LE;
+        else if (contents.at(0) == 0 && contents.at(1) == '<')
+            encoding = QStringConverter::Utf16BE;
+    }
+    if (!encoding || *encoding == QStringConverter::Latin1)
+        return contents;
+    QStringDecoder decode(*encoding);
+    QString text = decode(contents);
+    if (decode.hasError())
+        return contents;
+    if (text.startsWith(QChar(0xFEFF)))
+        text.remove(0, 1);
+    // The declaration must no longer claim the encoding the text was in.
+    static const QRegularExpression declared(QStringLiteral("encoding=\"[^\"]*\""),
+                                             QRegularExpression::CaseInsensitiveOption);
+    const qsizetype declarationEnd = text.indexOf(QStringLiteral("?>"));
+    if (text.startsWith(QStringLiteral("<?xml")) && declarationEnd > 0)
+        text.replace(
+            0, declarationEnd,
+            text.left(declarationEnd).replace(declared, QStringLiteral("encoding=\"UTF-8\"")));
+    return text.toUtf8();
+}
+
 } // namespace
 
 std::optional<QString> AppBundle::infoPlistPath(const QString& bundlePath) {
@@ -50,12 +87,13 @@ std::optional<QString> AppBundle::infoPlistPath(const QString& bundlePath) {
     return std::nullopt;
 }
 
-std::optional<BundleInfo> AppBundle::parseInfo(const QByteArray& contents) {
+std::optional<BundleInfo> AppBundle::parseInfo(const QByteArray& raw) {
+    const QByteArray contents = asPlainUtf8(raw);
     if (contents.isEmpty())
         return std::nullopt;
-    plist_t raw = nullptr;
-    plist_from_memory(contents.constData(), uint32_t(contents.size()), &raw);
-    const PlistPtr root(raw);
+    plist_t parsed = nullptr;
+    plist_from_memory(contents.constData(), uint32_t(contents.size()), &parsed);
+    const PlistPtr root(parsed);
     if (!root || plist_get_node_type(root.get()) != PLIST_DICT)
         return std::nullopt;
     return BundleInfo{stringValue(root.get(), "CFBundleIdentifier"),
@@ -72,9 +110,8 @@ AppSource AppBundle::sourceOf(const QString& bundlePath, const std::optional<QSt
         return AppSource::apple;
     if (QFileInfo(bundlePath + QStringLiteral("/Contents/_MASReceipt")).exists())
         return AppSource::appStore;
-    const QString fileName = QFileInfo(bundlePath).fileName();
     for (auto it = casks.cbegin(); it != casks.cend(); ++it) {
-        if (it.key().compare(fileName, Qt::CaseInsensitive) == 0) {
+        if (PathIdentity::same(it.key(), bundlePath)) {
             if (caskToken)
                 *caskToken = it.value();
             return AppSource::homebrew;

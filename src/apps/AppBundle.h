@@ -8,9 +8,6 @@
 
 namespace corvane {
 
-// Bundle file name ("Foo.app") → the token of the Homebrew cask that installed it.
-using CaskMap = QHash<QString, QString>;
-
 // The keys of an Info.plist the inventory uses.
 struct BundleInfo {
     std::optional<QString> identifier;
@@ -31,8 +28,10 @@ struct AppBundle {
     static std::optional<BundleInfo> parseInfo(const QByteArray& contents);
 
     // Where the app came from, the first rule that fits: apple (identifier "com.apple." or a
-    // bundle under "/System"), appStore ("Contents/_MASReceipt"), homebrew (its file name is in
-    // `casks`, compared without case as the file system does), other. `bundlePath` is resolved.
+    // bundle under "/System"), appStore ("Contents/_MASReceipt"), homebrew (a cask's record says
+    // it installed exactly this bundle: the same place, links resolved, case as the volume
+    // treats it; a copy elsewhere or a bundle only named the same is not the cask's), other.
+    // `bundlePath` is resolved.
     static AppSource sourceOf(const QString& bundlePath, const std::optional<QString>& identifier,
                               const CaskMap& casks, std::optional<QString>* caskToken = nullptr);
 

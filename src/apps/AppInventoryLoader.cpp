@@ -3,6 +3,7 @@
 #include "apps/AppFinder.h"
 #include "apps/AppSignature.h"
 #include "apps/FlatpakApps.h"
+#include "apps/InstalledBundles.h"
 #include "apps/LibraryMatcher.h"
 #include "platform/Locations.h"
 #include "platform/SizeCalculator.h"
@@ -27,13 +28,71 @@ QList<AppDataItem> measured(const QList<DataMatch>& matches,
 
 } // namespace
 
+namespace {
+
+OrphanedAppData measuredLeftover(const LibraryMatcher::Leftover& leftover,
+                                 const CancellationToken& cancellation) {
+    return {leftover.identifier, measured(leftover.matches, cancellation),
+            leftover.unreadableBundle};
+}
+
+InstalledApp flatpakApp(const FlatpakApp& flatpak, const CancellationToken& cancellation) {
+    InstalledApp app;
+    app.url = FlatpakApps::appFolder(flatpak);
+    app.name = flatpak.name;
+    app.bundleIdentifier = flatpak.id;
+    if (!flatpak.version.isEmpty())
+        app.version = flatpak.version;
+    app.flatpakInstallation = flatpak.installation;
+    app.sizeBytes = SizeCalculator::size(app.url, cancellation);
+    // The sandbox's whole home: config, data and cache of the one app.
+    const QString data = FlatpakApps::dataFolder(flatpak.id);
+    if (QFileInfo::exists(data))
+        app.data = measured({{AppDataItem::Kind::applicationSupport, data, true}}, cancellation);
+    return app;
+}
+
+// Flatpak apps with their "~/.var/app" folders, and the folders of apps flatpak says are gone.
+// Without a list flatpak vouches for, no folder is a leftover and the reason is shown.
+void addFlatpaks(AppInventory& inventory, const ProcessRunner& runner,
+                 const CancellationToken& cancellation) {
+    const std::optional<FlatpakListing> listing = FlatpakApps::list(runner, cancellation);
+    if (!listing)
+        return;
+    const QDir dataRoot(FlatpakApps::dataRoot());
+    const QStringList folders = dataRoot.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    if (listing->error) {
+        // A flatpak without apps and without data has nothing to judge.
+        if (*listing->error != FlatpakApps::emptyListText || !folders.isEmpty())
+            inventory.errors.append(*listing->error);
+        return;
+    }
+    QSet<QString> installed;
+    for (const FlatpakApp& flatpak : listing->apps) {
+        cancellation.throwIfCancelled();
+        installed.insert(flatpak.id);
+        inventory.apps.append(flatpakApp(flatpak, cancellation));
+    }
+    // Flatpak ids are case-sensitive, unlike bundle identifiers.
+    for (const QString& id : folders)
+        if (!installed.contains(id) && FlatpakApps::isAppId(id) &&
+            !LibraryMatcher::isSystemIdentifier(id))
+            inventory.orphans.append(
+                {id,
+                 measured({{AppDataItem::Kind::applicationSupport, dataRoot.filePath(id), true}},
+                          cancellation),
+                 std::nullopt});
+}
+
+} // namespace
+
 AppInventory AppInventoryLoader::load(const CaskMap& casks, const CancellationToken& cancellation,
                                       const ProcessRunner& runner) {
     AppInventory inventory;
     const LibraryListing library = LibraryListing::read(Locations::libraryDir());
-    QStringList installedIdentifiers;
+    const QStringList bundles = AppFinder::findBundles(cancellation);
 
-    for (const QString& bundle : AppFinder::findBundles(cancellation)) {
+    for (const QString& bundle : bundles) {
         cancellation.throwIfCancelled();
         std::optional<InstalledApp> app = AppBundle::read(bundle, casks);
         if (!app)
@@ -44,46 +103,15 @@ AppInventory AppInventoryLoader::load(const CaskMap& casks, const CancellationTo
         app->data = measured(LibraryMatcher::matchesFor(library, app->bundleIdentifier, app->name,
                                                         app->teamIdentifier),
                              cancellation);
-        if (app->bundleIdentifier)
-            installedIdentifiers.append(*app->bundleIdentifier);
         inventory.apps.append(*app);
     }
 
-    for (const LibraryMatcher::Leftover& leftover :
-         LibraryMatcher::leftovers(library, installedIdentifiers))
-        inventory.orphans.append({leftover.identifier, measured(leftover.matches, cancellation)});
+    const InstalledSet installed = InstalledBundles::read(bundles, cancellation);
+    for (const LibraryMatcher::Leftover& leftover : LibraryMatcher::leftovers(library, installed))
+        (leftover.unreadableBundle ? inventory.unknownData : inventory.orphans)
+            .append(measuredLeftover(leftover, cancellation));
 
-    if (const std::optional<QList<FlatpakApp>> flatpaks = FlatpakApps::list(runner, cancellation)) {
-        const QDir dataRoot(FlatpakApps::dataRoot());
-        QSet<QString> installed;
-        for (const FlatpakApp& flatpak : *flatpaks) {
-            cancellation.throwIfCancelled();
-            installed.insert(flatpak.id);
-            InstalledApp app;
-            app.url = FlatpakApps::appFolder(flatpak);
-            app.name = flatpak.name;
-            app.bundleIdentifier = flatpak.id;
-            if (!flatpak.version.isEmpty())
-                app.version = flatpak.version;
-            app.flatpakInstallation = flatpak.installation;
-            app.sizeBytes = SizeCalculator::size(app.url, cancellation);
-            // The sandbox's whole home: config, data and cache of the one app.
-            const QString data = dataRoot.filePath(flatpak.id);
-            if (QFileInfo::exists(data))
-                app.data =
-                    measured({{AppDataItem::Kind::applicationSupport, data, true}}, cancellation);
-            inventory.apps.append(app);
-        }
-        // Flatpak ids are case-sensitive, unlike bundle identifiers.
-        const QStringList folders =
-            dataRoot.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-        for (const QString& id : folders)
-            if (!installed.contains(id) && !LibraryMatcher::isSystemIdentifier(id))
-                inventory.orphans.append({id, measured({{AppDataItem::Kind::applicationSupport,
-                                                         dataRoot.filePath(id), true}},
-                                                       cancellation)});
-    }
-
+    addFlatpaks(inventory, runner, cancellation);
     sort(inventory);
     return inventory;
 }

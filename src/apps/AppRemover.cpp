@@ -1,7 +1,10 @@
 #include "apps/AppRemover.h"
 
+#include "apps/AppFinder.h"
+#include "apps/InstalledBundles.h"
 #include "apps/RunningApps.h"
 #include "platform/Locations.h"
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 #include "platform/ProcessRunner.h"
 #include "platform/TrashService.h"
@@ -12,14 +15,35 @@
 namespace corvane {
 namespace {
 
-bool isInside(const QString& path, const QString& folder) {
-    return !folder.isEmpty() && path.startsWith(folder + QLatin1Char('/'));
+// Strictly inside `folder`, links resolved: the folder itself is never an item.
+bool isWithin(const QString& path, const QString& folder) {
+    return PathIdentity::isInside(path, folder) && !PathIdentity::same(path, folder);
 }
 
-// The Library's own path with links resolved, so that a Library reached through a link still
-// counts and a link inside it leading out does not.
-QString resolvedLibrary() {
-    return TrashService::canonicalPath(Locations::libraryDir());
+// A Flatpak app's data folder: directly in "~/.var/app".
+bool isFlatpakData(const AppDataItem& item) {
+    return PathIdentity::same(Paths::parentPath(Paths::absoluteStandardized(item.url)),
+                              FlatpakApps::dataRoot());
+}
+
+// The identifier an item of the Library is named after, if it is named after one.
+std::optional<QString> identifierOfItem(const AppDataItem& item) {
+    const QFileInfo info(item.url);
+    const bool inByHost = info.dir().dirName() == QLatin1String("ByHost");
+    return LibraryMatcher::identifierOf(item.kind, info.fileName(), inByHost);
+}
+
+std::optional<QString> ownershipRefusal(const QString& prefix, const Ownership& owner) {
+    switch (owner.is) {
+    case Ownership::Case::installed:
+        return prefix + QStringLiteral("%1 is installed and uses this data.").arg(owner.bundle);
+    case Ownership::Case::unknown:
+        return prefix +
+               QStringLiteral("%1 could not be read, so this may be its data.").arg(owner.bundle);
+    case Ownership::Case::leftover:
+        break;
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -32,38 +56,45 @@ AppRemover::AppRemover(BrewService brew, const PlatformTrash& trash, RunningChec
     , history_(std::move(history)) {}
 
 QStringList AppRemover::applicationsFolders() {
-    const QString applications = TrashService::canonicalPath(Locations::applicationsDir());
-    QStringList folders{applications};
-    const QFileInfoList subfolders =
-        QDir(applications).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-    for (const QFileInfo& folder : subfolders) {
-        // "Utilities" and folders the user sorts apps into, but not the insides of a bundle.
-        if (!folder.fileName().endsWith(QLatin1String(".app")))
-            folders.append(TrashService::canonicalPath(folder.filePath()));
-    }
-    folders.append(
-        TrashService::canonicalPath(Locations::homeDir() + QStringLiteral("/Applications")));
-    folders.removeDuplicates();
-    return folders;
+    return AppFinder::search().folders;
 }
 
 std::optional<QString> AppRemover::appRefusal(const InstalledApp& app) const {
     if (app.source == AppSource::apple)
         return appleText;
+    const QString runningText = app.name + QStringLiteral(" is running. Quit it first.");
+    if (app.flatpakInstallation) {
+        // Flatpak keeps its apps in its own installation folders; its sandbox hides their
+        // processes from a look at their executables.
+        const FlatpakListing running = FlatpakApps::running();
+        if (running.error)
+            return QStringLiteral("%1 stays: it could not be told whether it is running (%2).")
+                .arg(app.name, *running.error);
+        for (const FlatpakApp& instance : running.apps)
+            if (app.bundleIdentifier && instance.id == *app.bundleIdentifier)
+                return runningText;
+        return std::nullopt;
+    }
     if (isRunning_(app))
-        return app.name + QStringLiteral(" is running. Quit it first.");
-    if (app.flatpakInstallation)
-        return std::nullopt; // Flatpak keeps its apps in its own installation folders.
-    const QString resolved = TrashService::canonicalPath(app.url);
-    if (!applicationsFolders().contains(Paths::parentPath(resolved)))
+        return runningText;
+    const QString parent = Paths::parentPath(PathIdentity::resolved(app.url));
+    const QStringList folders = applicationsFolders();
+    const bool inApplications =
+        std::any_of(folders.cbegin(), folders.cend(),
+                    [&](const QString& f) { return PathIdentity::same(f, parent); });
+    if (!inApplications)
         return outsideApplicationsText;
     return std::nullopt;
 }
 
-std::optional<QString> AppRemover::dataRefusal(const InstalledApp& app,
-                                               const AppDataItem& item) const {
+std::optional<QString> AppRemover::dataRefusal(const InstalledApp& app, const AppDataItem& item,
+                                               const InstalledSet& others) const {
     const QString prefix = itemName(item) + QStringLiteral(": ");
-    if (!isInside(TrashService::canonicalPath(item.url), resolvedLibrary()))
+    const bool ownFlatpakData =
+        app.flatpakInstallation && app.bundleIdentifier &&
+        PathIdentity::same(item.url, FlatpakApps::dataFolder(*app.bundleIdentifier)) &&
+        isWithin(item.url, FlatpakApps::dataRoot());
+    if (!ownFlatpakData && !isWithin(item.url, Locations::libraryDir()))
         return prefix + outsideLibraryText;
     if (!item.isExactMatch)
         return prefix + QStringLiteral("Only exact matches for %1 can be removed.").arg(app.name);
@@ -71,6 +102,13 @@ std::optional<QString> AppRemover::dataRefusal(const InstalledApp& app,
                                      [&](const AppDataItem& own) { return own.url == item.url; });
     if (!belongs)
         return prefix + QStringLiteral("This data does not belong to ") + app.name;
+    if (ownFlatpakData)
+        return std::nullopt;
+    // Another copy of the app, or an app whose helper has the identifier, still uses it.
+    const std::optional<QString> identifier = identifierOfItem(item);
+    const std::optional<QString> named = identifier ? identifier : app.bundleIdentifier;
+    if (named)
+        return ownershipRefusal(prefix, LibraryMatcher::ownerOf(*named, item.kind, others, false));
     return std::nullopt;
 }
 
@@ -81,36 +119,121 @@ AppRemovalOutcome AppRemover::remove(const InstalledApp& app, const QList<AppDat
         outcome.failures.append(*refusal);
         return outcome;
     }
+    // What else is installed, read before the app goes, without the app and its helpers.
+    const InstalledSet others = app.flatpakInstallation
+                                    ? InstalledSet()
+                                    : InstalledBundles::current(cancellation).without(app.url);
     QList<CleanupItem> trashed;
     if (!removeApp(app, outcome, trashed, cancellation))
         return outcome;
     outcome.freedBytes += app.sizeBytes;
     for (const AppDataItem& item : tickedData) {
-        if (const std::optional<QString> refusal = dataRefusal(app, item))
+        if (const std::optional<QString> refusal = dataRefusal(app, item, others))
             outcome.failures.append(*refusal);
         else
-            trashData(item, outcome, trashed);
+            trashData(item, isFlatpakData(item) ? FlatpakApps::dataRoot() : Locations::libraryDir(),
+                      outcome, trashed);
     }
-    outcome.cleanup = history_.record(cleanupArea, trashed);
+    if (!dryRun_)
+        outcome.cleanup = history_.record(cleanupArea, trashed);
     return outcome;
+}
+
+std::optional<QString>
+AppRemover::leftoverRefusal(const AppDataItem& item, const InstalledSet& installed,
+                            const std::optional<FlatpakListing>& flatpaks) const {
+    const QString prefix = itemName(item) + QStringLiteral(": ");
+    if (isFlatpakData(item)) {
+        const QString id = itemName(item);
+        if (!flatpaks)
+            return prefix + QStringLiteral("flatpak is not installed, so it cannot confirm that "
+                                           "the app is gone.");
+        if (flatpaks->error)
+            return prefix + *flatpaks->error;
+        for (const FlatpakApp& app : flatpaks->apps)
+            if (app.id == id)
+                return prefix + QStringLiteral("%1 is installed and uses this data.").arg(app.name);
+        return std::nullopt;
+    }
+    if (!isWithin(item.url, Locations::libraryDir()))
+        return prefix + outsideLibraryText;
+    const std::optional<QString> identifier = identifierOfItem(item);
+    if (!identifier || LibraryMatcher::isSystemIdentifier(*identifier))
+        return prefix + QStringLiteral("Not named after an app that is gone, so it stays.");
+    return ownershipRefusal(prefix, LibraryMatcher::ownerOf(*identifier, item.kind, installed));
 }
 
 AppRemovalOutcome AppRemover::removeLeftovers(const QList<AppDataItem>& items) const {
     AppRemovalOutcome outcome;
-    const QString library = resolvedLibrary();
+    const InstalledSet installed = InstalledBundles::current();
+    const bool anyFlatpak = std::any_of(items.cbegin(), items.cend(), &isFlatpakData);
+    const std::optional<FlatpakListing> flatpaks =
+        anyFlatpak ? FlatpakApps::list() : std::optional<FlatpakListing>();
     QList<CleanupItem> trashed;
     for (const AppDataItem& item : items) {
-        if (!isInside(TrashService::canonicalPath(item.url), library))
-            outcome.failures.append(itemName(item) + QStringLiteral(": ") + outsideLibraryText);
+        if (const std::optional<QString> refusal = leftoverRefusal(item, installed, flatpaks))
+            outcome.failures.append(*refusal);
         else
-            trashData(item, outcome, trashed);
+            trashData(item, isFlatpakData(item) ? FlatpakApps::dataRoot() : Locations::libraryDir(),
+                      outcome, trashed);
     }
-    outcome.cleanup = history_.record(cleanupArea, trashed);
+    if (!dryRun_)
+        outcome.cleanup = history_.record(cleanupArea, trashed);
     return outcome;
 }
 
 QString AppRemover::itemName(const AppDataItem& item) {
     return QFileInfo(item.url).fileName();
+}
+
+bool AppRemover::uninstallCask(const InstalledApp& app, AppRemovalOutcome& outcome,
+                               const CancellationToken& cancellation) const {
+    const QString leftAlone =
+        app.name + QStringLiteral(" could not be removed. Its data was left alone.");
+    if (dryRun_) {
+        if (BrewService::locate() && BrewService::isCaskToken(*app.caskToken))
+            return true;
+        outcome.failures.append(leftAlone);
+        return false;
+    }
+    try {
+        brew_.uninstallCask(*app.caskToken, cancellation);
+        return true;
+    } catch (const BrewError& error) {
+        if (error.kind() == BrewError::Case::needsPassword) {
+            outcome.terminalCommand = error.text();
+            outcome.failures.append(app.name +
+                                    QStringLiteral(" needs your Mac password. Run it in "
+                                                   "Terminal: ") +
+                                    error.text());
+        } else {
+            outcome.failures.append(leftAlone);
+        }
+        return false;
+    }
+}
+
+bool AppRemover::uninstallFlatpak(const InstalledApp& app,
+                                  const CancellationToken& cancellation) const {
+    if (!app.bundleIdentifier || !FlatpakApps::isAppId(*app.bundleIdentifier) ||
+        !FlatpakApps::isInstalled())
+        return false;
+    if (dryRun_)
+        return true;
+    // Never --delete-data: the app's data goes to the Trash, where it can still be taken back.
+    const QString scope = *app.flatpakInstallation == QLatin1String("system")
+                              ? QStringLiteral("--system")
+                              : QStringLiteral("--user");
+    try {
+        return ProcessRunner::system()
+                   .run(FlatpakApps::toolPath(),
+                        {QStringLiteral("uninstall"), QStringLiteral("--noninteractive"), scope,
+                         QStringLiteral("--"), *app.bundleIdentifier},
+                        std::nullopt, {}, 600, cancellation)
+                   .exitCode == 0;
+    } catch (const ProcessRunnerError&) {
+        return false;
+    }
 }
 
 bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
@@ -119,78 +242,63 @@ bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
     const QString leftAlone =
         app.name + QStringLiteral(" could not be removed. Its data was left alone.");
     if (app.caskToken) {
-        try {
-            brew_.uninstallCask(*app.caskToken, cancellation);
-        } catch (const BrewError& error) {
-            if (error.kind() == BrewError::Case::needsPassword) {
-                outcome.terminalCommand = error.text();
-                outcome.failures.append(app.name +
-                                        QStringLiteral(" needs your Mac password. Run it in "
-                                                       "Terminal: ") +
-                                        error.text());
-            } else {
-                outcome.failures.append(leftAlone);
-            }
+        if (!uninstallCask(app, outcome, cancellation))
             return false;
-        }
         outcome.appMethod = AppRemovalOutcome::Method::homebrew;
         return true;
     }
     if (app.flatpakInstallation) {
-        // Never --delete-data: the app's data goes to the Trash, where it can still be taken back.
-        const QString flatpak =
-            Locations::toolPath(QStringLiteral("flatpak"), QStringLiteral("/usr/bin/flatpak"));
-        const QString scope = *app.flatpakInstallation == QLatin1String("system")
-                                  ? QStringLiteral("--system")
-                                  : QStringLiteral("--user");
-        bool removed = false;
-        if (app.bundleIdentifier) {
-            try {
-                removed = ProcessRunner::system()
-                              .run(flatpak,
-                                   {QStringLiteral("uninstall"), QStringLiteral("--noninteractive"),
-                                    scope, *app.bundleIdentifier},
-                                   std::nullopt, {}, 600, cancellation)
-                              .exitCode == 0;
-            } catch (const ProcessRunnerError&) {
-                removed = false;
-            }
-        }
-        if (!removed) {
+        if (!uninstallFlatpak(app, cancellation)) {
             outcome.failures.append(leftAlone);
             return false;
         }
         outcome.appMethod = AppRemovalOutcome::Method::flatpak;
         return true;
     }
-    const QString resolved = TrashService::canonicalPath(app.url);
-    const TrashOutcome moved = TrashService::trash({resolved}, Paths::parentPath(resolved), trash_);
-    if (!moved.failures.isEmpty()) {
-        outcome.failures.append(leftAlone);
-        return false;
+    const QString resolved = PathIdentity::resolved(app.url);
+    const QString parent = Paths::parentPath(resolved);
+    if (dryRun_) {
+        if (TrashService::refusal(resolved, parent)) {
+            outcome.failures.append(leftAlone);
+            return false;
+        }
+    } else {
+        const TrashOutcome moved = TrashService::trash({resolved}, parent, trash_);
+        if (!moved.failures.isEmpty()) {
+            outcome.failures.append(leftAlone);
+            return false;
+        }
+        trashed.append(cleanupItems(moved, {{resolved, app.sizeBytes}}));
     }
-    trashed.append(cleanupItems(moved, {{resolved, app.sizeBytes}}));
     outcome.appMethod = AppRemovalOutcome::Method::trash;
     return true;
 }
 
-void AppRemover::trashData(const AppDataItem& item, AppRemovalOutcome& outcome,
+void AppRemover::trashData(const AppDataItem& item, const QString& root, AppRemovalOutcome& outcome,
                            QList<CleanupItem>& trashed) const {
-    const TrashOutcome moved = TrashService::trash({item.url}, resolvedLibrary(), trash_);
-    if (moved.failures.isEmpty()) {
-        trashed.append(cleanupItems(moved, {{item.url, item.sizeBytes}}));
+    const QString resolvedRoot = PathIdentity::resolved(root);
+    std::optional<QString> message;
+    if (dryRun_) {
+        message = TrashService::refusal(item.url, resolvedRoot);
+    } else {
+        const TrashOutcome moved = TrashService::trash({item.url}, resolvedRoot, trash_);
+        if (moved.failures.isEmpty())
+            trashed.append(cleanupItems(moved, {{item.url, item.sizeBytes}}));
+        else
+            message = moved.failures.first().message;
+    }
+    if (!message) {
         outcome.trashedData.append(item);
         outcome.freedBytes += item.sizeBytes;
         return;
     }
-    const QString& message = moved.failures.first().message;
-    if (message.contains(QLatin1String("permission"), Qt::CaseInsensitive) ||
-        message.contains(QLatin1String("not permitted"), Qt::CaseInsensitive))
+    if (message->contains(QLatin1String("permission"), Qt::CaseInsensitive) ||
+        message->contains(QLatin1String("not permitted"), Qt::CaseInsensitive))
         outcome.failures.append(QStringLiteral("macOS needs your permission to remove %1: use "
                                                "Show in Finder and drag it to the Trash.")
                                     .arg(itemName(item)));
     else
-        outcome.failures.append(itemName(item) + QStringLiteral(": ") + message);
+        outcome.failures.append(itemName(item) + QStringLiteral(": ") + *message);
 }
 
 } // namespace corvane

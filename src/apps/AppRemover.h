@@ -2,6 +2,8 @@
 
 #include "apps/AppTypes.h"
 #include "apps/BrewService.h"
+#include "apps/FlatpakApps.h"
+#include "apps/LibraryMatcher.h"
 #include "platform/Cancellation.h"
 #include "platform/CleanupHistory.h"
 #include "platform/PlatformTrash.h"
@@ -16,8 +18,11 @@ namespace corvane {
 
 // Removes an app (through Homebrew for a cask, Flatpak for a Flatpak app, else the Trash) and
 // the Library data the user ticked, and leftover data of apps that are gone. It never takes what
-// is not the app's: Apple's apps, running apps, apps outside the Applications folders and data
-// outside the Library or not exactly the app's stay. Blocking; never throws.
+// is not the app's: Apple's apps, running apps, apps outside the Applications folders, data
+// outside the Library or not exactly the app's, and data another installed app uses (judged from
+// the apps installed at the moment of the removal) stay. In a dry run every guard runs and the
+// outcome says what a real run would do; nothing is run, moved or recorded. Blocking; never
+// throws.
 class AppRemover {
 public:
     using RunningCheck = std::function<bool(const InstalledApp&)>;
@@ -37,19 +42,26 @@ public:
                         const PlatformTrash& trash = PlatformTrash::system(),
                         RunningCheck isRunning = {}, CleanupHistory history = CleanupHistory());
 
-    // The folders whose apps may be removed: the Applications folder, its subfolders, and
-    // ~/Applications, each with links resolved.
+    void setDryRun(bool on) { dryRun_ = on; }
+    bool isDryRun() const { return dryRun_; }
+
+    // The folders whose apps may be removed: every folder the app search goes through (the
+    // Applications folders at any depth, linked subfolders too), each with links resolved.
     static QStringList applicationsFolders();
 
-    // Why `app` must stay, or nothing when it may go.
+    // Why `app` must stay, or nothing when it may go. A Flatpak app is running when `flatpak ps`
+    // lists it; when flatpak cannot say, it stays.
     std::optional<QString> appRefusal(const InstalledApp& app) const;
-    // Why `item` must stay as data of `app` ("<item>: ..."), or nothing.
-    std::optional<QString> dataRefusal(const InstalledApp& app, const AppDataItem& item) const;
+    // Why `item` must stay as data of `app` ("<item>: ..."), or nothing. `others` are the apps
+    // installed besides `app`; data one of them uses, or an unreadable one may own, stays.
+    std::optional<QString> dataRefusal(const InstalledApp& app, const AppDataItem& item,
+                                       const InstalledSet& others = {}) const;
 
     // Removes `app`, then `tickedData` if the app went.
     AppRemovalOutcome remove(const InstalledApp& app, const QList<AppDataItem>& tickedData,
                              const CancellationToken& cancellation = {}) const;
-    // Moves data whose app is gone to the Trash; only the Library guard applies.
+    // Moves data whose app is gone to the Trash, once it is judged again against what is
+    // installed now (and, for "~/.var/app", what flatpak lists now).
     AppRemovalOutcome removeLeftovers(const QList<AppDataItem>& items) const;
 
     // What a failure line calls an item: its file name.
@@ -58,13 +70,19 @@ public:
 private:
     bool removeApp(const InstalledApp& app, AppRemovalOutcome& outcome, QList<CleanupItem>& trashed,
                    const CancellationToken& cancellation) const;
-    void trashData(const AppDataItem& item, AppRemovalOutcome& outcome,
+    bool uninstallCask(const InstalledApp& app, AppRemovalOutcome& outcome,
+                       const CancellationToken& cancellation) const;
+    bool uninstallFlatpak(const InstalledApp& app, const CancellationToken& cancellation) const;
+    std::optional<QString> leftoverRefusal(const AppDataItem& item, const InstalledSet& installed,
+                                           const std::optional<FlatpakListing>& flatpaks) const;
+    void trashData(const AppDataItem& item, const QString& root, AppRemovalOutcome& outcome,
                    QList<CleanupItem>& trashed) const;
 
     BrewService brew_;
     const PlatformTrash& trash_;
     RunningCheck isRunning_;
     CleanupHistory history_;
+    bool dryRun_ = false;
 };
 
 } // namespace corvane

@@ -6,12 +6,17 @@
 #include "platform/CleanupHistory.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
 #include <optional>
 
 namespace corvane {
+
+// The path of a bundle a Homebrew cask installed (as the cask's record gives it) → the cask's
+// token.
+using CaskMap = QHash<QString, QString>;
 
 enum class AppSource { appStore, homebrew, apple, other };
 
@@ -74,6 +79,9 @@ struct InstalledApp {
 struct OrphanedAppData {
     QString bundleIdentifier;
     QList<AppDataItem> items;
+    // An installed bundle that could not be read and may own this data: then the data is
+    // unknown, never a leftover.
+    std::optional<QString> unreadableBundle;
 
     qint64 sizeBytes() const;
     bool operator==(const OrphanedAppData&) const = default;
@@ -83,6 +91,11 @@ struct AppInventory {
     // Sorted by app and data together, largest first.
     QList<InstalledApp> apps;
     QList<OrphanedAppData> orphans;
+    // Data that may belong to an installed bundle that could not be read: neither listed with an
+    // app nor offered as a leftover.
+    QList<OrphanedAppData> unknownData;
+    // What could not be found out, one message each ("flatpak list failed: ...").
+    QStringList errors;
 
     bool operator==(const AppInventory&) const = default;
 };

@@ -104,13 +104,6 @@ QString itemsWord(qsizetype count) {
     return count == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(count);
 }
 
-qint64 sizeOf(const QList<AppDataItem>& items) {
-    qint64 total = 0;
-    for (const AppDataItem& item : items)
-        total += item.sizeBytes;
-    return total;
-}
-
 } // namespace
 
 void AppsModel::removeApp(const QString& appURL, const QSet<QString>& dataURLs) {
@@ -123,24 +116,23 @@ void AppsModel::removeApp(const QString& appURL, const QSet<QString>& dataURLs) 
         if (dataURLs.contains(item.url))
             ticked.append(item);
     }
-    if (isDryRun()) {
-        finishAction({}, QStringLiteral("Dry run: would remove %1 and %2 (%3)")
-                             .arg(target.name, itemsWord(ticked.size()),
-                                  formatBytes(target.sizeBytes + sizeOf(ticked))));
-        return;
-    }
-    startJob(JobKind::removal, [this, target, ticked](const CancellationToken& cancellation,
-                                                      const MainThreadPost& post) {
-        const AppRemovalOutcome outcome = AppRemover().remove(target, ticked, cancellation);
-        post([this, target, outcome] {
-            QString message;
-            if (outcome.appMethod)
-                message = QStringLiteral("Removed %1 and %2, freed %3")
-                              .arg(target.name, itemsWord(outcome.trashedData.size()),
-                                   formatBytes(outcome.freedBytes));
-            finishAction(outcome, message);
-        });
-    });
+    // A dry run goes through every guard too; it only stops short of changing anything.
+    startJob(JobKind::removal,
+             [this, target, ticked, dryRun = isDryRun()](const CancellationToken& cancellation,
+                                                         const MainThreadPost& post) {
+                 AppRemover remover;
+                 remover.setDryRun(dryRun);
+                 const AppRemovalOutcome outcome = remover.remove(target, ticked, cancellation);
+                 post([this, target, outcome, dryRun] {
+                     QString message;
+                     if (outcome.appMethod)
+                         message = (dryRun ? QStringLiteral("Dry run: would remove %1 and %2 (%3)")
+                                           : QStringLiteral("Removed %1 and %2, freed %3"))
+                                       .arg(target.name, itemsWord(outcome.trashedData.size()),
+                                            formatBytes(outcome.freedBytes));
+                     finishAction(outcome, message);
+                 });
+             });
 }
 
 void AppsModel::removeLeftovers(const QStringList& urls) {
@@ -153,20 +145,21 @@ void AppsModel::removeLeftovers(const QStringList& urls) {
     }
     if (items.isEmpty() || !beginRemoval())
         return;
-    if (isDryRun()) {
-        finishAction({}, QStringLiteral("Dry run: would move %1 (%2) to the Trash")
-                             .arg(itemsWord(items.size()), formatBytes(sizeOf(items))));
-        return;
-    }
-    startJob(JobKind::removal, [this, items](const CancellationToken&, const MainThreadPost& post) {
-        const AppRemovalOutcome outcome = AppRemover().removeLeftovers(items);
-        post([this, outcome] {
-            finishAction(outcome, outcome.trashedData.isEmpty()
-                                      ? QString()
-                                      : QStringLiteral(
-                                            "Moved %1 to the Trash, freeing %2 once it is emptied")
-                                            .arg(itemsWord(outcome.trashedData.size()),
-                                                 formatBytes(outcome.freedBytes)));
+    startJob(JobKind::removal, [this, items, dryRun = isDryRun()](const CancellationToken&,
+                                                                  const MainThreadPost& post) {
+        AppRemover remover;
+        remover.setDryRun(dryRun);
+        const AppRemovalOutcome outcome = remover.removeLeftovers(items);
+        post([this, outcome, dryRun] {
+            QString message;
+            if (!outcome.trashedData.isEmpty())
+                message =
+                    (dryRun
+                         ? QStringLiteral("Dry run: would move %1 (%2) to the Trash")
+                         : QStringLiteral("Moved %1 to the Trash, freeing %2 once it is emptied"))
+                        .arg(itemsWord(outcome.trashedData.size()),
+                             formatBytes(outcome.freedBytes));
+            finishAction(outcome, message);
         });
     });
 }

@@ -33,6 +33,9 @@ public:
         "Data from apps that are no longer installed, or from an older version of an app that "
         "changed its identifier. Check before removing anything: another app or tool might still "
         "use it.");
+    static inline const QString unknownDataText = QStringLiteral(
+        "An installed app could not be read, so it is not known whether this data is still its "
+        "own. It is not offered for removal.");
     static inline const QString preselectionText = QStringLiteral(
         "Caches, logs and window state are ticked. Application Support, containers and "
         "preferences can hold your documents or settings, so they are not.");
@@ -71,7 +74,7 @@ public:
     // Why the app can't be removed ("Apple's apps are part of macOS and stay.", ...), or nothing.
     std::optional<QString> appRefusal(const InstalledApp& app) const;
     // Removes the app at `appURL` and, once it is gone, its data items at `dataURLs` (each
-    // checked again); under the dry-run switch only says what would go.
+    // checked again); under the dry-run switch every guard runs and it says what would go.
     void removeApp(const QString& appURL, const QSet<QString>& dataURLs);
     // Moves leftover items (by path) to the Trash.
     void removeLeftovers(const QStringList& urls);

@@ -1,11 +1,13 @@
 #include "apps/BrewService.h"
 
 #include "platform/Locations.h"
+#include "platform/Paths.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 
 namespace corvane {
 namespace {
@@ -38,19 +40,36 @@ void appendOutdated(QList<BrewOutdatedItem>& items, const QJsonValue& list,
     }
 }
 
-// The bundle name an "app" artifact installs: its {"target": ...} when it has one, else the
-// listed name; only the last part of a path counts.
-QString installedBundleName(const QJsonArray& app, const QJsonValue& siblingTarget) {
-    QString name;
-    for (const QJsonValue& part : app) {
-        if (part.isString() && name.isEmpty())
-            name = part.toString();
-        else if (part.isObject() && part.toObject().value(QLatin1String("target")).isString())
-            name = part.toObject().value(QLatin1String("target")).toString();
-    }
+// A place the cask's record names, made absolute the way brew makes it: "$APPDIR" and relative
+// names are in the app folder, "~" is the home folder.
+QString installedPlace(QString place, const QString& appDir) {
+    const QString appDirWord = QStringLiteral("$APPDIR");
+    if (place.startsWith(appDirWord))
+        place = appDir + place.mid(appDirWord.size());
+    else if (place == QLatin1String("~") || place.startsWith(QLatin1String("~/")))
+        place = Locations::homeDir() + place.mid(1);
+    else if (!place.startsWith(QLatin1Char('/')))
+        place = appDir + QLatin1Char('/') + place;
+    return Paths::absoluteStandardized(place);
+}
+
+// The bundle an "app" artifact installs: the resolved sibling "target" of newer Homebrew, else
+// the inner {"target": ...}, else the listed bundle's name in the app folder.
+QString installedBundlePath(const QJsonArray& app, const QJsonValue& siblingTarget,
+                            const QString& appDir) {
     if (siblingTarget.isString() && siblingTarget.toString().endsWith(QLatin1String(".app")))
-        name = siblingTarget.toString();
-    return name.section(QLatin1Char('/'), -1);
+        return installedPlace(siblingTarget.toString(), appDir);
+    QString source;
+    for (const QJsonValue& part : app) {
+        if (part.isObject() && part.toObject().value(QLatin1String("target")).isString())
+            return installedPlace(part.toObject().value(QLatin1String("target")).toString(),
+                                  appDir);
+        if (part.isString() && source.isEmpty())
+            source = part.toString();
+    }
+    // The source can sit in a subfolder of the download; only its name lands in the app folder.
+    return source.isEmpty() ? QString()
+                            : installedPlace(source.section(QLatin1Char('/'), -1), appDir);
 }
 
 } // namespace
@@ -88,11 +107,11 @@ QList<BrewOutdatedItem> BrewService::outdated(const CancellationToken& cancellat
                              listTimeoutSeconds, cancellation));
 }
 
-QHash<QString, QString>
-BrewService::installedCaskApps(const CancellationToken& cancellation) const {
+CaskMap BrewService::installedCaskApps(const CancellationToken& cancellation) const {
     return parseInstalledCaskApps(run({QStringLiteral("info"), QStringLiteral("--json=v2"),
                                        QStringLiteral("--installed"), QStringLiteral("--cask")},
-                                      listTimeoutSeconds, cancellation));
+                                      listTimeoutSeconds, cancellation),
+                                  Locations::applicationsDir());
 }
 
 void BrewService::upgrade(const BrewOutdatedItem& item, const CancellationToken& cancellation,
@@ -102,8 +121,10 @@ void BrewService::upgrade(const BrewOutdatedItem& item, const CancellationToken&
 
 void BrewService::uninstallCask(const QString& token, const CancellationToken& cancellation,
                                 const BrewStreamingRunner::LineHandler& onLine) const {
-    run({QStringLiteral("uninstall"), QStringLiteral("--cask"), token}, changeTimeoutSeconds,
-        cancellation, onLine);
+    if (!isCaskToken(token))
+        throw BrewError::failed(QStringLiteral("\"%1\" is not a Homebrew cask name.").arg(token));
+    run({QStringLiteral("uninstall"), QStringLiteral("--cask"), QStringLiteral("--"), token},
+        changeTimeoutSeconds, cancellation, onLine);
 }
 
 QStringList BrewService::upgradeArguments(const BrewOutdatedItem& item) {
@@ -125,9 +146,9 @@ QList<BrewOutdatedItem> BrewService::parseOutdated(const QByteArray& json) {
     return items;
 }
 
-QHash<QString, QString> BrewService::parseInstalledCaskApps(const QByteArray& json) {
+CaskMap BrewService::parseInstalledCaskApps(const QByteArray& json, const QString& appDir) {
     const QJsonObject root = parseObject(json, "info");
-    QHash<QString, QString> apps;
+    CaskMap apps;
     for (const QJsonValue& value : root.value(QLatin1String("casks")).toArray()) {
         const QJsonObject cask = value.toObject();
         const QString token = cask.value(QLatin1String("token")).toString();
@@ -137,13 +158,18 @@ QHash<QString, QString> BrewService::parseInstalledCaskApps(const QByteArray& js
             const QJsonObject object = artifact.toObject();
             if (!object.value(QLatin1String("app")).isArray())
                 continue;
-            const QString name = installedBundleName(object.value(QLatin1String("app")).toArray(),
-                                                     object.value(QLatin1String("target")));
-            if (name.endsWith(QLatin1String(".app")))
-                apps.insert(name, token);
+            const QString path = installedBundlePath(object.value(QLatin1String("app")).toArray(),
+                                                     object.value(QLatin1String("target")), appDir);
+            if (path.endsWith(QLatin1String(".app"), Qt::CaseInsensitive))
+                apps.insert(path, token);
         }
     }
     return apps;
+}
+
+bool BrewService::isCaskToken(const QString& token) {
+    static const QRegularExpression pattern(QStringLiteral("^[a-z0-9][a-z0-9@+._-]*$"));
+    return pattern.match(token).hasMatch();
 }
 
 } // namespace corvane

@@ -23,12 +23,13 @@ public:
 
     // `brew outdated --json=v2`.
     QList<BrewOutdatedItem> outdated(const CancellationToken& cancellation = {}) const;
-    // `brew info --json=v2 --installed --cask`: app bundle name ("Foo.app") → cask token.
-    QHash<QString, QString> installedCaskApps(const CancellationToken& cancellation = {}) const;
+    // `brew info --json=v2 --installed --cask`: the path of each bundle a cask installed → its
+    // token.
+    CaskMap installedCaskApps(const CancellationToken& cancellation = {}) const;
     // `brew upgrade [--cask] <name>`, each output line handed to `onLine` as it comes.
     void upgrade(const BrewOutdatedItem& item, const CancellationToken& cancellation = {},
                  const BrewStreamingRunner::LineHandler& onLine = {}) const;
-    // `brew uninstall --cask <token>`.
+    // `brew uninstall --cask -- <token>`; a token that is not a cask name is refused unrun.
     void uninstallCask(const QString& token, const CancellationToken& cancellation = {},
                        const BrewStreamingRunner::LineHandler& onLine = {}) const;
 
@@ -38,7 +39,12 @@ public:
 
     // Throw BrewError::failed for JSON that is not what brew prints.
     static QList<BrewOutdatedItem> parseOutdated(const QByteArray& json);
-    static QHash<QString, QString> parseInstalledCaskApps(const QByteArray& json);
+    // Each "app" artifact's installed path, as the cask's record gives it: the resolved sibling
+    // "target", else the inner "target", else the listed name, in `appDir` ("$APPDIR") when not
+    // absolute.
+    static CaskMap parseInstalledCaskApps(const QByteArray& json, const QString& appDir);
+    // Lower-case letters, digits and "@+._-", not beginning with a sign: what brew names casks.
+    static bool isCaskToken(const QString& token);
 
 private:
     QByteArray run(const QStringList& arguments, double timeout,

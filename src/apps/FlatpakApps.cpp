@@ -4,6 +4,8 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
+#include <variant>
 
 namespace corvane {
 
@@ -16,42 +18,111 @@ bool FlatpakApps::isInstalled() {
     return tool.isFile() && tool.isExecutable();
 }
 
-QList<FlatpakApp> FlatpakApps::parse(const QByteArray& output) {
-    QList<FlatpakApp> apps;
-    const QStringList lines = QString::fromUtf8(output).split(QLatin1Char('\n'));
-    for (const QString& line : lines) {
-        const QStringList columns = line.split(QLatin1Char('\t'));
-        const QString id = columns.value(0).trimmed();
-        if (id.isEmpty())
-            continue;
-        const QString name = columns.value(1).trimmed();
-        apps.append({id, name.isEmpty() ? id : name, columns.value(2).trimmed(),
-                     columns.value(3).trimmed()});
-    }
-    return apps;
+bool FlatpakApps::isAppId(const QString& id) {
+    static const QRegularExpression pattern(
+        QStringLiteral("^[A-Za-z_][A-Za-z0-9_-]*(\\.[A-Za-z_][A-Za-z0-9_-]*){2,}$"));
+    return id.size() <= 255 && pattern.match(id).hasMatch();
 }
 
-std::optional<QList<FlatpakApp>> FlatpakApps::list(const ProcessRunner& runner,
-                                                   const CancellationToken& cancellation) {
-    if (!isInstalled())
-        return std::nullopt;
+namespace {
+
+bool isHeading(const QString& firstColumn) {
+    return firstColumn == QLatin1String("Application ID") ||
+           firstColumn == QLatin1String("Application");
+}
+
+QString unreadableLine(const QString& command, const QString& line) {
+    return QStringLiteral("flatpak %1 printed a line that could not be read: %2")
+        .arg(command, line.left(120));
+}
+
+// Runs flatpak; its standard output, or why there is none.
+std::variant<QByteArray, QString> runFlatpak(const ProcessRunner& runner,
+                                             const QStringList& arguments,
+                                             const CancellationToken& cancellation) {
+    const QString command = arguments.first();
     try {
         const ProcessResult result =
-            runner.run(toolPath(),
-                       {QStringLiteral("list"), QStringLiteral("--app"),
-                        QStringLiteral("--columns=application,name,version,installation")},
-                       std::nullopt, {}, 60.0, cancellation);
+            runner.run(FlatpakApps::toolPath(), arguments, std::nullopt, {}, 60.0, cancellation);
         cancellation.throwIfCancelled();
-        if (result.exitCode != 0)
-            return std::nullopt;
-        return parse(result.standardOutput);
-    } catch (const ProcessRunnerError&) {
-        return std::nullopt;
+        if (result.exitCode != 0) {
+            const QString said = QString::fromUtf8(result.standardError).trimmed();
+            return QStringLiteral("flatpak %1 failed (exit %2)%3")
+                .arg(command)
+                .arg(result.exitCode)
+                .arg(said.isEmpty() ? QString() : QStringLiteral(": ") + said.section(u'\n', 0, 0));
+        }
+        return result.standardOutput;
+    } catch (const ProcessRunnerError& error) {
+        return QStringLiteral("flatpak %1 could not run: %2").arg(command, error.message());
     }
+}
+
+} // namespace
+
+FlatpakListing FlatpakApps::parse(const QByteArray& output) {
+    FlatpakListing listing;
+    const QStringList lines = QString::fromUtf8(output).split(QLatin1Char('\n'));
+    for (const QString& line : lines) {
+        if (line.trimmed().isEmpty())
+            continue;
+        const QStringList columns = line.split(QLatin1Char('\t'));
+        const QString id = columns.value(0).trimmed();
+        if (listing.apps.isEmpty() && isHeading(id))
+            continue;
+        if (columns.size() != 4 || !isAppId(id) || columns.value(3).trimmed().isEmpty()) {
+            listing.apps.clear();
+            listing.error = unreadableLine(QStringLiteral("list"), line);
+            return listing;
+        }
+        const QString name = columns.value(1).trimmed();
+        listing.apps.append({id, name.isEmpty() ? id : name, columns.value(2).trimmed(),
+                             columns.value(3).trimmed()});
+    }
+    if (listing.apps.isEmpty())
+        listing.error = emptyListText;
+    return listing;
+}
+
+std::optional<FlatpakListing> FlatpakApps::list(const ProcessRunner& runner,
+                                                const CancellationToken& cancellation) {
+    if (!isInstalled())
+        return std::nullopt;
+    const auto output =
+        runFlatpak(runner,
+                   {QStringLiteral("list"), QStringLiteral("--app"),
+                    QStringLiteral("--columns=application,name,version,installation")},
+                   cancellation);
+    if (const QString* error = std::get_if<QString>(&output))
+        return FlatpakListing{{}, *error};
+    return parse(std::get<QByteArray>(output));
+}
+
+FlatpakListing FlatpakApps::running(const ProcessRunner& runner,
+                                    const CancellationToken& cancellation) {
+    const auto output = runFlatpak(
+        runner, {QStringLiteral("ps"), QStringLiteral("--columns=application")}, cancellation);
+    if (const QString* error = std::get_if<QString>(&output))
+        return {{}, *error};
+    FlatpakListing listing;
+    const QStringList lines = QString::fromUtf8(std::get<QByteArray>(output)).split(u'\n');
+    for (const QString& line : lines) {
+        const QString id = line.trimmed();
+        if (id.isEmpty() || (listing.apps.isEmpty() && isHeading(id)))
+            continue;
+        if (!isAppId(id))
+            return {{}, unreadableLine(QStringLiteral("ps"), line)};
+        listing.apps.append({id, id, {}, {}});
+    }
+    return listing;
 }
 
 QString FlatpakApps::dataRoot() {
     return QDir(Locations::homeDir()).filePath(QStringLiteral(".var/app"));
+}
+
+QString FlatpakApps::dataFolder(const QString& id) {
+    return dataRoot() + QLatin1Char('/') + id;
 }
 
 QString FlatpakApps::appFolder(const FlatpakApp& app) {

@@ -20,21 +20,39 @@ struct FlatpakApp {
     bool operator==(const FlatpakApp&) const = default;
 };
 
+// What `flatpak list` said: the installed apps, or why they are not known. An empty list counts as
+// not known: a flatpak that lists nothing cannot confirm that any app is gone.
+struct FlatpakListing {
+    QList<FlatpakApp> apps;
+    std::optional<QString> error;
+};
+
 // The Linux counterpart of app bundles: Flatpak apps, whose data lives in "~/.var/app/<id>".
 struct FlatpakApps {
     // Locations::toolPath("flatpak", "/usr/bin/flatpak"); CORVANE_TOOL_FLATPAK overrides it.
     static QString toolPath();
     static bool isInstalled();
-    // `flatpak list --app --columns=application,name,version,installation`, one tab-separated
-    // line per app; lines without an application are skipped.
-    static QList<FlatpakApp> parse(const QByteArray& output);
-    // The installed apps; absent when flatpak is missing or fails, so that no app's data is then
-    // taken for a leftover.
-    static std::optional<QList<FlatpakApp>>
-    list(const ProcessRunner& runner = ProcessRunner::system(),
-         const CancellationToken& cancellation = {});
+    static inline const QString emptyListText =
+        QStringLiteral("flatpak list named no apps, so no Flatpak data is offered as a leftover.");
+
+    // `flatpak list --app --columns=application,name,version,installation`: one line per app of
+    // four tab-separated columns; blank lines and a heading are skipped. Any other line, or an id
+    // that is not an application id, makes the whole list unreadable (`error`).
+    static FlatpakListing parse(const QByteArray& output);
+    // The installed apps; absent when flatpak is not installed.
+    static std::optional<FlatpakListing> list(const ProcessRunner& runner = ProcessRunner::system(),
+                                              const CancellationToken& cancellation = {});
+    // `flatpak ps --columns=application`: the ids of the apps running now; an error when flatpak
+    // fails or cannot be run.
+    static FlatpakListing running(const ProcessRunner& runner = ProcessRunner::system(),
+                                  const CancellationToken& cancellation = {});
+    // Reverse-DNS with three or more parts of letters, digits, "_" and "-", none beginning with a
+    // digit or "-": what flatpak accepts as an application id.
+    static bool isAppId(const QString& id);
     // "~/.var/app", where each app keeps its data in a folder named after its id.
     static QString dataRoot();
+    // dataRoot() + "/" + id: the app's data, removable with the app or once the app is gone.
+    static QString dataFolder(const QString& id);
     // The installation's folder of the app (user: the data home's "flatpak/app/<id>", system:
     // "/var/lib/flatpak/app/<id>").
     static QString appFolder(const FlatpakApp& app);

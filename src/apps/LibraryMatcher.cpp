@@ -1,5 +1,7 @@
 #include "apps/LibraryMatcher.h"
 
+#include "platform/PathIdentity.h"
+
 #include <QDir>
 #include <QMap>
 #include <QRegularExpression>
@@ -217,35 +219,77 @@ bool LibraryMatcher::isSystemIdentifier(const QString& identifier) {
            identifier.startsWith(QStringLiteral("org.freedesktop."), Qt::CaseInsensitive);
 }
 
-QList<LibraryMatcher::Leftover> LibraryMatcher::leftovers(const LibraryListing& library,
-                                                          const QStringList& installedIdentifiers) {
-    QSet<QString> installed;
-    QSet<QString> installedVendors;
-    for (const QString& id : installedIdentifiers) {
-        installed.insert(id.toLower());
-        installedVendors.insert(vendorOf(id));
-    }
-    auto belongsToInstalled = [&](const QString& id) {
-        const QString lower = id.toLower();
-        if (installed.contains(lower))
-            return true;
-        for (const QString& owner : installed)
-            if (lower.startsWith(owner + QLatin1Char('.')))
-                return true;
-        return false;
-    };
+InstalledSet InstalledSet::without(const QString& bundle) const {
+    InstalledSet rest = *this;
+    // By identity: the app may be named through a link or in another case than the search found.
+    rest.identifiers.removeIf(
+        [&](const Identifier& used) { return PathIdentity::same(used.bundle, bundle); });
+    rest.unreadable.removeIf(
+        [&](const Unreadable& unread) { return PathIdentity::isInside(unread.bundle, bundle); });
+    return rest;
+}
 
+namespace {
+
+QString lettersAndDigits(const QString& text) {
+    QString kept;
+    for (const QChar c : text)
+        if (c.isLetterOrNumber())
+            kept.append(c.toLower());
+    return kept;
+}
+
+bool mayBeNamedAfter(const QString& identifier, const QStringList& names) {
+    const QStringList parts = identifier.split(QLatin1Char('.'));
+    const QString whole = lettersAndDigits(identifier);
+    for (const QString& name : names) {
+        const QString plain = lettersAndDigits(name);
+        if (plain.isEmpty())
+            continue;
+        if (plain.size() >= 4 && whole.contains(plain))
+            return true;
+        for (const QString& part : parts)
+            if (lettersAndDigits(part) == plain)
+                return true;
+    }
+    return false;
+}
+
+} // namespace
+
+Ownership LibraryMatcher::ownerOf(const QString& identifier, Kind kind,
+                                  const InstalledSet& installed, bool byVendor) {
+    const QString lower = identifier.toLower();
+    const bool sharedByVendor = byVendor && (kind == Kind::launchAgents || kind == Kind::caches ||
+                                             kind == Kind::groupContainers);
+    for (const InstalledSet::Identifier& used : installed.identifiers) {
+        const QString owner = used.identifier.toLower();
+        if (lower == owner || lower.startsWith(owner + QLatin1Char('.')) ||
+            (sharedByVendor && vendorOf(lower) == vendorOf(owner)))
+            return {Ownership::Case::installed, used.bundle};
+    }
+    for (const InstalledSet::Unreadable& unread : installed.unreadable)
+        if (mayBeNamedAfter(identifier, unread.names))
+            return {Ownership::Case::unknown, unread.bundle};
+    return {};
+}
+
+QList<LibraryMatcher::Leftover> LibraryMatcher::leftovers(const LibraryListing& library,
+                                                          const InstalledSet& installed) {
     // Keyed without case; the first spelling met names the record.
     QMap<QString, Leftover> groups;
     auto consider = [&](Kind kind, const QString& name, const QString& path, bool inByHost) {
         const std::optional<QString> id = identifierOf(kind, name, inByHost);
-        if (!id || isSystemIdentifier(*id) || belongsToInstalled(*id))
+        if (!id || isSystemIdentifier(*id))
             return;
-        if (kind == Kind::groupContainers && installedVendors.contains(vendorOf(*id)))
+        const Ownership owner = ownerOf(*id, kind, installed);
+        if (owner.is == Ownership::Case::installed)
             return;
         Leftover& group = groups[id->toLower()];
         if (group.identifier.isEmpty())
             group.identifier = *id;
+        if (owner.is == Ownership::Case::unknown)
+            group.unreadableBundle = owner.bundle;
         group.matches.append({kind, path, true});
     };
     for (Kind kind : allAppDataKinds()) {

@@ -32,6 +32,35 @@ struct LibraryListing {
     QString byHostPath(const QString& name) const;
 };
 
+// The apps whose data is still in use, as far as their bundles could be read.
+struct InstalledSet {
+    struct Identifier {
+        QString identifier;
+        // The installed bundle that uses it (for a nested helper, the bundle holding it).
+        QString bundle;
+        bool operator==(const Identifier&) const = default;
+    };
+    struct Unreadable {
+        QString bundle;
+        // The names its data may carry: the bundle's and its executables'.
+        QStringList names;
+        bool operator==(const Unreadable&) const = default;
+    };
+    QList<Identifier> identifiers;
+    QList<Unreadable> unreadable;
+
+    // Without what `bundle` and the helpers inside it use: what stays once it is gone.
+    InstalledSet without(const QString& bundle) const;
+};
+
+// Whose a Library entry named by an identifier is.
+struct Ownership {
+    enum class Case { leftover, installed, unknown };
+    Case is = Case::leftover;
+    // The installed bundle using it, or the unreadable bundle it may belong to.
+    QString bundle;
+};
+
 // Which Library entries belong to which identifier. Identifiers compare without case, as the
 // system compares them; only entries named exactly after an identifier are ever exact.
 struct LibraryMatcher {
@@ -61,18 +90,30 @@ struct LibraryMatcher {
     // Linux desktop's "org.freedesktop.".
     static bool isSystemIdentifier(const QString& identifier);
 
+    // Whose the entry of `kind` named by `identifier` is: installed when an installed bundle or a
+    // helper in one has the identifier, or one it extends ("com.example.app.helper" is
+    // "com.example.app"'s); also when it is a launch agent, cache or group container of a vendor
+    // (the first two parts, "com.example") with an installed app, as vendors share those. Unknown
+    // when an unreadable bundle may own it: one of its names is a part of the identifier, or
+    // (names of four characters or more) is contained in it, letters and digits compared without
+    // case. Otherwise a leftover.
+    // `byVendor` false leaves the vendor rule out: an app's own data is not shared with its
+    // vendor's other apps.
+    static Ownership ownerOf(const QString& identifier, AppDataItem::Kind kind,
+                             const InstalledSet& installed, bool byVendor = true);
+
     struct Leftover {
         QString identifier;
         QList<DataMatch> matches;
+        // Set when an unreadable bundle may own the data: then it is unknown, not a leftover.
+        std::optional<QString> unreadableBundle;
 
         bool operator==(const Leftover&) const = default;
     };
-    // Entries named by an identifier of no installed app, one record per identifier (by
-    // identifier). Kept out as well: system identifiers, identifiers extending an installed one
-    // (a helper's "com.example.app.helper" belongs to "com.example.app"), and group containers of
-    // a vendor that still has an installed app (several apps of a vendor share one).
-    static QList<Leftover> leftovers(const LibraryListing& library,
-                                     const QStringList& installedIdentifiers);
+    // Entries named by an identifier whose owner is not installed, one record per identifier (by
+    // identifier), system identifiers left out; data an unreadable bundle may own comes with
+    // that bundle.
+    static QList<Leftover> leftovers(const LibraryListing& library, const InstalledSet& installed);
 };
 
 } // namespace corvane

@@ -19,6 +19,9 @@ const QString archivedAtKey = QStringLiteral("archivedAt");
 const QString sessionCountKey = QStringLiteral("agentSessionCount");
 const QString restoredAtKey = QStringLiteral("restoredAt");
 const QString restoredPathKey = QStringLiteral("restoredPath");
+const QString restoresKey = QStringLiteral("restores");
+const QString restoreDateKey = QStringLiteral("date");
+const QString restorePathKey = QStringLiteral("path");
 const QString relinkKey = QStringLiteral("relink");
 
 const QString folderKey = QStringLiteral("folder");
@@ -62,6 +65,24 @@ std::optional<qint64> integerOf(const QJsonValue& value) {
     if (!value.isDouble() || std::trunc(value.toDouble()) != value.toDouble())
         return std::nullopt;
     return value.toInteger();
+}
+
+// Absent is none; anything but a list of {date, path} is unreadable.
+std::optional<QList<ArchiveRestore>> restoresOf(const QJsonValue& value) {
+    if (value.isUndefined() || value.isNull())
+        return QList<ArchiveRestore>();
+    if (!value.isArray())
+        return std::nullopt;
+    QList<ArchiveRestore> restores;
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue& entry : array) {
+        const QJsonValue date = entry[restoreDateKey];
+        const QJsonValue path = entry[restorePathKey];
+        if (!date.isDouble() || !path.isString())
+            return std::nullopt;
+        restores.append({dateFrom(date.toDouble()), path.toString()});
+    }
+    return restores;
 }
 
 } // namespace
@@ -131,6 +152,14 @@ QJsonObject ArchiveCatalog::recordJson(const ArchiveRecord& record) {
         object.insert(restoredPathKey, *record.restoredPath);
     if (record.relink)
         object.insert(relinkKey, *record.relink);
+    if (!record.restores.isEmpty()) {
+        QJsonArray restores;
+        for (const ArchiveRestore& restore : record.restores)
+            restores.append(
+                QJsonObject{{restoreDateKey, JsonFile::secondsSinceReferenceDate(restore.date)},
+                            {restorePathKey, restore.path}});
+        object.insert(restoresKey, restores);
+    }
     return object;
 }
 
@@ -179,6 +208,10 @@ std::optional<ArchiveRecord> ArchiveCatalog::recordFromJson(const QJsonObject& o
         record.relink = relink.toObject();
     else if (!relink.isUndefined() && !relink.isNull())
         return failure<ArchiveRecord>(error, missing(relinkKey));
+    const std::optional<QList<ArchiveRestore>> restores = restoresOf(object.value(restoresKey));
+    if (!restores)
+        return failure<ArchiveRecord>(error, missing(restoresKey));
+    record.restores = *restores;
     return record;
 }
 

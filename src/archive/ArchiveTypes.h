@@ -30,6 +30,14 @@ struct ArchiveLocation {
     bool operator==(const ArchiveLocation&) const = default;
 };
 
+// One restore of an archived project: when, and the folder the copy went to.
+struct ArchiveRestore {
+    QDateTime date;
+    QString path;
+
+    bool operator==(const ArchiveRestore&) const = default;
+};
+
 struct ArchiveRecord {
     QUuid id;
     // The original folder's last path component.
@@ -39,8 +47,11 @@ struct ArchiveRecord {
     QDateTime archivedAt;
     // Coding-agent sessions that referred to the project when it was archived.
     qint64 agentSessionCount = 0;
+    // The last restore (kept beside `restores` for readers that know only these).
     std::optional<QDateTime> restoredAt;
     std::optional<QString> restoredPath;
+    // Every restore, oldest first.
+    QList<ArchiveRestore> restores;
     // The history relinked by the last restore to another place, when one ran.
     std::optional<QJsonObject> relink;
 

@@ -25,12 +25,34 @@ ArchiveLocation locationOf(const ArchiveTarget& target, const QString& finishedA
     return ArchiveLocation::folder(finishedAt);
 }
 
-QString restoredToast(const ArchiveRecord& record, const QString& path, bool relinked) {
+QString restoredToast(const ArchiveRecord& record, const QString& path, bool relinked,
+                      const std::optional<QString>& historyKeptAt) {
     QString text = QStringLiteral("Restored %1 to %2").arg(record.name, path);
-    if (record.agentSessionCount >= 1)
-        text += relinked ? QStringLiteral(" Its agent history was relinked there.")
-                         : QStringLiteral(" Its agent history is attached again.");
-    return text;
+    if (record.agentSessionCount < 1)
+        return text;
+    if (historyKeptAt)
+        return text +
+               QStringLiteral(" Its agent history stays with the copy at %1.").arg(*historyKeptAt);
+    return text + (relinked ? QStringLiteral(" Its agent history was relinked there.")
+                            : QStringLiteral(" Its agent history is attached again."));
+}
+
+// Where the project is in use when it is restored to `newPath`: at its original path when
+// something is there (an earlier restore in place, or the user's own), else at the newest
+// earlier restore that is still there. Its history belongs to that copy and stays with it.
+std::optional<QString> copyInUse(const ArchiveRecord& record, const QString& newPath) {
+    if (existsAt(record.originalPath))
+        return record.originalPath;
+    QStringList earlier;
+    for (const ArchiveRestore& restore : record.restores)
+        earlier.append(restore.path);
+    if (earlier.isEmpty() && record.restoredPath)
+        earlier.append(*record.restoredPath);
+    for (auto path = earlier.crbegin(); path != earlier.crend(); ++path) {
+        if (Paths::standardized(*path) != Paths::standardized(newPath) && existsAt(*path))
+            return *path;
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -187,17 +209,21 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
     emit progressChanged();
 
     auto relink = std::make_shared<std::optional<RelinkReport>>();
+    auto historyKeptAt = std::make_shared<std::optional<QString>>();
     const Services& services = services_;
-    Runner runner = [services, record, into, relink](const ArchiveEventSink& sink,
-                                                     const CancellationToken& cancel) {
+    Runner runner = [services, record, into, relink,
+                     historyKeptAt](const ArchiveEventSink& sink, const CancellationToken& cancel) {
         // The history follows a project restored elsewhere before the model hears it finished, so
         // the report arrives with the event.
         const ArchiveEventSink relinking = [&](const ArchiveEvent& event) {
             if (event.kind == ArchiveEvent::Kind::finished &&
                 Paths::standardized(event.text) != Paths::standardized(record.originalPath)) {
                 const bool mac = services.relinker.locations.macPathRules;
-                *relink = services.relinker.relink(AgentPaths::normalized(record.originalPath, mac),
-                                                   AgentPaths::normalized(event.text, mac));
+                *historyKeptAt = copyInUse(record, event.text);
+                if (!*historyKeptAt)
+                    *relink =
+                        services.relinker.relink(AgentPaths::normalized(record.originalPath, mac),
+                                                 AgentPaths::normalized(event.text, mac));
             }
             sink(event);
         };
@@ -207,7 +233,7 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
         else
             services.local.restore(record.location.path, into, relinking, cancel);
     };
-    runAction(std::move(runner), [this, record, relink](const ArchiveEvent& event) {
+    runAction(std::move(runner), [this, record, relink, historyKeptAt](const ArchiveEvent& event) {
         switch (event.kind) {
         case ArchiveEvent::Kind::progress:
             restoreProgress_->copiedBytes = event.copiedBytes;
@@ -228,11 +254,12 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder) 
             report(services_.catalog.change(record.id, [&](ArchiveRecord& stored) {
                 stored.restoredAt = restoredAt;
                 stored.restoredPath = event.text;
+                stored.restores.append({*stored.restoredAt, event.text});
                 if (*relink)
                     stored.relink = RelinkReportJson::toObject(**relink);
             }));
             emit recordsChanged();
-            toasts().post(restoredToast(record, event.text, relink->has_value()));
+            toasts().post(restoredToast(record, event.text, relink->has_value(), *historyKeptAt));
             emit filesystemChanged();
             return;
         }

@@ -1,3 +1,5 @@
+#include "cli/AppsCommand.h"
+
 #include "apps/AppRemover.h"
 #include "apps/AppsModel.h"
 #include "cli/AppsJson.h"
@@ -8,22 +10,17 @@
 #include "cli/JsonOutput.h"
 #include "cli/SessionDriver.h"
 #include "platform/ByteFormat.h"
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
 #include <QJsonArray>
 #include <memory>
+#include <variant>
 
 namespace corvane::cli {
 namespace {
 
-struct RemoveOptions {
-    std::vector<std::string> targets;
-    std::vector<std::string> data;
-    bool defaultData = false;
-    bool dryRun = false;
-    bool yes = false;
-    bool json = false;
-};
+using RemoveOptions = AppsRemoveOptions;
 
 QString decoded(const std::string& text) {
     return QString::fromStdString(text);
@@ -84,9 +81,34 @@ int report(const AppsModel& model, const RemoveOptions& options, bool withMethod
             console.out << "Run in Terminal: " << *outcome.terminalCommand << '\n';
         console.out << Qt::flush;
     }
-    const bool appStayed = withMethod && !options.dryRun && !outcome.appMethod;
+    // A dry run runs every guard: an app it would leave is reported the same way.
+    const bool appStayed = withMethod && !outcome.appMethod;
     return outcome.failures.isEmpty() && !appStayed && !outcome.terminalCommand ? exitOk
                                                                                 : exitSomeFailed;
+}
+
+// The app `target` names: its path (links resolved), or a name only one listed app has. Several
+// apps of one name are never guessed between: the refusal lists their paths.
+std::variant<const InstalledApp*, QString> findApp(const AppInventory& inventory,
+                                                   const QString& target) {
+    const QString path = Paths::absoluteStandardized(target);
+    QList<const InstalledApp*> named;
+    for (const InstalledApp& listed : inventory.apps) {
+        if (PathIdentity::same(listed.url, path))
+            return &listed;
+        if (listed.name == target)
+            named.append(&listed);
+    }
+    if (named.size() == 1)
+        return named.first();
+    if (named.isEmpty())
+        return QStringLiteral("No installed app is %1; `corvane apps` lists them.\n").arg(target);
+    QString refusal = QStringLiteral("%1 apps are named %2; name the one to remove by its path:\n")
+                          .arg(named.size())
+                          .arg(target);
+    for (const InstalledApp* app : named)
+        refusal += QStringLiteral("  ") + app->url + u'\n';
+    return refusal;
 }
 
 int runApps(bool json, Console& console) {
@@ -94,6 +116,8 @@ int runApps(bool json, Console& console) {
     AppsModel model(toasts);
     load(model);
     const AppInventory& inventory = model.inventory();
+    // What could not be found out (flatpak's list) makes the listing incomplete, and says so.
+    const int status = inventory.errors.isEmpty() ? exitOk : exitSomeFailed;
     if (json) {
         QJsonArray apps;
         for (const InstalledApp& app : inventory.apps) {
@@ -108,8 +132,15 @@ int runApps(bool json, Console& console) {
         QJsonArray orphans;
         for (const OrphanedAppData& orphan : inventory.orphans)
             orphans.append(AppsJson::orphan(orphan));
-        printJson(console, {{QStringLiteral("apps"), apps}, {QStringLiteral("orphans"), orphans}});
-        return exitOk;
+        QJsonArray unknown;
+        for (const OrphanedAppData& data : inventory.unknownData)
+            unknown.append(AppsJson::orphan(data));
+        printJson(console,
+                  {{QStringLiteral("apps"), apps},
+                   {QStringLiteral("orphans"), orphans},
+                   {QStringLiteral("unknownData"), unknown},
+                   {QStringLiteral("errors"), QJsonArray::fromStringList(inventory.errors)}});
+        return status;
     }
     for (const InstalledApp& app : inventory.apps) {
         console.out << app.name.leftJustified(32) << ' '
@@ -128,25 +159,33 @@ int runApps(bool json, Console& console) {
         for (const AppDataItem& item : orphan.items)
             console.out << "    " << item.url << '\n';
     }
+    if (!inventory.unknownData.isEmpty())
+        console.out << "\nUnknown: an app that could not be read may use this data\n";
+    for (const OrphanedAppData& data : inventory.unknownData) {
+        console.out << "  " << data.bundleIdentifier << "  ("
+                    << data.unreadableBundle.value_or(QString()) << ")\n";
+        for (const AppDataItem& item : data.items)
+            console.out << "    " << item.url << '\n';
+    }
     console.out << Qt::flush;
-    return exitOk;
+    for (const QString& error : inventory.errors)
+        console.err << error << '\n';
+    return status;
 }
+
+} // namespace
 
 int runAppsRemove(const RemoveOptions& options, Console& console) {
     ToastCenter toasts;
     AppsModel model(toasts);
     load(model);
     const QString target = decoded(options.targets.front());
-    const QString path = Paths::absoluteStandardized(target);
-    const InstalledApp* app = nullptr;
-    for (const InstalledApp& listed : model.inventory().apps) {
-        if (listed.url == path || listed.name == target)
-            app = &listed;
-    }
-    if (!app) {
-        console.err << "No installed app is " << target << "; `corvane apps` lists them.\n";
+    const std::variant<const InstalledApp*, QString> found = findApp(model.inventory(), target);
+    if (const QString* refusal = std::get_if<QString>(&found)) {
+        console.err << *refusal;
         return exitRefusedOrBadArguments;
     }
+    const InstalledApp* app = std::get<const InstalledApp*>(found);
     if (const std::optional<QString> refusal = model.appRefusal(*app)) {
         console.err << *refusal << '\n';
         return exitSomeFailed;
@@ -168,9 +207,10 @@ int runAppsRemove(const RemoveOptions& options, Console& console) {
         data.insert(itemPath);
     }
     int status = exitOk;
-    if (!confirmed(
-            QStringLiteral("Remove %1 and %2 data item(s)? [y/N] ").arg(app->name).arg(data.size()),
-            options, console, status))
+    if (!confirmed(QStringLiteral("Remove %1 (%2) and %3 data item(s)? [y/N] ")
+                       .arg(app->name, app->url)
+                       .arg(data.size()),
+                   options, console, status))
         return status;
     model.setDryRun(options.dryRun);
     const QString url = app->url;
@@ -208,6 +248,8 @@ int runLeftoversRemove(const RemoveOptions& options, Console& console) {
     carryOut(model, [&] { model.removeLeftovers(urls); });
     return report(model, options, false, console);
 }
+
+namespace {
 
 void addRemoveFlags(CLI::App& command, RemoveOptions& options) {
     command.add_flag("--dry-run", options.dryRun, "Say what would be removed; change nothing");

@@ -33,8 +33,11 @@ QJsonObject orphan(const OrphanedAppData& orphan) {
     QJsonArray items;
     for (const AppDataItem& item : orphan.items)
         items.append(dataItem(item, false));
-    return {{QStringLiteral("bundleIdentifier"), orphan.bundleIdentifier},
-            {QStringLiteral("items"), items}};
+    QJsonObject object{{QStringLiteral("bundleIdentifier"), orphan.bundleIdentifier},
+                       {QStringLiteral("items"), items}};
+    if (orphan.unreadableBundle)
+        object.insert(QStringLiteral("unreadableBundle"), *orphan.unreadableBundle);
+    return object;
 }
 
 QJsonObject outcome(const AppRemovalOutcome& outcome, bool withMethod) {

@@ -13,6 +13,7 @@ namespace corvane::cli::AppsJson {
 // `kind`, `label`, `path`, `sizeBytes`, `isExactMatch`, `preselected`.
 QJsonObject dataItem(const AppDataItem& item, bool preselected);
 QJsonObject app(const InstalledApp& app, const QList<AppDataItem>& preselected);
+// `bundleIdentifier`, `items`, and `unreadableBundle` for data that is unknown.
 QJsonObject orphan(const OrphanedAppData& orphan);
 // `appMethod` (when `withMethod`), `trashedData`, `freedBytes`, `failures`, `terminalCommand`.
 QJsonObject outcome(const AppRemovalOutcome& outcome, bool withMethod);

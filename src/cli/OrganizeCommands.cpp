@@ -228,6 +228,7 @@ int runOrganize(const OrganizeRequest& request, Console& console,
         return exitRefusedOrBadArguments;
     ToastCenter toasts;
     OrganizeModel model(toasts, services, false);
+    model.setRecoversCutShortMoves(!request.dryRun);
     const QList<MoveFailure> refused = prepare(model, request);
     if (!refused.isEmpty()) {
         printRefusals(console, refused);

@@ -7,6 +7,9 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
+#include <cerrno>
+#include <csignal>
+#include <unistd.h>
 
 namespace corvane {
 namespace {
@@ -40,6 +43,15 @@ QStringList sourceParents(const OrganizeRun& run) {
 
 using Outcome = OrganizeExecutor::Outcome;
 
+// The process that journaled the move still runs (and is not this one, which is not moving
+// anything while it recovers).
+bool isUnderWay(const MoveRecord& move) {
+    const auto pid = static_cast<pid_t>(move.process);
+    if (pid <= 0 || pid == ::getpid())
+        return false;
+    return ::kill(pid, 0) == 0 || errno == EPERM;
+}
+
 // Each save writes the whole run, so only the latest one decides whether the journal holds it;
 // word that an unreadable journal was kept aside stays until a save fails.
 void record(const OrganizeJournal& journal, Outcome& outcome, QString& notice) {
@@ -54,15 +66,38 @@ void record(const OrganizeJournal& journal, Outcome& outcome, QString& notice) {
         outcome.journalError.reset();
 }
 
+// Journals the run with the move under way as its newest, before each stage of the move.
+ProjectMover::Intent intentOf(const OrganizeJournal& journal, Outcome& outcome, bool& written) {
+    return [&journal, &outcome, &written](const MoveRecord& pending) {
+        OrganizeRun withPending = outcome.run;
+        withPending.moves.append(pending);
+        written = true;
+        if (const QString error = journal.save(withPending).error; !error.isEmpty())
+            outcome.journalError = error;
+    };
+}
+
+// A move that failed after its intent was written leaves no trace of it in the journal.
+void forgetFailedMove(const OrganizeJournal& journal, Outcome& outcome) {
+    const QString error =
+        (outcome.run.moves.isEmpty() ? journal.remove(outcome.run.id) : journal.save(outcome.run))
+            .error;
+    if (!error.isEmpty())
+        outcome.journalError = error;
+}
+
 // A run of one move or relink, journaled like any other.
 Outcome single(const OrganizeJournal& journal, const QString& source,
-               const std::function<MoveRecord()>& perform) {
+               const std::function<MoveRecord(const ProjectMover::Intent&)>& perform) {
     Outcome outcome;
     outcome.run = newRun();
+    bool intentWritten = false;
     try {
-        outcome.run.moves.append(perform());
+        outcome.run.moves.append(perform(intentOf(journal, outcome, intentWritten)));
     } catch (const ProjectMoverError& error) {
         outcome.failures.append({source, error.message()});
+        if (intentWritten)
+            forgetFailedMove(journal, outcome);
         return outcome;
     }
     outcome.run.date = QDateTime::currentDateTimeUtc();
@@ -109,10 +144,14 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
             progress(source, index, count);
         if (cancellation.isCancelled())
             break;
+        bool intentWritten = false;
         try {
-            outcome.run.moves.append(mover.move(source, ready[index].targetPath()));
+            outcome.run.moves.append(mover.move(source, ready[index].targetPath(),
+                                                intentOf(journal, outcome, intentWritten)));
         } catch (const ProjectMoverError& error) {
             outcome.failures.append({source, error.message()});
+            if (intentWritten)
+                forgetFailedMove(journal, outcome);
             continue;
         }
         // Written after every move: whatever ends the run, the journal undoes what moved.
@@ -128,15 +167,52 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
 
 OrganizeExecutor::Outcome OrganizeExecutor::moveOne(const QString& source,
                                                     const QString& destination) const {
-    return single(journal, source, [&] { return mover.move(source, destination); });
+    return single(journal, source, [&](const ProjectMover::Intent& intent) {
+        return mover.move(source, destination, intent);
+    });
 }
 
 OrganizeExecutor::Outcome OrganizeExecutor::relinkOne(const QString& oldPath,
                                                       const QString& newPath) const {
-    return single(journal, oldPath, [&] { return mover.relinkOnly(oldPath, newPath); });
+    return single(journal, oldPath,
+                  [&](const ProjectMover::Intent&) { return mover.relinkOnly(oldPath, newPath); });
+}
+
+OrganizeExecutor::UndoOutcome OrganizeExecutor::recoverInterrupted() const {
+    UndoOutcome outcome;
+    outcome.nothingToUndo = true;
+    for (const OrganizeRun& run : journal.load()) {
+        OrganizeRun remaining = run;
+        remaining.moves.clear();
+        for (const MoveRecord& move : run.moves) {
+            if (move.stage == MoveRecord::Stage::done || isUnderWay(move)) {
+                remaining.moves.append(move);
+                continue;
+            }
+            outcome.nothingToUndo = false;
+            try {
+                mover.takeBack(move);
+                outcome.restored.append(move);
+            } catch (const ProjectMoverError& error) {
+                // Left as it is: the next start tries again, once the user has made room.
+                outcome.failures.append({move.source, error.message()});
+                remaining.moves.append(move);
+            }
+        }
+        if (remaining.moves.size() == run.moves.size())
+            continue;
+        const QString error =
+            (remaining.moves.isEmpty() ? journal.remove(run.id) : journal.remove(run.id, remaining))
+                .error;
+        if (!error.isEmpty())
+            outcome.journalError = error;
+    }
+    return outcome;
 }
 
 OrganizeExecutor::UndoOutcome OrganizeExecutor::undoLast() const {
+    if (UndoOutcome recovered = recoverInterrupted(); !recovered.nothingToUndo)
+        return recovered;
     UndoOutcome outcome;
     const std::optional<OrganizeRun> last = journal.lastRun();
     if (!last) {
@@ -146,6 +222,14 @@ OrganizeExecutor::UndoOutcome OrganizeExecutor::undoLast() const {
     QList<MoveRecord> stayed;
     for (qsizetype i = last->moves.size() - 1; i >= 0; --i) {
         const MoveRecord& move = last->moves[i];
+        // Another program is carrying it out right now.
+        if (move.stage != MoveRecord::Stage::done) {
+            outcome.failures.append(
+                {move.source, move.source + QStringLiteral(" is still being moved; try again "
+                                                           "when that is finished.")});
+            stayed.prepend(move);
+            continue;
+        }
         try {
             mover.undo(move);
             outcome.restored.append(move);

@@ -54,8 +54,14 @@ struct OrganizeExecutor {
     Outcome relinkOne(const QString& oldPath, const QString& newPath) const;
 
     // Undoes the newest run's moves in reverse order; the moves that could not go back stay in
-    // the journal as that run, the run disappears when all went back.
+    // the journal as that run, the run disappears when all went back. When a move was cut
+    // short, taking it back is the undo: nothing older goes back with it.
     UndoOutcome undoLast() const;
+
+    // Takes back every journaled move that was cut short (its process gone before the move was
+    // done) and drops it from the journal; the moves of its run that were done stay journaled.
+    // `nothingToUndo` is set when there was none.
+    UndoOutcome recoverInterrupted() const;
 
     // A folder that holds nothing, or nothing but ".DS_Store" files.
     static bool isEmptyFolder(const QString& path);

@@ -40,6 +40,15 @@ std::optional<MoveRecord> moveFromJson(const QJsonObject& object) {
     move.relink = RelinkReportJson::fromObject(object.value(QStringLiteral("relink")).toObject());
     move.createdFolders = textsOf(object.value(QStringLiteral("createdFolders")));
     move.movedFolder = object.value(QStringLiteral("movedFolder")).toBool(true);
+    const QJsonValue stage = object.value(QStringLiteral("state"));
+    if (stage == QStringLiteral("moving"))
+        move.stage = MoveRecord::Stage::moving;
+    else if (stage == QStringLiteral("relinking"))
+        move.stage = MoveRecord::Stage::relinking;
+    else if (!stage.isUndefined())
+        return std::nullopt;
+    if (move.stage != MoveRecord::Stage::done)
+        move.process = object.value(QStringLiteral("process")).toInteger();
     return move;
 }
 
@@ -130,11 +139,19 @@ QJsonObject OrganizeJournal::runJson(const OrganizeRun& run) {
 }
 
 QJsonObject OrganizeJournal::moveJson(const MoveRecord& move) {
-    return {{QStringLiteral("source"), move.source},
-            {QStringLiteral("destination"), move.destination},
-            {QStringLiteral("relink"), RelinkReportJson::toObject(move.relink)},
-            {QStringLiteral("createdFolders"), arrayOf(move.createdFolders)},
-            {QStringLiteral("movedFolder"), move.movedFolder}};
+    QJsonObject object{{QStringLiteral("source"), move.source},
+                       {QStringLiteral("destination"), move.destination},
+                       {QStringLiteral("relink"), RelinkReportJson::toObject(move.relink)},
+                       {QStringLiteral("createdFolders"), arrayOf(move.createdFolders)},
+                       {QStringLiteral("movedFolder"), move.movedFolder}};
+    // A finished move has no state: records written before moves had one read as finished.
+    if (move.stage != MoveRecord::Stage::done) {
+        object.insert(QStringLiteral("state"), move.stage == MoveRecord::Stage::moving
+                                                   ? QStringLiteral("moving")
+                                                   : QStringLiteral("relinking"));
+        object.insert(QStringLiteral("process"), move.process);
+    }
+    return object;
 }
 
 std::optional<OrganizeRun> OrganizeJournal::runFromJson(const QJsonObject& object) {

@@ -166,22 +166,31 @@ void OrganizeModel::startLoading() {
         services_.home,           destination_,           layout_, manualFolders_,
         services_.agentLocations, services_.processRunner};
     const QString journalURL = services_.journalURL;
-    startJob(JobKind::load, [this, inputs, journalURL](const CancellationToken& cancellation,
-                                                       const MainThreadPost& post) {
-        PlanResult result = makePlan(inputs, cancellation);
-        const OrganizeJournal::Contents journal = OrganizeJournal(journalURL).read();
-        post([this, result = std::move(result), hasRun = !journal.runs.isEmpty(),
-              problem = journal.problem] {
-            entries_ = result.entries;
-            orphans_ = result.orphans;
-            processes_ = result.processes;
-            shell_ = result.shell;
-            setCanUndo(hasRun);
-            journalProblem_ = problem;
-            emit planChanged();
-            finishLoading();
-        });
-    });
+    startJob(JobKind::load,
+             [this, inputs, journalURL, executor = executor(), recovers = recoversCutShortMoves_](
+                 const CancellationToken& cancellation, const MainThreadPost& post) {
+                 // A move cut short by the end of a program is taken back before anything is
+                 // planned.
+                 OrganizeExecutor::UndoOutcome recovered;
+                 recovered.nothingToUndo = true;
+                 if (recovers)
+                     recovered = executor.recoverInterrupted();
+                 PlanResult result = makePlan(inputs, cancellation);
+                 const OrganizeJournal::Contents journal = OrganizeJournal(journalURL).read();
+                 post([this, result = std::move(result), hasRun = !journal.runs.isEmpty(),
+                       problem = journal.problem, recovered = std::move(recovered)] {
+                     if (!recovered.nothingToUndo)
+                         reportRecovery(recovered);
+                     entries_ = result.entries;
+                     orphans_ = result.orphans;
+                     processes_ = result.processes;
+                     shell_ = result.shell;
+                     setCanUndo(hasRun);
+                     journalProblem_ = problem;
+                     emit planChanged();
+                     finishLoading();
+                 });
+             });
 }
 
 OrganizeExecutor OrganizeModel::executor() const {
@@ -301,6 +310,17 @@ void OrganizeModel::undoLast() {
             finishAction(failures);
         });
     });
+}
+
+void OrganizeModel::reportRecovery(const OrganizeExecutor::UndoOutcome& recovered) {
+    if (!recovered.restored.isEmpty())
+        toasts().post(QStringLiteral("Put back %1 whose move was cut short")
+                          .arg(projectsWord(recovered.restored.size())));
+    QList<MoveFailure> failures = recovered.failures;
+    if (recovered.journalError)
+        failures.append({services_.journalURL, *recovered.journalError});
+    if (!failures.isEmpty())
+        setFailures(itemFailures(failures));
 }
 
 void OrganizeModel::finishAction(const QList<MoveFailure>& failures) {

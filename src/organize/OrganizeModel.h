@@ -51,6 +51,9 @@ public:
     OrganizeLayout layout() const { return layout_; }
     void setDestination(const QString& path);
     void setLayout(OrganizeLayout layout);
+    // Whether a load first takes back moves cut short (on by default; off for a dry run, which
+    // changes nothing).
+    void setRecoversCutShortMoves(bool value) { recoversCutShortMoves_ = value; }
 
     // Adds a folder by hand; returns the refusal message instead when it can't be organized.
     // The folder joins the plan at the next load.
@@ -109,11 +112,13 @@ private:
         std::function<OrganizeExecutor::Outcome(const OrganizeExecutor&, const CancellationToken&,
                                                 const OrganizeExecutor::Progress&)>
             action);
+    void reportRecovery(const OrganizeExecutor::UndoOutcome& recovered);
     void finishAction(const QList<MoveFailure>& failures);
     void setCanUndo(bool value);
 
     Services services_;
     bool remembersChoices_;
+    bool recoversCutShortMoves_ = true;
     QString destination_;
     OrganizeLayout layout_ = OrganizeLayout::byAgent;
     QStringList manualFolders_;

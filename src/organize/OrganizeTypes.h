@@ -94,15 +94,24 @@ struct ShellReferences {
     bool operator==(const ShellReferences&) const = default;
 };
 
-// One completed move, as the journal keeps it.
+// One move, as the journal keeps it.
 struct MoveRecord {
+    // A move is written down before its folder moves and again before its history is relinked,
+    // so that one cut short (the program killed) can be taken back exactly at the next start.
+    enum class Stage { done, moving, relinking };
+
     QString source;
     QString destination;
     RelinkReport relink;
-    // The folders the move created to hold the destination, outermost first.
+    // The folders the move created to hold the destination, outermost first (while `moving`:
+    // those it is about to create).
     QStringList createdFolders;
     // False for a record that only relinked history.
     bool movedFolder = true;
+    Stage stage = Stage::done;
+    // The process carrying out a move that is not done: while it lives, the move is under way,
+    // not cut short.
+    qint64 process = 0;
 
     bool operator==(const MoveRecord&) const = default;
 };

@@ -5,6 +5,7 @@
 #include "platform/TrashService.h"
 #include "platform/Volumes.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <cerrno>
@@ -105,7 +106,8 @@ std::optional<QString> renameFolder(const QString& from, const QString& to) {
 // The checks run from the cheapest to the slowest, the lsof run last, and all of them before
 // the first change. "Into itself" comes before "already exists" so that a destination equal to
 // the source gets the message that says what is wrong.
-MoveRecord ProjectMover::move(const QString& sourcePath, const QString& destinationPath) const {
+MoveRecord ProjectMover::move(const QString& sourcePath, const QString& destinationPath,
+                              const Intent& intent) const {
     const QString source = Paths::standardized(sourcePath);
     const QString destination = Paths::standardized(destinationPath);
     if (!existsAt(source))
@@ -129,20 +131,55 @@ MoveRecord ProjectMover::move(const QString& sourcePath, const QString& destinat
     MoveRecord record;
     record.source = source;
     record.destination = destination;
-    record.createdFolders = createFolders(missingAncestors(destination));
+    record.movedFolder = true;
+    record.process = QCoreApplication::applicationPid();
+    record.stage = MoveRecord::Stage::moving;
+    record.createdFolders = missingAncestors(destination);
+    if (intent)
+        intent(record);
+    record.createdFolders = createFolders(record.createdFolders);
     if (const std::optional<QString> error = renameFolder(source, destination)) {
         removeEmptyFolders(record.createdFolders);
         // The front ends say which move failed; the refusal is its cause.
         refuse(*error);
     }
+    record.stage = MoveRecord::Stage::relinking;
+    if (intent)
+        intent(record);
     const bool mac = relinker.locations.macPathRules;
     record.relink = relinker.relink(AgentPaths::normalized(source, mac),
                                     AgentPaths::normalized(destination, mac));
     // Like the history, marks that cannot follow never fail the move; the user is told.
     if (const QString error = keepMarks.follow(source, destination); !error.isEmpty())
         record.relink.warnings.append(QStringLiteral("Keep marks did not follow: ") + error);
-    record.movedFolder = true;
+    record.stage = MoveRecord::Stage::done;
+    record.process = 0;
     return record;
+}
+
+// What the relink had done before it was cut short is not known, only that it went from the
+// source to the destination; the relinker takes back whatever it had reached.
+void ProjectMover::takeBack(const MoveRecord& record) const {
+    const bool atDestination = isRealFolder(record.destination);
+    if (atDestination && existsAt(record.source))
+        refuse(QStringLiteral("Something now exists at ") + record.source);
+    if (!atDestination && !isRealFolder(record.source))
+        refuse(record.destination + QStringLiteral(" is no longer there."));
+    if (atDestination) {
+        const QString parent = Paths::parentPath(record.source);
+        if (!QDir().mkpath(parent))
+            refuse(QStringLiteral("Could not create %1.").arg(parent));
+        if (const std::optional<QString> error = renameFolder(record.destination, record.source))
+            refuse(QStringLiteral("Could not move %1 back to %2: %3")
+                       .arg(record.destination, record.source, *error));
+    }
+    if (record.stage == MoveRecord::Stage::relinking) {
+        const bool mac = relinker.locations.macPathRules;
+        relinker.takeBack(AgentPaths::normalized(record.source, mac),
+                          AgentPaths::normalized(record.destination, mac));
+        keepMarks.follow(record.destination, record.source);
+    }
+    removeEmptyFolders(record.createdFolders);
 }
 
 MoveRecord ProjectMover::relinkOnly(const QString& oldPath, const QString& newPath) const {

@@ -8,6 +8,7 @@
 
 #include <QString>
 #include <exception>
+#include <functional>
 
 namespace corvane {
 
@@ -28,11 +29,21 @@ struct ProjectMover {
     ProcessInspector processes;
     KeepStore keepMarks;
 
+    // Writes down what a move is about to do: called with the record at stage `moving` right
+    // before the first change, and at stage `relinking` once the folder is in its new place.
+    using Intent = std::function<void(const MoveRecord&)>;
+
     // Moves `source` to `destination` (both absolute), creating the missing folders above the
     // destination. Refuses with the exact message when the source is missing or a link, the
     // destination exists or lies in the source, the two are on different volumes, or a process
     // works inside the source. Throws ProjectMoverError.
-    MoveRecord move(const QString& source, const QString& destination) const;
+    MoveRecord move(const QString& source, const QString& destination,
+                    const Intent& intent = {}) const;
+
+    // Takes back a move that was cut short at `record.stage`: the folder goes back, history the
+    // relink had already rewritten is relinked back, and the folders made for it go when empty.
+    // Throws ProjectMoverError, with the undo's messages, when that is not possible.
+    void takeBack(const MoveRecord& record) const;
 
     // A record of history relinked from `oldPath` to `newPath` without moving any folder (the
     // folder was moved by hand earlier).

@@ -63,6 +63,14 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
     QFont bold = heading->font();
     bold.setBold(true);
     heading->setFont(bold);
+    // Several copies of an app can share a name: the path says which one goes.
+    auto* where = new QLabel(
+        app.caskToken ? QStringLiteral("%1 (Homebrew cask %2)").arg(app.url, *app.caskToken)
+                      : app.url,
+        this);
+    where->setObjectName(QStringLiteral("appRemovalPath"));
+    where->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    where->setWordWrap(true);
     auto* explanation =
         new QLabel(app.data.isEmpty() ? AppsModel::noDataText : AppsModel::preselectionText, this);
     explanation->setWordWrap(true);
@@ -85,11 +93,14 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
     QPushButton* remove =
         buttons->addButton(QStringLiteral("Remove"), QDialogButtonBox::AcceptRole);
-    remove->setDefault(true);
+    // Return must never remove an app: Cancel is the default.
+    remove->setAutoDefault(false);
+    buttons->button(QDialogButtonBox::Cancel)->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(heading);
+    layout->addWidget(where);
     layout->addWidget(explanation);
     layout->addWidget(list_, 1);
     layout->addWidget(buttons);
@@ -309,8 +320,29 @@ void AppsView::showInventory() {
         }
         heading->setExpanded(true);
     }
+    showUnknownData();
     filling_ = false;
     showState();
+}
+
+void AppsView::showUnknownData() {
+    const QList<OrphanedAppData>& unknown = apps_.inventory().unknownData;
+    if (unknown.isEmpty())
+        return;
+    auto* heading = new QTreeWidgetItem(tree_);
+    heading->setText(nameColumn, QStringLiteral("Data of an app that could not be read"));
+    heading->setText(detailColumn, AppsModel::unknownDataText);
+    heading->setToolTip(detailColumn, AppsModel::unknownDataText);
+    for (const OrphanedAppData& data : unknown) {
+        auto* group = new QTreeWidgetItem(heading);
+        group->setText(nameColumn, data.bundleIdentifier);
+        group->setText(sizeColumn, formatBytes(data.sizeBytes()));
+        group->setText(
+            detailColumn,
+            QStringLiteral("may be %1's").arg(data.unreadableBundle.value_or(QString())));
+        for (const AppDataItem& item : data.items)
+            dataRow(group, item)->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
+    }
 }
 
 void AppsView::showState() {
@@ -319,6 +351,9 @@ void AppsView::showState() {
         state = QStringLiteral("Looking at the apps in your Applications folders…");
     else if (apps_.inventory().apps.isEmpty() && apps_.inventory().orphans.isEmpty())
         state = QStringLiteral("No apps were found in the Applications folders.");
+    // What the inventory could not find out (flatpak's list) is said, not taken for "nothing".
+    for (const QString& error : apps_.inventory().errors)
+        state += (state.isEmpty() ? QString() : QStringLiteral("\n")) + error;
     state_->setText(state);
     state_->setVisible(!state.isEmpty());
     const bool idle = !apps_.isRemoving() && !apps_.isLoading();

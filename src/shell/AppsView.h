@@ -54,6 +54,8 @@ private:
     void showInventory();
     void showBrew();
     void showState();
+    // Data an unreadable bundle may own: shown, never offered for removal.
+    void showUnknownData();
 
     AppsModel& apps_;
     HomebrewModel& homebrew_;

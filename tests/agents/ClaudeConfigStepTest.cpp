@@ -102,3 +102,23 @@ TEST(ClaudeConfigStep, FilesItCanNotEditSafelyAreLeftUntouched) {
     // No file at all is nothing to do.
     EXPECT_TRUE(runStep(test::makeAgentHome(), s("/a/b"), s("/c/b")).warnings.isEmpty());
 }
+
+TEST(ClaudeConfigStep, TheCopiesOfARelinkCutShortGoAgainButNotOnesChangedSince) {
+    const AgentLocations locations = test::makeAgentHome();
+    test::writeFile(locations.claudeConfig, unusualConfig);
+    ASSERT_EQ(runStep(locations, s("/a/b"), s("/c/b")).claudeProjectSettings, 1);
+    ASSERT_NE(test::readBytes(locations.claudeConfig), unusualConfig);
+
+    RelinkReport report;
+    ClaudeConfigStep::removeCopies({locations, {s("/a/b"), s("/c/b")}, RelinkMode::write, report});
+    EXPECT_EQ(report.warnings, QStringList());
+    EXPECT_EQ(test::readBytes(locations.claudeConfig), unusualConfig);
+
+    // A copy Claude Code has since changed is the user's now.
+    runStep(locations, s("/a/b"), s("/c/b"));
+    QByteArray changed = test::readBytes(locations.claudeConfig);
+    changed.replace("{\"allowedTools\":[]", "{\"allowedTools\":[\"Bash\"]");
+    test::writeFile(locations.claudeConfig, changed);
+    ClaudeConfigStep::removeCopies({locations, {s("/a/b"), s("/c/b")}, RelinkMode::write, report});
+    EXPECT_EQ(test::readBytes(locations.claudeConfig), changed);
+}

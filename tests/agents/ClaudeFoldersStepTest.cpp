@@ -165,3 +165,70 @@ TEST(ClaudeFoldersStep, AnItemThatCannotMoveMidwayStaysAndTheRestMoves) {
     EXPECT_EQ(entriesOf(oldFolder), (QStringList{s("a.jsonl"), s("m-locked"), s("z.jsonl")}));
     EXPECT_EQ(entriesOf(newFolder), QStringList{s("native.jsonl")});
 }
+
+TEST(ClaudeFoldersStep, AFolderSharedByTwoProjectsGivesUpOnlyTheSessionsOfTheMovedOne) {
+    const AgentLocations locations = test::makeAgentHome();
+    // "/w/a" and "/w-a" both encode to "-w-a": Claude Code keeps their sessions side by side.
+    test::writeClaudeSessionIn(locations, s("/w/a"), s("moved"));
+    test::writeClaudeSessionIn(locations, s("/w-a"), s("stays"));
+    const QString shared = historyFolder(locations, s("-w-a"));
+    test::writeFile(shared + s("/moved/subagents/agent-1.jsonl"), test::claudeLine(s("/w/a")));
+    test::writeFile(shared + s("/stays/tool-results/r.txt"), "x");
+    const AgentRelinker relinker{locations};
+
+    const RelinkReport report = relinker.relink(s("/w/a"), s("/x/a"));
+    EXPECT_EQ(report.warnings, QStringList());
+    EXPECT_EQ(report.claudeFolderMoves,
+              (QList<ClaudeFolderMove>{{s("-w-a"), s("-x-a"), s("/w/a"), s("/x/a"),
+                                        QStringList{s("moved.jsonl"), s("moved")}}}));
+    EXPECT_EQ(entriesOf(shared), (QStringList{s("stays"), s("stays.jsonl")}));
+    EXPECT_EQ(entriesOf(historyFolder(locations, s("-x-a"))),
+              (QStringList{s("moved"), s("moved.jsonl")}));
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/x/a")), QStringList{s("moved")});
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/w-a")), QStringList{s("stays")});
+    EXPECT_TRUE(test::sessionIDsIn(locations, s("/w/a")).isEmpty());
+    EXPECT_EQ(locations.claudeFolderLedger.load(),
+              (QMap<QString, QString>{{s("-x-a/moved.jsonl"), s("/x/a")}}));
+
+    // Moving the other project afterwards takes what is left, and nothing of the first.
+    const RelinkReport second = relinker.relink(s("/w-a"), s("/y/w-a"));
+    EXPECT_EQ(second.claudeFolderMoves,
+              (QList<ClaudeFolderMove>{{s("-w-a"), s("-y-w-a"), s("/w-a"), s("/y/w-a"), {}}}));
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/x/a")), QStringList{s("moved")});
+    EXPECT_EQ(relinker.undo(second, s("/w-a"), s("/y/w-a")).warnings, QStringList());
+
+    const RelinkReport undone = relinker.undo(report, s("/w/a"), s("/x/a"));
+    EXPECT_EQ(undone.warnings, QStringList());
+    EXPECT_EQ(entriesOf(shared),
+              (QStringList{s("moved"), s("moved.jsonl"), s("stays"), s("stays.jsonl")}));
+    EXPECT_FALSE(QFileInfo::exists(historyFolder(locations, s("-x-a"))));
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/w/a")), QStringList{s("moved")});
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/w-a")), QStringList{s("stays")});
+    // Only the folder renamed back as a whole is written down, as any renamed folder is.
+    EXPECT_EQ(locations.claudeFolderLedger.load(),
+              (QMap<QString, QString>{{s("-w-a"), s("/w-a")}}));
+}
+
+TEST(ClaudeFoldersStep, RelinkingBackwardsBringsSharedFolderSessionsHomeToo) {
+    const AgentLocations locations = test::makeAgentHome();
+    test::writeClaudeSessionIn(locations, s("/w/foo_bar"), s("moved"));
+    test::writeClaudeSessionIn(locations, s("/w/foo-bar"), s("stays"));
+    // The folder of the new path exists already and holds a project of its own.
+    test::writeClaudeSessionIn(locations, s("/x/foo-bar"), s("resident"));
+    const AgentRelinker relinker{locations};
+
+    const RelinkReport report = relinker.relink(s("/w/foo_bar"), s("/x/foo_bar"));
+    EXPECT_EQ(report.warnings, QStringList());
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/x/foo_bar")), QStringList{s("moved")});
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/x/foo-bar")), QStringList{s("resident")});
+
+    // What recovering from a move cut short does: the same relink the other way.
+    const RelinkReport back = relinker.relink(s("/x/foo_bar"), s("/w/foo_bar"));
+    EXPECT_EQ(back.warnings, QStringList());
+    EXPECT_EQ(entriesOf(historyFolder(locations, s("-w-foo-bar"))),
+              (QStringList{s("moved.jsonl"), s("stays.jsonl")}));
+    EXPECT_EQ(entriesOf(historyFolder(locations, s("-x-foo-bar"))),
+              QStringList{s("resident.jsonl")});
+    EXPECT_EQ(test::sessionIDsIn(locations, s("/w/foo_bar")), QStringList{s("moved")});
+    EXPECT_EQ(locations.claudeFolderLedger.load(), (QMap<QString, QString>{}));
+}

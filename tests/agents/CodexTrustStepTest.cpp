@@ -2,6 +2,7 @@
 
 #include "AgentFixtures.h"
 #include "agents/TomlKey.h"
+#include "agents/TomlSyntax.h"
 #include "support/TestEnvironment.h"
 
 #include <gtest/gtest.h>
@@ -77,4 +78,41 @@ TEST(CodexTrustStep, EntriesItMustNotRewriteAreReported) {
                                  "old path was left unchanged.")}));
     EXPECT_EQ(report.codexTrustEntries, 0);
     EXPECT_EQ(test::readBytes(configPath(locations)), before);
+}
+
+TEST(CodexTrustStep, AConfigThatIsNotTomlIsLeftByteForByteWithOneWarning) {
+    const AgentLocations locations = test::makeAgentHome();
+    // A header that would be rewritten, in a file Codex itself would refuse.
+    const QByteArray before = "model = \"gpt-5-codex\n"
+                              "[projects.\"/a/b\"]\ntrust_level = \"trusted\"\n";
+    test::writeFile(configPath(locations), before);
+
+    for (const RelinkMode mode : {RelinkMode::preview, RelinkMode::write}) {
+        const RelinkReport report = runStep(locations, s("/a/b"), s("/c/b"), mode);
+        EXPECT_EQ(report.warnings,
+                  QStringList{s("Codex project trust: config.toml is not valid TOML (line 1: a "
+                                "string is not closed); it was left untouched.")});
+        EXPECT_EQ(report.codexTrustEntries, 0);
+    }
+    EXPECT_EQ(test::readBytes(configPath(locations)), before);
+}
+
+TEST(TomlSyntax, ReadsWhatCodexWritesAndFindsWhatItWouldRefuse) {
+    const QString valid = s("# Codex\nmodel = \"o3\"\nmodel_reasoning_effort = 'high'\n"
+                            "approvals = [\n  \"a\", # first\n  'b',\n]\nlimit = 1_000\n"
+                            "ratio = -0.5e3\nwhen = 1979-05-27 07:32:00Z\n"
+                            "env = { PATH = \"/bin\", \"k.2\" = true }\n"
+                            "notes = \"\"\"\nline \"quoted\"\"\"\"\n\n"
+                            "[projects.\"/a/b\"]\r\ntrust_level = \"trusted\"\n"
+                            "[ mcp_servers . docs ]  # spaced\ncommand = \"npx\"\n"
+                            "[[profiles]]\nname = 1\n[[profiles]]\nname = 2\n");
+    EXPECT_EQ(TomlSyntax::problem(valid), std::nullopt);
+    EXPECT_EQ(TomlSyntax::problem(u"[a]\nx = 1\n[a]\n"), s("line 3: a table is defined twice"));
+    EXPECT_EQ(TomlSyntax::problem(u"x = 1 2\n"),
+              s("line 1: unexpected text after a value or table header"));
+    EXPECT_EQ(TomlSyntax::problem(u"x =\n"), s("line 1: a value is malformed"));
+    EXPECT_EQ(TomlSyntax::problem(u"[projects.\"/a\"\nx = 1\n"),
+              s("line 1: a table header is not closed"));
+    EXPECT_EQ(TomlSyntax::problem(u"x = [1,\n2\n"), s("line 3: an array is not closed"));
+    EXPECT_EQ(TomlSyntax::problem(u"just words\n"), s("line 1: a key has no value"));
 }

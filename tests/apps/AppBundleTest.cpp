@@ -2,6 +2,7 @@
 
 #include "AppFixtures.h"
 #include "apps/AppFinder.h"
+#include "apps/BrewService.h"
 #include "support/GitFixture.h"
 
 #include <QDir>
@@ -9,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QStringEncoder>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -16,32 +18,12 @@ using corvane::test::s;
 
 namespace {
 
-// The cask map the Homebrew side builds from `brew info --json=v2 --installed --cask`: every
-// "app" artifact's bundle name (its "target" when it installs under another name) to the token.
-CaskMap casksFrom(const QByteArray& json) {
-    CaskMap casks;
-    const QJsonArray list = QJsonDocument::fromJson(json).object().value(s("casks")).toArray();
-    for (const QJsonValue& cask : list) {
-        const QString token = cask[s("token")].toString();
-        for (const QJsonValue& artifact : cask[s("artifacts")].toArray()) {
-            const QJsonArray app = artifact[s("app")].toArray();
-            if (app.isEmpty())
-                continue;
-            QString name = app.first().toString();
-            if (app.size() > 1 && app.at(1).isObject())
-                name = app.at(1)[s("target")].toString();
-            casks.insert(QFileInfo(name).fileName(), token);
-        }
-    }
-    return casks;
-}
-
 const QByteArray brewInfo = R"({
   "formulae": [],
   "casks": [
     {"token": "chatgpt", "full_token": "chatgpt", "name": ["ChatGPT"],
      "artifacts": [{"uninstall": [{"quit": "com.openai.chat"}]},
-                   {"app": ["ChatGPT.app"], "target": "/Applications/ChatGPT.app"},
+                   {"app": ["ChatGPT.app"], "target": "$APPDIR/ChatGPT.app"},
                    {"zap": [{"trash": ["~/Library/Caches/com.openai.chat"]}]}]},
     {"token": "renamed", "artifacts": [{"app": ["Original.app", {"target": "Renamed.app"}]},
                                        {"postflight": null}]}
@@ -110,14 +92,11 @@ TEST_F(AppBundleTest, AWrappedIPhoneAppIsReadFromItsInnerBundle) {
 }
 
 TEST_F(AppBundleTest, SourceRulesApplyInOrderAppleStoreHomebrewOther) {
-    const CaskMap casks = casksFrom(brewInfo);
-    EXPECT_EQ(casks.value(s("ChatGPT.app")), s("chatgpt"));
-    EXPECT_EQ(casks.value(s("Renamed.app")), s("renamed"));
-
+    const CaskMap casks = BrewService::parseInstalledCaskApps(brewInfo, apps);
     const QString chat = test::makeBundle(
         apps, s("ChatGPT.app"), test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT"))));
     const QString renamed = test::makeBundle(
-        apps, s("renamed.app"), test::xmlPlist(test::appKeys(s("com.example.renamed"), s("R"))));
+        apps, s("Renamed.app"), test::xmlPlist(test::appKeys(s("com.example.renamed"), s("R"))));
     const QString store = test::makeBundle(
         apps, s("Store.app"), test::xmlPlist(test::appKeys(s("com.example.store"), s("Store"))));
     test::writeFile(store + s("/Contents/_MASReceipt/receipt"), "receipt");
@@ -133,7 +112,6 @@ TEST_F(AppBundleTest, SourceRulesApplyInOrderAppleStoreHomebrewOther) {
     ASSERT_TRUE(chatApp);
     EXPECT_EQ(chatApp->source, AppSource::homebrew);
     EXPECT_EQ(chatApp->caskToken, s("chatgpt"));
-    // A case-insensitive file system finds "Renamed.app" under this spelling too.
     EXPECT_EQ(AppBundle::read(renamed, casks)->caskToken, s("renamed"));
     EXPECT_EQ(AppBundle::read(store, casks)->source, AppSource::appStore);
     EXPECT_EQ(AppBundle::read(pages, casks)->source, AppSource::apple);
@@ -145,14 +123,64 @@ TEST_F(AppBundleTest, SourceRulesApplyInOrderAppleStoreHomebrewOther) {
               AppSource::other);
 }
 
-TEST_F(AppBundleTest, FinderSearchesSubfoldersOneLevelAndHomeAppsResolvingLinks) {
+TEST_F(AppBundleTest, OnlyTheBundleTheCaskInstalledIsHomebrewsNotACopyOrANamesake) {
+    const CaskMap casks = BrewService::parseInstalledCaskApps(brewInfo, apps);
+    const QByteArray plist = test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT")));
+    const QString installed = test::makeBundle(apps, s("ChatGPT.app"), plist);
+    // The same bundle name in a vendor folder, in ~/Applications and the cask's source name.
+    const QString nested = test::makeBundle(apps + s("/Beta"), s("ChatGPT.app"), plist);
+    const QString home =
+        test::makeBundle(test::fakeHome() + s("/Applications"), s("ChatGPT.app"), plist);
+    const QString source = test::makeBundle(apps, s("Original.app"), plist);
+    // Reached through a link, the cask's bundle is still the cask's.
+    const QString linkedFolder = test::makeTempDir(s("linked"));
+    ASSERT_TRUE(QFile::link(apps, linkedFolder + s("/Applications")));
+
+    EXPECT_EQ(AppBundle::read(installed, casks)->caskToken, s("chatgpt"));
+    EXPECT_EQ(AppBundle::read(linkedFolder + s("/Applications/ChatGPT.app"), casks)->caskToken,
+              s("chatgpt"));
+    for (const QString& other : {nested, home, source}) {
+        const std::optional<InstalledApp> app = AppBundle::read(other, casks);
+        ASSERT_TRUE(app);
+        EXPECT_EQ(app->caskToken, std::nullopt) << other.toStdString();
+        EXPECT_EQ(app->source, AppSource::other);
+    }
+    QDir(test::fakeHome() + s("/Applications")).removeRecursively();
+}
+
+TEST_F(AppBundleTest, InfoPlistsInUtf16OrWithAByteOrderMarkAreRead) {
+    const QByteArray xml = test::xmlPlist(test::appKeys(s("com.example.wide"), s("Wide")));
+    const QString text = QString::fromUtf8(xml).replace(s("UTF-8"), s("UTF-16"));
+    auto utf16 = [&](QStringConverter::Encoding encoding, bool mark) {
+        QStringEncoder encode(encoding, mark ? QStringConverter::Flag::WriteBom
+                                             : QStringConverter::Flag::Default);
+        return QByteArray(encode(text));
+    };
+    const QList<QByteArray> forms{"\xEF\xBB\xBF" + xml, utf16(QStringConverter::Utf16LE, true),
+                                  utf16(QStringConverter::Utf16BE, true),
+                                  utf16(QStringConverter::Utf16LE, false)};
+    for (const QByteArray& form : forms) {
+        const std::optional<BundleInfo> info = AppBundle::parseInfo(form);
+        ASSERT_TRUE(info) << form.left(8).toHex().toStdString();
+        EXPECT_EQ(info->identifier, s("com.example.wide"));
+        EXPECT_EQ(info->name, s("Wide"));
+    }
+}
+
+TEST_F(AppBundleTest, FinderSearchesEveryDepthAndLinkedFoldersButNotInsideBundles) {
     const QString keys = s("com.example.a");
     const QString top =
         test::makeBundle(apps, s("Top.app"), test::xmlPlist(test::appKeys(keys, s("Top"))));
     const QString utility = test::makeBundle(apps + s("/Utilities"), s("Util.app"),
                                              test::xmlPlist(test::appKeys(keys, s("U"))));
-    test::makeBundle(apps + s("/Vendor/Deep"), s("TooDeep.app"),
-                     test::xmlPlist(test::appKeys(keys, s("D"))));
+    const QString deep = test::makeBundle(apps + s("/Vendor/Deep"), s("Deep.app"),
+                                          test::xmlPlist(test::appKeys(keys, s("D"))));
+    // A subfolder that is a link to a folder elsewhere, and a link back up that is not followed.
+    const QString elsewhere = test::makeTempDir(s("suite"));
+    const QString linked = test::makeBundle(elsewhere + s("/Tools"), s("Linked.app"),
+                                            test::xmlPlist(test::appKeys(keys, s("L"))));
+    ASSERT_TRUE(QFile::link(elsewhere, apps + s("/Suite")));
+    ASSERT_TRUE(QFile::link(apps, elsewhere + s("/Loop")));
     // A helper inside a bundle is not an installed app.
     test::makeBundle(top + s("/Contents/Helpers"), s("Helper.app"),
                      test::xmlPlist(test::appKeys(keys, s("H"))));
@@ -161,10 +189,13 @@ TEST_F(AppBundleTest, FinderSearchesSubfoldersOneLevelAndHomeAppsResolvingLinks)
     // A link to a bundle already listed counts once, under the bundle's real path.
     ASSERT_TRUE(QFile::link(top, apps + s("/Alias.app")));
 
-    const QStringList found = AppFinder::findBundles();
-    EXPECT_EQ(found, (QStringList{QFileInfo(top).canonicalFilePath(),
-                                  QFileInfo(utility).canonicalFilePath(),
-                                  QFileInfo(home).canonicalFilePath()}));
+    const AppFolders found = AppFinder::search();
+    auto real = [](const QString& path) { return QFileInfo(path).canonicalFilePath(); };
+    EXPECT_EQ(found.bundles,
+              (QStringList{real(top), real(linked), real(utility), real(deep), real(home)}));
+    EXPECT_TRUE(found.folders.contains(real(elsewhere + s("/Tools"))));
+    EXPECT_FALSE(found.folders.contains(real(top + s("/Contents/Helpers"))));
+    QDir(test::fakeHome() + s("/Applications")).removeRecursively();
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include "support/GitFixture.h"
 
 #include <QDir>
+#include <QFile>
+#include <QStringEncoder>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -49,7 +51,7 @@ TEST_F(AppInventoryTest, AppsCarryTheirMeasuredDataAndLeftoversAreGroupedApart) 
     const QString cookies =
         test::libraryFile(s("HTTPStorages/com.example.gone.binarycookies"), 100);
     const QString storage = test::libraryFolderWith(s("HTTPStorages/com.example.gone"), 9000);
-    const QString goneCache = test::libraryFolderWith(s("Caches/com.example.gone"), 20000);
+    const QString goneCache = test::libraryFolderWith(s("Logs/com.example.gone"), 20000);
     // The ByHost file of an app whose identifier extends Notely's is a leftover of its own.
     const QString notelyx = test::libraryFile(
         s("Preferences/ByHost/com.example.notelyx.27074F01-7A93-5859-BAF3-0EB138E001D3.plist"));
@@ -107,7 +109,8 @@ TEST_F(AppInventoryTest, AppsAreOrderedByAppAndDataTogether) {
 TEST_F(AppInventoryTest, HomebrewCasksAreNamedAndACancelledLoadStops) {
     test::makeBundle(apps, s("ChatGPT.app"),
                      test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT"))));
-    const AppInventory inventory = AppInventoryLoader::load({{s("ChatGPT.app"), s("chatgpt")}});
+    const AppInventory inventory =
+        AppInventoryLoader::load({{apps + s("/ChatGPT.app"), s("chatgpt")}});
     ASSERT_EQ(inventory.apps.size(), 1);
     EXPECT_EQ(inventory.apps[0].caskToken, s("chatgpt"));
     EXPECT_EQ(inventory.apps[0].source, AppSource::homebrew);
@@ -115,6 +118,72 @@ TEST_F(AppInventoryTest, HomebrewCasksAreNamedAndACancelledLoadStops) {
     CancellationToken cancelled;
     cancelled.cancel();
     EXPECT_THROW(AppInventoryLoader::load({}, cancelled), CancelledError);
+}
+
+} // namespace
+
+namespace {
+
+QByteArray utf16Plist(const test::PlistKeys& keys) {
+    const QString text = QString::fromUtf8(test::xmlPlist(keys)).replace(s("UTF-8"), s("UTF-16"));
+    QStringEncoder encode(QStringConverter::Utf16LE, QStringConverter::Flag::WriteBom);
+    return encode(text);
+}
+
+QStringList identifiersOf(const QList<OrphanedAppData>& data) {
+    QStringList ids;
+    for (const OrphanedAppData& record : data)
+        ids.append(record.bundleIdentifier);
+    ids.sort();
+    return ids;
+}
+
+TEST_F(AppInventoryTest, DataAnInstalledAppUsesIsNeverALeftover) {
+    // A helper nested deep in a bundle, with an identifier of its own.
+    const QString suite = test::makeBundle(
+        apps, s("Suite.app"), test::xmlPlist(test::appKeys(s("com.vendor.suite"), s("Suite"))));
+    test::makeBundle(suite + s("/Contents/Frameworks/Kit.framework/Versions/A/Helpers"),
+                     s("Agent.app"), test::xmlPlist(test::appKeys(s("net.agentco.agent"), s("A"))));
+    test::makeBundle(suite + s("/Contents/PlugIns"), s("Share.appex"),
+                     test::binaryPlist(test::appKeys(s("org.sharing.ext"), s("Share"))));
+    // Apps two folders deep, in a folder linked from elsewhere, and with UTF-16, byte-order-marked
+    // and binary Info.plists.
+    test::makeBundle(apps + s("/Vendor/Tools"), s("Deep.app"),
+                     test::xmlPlist(test::appKeys(s("org.deep.tool"), s("Deep"))));
+    const QString shared = test::makeTempDir(s("shared-apps"));
+    test::makeBundle(shared, s("Linked.app"),
+                     test::xmlPlist(test::appKeys(s("org.linked.app"), s("Linked"))));
+    ASSERT_TRUE(QFile::link(shared, apps + s("/Shared")));
+    test::makeBundle(apps, s("Wide.app"), utf16Plist(test::appKeys(s("org.wide.app"), s("Wide"))));
+    test::makeBundle(apps, s("Marked.app"),
+                     "\xEF\xBB\xBF" + test::xmlPlist(test::appKeys(s("org.marked.app"), s("M"))));
+    test::makeBundle(apps, s("Packed.app"),
+                     test::binaryPlist(test::appKeys(s("org.packed.app"), s("Packed"))));
+    // A bundle that cannot be read: data that may be its own is unknown.
+    test::makeBundle(apps, s("Mystery Box.app"), "\x00\x01garbage");
+
+    for (const char* used :
+         {"Application Support/net.agentco.agent", "Containers/org.sharing.ext",
+          "Caches/org.deep.tool", "Preferences/org.linked.app.plist", "Containers/org.wide.app",
+          "Saved Application State/org.marked.app.savedState", "Logs/org.packed.app",
+          // The vendor's launch agent and cache, while one of its apps is installed.
+          "LaunchAgents/com.vendor.updater.plist", "Caches/com.vendor.crashreporter"})
+        test::libraryFolderWith(s(used));
+    test::libraryFolderWith(s("Caches/com.mysterybox.app"));
+    test::libraryFolderWith(s("Preferences/org.gone.app.plist"));
+
+    const AppInventory inventory = AppInventoryLoader::load();
+    EXPECT_EQ(identifiersOf(inventory.orphans), QStringList{s("org.gone.app")});
+    ASSERT_EQ(inventory.unknownData.size(), 1);
+    EXPECT_EQ(inventory.unknownData[0].bundleIdentifier, s("com.mysterybox.app"));
+    EXPECT_EQ(inventory.unknownData[0].unreadableBundle,
+              QFileInfo(apps + s("/Mystery Box.app")).canonicalFilePath());
+    QStringList names;
+    for (const InstalledApp& app : inventory.apps)
+        names.append(app.name);
+    names.sort();
+    EXPECT_EQ(names,
+              (QStringList{s("Deep"), s("Linked"), s("M"), s("Packed"), s("Suite"), s("Wide")}));
 }
 
 } // namespace

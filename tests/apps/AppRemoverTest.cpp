@@ -1,5 +1,7 @@
 #include "apps/AppRemover.h"
 
+#include "AppFixtures.h"
+#include "apps/AppInventoryLoader.h"
 #include "apps/RunningApps.h"
 #include "platform/Paths.h"
 #include "platform/PutBackService.h"
@@ -112,7 +114,8 @@ TEST_F(AppRemoverTest, AnAppWithItsDataIsOneCleanupThatPutsBackWhereItWas) {
     EXPECT_EQ(cleanup.itemsInTrash(), 3);
 
     // Leftovers of an app that is gone are a cleanup of their own.
-    const AppDataItem orphan = makeData(app, s("Logs"));
+    InstalledApp gone = makeApp(s("Gone"), test::makeTempDir(s("elsewhere")));
+    const AppDataItem orphan = makeData(gone, s("Logs"));
     const AppRemovalOutcome leftovers = recording.removeLeftovers({orphan});
     ASSERT_TRUE(leftovers.cleanup.id);
     EXPECT_NE(*leftovers.cleanup.id, *removed.cleanup.id);
@@ -207,8 +210,8 @@ TEST_F(AppRemoverTest, AppThatStaysKeepsItsData) {
 TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {
     const QString brew = test::makeTempDir() + s("/brew");
     test::writeScript(brew, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n"
-                            "[ \"$3\" = locked ] && printf 'Password:' && sleep 30\n"
-                            "[ \"$3\" = broken ] && echo 'Error: boom' && exit 1\nexit 0\n");
+                            "[ \"$4\" = locked ] && printf 'Password:' && sleep 30\n"
+                            "[ \"$4\" = broken ] && echo 'Error: boom' && exit 1\nexit 0\n");
     test::ScopedEnvironment tool("CORVANE_TOOL_BREW", brew);
 
     InstalledApp app = makeApp(s("Firefox"));
@@ -217,7 +220,7 @@ TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {
     AppRemovalOutcome outcome = remover().remove(app, {caches});
     EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::homebrew);
     EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{caches});
-    EXPECT_EQ(readAll(brew + s(".args")), s("uninstall --cask firefox"));
+    EXPECT_EQ(readAll(brew + s(".args")), s("uninstall --cask -- firefox"));
     EXPECT_TRUE(QFileInfo::exists(app.url)); // brew's job, not ours
 
     InstalledApp locked = makeApp(s("Zoom"));
@@ -225,9 +228,9 @@ TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {
     const AppDataItem zoomData = makeData(locked, s("Caches"));
     outcome = remover().remove(locked, {zoomData});
     EXPECT_FALSE(outcome.appMethod);
-    EXPECT_EQ(outcome.terminalCommand, s("brew uninstall --cask locked"));
+    EXPECT_EQ(outcome.terminalCommand, s("brew uninstall --cask -- locked"));
     EXPECT_EQ(outcome.failures, QStringList{s("Zoom needs your Mac password. Run it in Terminal: "
-                                              "brew uninstall --cask locked")});
+                                              "brew uninstall --cask -- locked")});
     EXPECT_TRUE(QFileInfo::exists(zoomData.url));
 
     InstalledApp broken = makeApp(s("Broken"));
@@ -239,20 +242,75 @@ TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {
     EXPECT_TRUE(QFileInfo::exists(brokenData.url));
 }
 
-TEST_F(AppRemoverTest, FlatpakAppsAreUninstalledByFlatpakKeepingDataForTheTrash) {
+TEST_F(AppRemoverTest, FlatpakAppsAreUninstalledByFlatpakWithTheirVarAppDataToTheTrash) {
     const QString flatpak = test::makeTempDir() + s("/flatpak");
-    test::writeScript(flatpak, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n");
+    // `flatpak ps` lists the running apps: Builder is not one of them, Editor is.
+    test::writeScript(flatpak, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n"
+                               "[ \"$1\" = ps ] && echo org.gnome.TextEditor\nexit 0\n");
     test::ScopedEnvironment tool("CORVANE_TOOL_FLATPAK", flatpak);
-    InstalledApp app = makeApp(s("Builder"), test::makeTempDir(s("flatpak-app")));
-    app.flatpakInstallation = s("system");
-    app.bundleIdentifier = s("org.gnome.Builder");
-    const AppDataItem config = makeData(app, s("Application Support"));
-    const AppRemovalOutcome outcome = remover().remove(app, {config});
+    auto flatpakApp = [&](const QString& name, const QString& id) {
+        InstalledApp app = makeApp(name, test::makeTempDir(s("flatpak-app")));
+        app.flatpakInstallation = s("system");
+        app.bundleIdentifier = id;
+        AppDataItem data{AppDataItem::Kind::applicationSupport,
+                         QDir::homePath() + s("/.var/app/") + id, 300, true};
+        test::writeFile(data.url + s("/config/settings.ini"), "x");
+        app.data.append(data);
+        return app;
+    };
+    const InstalledApp builder = flatpakApp(s("Builder"), s("org.gnome.Builder"));
+    const AppRemovalOutcome outcome = remover().remove(builder, builder.data);
     EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::flatpak);
-    EXPECT_EQ(readAll(flatpak + s(".args")),
-              s("uninstall --noninteractive --system org.gnome.Builder"));
-    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{config});
+    EXPECT_TRUE(outcome.failures.isEmpty()) << outcome.failures.join(s("|")).toStdString();
+    EXPECT_EQ(
+        readAll(flatpak + s(".args")),
+        s("ps --columns=application\nuninstall --noninteractive --system -- org.gnome.Builder"));
+    EXPECT_EQ(outcome.trashedData, builder.data);
     EXPECT_TRUE(QFileInfo::exists(trashFiles() + s("org.gnome.Builder")));
+
+    QFile::remove(flatpak + s(".args"));
+    const InstalledApp editor = flatpakApp(s("Editor"), s("org.gnome.TextEditor"));
+    const AppRemovalOutcome running = remover().remove(editor, editor.data);
+    EXPECT_EQ(running.failures, QStringList{s("Editor is running. Quit it first.")});
+    EXPECT_EQ(readAll(flatpak + s(".args")), s("ps --columns=application"))
+        << "flatpak uninstall never runs for a running app";
+    EXPECT_TRUE(QFileInfo::exists(editor.data[0].url));
+}
+
+TEST_F(AppRemoverTest, FlatpakDataIsALeftoverOnlyWhileFlatpakConfirmsTheAppIsGone) {
+    const QString dir = test::makeTempDir(s("flatpak-tool"));
+    const QString flatpak = dir + s("/flatpak");
+    test::ScopedEnvironment tool("CORVANE_TOOL_FLATPAK", flatpak);
+    auto answer = [&](const QByteArray& list, int exitCode) {
+        test::writeFile(dir + s("/list"), list);
+        test::writeScript(flatpak, "#!/bin/sh\ncat '" + dir.toUtf8() + "/list'\nexit " +
+                                       QByteArray::number(exitCode) + "\n");
+    };
+    auto leftover = [](const QString& id) {
+        AppDataItem item{AppDataItem::Kind::applicationSupport,
+                         QDir::homePath() + s("/.var/app/") + id, 10, true};
+        test::writeFile(item.url + s("/data/x"), "x");
+        return item;
+    };
+    const AppDataItem gone = leftover(s("org.example.Gone"));
+    const AppDataItem back = leftover(s("org.example.Back"));
+
+    answer("", 0);
+    AppRemovalOutcome outcome = remover().removeLeftovers({gone});
+    EXPECT_TRUE(outcome.trashedData.isEmpty());
+    EXPECT_EQ(outcome.failures, QStringList{s("org.example.Gone: ") + FlatpakApps::emptyListText});
+    answer("error: broken\n", 1);
+    EXPECT_TRUE(remover().removeLeftovers({gone}).trashedData.isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(gone.url));
+
+    // Installed again since the list was shown: it stays.
+    answer("org.example.Back\tBack\t1.0\tuser\n", 0);
+    outcome = remover().removeLeftovers({gone, back});
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{gone});
+    EXPECT_EQ(outcome.failures,
+              QStringList{s("org.example.Back: Back is installed and uses this data.")});
+    EXPECT_TRUE(QFileInfo::exists(back.url));
+    EXPECT_FALSE(QFileInfo::exists(gone.url));
 }
 
 TEST(RunningApps, AProcessRunningFromInsideTheBundleMakesTheAppRunning) {
@@ -281,3 +339,85 @@ TEST(RunningApps, AProcessRunningFromInsideTheBundleMakesTheAppRunning) {
     EXPECT_TRUE(running);
     EXPECT_FALSE(RunningApps::isRunning(app));
 }
+
+namespace {
+
+TEST_F(AppRemoverTest, ACopyTheCaskDidNotInstallGoesAloneAndNeverThroughBrew) {
+    const QString brew = test::makeTempDir() + s("/brew");
+    test::writeScript(brew, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\n");
+    test::ScopedEnvironment tool("CORVANE_TOOL_BREW", brew);
+    test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
+    const QByteArray plist = test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT")));
+    const QString casked = test::makeBundle(applications_, s("ChatGPT.app"), plist);
+    const QString copy =
+        test::makeBundle(QDir::homePath() + s("/Applications"), s("ChatGPT.app"), plist);
+    const QString cache = test::libraryFolderWith(s("Caches/com.openai.chat"));
+    const CaskMap casks{{applications_ + s("/ChatGPT.app"), s("chatgpt")}};
+
+    const AppInventory inventory = AppInventoryLoader::load(casks);
+    ASSERT_EQ(inventory.apps.size(), 2);
+    const InstalledApp& listedCopy = inventory.apps[0].url == QFileInfo(copy).canonicalFilePath()
+                                         ? inventory.apps[0]
+                                         : inventory.apps[1];
+    EXPECT_EQ(listedCopy.caskToken, std::nullopt);
+    const AppRemovalOutcome outcome = remover().remove(listedCopy, listedCopy.data);
+
+    EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::trash);
+    EXPECT_FALSE(QFileInfo::exists(brew + s(".args"))) << "brew ran for a copy it did not install";
+    EXPECT_FALSE(QFileInfo::exists(copy));
+    EXPECT_TRUE(QFileInfo::exists(casked + s("/Contents/Info.plist")));
+    // The other copy still uses the cache: it stays, and says why.
+    EXPECT_TRUE(QFileInfo::exists(cache));
+    EXPECT_EQ(outcome.failures,
+              QStringList{s("com.openai.chat: %1 is installed and uses this data.")
+                              .arg(QFileInfo(casked).canonicalFilePath())});
+    QDir(QDir::homePath() + s("/Applications")).removeRecursively();
+}
+
+TEST_F(AppRemoverTest, AnAppNamedThroughALinkIsNotItsOwnOtherCopy) {
+    const QString bundle =
+        test::makeBundle(applications_, s("Solo.app"),
+                         test::xmlPlist(test::appKeys(s("com.example.solo"), s("Solo"))));
+    const QString through = test::makeTempDir(s("through"));
+    ASSERT_TRUE(QFile::link(applications_, through + s("/Applications")));
+    InstalledApp app;
+    app.name = s("Solo");
+    app.url = through + s("/Applications/Solo.app");
+    app.bundleIdentifier = s("com.example.solo");
+    const AppDataItem cache{AppDataItem::Kind::caches,
+                            test::libraryFolderWith(s("Caches/com.example.solo")), 10, true};
+    app.data.append(cache);
+    const AppRemovalOutcome outcome = remover().remove(app, {cache});
+    EXPECT_TRUE(outcome.failures.isEmpty()) << outcome.failures.join(s("|")).toStdString();
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{cache});
+    EXPECT_FALSE(QFileInfo::exists(bundle));
+}
+
+TEST_F(AppRemoverTest, LeftoversAreJudgedAgainWhenRemoved) {
+    test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
+    auto leftover = [](const QString& relative) {
+        return AppDataItem{AppDataItem::Kind::caches, test::libraryFolderWith(relative), 10, true};
+    };
+    const AppDataItem gone = leftover(s("Caches/org.gone.app"));
+    const AppDataItem reinstalled = leftover(s("Caches/org.back.app"));
+    const AppDataItem mystery = leftover(s("Caches/com.mysterybox.app"));
+    // Since the list was shown, one app came back and an unreadable bundle appeared.
+    test::makeBundle(applications_ + s("/Utilities/More"), s("Back.app"),
+                     test::binaryPlist(test::appKeys(s("org.back.app"), s("Back"))));
+    test::makeBundle(applications_, s("MysteryBox.app"), "not a plist");
+
+    const AppRemovalOutcome outcome = remover().removeLeftovers({gone, reinstalled, mystery});
+    EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{gone});
+    const QString back =
+        QFileInfo(applications_ + s("/Utilities/More/Back.app")).canonicalFilePath();
+    const QString box = QFileInfo(applications_ + s("/MysteryBox.app")).canonicalFilePath();
+    EXPECT_EQ(
+        outcome.failures,
+        (QStringList{
+            s("org.back.app: %1 is installed and uses this data.").arg(back),
+            s("com.mysterybox.app: %1 could not be read, so this may be its data.").arg(box)}));
+    EXPECT_TRUE(QFileInfo::exists(reinstalled.url));
+    EXPECT_TRUE(QFileInfo::exists(mystery.url));
+}
+
+} // namespace

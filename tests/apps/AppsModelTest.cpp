@@ -38,14 +38,14 @@ TEST_F(AppsModelTest, LoadsOrderedInventoryWithCasksAndHidesSmallLeftovers) {
     test::makeBundle(apps, s("ChatGPT.app"),
                      test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT"))), "c");
     const QString cache = test::libraryFolderWith(s("Caches/com.openai.chat"), 400'000);
-    test::libraryFolderWith(s("Caches/com.example.big-gone"), 1'500'000);
-    test::libraryFolderWith(s("Caches/com.example.small-gone"), 900'000);
+    test::libraryFolderWith(s("Logs/com.example.big-gone"), 1'500'000);
+    test::libraryFolderWith(s("Logs/com.example.small-gone"), 900'000);
 
     AppsModel model(toasts);
     std::atomic<int> asked = 0;
     model.setCaskMapProvider([&] {
         ++asked;
-        return CaskMap{{s("ChatGPT.app"), s("chatgpt")}};
+        return CaskMap{{apps + s("/ChatGPT.app"), s("chatgpt")}};
     });
     load(model);
     EXPECT_TRUE(model.hasLoaded());
@@ -65,6 +65,27 @@ TEST_F(AppsModelTest, LoadsOrderedInventoryWithCasksAndHidesSmallLeftovers) {
     model.setSelected(cache, true);
     model.setSelected(test::library() + s("/Caches/unlisted"), true);
     EXPECT_EQ(model.selectedIDs(), QSet<QString>{cache});
+}
+
+TEST_F(AppsModelTest, ADryRunRefusesWhatARealRunWouldRefuse) {
+    const QString gone = test::libraryFolderWith(s("Logs/org.gone.app"), 2'000);
+    const QString back = test::libraryFolderWith(s("Logs/org.back.app"), 3'000);
+    AppsModel model(toasts, true);
+    load(model);
+    ASSERT_EQ(model.inventory().orphans.size(), 2);
+    // Installed again after the list was shown.
+    test::makeBundle(apps, s("Back.app"), test::xmlPlist(test::appKeys(s("org.back.app"), s("B"))));
+
+    model.removeLeftovers({gone, back});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !model.isRemoving(); }, 20000));
+    ASSERT_TRUE(model.lastOutcome());
+    EXPECT_EQ(model.lastOutcome()->trashedData.size(), 1);
+    EXPECT_EQ(model.lastOutcome()->failures.size(), 1);
+    EXPECT_TRUE(model.lastMessage().startsWith(s("Dry run: would move 1 item")))
+        << model.lastMessage().toStdString();
+    EXPECT_EQ(model.failures().size(), 1);
+    EXPECT_TRUE(QFileInfo::exists(gone));
+    EXPECT_TRUE(QFileInfo::exists(back));
 }
 
 TEST(AppsModelPreselection, TicksOnlyExactCachesLogsAndWindowState) {

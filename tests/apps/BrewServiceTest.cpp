@@ -40,7 +40,13 @@ const QByteArray installedCasksJson = R"({
       {"preflight": null}]},
     {"token": "renamed", "artifacts": [
       {"app": ["Source Name.app", {"target": "Installed Name.app"}]}]},
-    {"token": "cli-only", "artifacts": [{"binary": ["tool"]}]}
+    {"token": "cli-only", "artifacts": [{"binary": ["tool"]}]},
+    {"token": "placeholder", "artifacts": [
+      {"app": ["Everything.app"], "target": "$APPDIR/Everything.app"}]},
+    {"token": "own-folder", "artifacts": [
+      {"app": ["dist/Mine.app", {"target": "~/Applications/Mine.app"}]}]},
+    {"token": "vendor", "artifacts": [
+      {"app": ["Tool.app", {"target": "Vendor/Tool.app"}]}]}
   ]
 })";
 
@@ -72,12 +78,17 @@ TEST(BrewService, OutdatedTakesTheNewestInstalledKegAndKeepsPins) {
     EXPECT_THROW(BrewService::parseOutdated("Error: no JSON"), BrewError);
 }
 
-TEST(BrewService, InstalledCasksMapTheBundleTheyInstallToTheirToken) {
-    const QHash<QString, QString> apps = BrewService::parseInstalledCaskApps(installedCasksJson);
-    const QHash<QString, QString> expected{
-        {s("ChatGPT.app"), s("chatgpt")},
-        {s("Firefox Developer Edition.app"), s("firefox@developer-edition")},
-        {s("Installed Name.app"), s("renamed")}};
+TEST(BrewService, InstalledCasksMapThePathTheirRecordSaysTheyInstalled) {
+    // Newer brew's resolved target, the inner target (relative, "~" or "$APPDIR"), else the
+    // listed bundle in the app folder.
+    const CaskMap apps = BrewService::parseInstalledCaskApps(installedCasksJson, s("/Apps"));
+    const CaskMap expected{
+        {s("/Applications/ChatGPT.app"), s("chatgpt")},
+        {s("/Apps/Firefox Developer Edition.app"), s("firefox@developer-edition")},
+        {s("/Apps/Installed Name.app"), s("renamed")},
+        {s("/Apps/Everything.app"), s("placeholder")},
+        {test::fakeHome() + s("/Applications/Mine.app"), s("own-folder")},
+        {s("/Apps/Vendor/Tool.app"), s("vendor")}};
     EXPECT_EQ(apps, expected);
 }
 
@@ -91,15 +102,17 @@ TEST(BrewService, RunsTheFakeBrewWithTheDocumentedArguments) {
     test::ScopedEnvironment tool("CORVANE_TOOL_BREW", brew);
     const BrewService service;
     EXPECT_EQ(service.outdated().size(), 4);
-    EXPECT_EQ(service.installedCaskApps().value(s("ChatGPT.app")), s("chatgpt"));
+    EXPECT_EQ(service.installedCaskApps().value(s("/Applications/ChatGPT.app")), s("chatgpt"));
     QStringList lines;
     service.upgrade({BrewOutdatedItem::Kind::cask, s("android-studio"), {}, {}, false}, {},
                     [&](const QString& line) { lines.append(line); });
     service.upgrade({BrewOutdatedItem::Kind::formula, s("node"), {}, {}, false});
     service.uninstallCask(s("chatgpt"));
+    // A token that could be read as an option never reaches brew.
+    EXPECT_THROW(service.uninstallCask(s("--force")), BrewError);
     EXPECT_EQ(recordedArguments(brew), s("outdated --json=v2\ninfo --json=v2 --installed --cask\n"
                                          "upgrade --cask android-studio\nupgrade node\n"
-                                         "uninstall --cask chatgpt"));
+                                         "uninstall --cask -- chatgpt"));
 }
 
 TEST(BrewService, PasswordFailureAndMissingBrewBecomeBrewErrors) {

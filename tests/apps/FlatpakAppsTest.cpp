@@ -40,13 +40,25 @@ protected:
     test::ScopedEnvironment noBundles{"CORVANE_APPLICATIONS_DIR", test::makeTempDir(s("none"))};
 };
 
-TEST_F(FlatpakAppsTest, ParsesTabSeparatedColumnsAndSkipsBlankLines) {
-    EXPECT_EQ(FlatpakApps::parse("org.gimp.GIMP\tGNU Image Manipulation Program\t2.10.38\tsystem\n"
-                                 "\n"
-                                 "com.example.Bare\t\t\tuser\n"),
+TEST_F(FlatpakAppsTest, ParsesTabSeparatedColumnsAndRefusesWhatItCannotRead) {
+    const FlatpakListing listed =
+        FlatpakApps::parse("org.gimp.GIMP\tGNU Image Manipulation Program\t2.10.38\tsystem\n"
+                           "\n"
+                           "com.example.Bare\t\t\tuser\n");
+    EXPECT_EQ(listed.error, std::nullopt);
+    EXPECT_EQ(listed.apps,
               (QList<FlatpakApp>{{s("org.gimp.GIMP"), s("GNU Image Manipulation Program"),
                                   s("2.10.38"), s("system")},
                                  {s("com.example.Bare"), s("com.example.Bare"), {}, s("user")}}));
+    // Anything but a full line of an app id makes the whole list unknown, never shorter.
+    for (const QByteArray& output :
+         {QByteArray("org.gimp.GIMP\tGIMP\t2.10\tsystem\nerror: No remote refs found\n"),
+          QByteArray("org.gimp.GIMP\tGIMP\t2.10\n"), QByteArray("-rf\tx\t1\tuser\n"),
+          QByteArray(""), QByteArray("\n\n")}) {
+        const FlatpakListing parsed = FlatpakApps::parse(output);
+        EXPECT_TRUE(parsed.error) << output.toStdString();
+        EXPECT_TRUE(parsed.apps.isEmpty()) << output.toStdString();
+    }
 }
 
 TEST_F(FlatpakAppsTest, InstalledAppsOwnTheirVarAppFolderAndOthersAreLeftovers) {
@@ -84,14 +96,22 @@ TEST_F(FlatpakAppsTest, InstalledAppsOwnTheirVarAppFolderAndOthersAreLeftovers) 
     EXPECT_EQ(orphans, (QStringList{gone, otherCase}));
 }
 
-TEST_F(FlatpakAppsTest, AFailingOrMissingFlatpakMakesNoDataALeftover) {
+TEST_F(FlatpakAppsTest, AnEmptyFailingOrUnreadableListIsAnErrorAndMakesNoDataALeftover) {
     test::writeFile(FlatpakApps::dataRoot() + s("/org.gimp.GIMP/x"), "x");
-    fakeFlatpak("error: something broke\n", 1);
-    EXPECT_EQ(FlatpakApps::list(), std::nullopt);
-    EXPECT_TRUE(AppInventoryLoader::load().orphans.isEmpty());
+    const QList<QPair<QByteArray, int>> answers{
+        {"error: something broke\n", 1}, {"", 0}, {"Usage: flatpak list\n", 0}};
+    for (const auto& [output, exitCode] : answers) {
+        fakeFlatpak(output, exitCode);
+        const AppInventory inventory = AppInventoryLoader::load();
+        EXPECT_TRUE(inventory.orphans.isEmpty()) << output.toStdString();
+        ASSERT_EQ(inventory.errors.size(), 1) << output.toStdString();
+        EXPECT_TRUE(inventory.errors[0].startsWith(s("flatpak list"))) << output.toStdString();
+    }
     QFile::remove(tool);
     EXPECT_FALSE(FlatpakApps::isInstalled());
-    EXPECT_TRUE(AppInventoryLoader::load().orphans.isEmpty());
+    const AppInventory without = AppInventoryLoader::load();
+    EXPECT_TRUE(without.orphans.isEmpty());
+    EXPECT_TRUE(without.errors.isEmpty());
 }
 
 } // namespace

@@ -98,7 +98,6 @@ TEST_F(LibraryMatcherTest, FoldersNamedLikeTheAppAreOnlyPossiblyRelated) {
 TEST_F(LibraryMatcherTest, LeftoversAreGroupedPerIdentifierAndKeepSystemAndSharedDataOut) {
     const QList<DataMatch> gone{
         {Kind::applicationSupport, folder(s("Application Support/com.example.gone")), true},
-        {Kind::caches, folder(s("Caches/com.example.gone")), true},
         {Kind::preferences, file(s("Preferences/ByHost/com.example.gone.001122334455.plist")),
          true},
         {Kind::preferences, file(s("Preferences/com.example.Gone.plist")), true},
@@ -107,9 +106,11 @@ TEST_F(LibraryMatcherTest, LeftoversAreGroupedPerIdentifierAndKeepSystemAndShare
         {Kind::httpStorages, file(s("HTTPStorages/com.example.gone.binarycookies")), true},
     };
     const QString otherGroup = folder(s("Group Containers/group.org.other.tool"));
-    // Installed (any case), its helper, system, vendor-shared and non-identifier names stay out.
+    // Installed (any case), its helper, system, vendor-shared (caches, launch agents, group
+    // containers) and non-identifier names stay out.
     for (const char* kept :
-         {"Caches/com.example.notely", "Caches/COM.EXAMPLE.NOTELY.helper",
+         {"Caches/com.example.notely", "Caches/com.example.gone",
+          "LaunchAgents/com.example.updater.agent.plist", "Caches/COM.EXAMPLE.NOTELY.helper",
           "Preferences/com.apple.finder.plist", "Caches/com.apple.Safari",
           "Group Containers/group.com.apple.notes", "Group Containers/systemgroup.com.apple.x.y",
           "Group Containers/ABCDE12345.com.example.shared", "Group Containers/UBF8T346G9.Office",
@@ -117,13 +118,14 @@ TEST_F(LibraryMatcherTest, LeftoversAreGroupedPerIdentifierAndKeepSystemAndShare
           "Logs/DiagnosticReports", "Preferences/loginwindow.plist", "Caches/com.example"})
         folder(s(kept));
 
-    const QList<LibraryMatcher::Leftover> leftovers =
-        LibraryMatcher::leftovers(listing(), {s("com.example.Notely")});
+    const QList<LibraryMatcher::Leftover> leftovers = LibraryMatcher::leftovers(
+        listing(), {{{s("com.example.Notely"), s("/Applications/Notely.app")}}, {}});
     ASSERT_EQ(leftovers.size(), 2);
     EXPECT_EQ(leftovers[0].identifier, s("com.example.gone"));
     EXPECT_EQ(leftovers[0].matches, gone);
-    EXPECT_EQ(leftovers[1], (LibraryMatcher::Leftover{
-                                s("org.other.tool"), {{Kind::groupContainers, otherGroup, true}}}));
+    EXPECT_EQ(leftovers[1],
+              (LibraryMatcher::Leftover{
+                  s("org.other.tool"), {{Kind::groupContainers, otherGroup, true}}, std::nullopt}));
 }
 
 TEST_F(LibraryMatcherTest, IdentifierOfReadsEachKindsNamingAndRejectsPlainNames) {

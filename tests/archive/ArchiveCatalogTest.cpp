@@ -59,6 +59,8 @@ ArchiveRecord restoredSshRecord() {
     record.agentSessionCount = 0;
     record.restoredAt = QDateTime::fromMSecsSinceEpoch(1'700'000'123'457, QTimeZone::utc());
     record.restoredPath = s("/home/me/elsewhere/api");
+    record.restores = {{record.archivedAt.addDays(1), s("/home/me/code/api")},
+                       {*record.restoredAt, *record.restoredPath}};
     record.relink = QJsonObject{{s("codexThreads"), 2}, {s("warnings"), QJsonArray{s("x")}}};
     return record;
 }
@@ -138,8 +140,10 @@ TEST(ArchiveCatalog, RecordsRoundTripWithExactlyTheirKeys) {
     const QSet<QString> required{s("id"),       s("name"),       s("originalPath"),
                                  s("location"), s("archivedAt"), s("agentSessionCount")};
     EXPECT_EQ(keysOf(plain), required);
-    EXPECT_EQ(keysOf(restored),
-              (required + QSet<QString>{s("restoredAt"), s("restoredPath"), s("relink")}));
+    EXPECT_EQ(keysOf(restored), (required + QSet<QString>{s("restoredAt"), s("restoredPath"),
+                                                          s("relink"), s("restores")}));
+    EXPECT_EQ(restored[s("restores")].toArray().at(0).toObject()[s("path")].toString(),
+              s("/home/me/code/api"));
 
     EXPECT_EQ(plain[s("id")].toString(), records[0].id.toString(QUuid::WithoutBraces).toUpper());
     EXPECT_EQ(plain[s("location")].toObject(),

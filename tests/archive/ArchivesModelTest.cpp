@@ -73,20 +73,42 @@ TEST_F(ArchivesModelTest, AnArchiveIsRecordedAndRestoresInPlaceOrElsewhereWithHi
     EXPECT_TRUE(model.records().first().restoredAt.has_value());
     EXPECT_EQ(ArchivesModel::restoreHint(record), project + s(" is taken; choose another folder"));
 
-    // Elsewhere: the history follows it there.
+    // A second copy elsewhere: the project in use is the one back in place, and its history
+    // stays with it.
     const QString elsewhere = locations.home + s("/restored");
-    model.restore(record, elsewhere);
+    model.restore(model.records().first(), elsewhere);
+    waitForAction(model);
+    ASSERT_FALSE(model.errorMessage()) << model.errorMessage()->toStdString();
+    EXPECT_TRUE(QFileInfo::exists(elsewhere + s("/shop/src/main.c")));
+    EXPECT_FALSE(model.lastRelink());
+    EXPECT_EQ(test::sessionIDsIn(locations, project), QStringList{s("shop-session")});
+    EXPECT_EQ(toasts.current()->message, s("Restored shop to ") + elsewhere + s("/shop") +
+                                             s(" Its agent history stays with the copy at ") +
+                                             project + s("."));
+    const QList<ArchiveRecord> twice = services.catalog.load();
+    ASSERT_EQ(twice.size(), 1);
+    EXPECT_EQ(twice.first().restoredPath, elsewhere + s("/shop"));
+    QStringList restoredTo;
+    for (const ArchiveRestore& restore : twice.first().restores)
+        restoredTo.append(restore.path);
+    EXPECT_EQ(restoredTo, (QStringList{project, elsewhere + s("/shop")}));
+
+    // Once no copy is in use any more, the next restore elsewhere takes the history along.
+    ASSERT_TRUE(QDir(project).removeRecursively());
+    ASSERT_TRUE(QDir(elsewhere).removeRecursively());
+    const QString later = locations.home + s("/later");
+    model.restore(model.records().first(), later);
     waitForAction(model);
     ASSERT_FALSE(model.errorMessage()) << model.errorMessage()->toStdString();
     ASSERT_TRUE(model.lastRelink().has_value());
     EXPECT_EQ(model.lastRelink()->claudeHistoryFolders, 1);
-    EXPECT_EQ(test::sessionIDsIn(locations, elsewhere + s("/shop")),
-              QStringList{s("shop-session")});
-    EXPECT_EQ(toasts.current()->message, s("Restored shop to ") + elsewhere +
-                                             s("/shop Its agent history was relinked there."));
+    EXPECT_EQ(test::sessionIDsIn(locations, later + s("/shop")), QStringList{s("shop-session")});
+    EXPECT_EQ(toasts.current()->message,
+              s("Restored shop to ") + later + s("/shop Its agent history was relinked there."));
     const QList<ArchiveRecord> stored = services.catalog.load();
     ASSERT_EQ(stored.size(), 1);
-    EXPECT_EQ(stored.first().restoredPath, elsewhere + s("/shop"));
+    EXPECT_EQ(stored.first().restores.size(), 3);
+    EXPECT_EQ(stored.first().restoredPath, later + s("/shop"));
     EXPECT_TRUE(stored.first().relink.has_value());
 }
 

@@ -1,3 +1,5 @@
+#include "cli/AppsCommand.h"
+
 #include "apps/AppFixtures.h"
 #include "cli/Command.h"
 #include "platform/ProcessRunner.h"
@@ -32,7 +34,7 @@ TEST(AppsCommand, ListsAppsWithTheirDataAndRemovesOnlyExactMatchesAfterTheApp) {
         apps, s("Notely.app"), test::xmlPlist(test::appKeys(s("com.example.notely"), s("Notely"))));
     const QString caches = test::libraryFolderWith(s("Caches/com.example.notely"), 20'000);
     const QString related = test::libraryFolderWith(s("Application Support/Notely"), 5'000);
-    const QString gone = test::libraryFolderWith(s("Caches/com.example.gone"), 1'000);
+    const QString gone = test::libraryFolderWith(s("Logs/com.example.gone"), 1'000);
 
     const ProcessResult listed = runCorvane({s("apps"), s("--json")});
     ASSERT_EQ(listed.exitCode, cli::exitOk) << listed.standardError.toStdString();
@@ -77,4 +79,56 @@ TEST(AppsCommand, ListsAppsWithTheirDataAndRemovesOnlyExactMatchesAfterTheApp) {
 
     EXPECT_EQ(runCorvane({s("brew"), s("outdated")}).exitCode, cli::exitSomeFailed)
         << "Homebrew is not installed here";
+}
+
+TEST(AppsCommand, SeveralAppsOfOneNameAreNeverGuessedBetweenAndDryRunsRunEveryGuard) {
+    QDir(test::library()).removeRecursively();
+    const QString apps = test::makeTempDir(s("apps"));
+    const test::ScopedEnvironment appsDir("CORVANE_APPLICATIONS_DIR", apps);
+    const test::ScopedEnvironment noFlatpak("CORVANE_TOOL_FLATPAK", s("/nonexistent/flatpak"));
+    const test::ScopedEnvironment noBrew("CORVANE_TOOL_BREW", s("/nonexistent/brew"));
+    const QByteArray plist = test::xmlPlist(test::appKeys(s("com.example.notely"), s("Notely")));
+    const QString first =
+        QFileInfo(test::makeBundle(apps, s("Notely.app"), plist)).canonicalFilePath();
+    const QString second =
+        QFileInfo(test::makeBundle(test::fakeHome() + s("/Applications"), s("Notely.app"), plist))
+            .canonicalFilePath();
+    const QString caches = test::libraryFolderWith(s("Caches/com.example.notely"));
+    QString out;
+    QString err;
+    cli::Console console(&out, &err);
+
+    cli::AppsRemoveOptions byName;
+    byName.targets = {"Notely"};
+    byName.yes = true;
+    EXPECT_EQ(cli::runAppsRemove(byName, console), cli::exitRefusedOrBadArguments);
+    EXPECT_TRUE(err.contains(first)) << err.toStdString();
+    EXPECT_TRUE(err.contains(second)) << err.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(first));
+    EXPECT_TRUE(QFileInfo::exists(second));
+
+    // The question names the bundle by its path.
+    cli::AppsRemoveOptions byPath;
+    byPath.targets = {second.toStdString()};
+    byPath.defaultData = true;
+    QString asked;
+    console.canAsk = true;
+    console.ask = [&asked](const QString& question) {
+        asked = question;
+        return false;
+    };
+    EXPECT_EQ(cli::runAppsRemove(byPath, console), cli::exitOk);
+    EXPECT_TRUE(asked.contains(second)) << asked.toStdString();
+
+    // A dry run refuses the other copy's cache just as the real removal would.
+    out.clear();
+    byPath.dryRun = true;
+    EXPECT_EQ(cli::runAppsRemove(byPath, console), cli::exitSomeFailed);
+    EXPECT_TRUE(out.contains(s("Dry run: would remove Notely and 0 items"))) << out.toStdString();
+    EXPECT_TRUE(
+        out.contains(s("com.example.notely: %1 is installed and uses this data.").arg(first)))
+        << out.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(second));
+    EXPECT_TRUE(QFileInfo::exists(caches));
+    QDir(test::fakeHome() + s("/Applications")).removeRecursively();
 }

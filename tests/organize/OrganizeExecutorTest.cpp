@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace corvane {
 namespace {
@@ -345,4 +346,63 @@ TEST(OrganizeExecutor, AStandardFolderOfTheHomeStaysWhenItsProjectsLeaveIt) {
 }
 
 } // namespace
+} // namespace corvane
+
+namespace corvane {
+
+TEST(OrganizeExecutor, MovesCutShortAreTakenBackAtEitherStageAndOneUnderWayIsLeftAlone) {
+    const AgentLocations locations = test::makeAgentHome();
+    const QString home = locations.home;
+    const QString app = home + s("/code/app");
+    const QString site = home + s("/code/site");
+    test::makeProject(locations, app, s("a1"));
+    test::makeProject(locations, site, s("s1"));
+    const OrganizeExecutor executor = test::executorFor(locations);
+    const QMap<QString, QByteArray> appBefore = test::folderSnapshot(app);
+
+    // What the journal holds at each stage of a real move: the intent comes before the change.
+    QList<MoveRecord> stages;
+    const QString destination = home + s("/Code/new/app");
+    executor.mover.move(app, destination, [&](const MoveRecord& pending) {
+        stages.append(pending);
+        EXPECT_EQ(QFileInfo::exists(destination), pending.stage == MoveRecord::Stage::relinking);
+    });
+    ASSERT_EQ(stages.size(), 2);
+    EXPECT_EQ(stages[0].createdFolders, (QStringList{home + s("/Code"), home + s("/Code/new")}));
+    // Cut short while relinking (here: after the whole relink): all of it goes back.
+    OrganizeRun cut;
+    cut.id = QUuid::createUuid();
+    cut.moves = {stages[1]};
+    // A move whose process still runs is under way, not cut short.
+    OrganizeRun underWay;
+    underWay.id = QUuid::createUuid();
+    underWay.moves = {{site,
+                       home + s("/elsewhere/site"),
+                       {},
+                       {},
+                       true,
+                       MoveRecord::Stage::moving,
+                       static_cast<qint64>(::getppid())}};
+    ASSERT_EQ(executor.journal.save(underWay).error, QString());
+    ASSERT_EQ(executor.journal.save(cut).error, QString());
+
+    const OrganizeExecutor::UndoOutcome recovered = executor.recoverInterrupted();
+    EXPECT_EQ(recovered.failures, QList<MoveFailure>());
+    EXPECT_EQ(recovered.restored, QList<MoveRecord>{stages[1]});
+    EXPECT_EQ(test::folderSnapshot(app), appBefore);
+    EXPECT_FALSE(QFileInfo::exists(home + s("/Code")));
+    EXPECT_EQ(test::sessionIDsIn(locations, app), QStringList{s("a1")});
+    EXPECT_EQ(executor.journal.load(), QList<OrganizeRun>{underWay});
+    EXPECT_TRUE(executor.recoverInterrupted().nothingToUndo);
+
+    // Cut short before its rename: only the folders it had made go.
+    QDir().mkpath(home + s("/Code/new"));
+    cut.moves = {stages[0]};
+    ASSERT_EQ(executor.journal.save(cut).error, QString());
+    EXPECT_EQ(executor.undoLast().restored, QList<MoveRecord>{stages[0]});
+    EXPECT_EQ(test::folderSnapshot(app), appBefore);
+    EXPECT_FALSE(QFileInfo::exists(home + s("/Code")));
+    EXPECT_EQ(executor.journal.load(), QList<OrganizeRun>{underWay});
+}
+
 } // namespace corvane

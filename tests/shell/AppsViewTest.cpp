@@ -28,7 +28,10 @@ protected:
         caches = test::libraryFolderWith(s("Caches/com.example.notely"), 200'000);
         support = test::libraryFolderWith(s("Application Support/com.example.notely"), 50'000);
         related = test::libraryFolderWith(s("Application Support/Notely"), 5'000);
-        test::libraryFolderWith(s("Caches/com.example.gone"), 1'200'000);
+        test::libraryFolderWith(s("Logs/com.example.gone"), 1'200'000);
+        // A bundle that cannot be read, and data that may be its own.
+        test::makeBundle(apps, s("Mystery.app"), "garbage");
+        test::libraryFolderWith(s("Caches/org.mystery.helper"), 1'000);
         test::writeScript(brew, R"sh(
 case "$*" in
 "outdated --json=v2") echo '{"formulae":[{"name":"wget","installed_versions":["1.24.5"],"current_version":"1.25.0","pinned":false}],"casks":[]}' ;;
@@ -44,7 +47,11 @@ esac
             test::patience));
         QTest::qWait(50);
     }
-    void TearDown() override { waitForBackgroundJobs(); }
+    void TearDown() override {
+        waitForBackgroundJobs();
+        // Other pages' tests share the fake home: leave no leftovers behind for them to count.
+        QDir(test::library()).removeRecursively();
+    }
 
     QString apps = test::makeTempDir(s("apps"));
     QString brew = test::makeTempDir(s("brew")) + s("/brew");
@@ -66,11 +73,21 @@ TEST_F(AppsViewTest, AnAppWithItsDataLeftoversAndTheRemovalSheetTickOnlyWhatIsSa
     EXPECT_EQ(notely->text(0), s("Notely"));
     EXPECT_EQ(notely->childCount(), 3);
     EXPECT_TRUE(view.tree()->topLevelItem(1)->text(0).startsWith(s("Leftovers")));
+    ASSERT_EQ(view.tree()->topLevelItemCount(), 3);
+    const QTreeWidgetItem* unknown = view.tree()->topLevelItem(2);
+    EXPECT_EQ(unknown->text(2), AppsModel::unknownDataText);
+    ASSERT_EQ(unknown->childCount(), 1);
+    EXPECT_EQ(unknown->child(0)->text(0), s("org.mystery.helper"));
+    EXPECT_FALSE(unknown->child(0)->child(0)->flags() & Qt::ItemIsUserCheckable);
     test::saveScreenshot(view, s("apps-loaded"));
 
     AppRemovalSheet* sheet = view.openRemovalSheet(notely->data(0, Qt::UserRole).toString());
     ASSERT_TRUE(sheet);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(sheet));
+    // The sheet says which copy goes by its path.
+    const auto* where = sheet->findChild<QLabel*>(s("appRemovalPath"));
+    ASSERT_TRUE(where);
+    EXPECT_EQ(where->text(), QFileInfo(apps + s("/Notely.app")).canonicalFilePath());
     // Caches are ticked; Application Support is not; the folder only named like the app can't be.
     EXPECT_EQ(sheet->tickedData(), QSet<QString>{caches});
     for (int row = 0; row < sheet->dataList()->topLevelItemCount(); ++row) {
