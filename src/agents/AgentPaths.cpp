@@ -11,8 +11,6 @@ QString normalized(const QString& path, bool macRules) {
 }
 
 bool isAtOrInside(const QString& path, const QString& folder) {
-    if (path.isEmpty() || folder.isEmpty())
-        return false;
     return Paths::isUnder(path, folder);
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/Cancellation.h"
 #include "platform/MessageError.h"
+#include "platform/ProcessRunner.h"
 
 #include <QByteArray>
 #include <QString>
@@ -42,9 +43,10 @@ private:
     Case case_;
 };
 
-// Runs one brew command on a worker thread, handing each output line to the caller as it comes,
-// and kills brew (signal 9, no grace) the moment it asks for a password: nobody can type one
-// into a desktop app, and a waiting sudo would hang until the time-out.
+// Runs one brew command through the process runner, handing each output line to the caller as it
+// comes, and kills brew's whole process group (signal 9, no grace) the moment it asks for a
+// password: nobody can type one into a desktop app, and a waiting sudo would hang until the
+// time-out.
 class BrewStreamingRunner {
 public:
     // Called on the running thread for every complete line of standard output or error.
@@ -62,13 +64,14 @@ public:
     // How many of the last non-empty lines a failure message quotes.
     static constexpr int failureLineCount = 10;
 
-    // Runs `brew` (an absolute path) with `arguments`, standard input /dev/null and the
+    // Runs `brew` (an absolute path) with `arguments`, an empty standard input and the
     // environment brew needs to stay quiet and non-interactive. Blocks until brew has ended;
-    // never throws. A launch failure, a time-out after `timeoutSeconds` and cancellation all
-    // come back as `failed`.
+    // never throws. A launch failure, a time-out after `timeoutSeconds`, output past the runner's
+    // cap and cancellation all come back as `failed`.
     static Result run(const QString& brew, const QStringList& arguments, double timeoutSeconds,
                       const CancellationToken& cancellation = CancellationToken(),
-                      const LineHandler& onLine = {});
+                      const LineHandler& onLine = {},
+                      const ProcessRunner& runner = ProcessRunner::system());
 
     // "brew " and the arguments: what the user types in Terminal.
     static QString commandLine(const QStringList& arguments);

@@ -65,6 +65,8 @@ bool askSystemToMount(const QString& smbURL, const ProcessRunner& runner, double
     const QString tool =
         mac ? Locations::toolPath(Locations::Tool::open)
             : Locations::toolPath(QStringLiteral("gio"), QStringLiteral("/usr/bin/gio"));
+    // No "--": gio reads it as one more location. The URL was checked to be an smb one, so it
+    // starts with "smb:" and can be no option.
     const QStringList arguments =
         mac ? QStringList{smbURL} : QStringList{QStringLiteral("mount"), smbURL};
     try {

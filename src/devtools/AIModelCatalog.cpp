@@ -5,6 +5,7 @@
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
 #include "platform/PathIdentity.h"
+#include "platform/Paths.h"
 #include "platform/SizeCalculator.h"
 #include "platform/TrashService.h"
 
@@ -422,7 +423,7 @@ QString storeOf(const AIModel& model, const Stores& stores) {
         return stores.huggingFace.value_or(QString());
     case AIModelSource::ollama:
         for (const OllamaStore& store : stores.ollama) {
-            if (model.url.startsWith(store.path + u'/'))
+            if (model.url != store.path && Paths::isUnder(model.url, store.path))
                 return store.path;
         }
         return {};
@@ -448,6 +449,9 @@ std::optional<QString> ollamaPath() {
 }
 
 namespace {
+
+// Put before a model's name, which comes from a folder name and may be anything.
+const QString endOfOptions = QStringLiteral("--");
 
 ProcessResult runOllama(const QStringList& arguments, double timeout, const ProcessRunner& runner,
                         const CancellationToken& cancellation) {
@@ -478,8 +482,9 @@ std::optional<QString> ollamaServerStore(const QString& name, const ProcessRunne
                                          const CancellationToken& cancellation) {
     ProcessResult result;
     try {
-        result = runOllama({QStringLiteral("show"), QStringLiteral("--modelfile"), name},
-                           queryTimeout, runner, cancellation);
+        result =
+            runOllama({QStringLiteral("show"), QStringLiteral("--modelfile"), endOfOptions, name},
+                      queryTimeout, runner, cancellation);
     } catch (const ProcessRunnerError& error) {
         throw OllamaError::failed(error.description());
     }
@@ -503,7 +508,8 @@ void removeOllamaModel(const QString& name, const ProcessRunner& runner,
                        const CancellationToken& cancellation) {
     ProcessResult result;
     try {
-        result = runOllama({QStringLiteral("rm"), name}, removalTimeout, runner, cancellation);
+        result = runOllama({QStringLiteral("rm"), endOfOptions, name}, removalTimeout, runner,
+                           cancellation);
     } catch (const ProcessRunnerError& error) {
         throw OllamaError::failed(error.description());
     }

@@ -330,8 +330,7 @@ bool isEmulatorName(const QString& name) {
 }
 
 bool isInsideStrictly(const QString& canonicalItem, const QString& canonicalRoot) {
-    return !canonicalRoot.isEmpty() && canonicalItem != canonicalRoot &&
-           Paths::isUnder(canonicalItem, canonicalRoot);
+    return canonicalItem != canonicalRoot && Paths::isUnder(canonicalItem, canonicalRoot);
 }
 
 // One item's files as they move into and out of staging.
@@ -663,6 +662,18 @@ AndroidRemovalResult remove(const QList<AndroidComponent>& components,
              Paths::parentPath(folder),
              {{folder, stem + QStringLiteral(".avd")}, {ini, stem + QStringLiteral(".ini")}}});
     }
+
+    // Staging moves items aside before the trash step sees them, so Keep is checked here, for a
+    // dry run as for a real one.
+    units.removeIf([&](const Unit& unit) {
+        for (const Part& part : unit.parts) {
+            if (const std::optional<QString> kept = TrashService::keepRefusal(part.original)) {
+                result.failures.append({unit.url, unit.name, *kept});
+                return true;
+            }
+        }
+        return false;
+    });
 
     if (dryRun) {
         for (const Unit& unit : units) {

@@ -22,6 +22,8 @@ constexpr double listingTimeout = 60.0;
 constexpr double changeTimeout = 300.0;
 
 const QString unexpectedReport = QStringLiteral("Docker returned an unexpected report.");
+// Put before every id or name: whatever Docker or a user calls an object, it is never an option.
+const QString endOfOptions = QStringLiteral("--");
 
 bool isExecutableFile(const QString& path) {
     const QFileInfo info(path);
@@ -205,7 +207,7 @@ DockerSnapshot DockerService::snapshot() const {
 
 DockerBatchResult DockerService::removeContainers(const QStringList& ids) const {
     return eachOnItsOwn(*this, ids, [&](qsizetype index) {
-        return QStringList{QStringLiteral("rm"), ids[index]};
+        return QStringList{QStringLiteral("rm"), endOfOptions, ids[index]};
     });
 }
 
@@ -217,14 +219,15 @@ DockerBatchResult DockerService::removeImages(const QList<DockerImage>& images) 
     // one "rmi" remove it, and an untagged image has only its id.
     return eachOnItsOwn(*this, ids, [&](qsizetype index) {
         const DockerImage& image = images[index];
-        return QStringList{QStringLiteral("rmi")} +
+        return QStringList{QStringLiteral("rmi"), endOfOptions} +
                (image.references.isEmpty() ? QStringList{image.id} : image.references);
     });
 }
 
 DockerBatchResult DockerService::removeVolumes(const QStringList& names) const {
     return eachOnItsOwn(*this, names, [&](qsizetype index) {
-        return QStringList{QStringLiteral("volume"), QStringLiteral("rm"), names[index]};
+        return QStringList{QStringLiteral("volume"), QStringLiteral("rm"), endOfOptions,
+                           names[index]};
     });
 }
 
@@ -237,11 +240,11 @@ qint64 DockerService::pruneBuildCache() const {
 }
 
 void DockerService::startContainer(const QString& id) const {
-    runDocker(*this, {QStringLiteral("start"), id}, changeTimeout);
+    runDocker(*this, {QStringLiteral("start"), endOfOptions, id}, changeTimeout);
 }
 
 void DockerService::stopContainer(const QString& id) const {
-    runDocker(*this, {QStringLiteral("stop"), id}, changeTimeout);
+    runDocker(*this, {QStringLiteral("stop"), endOfOptions, id}, changeTimeout);
 }
 
 std::optional<QString> DockerService::removalBlockedReason(const DockerContainer& container) {

@@ -72,7 +72,9 @@ OpenFileGuard::Holders OpenFileGuard::holders(const QStringList& paths, const Pr
     QList<qint64> pids;
     try {
         for (qsizetype start = 0; start < files.size(); start += filesPerCall) {
-            QStringList arguments{QStringLiteral("-F"), QStringLiteral("pcn")};
+            // "--": a file whose path starts with "-" is a file, not an option.
+            QStringList arguments{QStringLiteral("-F"), QStringLiteral("pcn"),
+                                  QStringLiteral("--")};
             arguments += files.mid(start, filesPerCall);
             const ProcessResult listed =
                 runner.run(lsof, arguments, std::nullopt, {}, queryTimeout, cancellation);

@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <algorithm>
 
 namespace corvane {
@@ -54,6 +55,17 @@ QByteArray runTool(const ProcessRunner& runner, Tool tool, const QString& label,
 QByteArray simctl(const ProcessRunner& runner, const QStringList& arguments, double limit) {
     return runTool(runner, Tool::xcrun, text("simctl"), QStringList{text("simctl")} + arguments,
                    limit);
+}
+
+// Where simctl takes a device or image it also takes words ("all", "booted", "unavailable") and
+// options, and it has no "--" to end them: only a UUID is let through, as every one it lists is.
+const QString& checkedIdentifier(const QString& id) {
+    static const QRegularExpression uuid(QRegularExpression::anchoredPattern(
+        QStringLiteral("[0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}")));
+    if (!uuid.match(id).hasMatch())
+        throw SimulatorServiceError(u'"' + id +
+                                    text("\" is not a simulator identifier; simctl was not run."));
+    return id;
 }
 
 std::optional<QJsonDocument> parseJson(const QByteArray& json) {
@@ -186,7 +198,7 @@ void SimulatorService::shutDown(const QStringList& udids) const {
     std::optional<SimulatorServiceError> firstFailure;
     for (const QString& udid : udids) {
         try {
-            simctl(*runner, {text("shutdown"), udid}, shutdownLimit);
+            simctl(*runner, {text("shutdown"), checkedIdentifier(udid)}, shutdownLimit);
         } catch (const SimulatorServiceError& error) {
             if (!firstFailure)
                 firstFailure = error;
@@ -199,15 +211,17 @@ void SimulatorService::shutDown(const QStringList& udids) const {
 void SimulatorService::deleteDevices(const QStringList& udids) const {
     if (udids.isEmpty())
         return;
+    for (const QString& udid : udids)
+        checkedIdentifier(udid);
     simctl(*runner, QStringList{text("delete")} + udids, deviceDeleteLimit);
 }
 
 void SimulatorService::erase(const QString& udid) const {
-    simctl(*runner, {text("erase"), udid}, eraseLimit);
+    simctl(*runner, {text("erase"), checkedIdentifier(udid)}, eraseLimit);
 }
 
 void SimulatorService::deleteRuntime(const QString& id) const {
-    simctl(*runner, {text("runtime"), text("delete"), id}, runtimeDeleteLimit);
+    simctl(*runner, {text("runtime"), text("delete"), checkedIdentifier(id)}, runtimeDeleteLimit);
 }
 
 } // namespace corvane

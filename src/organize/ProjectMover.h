@@ -3,8 +3,8 @@
 #include "agents/AgentRelinker.h"
 #include "organize/OrganizeTypes.h"
 #include "organize/ProcessInspector.h"
+#include "platform/KeepStore.h"
 #include "platform/MessageError.h"
-#include "scanning/KeepStore.h"
 
 #include <QString>
 #include <exception>

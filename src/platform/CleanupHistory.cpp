@@ -15,16 +15,51 @@ namespace {
 const QString fileName = QStringLiteral("cleanup-history.json");
 const QString cleanupsKey = QStringLiteral("cleanups");
 
-bool isPresent(const QString& path) {
-    return !path.isEmpty() && (QFileInfo::exists(path) || QFileInfo(path).isSymLink());
+// What marks the entry in the Trash as the one the cleanup made: the record's values on Linux,
+// the file's identity on macOS. Absent keys mean an older history that recorded neither.
+void addEntryMarks(QJsonObject& object, const TrashLocation& location) {
+    if (!location.recordedPath.isEmpty()) {
+        object.insert(QStringLiteral("trashRecordPath"), location.recordedPath);
+        object.insert(QStringLiteral("trashRecordDate"), location.deletionDate);
+    }
+    if (const std::optional<FileIdentity>& identity = location.identity) {
+        object.insert(
+            QStringLiteral("trashIdentity"),
+            QJsonObject{{QStringLiteral("device"), QString::number(identity->device)},
+                        {QStringLiteral("inode"), QString::number(identity->inode)},
+                        {QStringLiteral("size"), QString::number(identity->size)},
+                        {QStringLiteral("modified"), QString::number(identity->modified)}});
+    }
+}
+
+// 64-bit numbers are kept as text: a JSON number would round them.
+std::optional<FileIdentity> identityFromJson(const QJsonValue& value) {
+    if (!value.isObject())
+        return std::nullopt;
+    const QJsonObject object = value.toObject();
+    FileIdentity identity;
+    bool allRead = true;
+    const auto number = [&object, &allRead](const char* key) {
+        bool ok = false;
+        const qint64 read = object.value(QLatin1String(key)).toString().toLongLong(&ok);
+        allRead = allRead && ok;
+        return read;
+    };
+    identity.device = number("device");
+    identity.inode = number("inode");
+    identity.size = number("size");
+    identity.modified = number("modified");
+    return allRead ? std::optional(identity) : std::nullopt;
 }
 
 QJsonObject itemJson(const CleanupItem& item) {
-    return {{QStringLiteral("originalPath"), item.originalPath},
-            {QStringLiteral("trashPath"), item.location.path},
-            {QStringLiteral("trashInfoPath"), item.location.infoPath},
-            {QStringLiteral("bytes"), item.bytes},
-            {QStringLiteral("putBack"), item.isPutBack}};
+    QJsonObject object{{QStringLiteral("originalPath"), item.originalPath},
+                       {QStringLiteral("trashPath"), item.location.path},
+                       {QStringLiteral("trashInfoPath"), item.location.infoPath},
+                       {QStringLiteral("bytes"), item.bytes},
+                       {QStringLiteral("putBack"), item.isPutBack}};
+    addEntryMarks(object, item.location);
+    return object;
 }
 
 std::optional<CleanupItem> itemFromJson(const QJsonValue& value) {
@@ -35,7 +70,10 @@ std::optional<CleanupItem> itemFromJson(const QJsonValue& value) {
     if (item.originalPath.isEmpty())
         return std::nullopt;
     item.location = {object.value(QStringLiteral("trashPath")).toString(),
-                     object.value(QStringLiteral("trashInfoPath")).toString()};
+                     object.value(QStringLiteral("trashInfoPath")).toString(),
+                     object.value(QStringLiteral("trashRecordPath")).toString(),
+                     object.value(QStringLiteral("trashRecordDate")).toString(),
+                     identityFromJson(object.value(QStringLiteral("trashIdentity")))};
     item.bytes = object.value(QStringLiteral("bytes")).toInteger();
     item.isPutBack = object.value(QStringLiteral("putBack")).toBool();
     return item;
@@ -79,7 +117,8 @@ qint64 Cleanup::bytes() const {
 
 qsizetype Cleanup::itemsInTrash() const {
     return std::count_if(items.cbegin(), items.cend(), [](const CleanupItem& item) {
-        return !item.isPutBack && isPresent(item.location.path);
+        return !item.isPutBack &&
+               item.location.entry(item.originalPath) == TrashLocation::Entry::same;
     });
 }
 

@@ -36,7 +36,8 @@ struct Cleanup {
     QList<CleanupItem> items;
 
     qint64 bytes() const;
-    // The items not put back whose place in the Trash still holds something. Looks at the disk.
+    // The items not put back that the Trash still holds: the entry at their place in the Trash
+    // is the one this cleanup made (see `TrashLocation::entry`). Looks at the disk.
     qsizetype itemsInTrash() const;
 
     bool operator==(const Cleanup&) const = default;

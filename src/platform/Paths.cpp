@@ -31,6 +31,9 @@ QString normalized(const QString& path) {
 }
 
 bool isUnder(const QString& path, const QString& folder) {
+    // No folder holds nothing: an empty one must never stand for "anywhere".
+    if (folder.isEmpty())
+        return false;
     if (path == folder)
         return true;
     if (folder.endsWith(u'/'))

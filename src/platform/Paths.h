@@ -22,7 +22,8 @@ QString withPrivatePrefix(const QString& path);
 QString normalized(const QString& path);
 
 // True when `path` equals `folder` or lies inside it ("/a/b" is not under "/a/bc" nor the other
-// way round).
+// way round); false for an empty folder. A plain comparison of the strings: where links or the
+// volume's case rule matter, use PathIdentity::isInside.
 bool isUnder(const QString& path, const QString& folder);
 
 // The part of `path` below `folder` ("b/c" for "/a/b/c" below "/a"); nothing when `path` is the

@@ -1,17 +1,55 @@
 #pragma once
 
 #include <QString>
+#include <QtGlobal>
 #include <optional>
+#include <utility>
 
 namespace corvane {
 
-// Where one item went in the Trash, so that it can be put back from there.
+// What tells one file from another on its volume: the same device and inode, unchanged since.
+struct FileIdentity {
+    qint64 device = 0;
+    qint64 inode = 0;
+    qint64 size = 0;
+    // Nanoseconds since 1970.
+    qint64 modified = 0;
+
+    // The identity of `path` itself (a link, not its target), or nothing when it is absent.
+    static std::optional<FileIdentity> of(const QString& path);
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// Where one item went in the Trash, and what marks the entry there as the one that move made:
+// the Trash is emptied and refilled, and another item may land at the same name later.
 struct TrashLocation {
+    TrashLocation() = default;
+    // A location recorded without marks (an older history) takes only the first two.
+    TrashLocation(QString path, QString infoPath, QString recordedPath = {},
+                  QString deletionDate = {}, std::optional<FileIdentity> identity = std::nullopt)
+        : path(std::move(path))
+        , infoPath(std::move(infoPath))
+        , recordedPath(std::move(recordedPath))
+        , deletionDate(std::move(deletionDate))
+        , identity(identity) {}
+
     // The item inside the Trash: the resulting URL's path on macOS, "files/<name>" of the
     // freedesktop Trash elsewhere. Empty when the platform did not say.
     QString path;
     // The freedesktop ".trashinfo" record that names the original place; empty on macOS.
     QString infoPath;
+    // The record's "Path=" and "DeletionDate=" values exactly as written; empty on macOS.
+    QString recordedPath;
+    QString deletionDate;
+    // The item as it lies in the Trash (macOS), recorded right after the move.
+    std::optional<FileIdentity> identity;
+
+    // Whether the Trash still holds, at `path`, the entry this move made. An entry recorded
+    // without any mark (an older history) is matched by its record's "Path=" against
+    // `originalPath`; without a record either, it is not known.
+    enum class Entry { same, gone, another, unknown };
+    Entry entry(const QString& originalPath) const;
 
     bool operator==(const TrashLocation&) const = default;
 };

@@ -93,10 +93,20 @@ std::optional<QByteArray> trashFor(const QByteArray& item, dev_t device, QString
     return std::nullopt;
 }
 
-QByteArray trashInfo(const QByteArray& item) {
-    return "[Trash Info]\nPath=" + item.toPercentEncoding("/") + "\nDeletionDate=" +
-           QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toUtf8() +
-           '\n';
+// The record's two values; kept with the cleanup, they tell this entry from a later one that
+// lands at the same name.
+struct TrashInfo {
+    QByteArray path;
+    QByteArray deletionDate;
+
+    QByteArray text() const {
+        return "[Trash Info]\nPath=" + path + "\nDeletionDate=" + deletionDate + '\n';
+    }
+};
+
+TrashInfo trashInfo(const QByteArray& item) {
+    return {item.toPercentEncoding("/"),
+            QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")).toUtf8()};
 }
 
 bool writeAll(int descriptor, const QByteArray& bytes) {
@@ -131,7 +141,8 @@ TrashMove PlatformTrash::moveToTrash(const QString& path) const {
                                       .arg(QFile::decodeName(*trash)));
 
     const QByteArray name = item.mid(item.lastIndexOf('/') + 1);
-    const QByteArray record = trashInfo(item);
+    const TrashInfo written = trashInfo(item);
+    const QByteArray record = written.text();
     for (int attempt = 1; attempt <= maximumNameAttempts; ++attempt) {
         const QByteArray candidate = attempt == 1 ? name : name + ' ' + QByteArray::number(attempt);
         const QByteArray infoPath = info + '/' + candidate + ".trashinfo";
@@ -151,7 +162,9 @@ TrashMove PlatformTrash::moveToTrash(const QString& path) const {
         struct stat existing {};
         const bool nameTaken = ::lstat(target.constData(), &existing) == 0;
         if (recorded && !nameTaken && ::rename(item.constData(), target.constData()) == 0)
-            return TrashMove::movedTo({QFile::decodeName(target), QFile::decodeName(infoPath)});
+            return TrashMove::movedTo({QFile::decodeName(target), QFile::decodeName(infoPath),
+                                       QString::fromLatin1(written.path),
+                                       QString::fromLatin1(written.deletionDate), std::nullopt});
         const int moveError = errno;
         ::unlink(infoPath.constData());
         if (nameTaken)

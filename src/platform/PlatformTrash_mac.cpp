@@ -12,7 +12,10 @@ TrashMove PlatformTrash::moveToTrash(const QString& path) const {
         return TrashMove::refused(file.errorString());
     // An unchanged name means the platform gave no resulting URL: where it went is not known.
     const QString trashed = file.fileName();
-    return TrashMove::movedTo({trashed == path ? QString() : trashed, {}});
+    if (trashed == path)
+        return TrashMove::movedTo({});
+    // Recorded at once: what lies there later is only this item if it is still the same file.
+    return TrashMove::movedTo({trashed, {}, {}, {}, FileIdentity::of(trashed)});
 }
 
 } // namespace corvane

@@ -2,6 +2,9 @@
 
 #include "platform/Paths.h"
 
+#include <QScopeGuard>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -13,6 +16,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 extern char** environ;
@@ -30,6 +34,58 @@ void ignoreBrokenPipesOnce() {
     static std::once_flag once;
     std::call_once(once, [] { std::signal(SIGPIPE, SIG_IGN); });
 }
+
+// The process groups of the children running now. Each child runs in a group of its own, so a
+// Ctrl-C on the terminal no longer reaches it; when the program is ended by SIGINT, SIGTERM or
+// SIGHUP (and nobody else handles them), these groups are killed first, so no child outlives it.
+class LiveGroups {
+public:
+    static LiveGroups& instance() {
+        static LiveGroups groups;
+        return groups;
+    }
+
+    void add(pid_t group) {
+        installOnce();
+        for (std::atomic<pid_t>& slot : slots_) {
+            pid_t empty = 0;
+            if (slot.compare_exchange_strong(empty, group))
+                return;
+        }
+    }
+
+    void remove(pid_t group) {
+        for (std::atomic<pid_t>& slot : slots_) {
+            pid_t expected = group;
+            if (slot.compare_exchange_strong(expected, 0))
+                return;
+        }
+    }
+
+private:
+    static void installOnce() {
+        static std::once_flag once;
+        std::call_once(once, [] {
+            for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+                struct sigaction current {};
+                if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_DFL)
+                    std::signal(signal, &LiveGroups::endWithChildren);
+            }
+        });
+    }
+
+    // Runs in a signal handler: only kill, signal and raise, which are safe there.
+    static void endWithChildren(int signal) {
+        for (std::atomic<pid_t>& slot : instance().slots_) {
+            if (const pid_t group = slot.load(); group > 0)
+                ::kill(-group, SIGKILL);
+        }
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+    }
+
+    std::array<std::atomic<pid_t>, 256> slots_{};
+};
 
 QString errorText(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
@@ -56,6 +112,7 @@ public:
         close();
         fd_ = fd;
     }
+    int release() { return std::exchange(fd_, -1); }
 
 private:
     int fd_ = -1;
@@ -96,8 +153,10 @@ std::vector<QByteArray> mergedEnvironment(const QHash<QString, QString>& overrid
         if (!overrides.contains(name))
             entries.push_back(text);
     }
-    for (auto it = overrides.cbegin(); it != overrides.cend(); ++it)
-        entries.push_back(it.key().toLocal8Bit() + '=' + it.value().toLocal8Bit());
+    for (auto it = overrides.cbegin(); it != overrides.cend(); ++it) {
+        if (!it.value().isNull())
+            entries.push_back(it.key().toLocal8Bit() + '=' + it.value().toLocal8Bit());
+    }
     return entries;
 }
 
@@ -128,7 +187,9 @@ pid_t spawnChild(const QString& executable, const QStringList& arguments,
     sigemptyset(&emptyMask);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setsigmask(&attributes, &emptyMask);
-    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
+    // A group of its own, so that stopping the child also stops whatever it started.
+    posix_spawnattr_setpgroup(&attributes, 0);
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP;
 #ifdef POSIX_SPAWN_CLOEXEC_DEFAULT
     flags |= POSIX_SPAWN_CLOEXEC_DEFAULT;
 #endif
@@ -152,23 +213,13 @@ pid_t spawnChild(const QString& executable, const QStringList& arguments,
     return pid;
 }
 
-// Reads what is available; returns false once the pipe is at its end.
-bool drain(Descriptor& fd, QByteArray& into) {
-    char buffer[65536];
-    for (;;) {
-        const ssize_t count = ::read(fd.get(), buffer, sizeof buffer);
-        if (count > 0) {
-            into.append(buffer, count);
-            continue;
-        }
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
-            return true;
-        fd.close();
-        return false;
-    }
-}
+// One output pipe of the child: what was read, and the line not yet ended.
+struct OutputStream {
+    Descriptor fd;
+    QByteArray data;
+    QByteArray unfinished;
+    bool overflowed = false;
+};
 
 // Writes what the pipe accepts; closes the pipe when all is written or the child stopped reading.
 void feed(Descriptor& fd, const QByteArray& data, qsizetype& written) {
@@ -204,55 +255,72 @@ std::optional<int> reaped(pid_t pid, int options) {
     return std::nullopt;
 }
 
+Clock::duration seconds(double value) {
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(value));
+}
+
 // One child from launch to reaping.
 class ChildSession {
 public:
     ChildSession(pid_t pid, Pipe& input, Pipe& output, Pipe& error, const QByteArray& stdinData,
-                 double timeout, const CancellationToken& cancellation)
+                 const ProcessRunner::Call& call)
         : pid_(pid)
         , stdin_(input.write)
-        , stdout_(output.read)
-        , stderr_(error.read)
         , stdinData_(stdinData)
-        , deadline_(Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                       std::chrono::duration<double>(timeout)))
-        , cancellation_(cancellation) {}
+        , deadline_(Clock::now() + seconds(call.timeout))
+        , cancellation_(call.cancellation)
+        , onLine_(call.onLine) {
+        stdout_.fd.reset(output.read.release());
+        stderr_.fd.reset(error.read.release());
+    }
 
     ProcessResult runToEnd() {
-        setNonBlocking(stdout_.get());
-        setNonBlocking(stderr_.get());
+        LiveGroups::instance().add(pid_);
+        // Forgotten once the call ends: a reaped child's id may be given to another process.
+        const auto forget = qScopeGuard([this] { LiveGroups::instance().remove(pid_); });
+        setNonBlocking(stdout_.fd.get());
+        setNonBlocking(stderr_.fd.get());
         setNonBlocking(stdin_.get());
         if (stdinData_.isEmpty())
             stdin_.close();
         std::optional<int> status;
-        while (stdout_.isOpen() || stderr_.isOpen()) {
+        while (stdout_.fd.isOpen() || stderr_.fd.isOpen()) {
             pollOnce();
-            terminateWhenDue();
+            stopWhenDue();
             if (status = reaped(pid_, WNOHANG); status) {
                 // The child is gone; take what it left in the pipes and stop, even if a
                 // grandchild still holds them open.
-                if (stdout_.isOpen())
-                    drain(stdout_, result_.standardOutput);
-                if (stderr_.isOpen())
-                    drain(stderr_, result_.standardError);
+                drain(stdout_);
+                drain(stderr_);
                 break;
             }
         }
         stdin_.close();
         if (!status)
             status = waitForExit();
+        finishLines(stdout_);
+        finishLines(stderr_);
+        if (stdout_.overflowed || stderr_.overflowed)
+            throw ProcessRunnerError::outputTooLarge();
         if (timedOut_)
             throw ProcessRunnerError::timedOut();
-        if (WIFSIGNALED(*status)) {
-            result_.terminationSignal = WTERMSIG(*status);
-            result_.exitCode = 128 + WTERMSIG(*status);
-        } else {
-            result_.exitCode = WEXITSTATUS(*status);
-        }
-        return std::move(result_);
+        return resultFor(*status);
     }
 
 private:
+    ProcessResult resultFor(int status) {
+        ProcessResult result;
+        result.standardOutput = std::move(stdout_.data);
+        result.standardError = std::move(stderr_.data);
+        if (WIFSIGNALED(status)) {
+            result.terminationSignal = WTERMSIG(status);
+            result.exitCode = 128 + WTERMSIG(status);
+        } else {
+            result.exitCode = WEXITSTATUS(status);
+        }
+        return result;
+    }
+
     void pollOnce() {
         pollfd fds[3];
         nfds_t count = 0;
@@ -260,8 +328,8 @@ private:
             if (fd.isOpen())
                 fds[count++] = pollfd{fd.get(), events, 0};
         };
-        add(stdout_, POLLIN);
-        add(stderr_, POLLIN);
+        add(stdout_.fd, POLLIN);
+        add(stderr_.fd, POLLIN);
         add(stdin_, POLLOUT);
         const int ready = ::poll(fds, count, pollIntervalMs);
         if (ready <= 0)
@@ -269,13 +337,66 @@ private:
         for (nfds_t index = 0; index < count; ++index) {
             if (fds[index].revents == 0)
                 continue;
-            if (fds[index].fd == stdout_.get())
-                drain(stdout_, result_.standardOutput);
-            else if (fds[index].fd == stderr_.get())
-                drain(stderr_, result_.standardError);
+            if (fds[index].fd == stdout_.fd.get())
+                drain(stdout_);
+            else if (fds[index].fd == stderr_.fd.get())
+                drain(stderr_);
             else if (fds[index].fd == stdin_.get())
                 feed(stdin_, stdinData_, stdinWritten_);
         }
+    }
+
+    // Reads what is available, up to the cap; closes the pipe at its end or past the cap.
+    void drain(OutputStream& stream) {
+        char buffer[65536];
+        while (stream.fd.isOpen()) {
+            const ssize_t count = ::read(stream.fd.get(), buffer, sizeof buffer);
+            if (count > 0) {
+                take(stream, QByteArrayView(buffer, count));
+                continue;
+            }
+            if (count < 0 && errno == EINTR)
+                continue;
+            if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+                return;
+            stream.fd.close();
+        }
+    }
+
+    void take(OutputStream& stream, QByteArrayView bytes) {
+        if (stream.data.size() + bytes.size() > ProcessRunner::outputCap) {
+            // A tool that floods would fill the memory; the rest is not read, and closing the
+            // pipe also stops a child that ignores the signals at its next write.
+            stream.overflowed = true;
+            stream.fd.close();
+            requestTermination();
+            return;
+        }
+        stream.data.append(bytes);
+        if (!onLine_)
+            return;
+        stream.unfinished.append(bytes);
+        for (qsizetype end = stream.unfinished.indexOf('\n'); end >= 0;
+             end = stream.unfinished.indexOf('\n')) {
+            hand(stream.unfinished.left(end), true);
+            stream.unfinished.remove(0, end + 1);
+        }
+        if (!stream.unfinished.isEmpty())
+            hand(stream.unfinished, false);
+    }
+
+    // What is left of a line once the stream has ended counts as a line of its own.
+    void finishLines(OutputStream& stream) {
+        if (onLine_ && !stream.unfinished.isEmpty())
+            hand(stream.unfinished, true);
+        stream.unfinished.clear();
+    }
+
+    void hand(QByteArray bytes, bool isComplete) {
+        if (bytes.endsWith('\r'))
+            bytes.chop(1);
+        if (!onLine_(QString::fromUtf8(bytes), isComplete))
+            killGroup();
     }
 
     // The output is closed, but the child may go on (it closed its pipes and works or sleeps):
@@ -286,35 +407,61 @@ private:
         for (;;) {
             if (const std::optional<int> status = reaped(pid_, WNOHANG))
                 return *status;
-            terminateWhenDue();
+            stopWhenDue();
             std::this_thread::sleep_for(pause);
             pause = std::min(pause * 2, std::chrono::microseconds(pollIntervalMs * 1000));
         }
     }
 
-    // One SIGTERM, for the time limit or for cancellation; no escalation.
-    void terminateWhenDue() {
-        if (terminationSent_)
+    // SIGTERM for the time limit or cancellation; SIGKILL to the whole group after the grace: a
+    // child that ignores SIGTERM must not hold the caller, nor leave its own children running.
+    void stopWhenDue() {
+        if (killed_)
             return;
+        if (terminationSentAt_) {
+            if (Clock::now() >= *terminationSentAt_ + seconds(ProcessRunner::terminationGrace))
+                killGroup();
+            return;
+        }
         const bool expired = Clock::now() >= deadline_;
         if (!expired && !cancellation_.isCancelled())
             return;
         timedOut_ = expired;
-        terminationSent_ = true;
-        ::kill(pid_, SIGTERM);
+        requestTermination();
+    }
+
+    void requestTermination() {
+        if (terminationSentAt_ || killed_)
+            return;
+        terminationSentAt_ = Clock::now();
+        signalGroup(SIGTERM);
+    }
+
+    void killGroup() {
+        if (killed_)
+            return;
+        killed_ = true;
+        signalGroup(SIGKILL);
+    }
+
+    // The group has the child's id; the child itself is named too in case it left the group.
+    void signalGroup(int signal) const {
+        ::kill(-pid_, signal);
+        ::kill(pid_, signal);
     }
 
     pid_t pid_;
     Descriptor& stdin_;
-    Descriptor& stdout_;
-    Descriptor& stderr_;
+    OutputStream stdout_;
+    OutputStream stderr_;
     const QByteArray& stdinData_;
     qsizetype stdinWritten_ = 0;
     Clock::time_point deadline_;
     CancellationToken cancellation_;
-    bool terminationSent_ = false;
+    const ProcessRunner::LineCallback& onLine_;
+    std::optional<Clock::time_point> terminationSentAt_;
+    bool killed_ = false;
     bool timedOut_ = false;
-    ProcessResult result_;
 };
 
 } // namespace
@@ -340,8 +487,7 @@ ProcessResult ProcessRunner::execute(const Call& call) const {
     error.write.close();
 
     const QByteArray noInput;
-    ChildSession child(pid, input, output, error, call.stdinData ? *call.stdinData : noInput,
-                       call.timeout, call.cancellation);
+    ChildSession child(pid, input, output, error, call.stdinData ? *call.stdinData : noInput, call);
     return child.runToEnd();
 }
 

@@ -55,8 +55,16 @@ QString systemMessage(int error) {
 std::optional<QString> obstacle(const CleanupItem& item) {
     if (item.location.path.isEmpty())
         return PutBackService::notRecordedMessage;
-    if (!isPresent(item.location.path))
+    switch (item.location.entry(item.originalPath)) {
+    case TrashLocation::Entry::gone:
         return PutBackService::notInTrashMessage;
+    case TrashLocation::Entry::another:
+        return PutBackService::anotherItemMessage;
+    case TrashLocation::Entry::unknown:
+        return PutBackService::notRecordedMessage;
+    case TrashLocation::Entry::same:
+        break;
+    }
     if (isPresent(item.originalPath))
         return PutBackService::placeTakenMessage;
     return std::nullopt;

@@ -46,6 +46,9 @@ struct PutBackService {
         QStringLiteral("Something else is at this place now, so it stays in the Trash");
     static inline const QString notInTrashMessage =
         QStringLiteral("No longer in the Trash: it was emptied, or the item was taken out of it");
+    static inline const QString anotherItemMessage =
+        QStringLiteral("The Trash holds another item at its place now (the Trash was emptied "
+                       "since), so nothing was moved");
     static inline const QString notRecordedMessage =
         QStringLiteral("Where it went in the Trash was not recorded, so it can't be put back "
                        "from here");

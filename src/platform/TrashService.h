@@ -30,20 +30,28 @@ struct TrashOutcome {
 };
 
 // The one place that moves files to the user's Trash. It refuses anything that does not really
-// lie inside the folder the caller names as the allowed area, and it never deletes: an item the
-// platform will not trash stays where it is.
+// lie inside the folder the caller names as the allowed area, and anything the user marked Keep
+// (or that holds a kept folder), whatever area of the app asks; and it never deletes: an item the
+// platform will not trash stays where it is. When the Keep marks can't be read, nothing moves.
 struct TrashService {
     static inline const QString refusedOutsideMessage =
         QStringLiteral("Refused: resolves outside the scanned folder");
     static inline const QString goneMessage = QStringLiteral("No longer exists");
+    static inline const QString keptMessage =
+        QStringLiteral("Refused: marked Keep (remove the mark first to clean it)");
 
     // Blocking; run it off the main thread. Never throws: every problem is a failure of its item.
     static TrashOutcome trash(const QList<QString>& urls, const QString& root,
                               const PlatformTrash& platform = PlatformTrash::system());
 
-    // What `trash` would refuse `url` for before asking the platform (outside the area, or gone),
-    // or nothing when the item would be handed to the platform's Trash. Moves nothing.
+    // What `trash` would refuse `url` for before asking the platform (outside the area, kept, or
+    // gone), or nothing when the item would be handed to the platform's Trash. Moves nothing.
     static std::optional<QString> refusal(const QString& url, const QString& root);
+
+    // Why `path` must not be removed because of the Keep marks (it is kept, holds a kept folder,
+    // or the marks can't be read), or nothing. For removals that do not go through `trash` (a
+    // folder renamed into staging first, say): call it before anything moves.
+    static std::optional<QString> keepRefusal(const QString& path);
 
     // `path` made absolute with every symbolic link resolved and "." and ".." removed; the parts
     // that do not exist are kept as written.

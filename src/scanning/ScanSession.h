@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/KeepStore.h"
 #include "platform/ToastCenter.h"
 #include "platform/TrashPlan.h"
-#include "scanning/KeepStore.h"
 #include "scanning/ScanSessionTypes.h"
 
 #include <QHash>
@@ -36,8 +36,7 @@ public:
         QStringLiteral("Refused: not an item of this scan (only the folders a scan offers can be "
                        "moved)");
     // Why a kept folder, or one that holds a kept folder, cannot be trashed.
-    static inline const QString keptMessage =
-        QStringLiteral("Refused: marked Keep (remove the mark first to clean it)");
+    static inline const QString& keptMessage = TrashService::keptMessage;
     // What the cleanup history calls the trash actions of a scan.
     static inline const QString cleanupArea = QStringLiteral("projects");
 

@@ -10,7 +10,9 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QThread>
+#include <csignal>
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -290,7 +292,8 @@ TEST_F(SSHArchiveOverSsh, ATrashThatRefusesLeavesTheOriginalAndTheVerifiedCopy) 
 TEST_F(SSHArchiveOverSsh, ACancelledCopyRemovesTheRemoteFolderAndNothingArrivesAfterwards) {
     // The local tar sends the start of the stream, then holds the rest until the test lets go.
     test::writeScript(work + s("/tar"), "cd '" + work.toUtf8() +
-                                            "'\n/usr/bin/tar \"$@\" > stream.tar\n"
+                                            "'\necho $$ > tar.pid\n"
+                                            "/usr/bin/tar \"$@\" > stream.tar\n"
                                             "head -c 65536 stream.tar\n"
                                             "while [ ! -e release ]; do sleep 0.05; done\n"
                                             "tail -c +65537 stream.tar\n"
@@ -314,8 +317,13 @@ TEST_F(SSHArchiveOverSsh, ACancelledCopyRemovesTheRemoteFolderAndNothingArrivesA
     EXPECT_FALSE(exists(remotePath + s("/app")));
     EXPECT_EQ(snapshot(source), original);
 
+    // The runner stops the pipeline's whole process group, so the held tar is normally gone
+    // too; one that outlived it ends once released.
     test::writeFile(work + s("/release"));
-    ASSERT_TRUE(waitFor([&] { return exists(work + s("/ended")); }));
+    QFile pidFile(work + s("/tar.pid"));
+    ASSERT_TRUE(pidFile.open(QIODevice::ReadOnly));
+    const pid_t tarPid = static_cast<pid_t>(pidFile.readAll().trimmed().toLongLong());
+    ASSERT_TRUE(waitFor([&] { return exists(work + s("/ended")) || ::kill(tarPid, 0) != 0; }));
     QThread::msleep(500);
     EXPECT_FALSE(exists(remotePath + s("/app"))) << "the cancelled copy went on";
 }

@@ -1,5 +1,7 @@
 #include "cli/Command.h"
 #include "cli/ScanCommands.h"
+#include "platform/KeepStore.h"
+#include "platform/TrashService.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -55,4 +57,36 @@ TEST(CachesCommand, ListsTheHomeFolderCachesAndCleansOnlyKnownOnesForReal) {
     EXPECT_TRUE(out.startsWith(s("Reclaimed "))) << qPrintable(out);
     EXPECT_FALSE(QFile::exists(maven));
     EXPECT_TRUE(QFile::exists(pip));
+}
+
+TEST(CachesCommand, AKeptCacheIsRefusedInADryRunAndForReal) {
+    const QString cargo = test::fakeHome() + s("/.cargo/registry");
+    const QString gradle = test::fakeHome() + s("/.gradle/caches");
+    test::writeFile(cargo + s("/index/a"), "a");
+    test::writeFile(gradle + s("/b.bin"), "b");
+    // Kept through a linked spelling of the home folder.
+    const QString linkedHome = test::makeTempDir(s("linked")) + s("/home");
+    ASSERT_TRUE(QFile::link(test::fakeHome(), linkedHome));
+    const KeepStore keep;
+    ASSERT_EQ(keep.add(linkedHome + s("/.cargo")), QString());
+    QString out;
+    QString err;
+    Console console{&out, &err};
+    const auto document = [&out] { return QJsonDocument::fromJson(out.toUtf8()).object(); };
+
+    CachesCleanRequest request{{s(".cargo/registry"), s(".gradle/caches")}, {true, false, true}};
+    EXPECT_EQ(runCachesClean(request, console), exitSomeFailed);
+    EXPECT_EQ(document()[u"wouldTrash"].toArray(), QJsonArray{gradle});
+    EXPECT_EQ(document()[u"failures"].toArray().first()[u"message"].toString(),
+              TrashService::keptMessage);
+
+    out.clear();
+    request.trash = {false, true, true};
+    EXPECT_EQ(runCachesClean(request, console), exitSomeFailed);
+    EXPECT_EQ(document()[u"failures"].toArray().first()[u"url"].toString(), cargo);
+    EXPECT_TRUE(QFile::exists(cargo + s("/index/a")));
+    EXPECT_FALSE(QFile::exists(gradle));
+    QFile::remove(keep.url());
+    // A link back to the home would lead other commands' walks in circles.
+    QFile::remove(linkedHome);
 }

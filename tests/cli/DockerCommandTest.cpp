@@ -96,10 +96,10 @@ TEST(DockerCommand, RemoveTakesWhatTheListingShows) {
     EXPECT_EQ(result.exitCode, cli::exitOk) << result.standardError.toStdString();
     EXPECT_EQ(
         docker.changingCalls(),
-        QStringList({s("rmi sha256:0e2f4a6c8e0b2d4f6a8c0e2b4d6f8a0c5b0f1f4e0c8d3c3b7a8e1d9f2c4a"
+        QStringList({s("rmi -- sha256:0e2f4a6c8e0b2d4f6a8c0e2b4d6f8a0c5b0f1f4e0c8d3c3b7a8e1d9f2c4a"
                        "6b8d"),
-                     s("rmi node:20-alpine"),
-                     s("rm a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f60718293a4b5c6d7e8f90")}));
+                     s("rmi -- node:20-alpine"),
+                     s("rm -- a1b2c3d4e5f60718293a4b5c6d7e8f90a1b2c3d4e5f60718293a4b5c6d7e8f90")}));
 
     // A name nothing has, or an image a container uses, runs nothing.
     result = remove("--image", "node:18");

@@ -2,7 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/ScanCommands.h"
-#include "scanning/KeepStore.h"
+#include "platform/KeepStore.h"
 #include "support/FakeScan.h"
 #include "support/JsonText.h"
 #include "support/TestEnvironment.h"

@@ -58,7 +58,7 @@ TEST(ModelsCommand, ListsWhatEachModelFreesAndRemovesThroughOllamaOrTheTrash) {
     ASSERT_EQ(removed.exitCode, cli::exitOk) << removed.standardOutput.toStdString();
     EXPECT_EQ(QJsonDocument::fromJson(removed.standardOutput)[u"removed"].toArray().size(), 2);
     EXPECT_FALSE(QFileInfo::exists(repo));
-    EXPECT_TRUE(fake.calls().contains(s("rm llama3.2:latest")))
+    EXPECT_TRUE(fake.calls().contains(s("rm -- llama3.2:latest")))
         << fake.calls().join(u';').toStdString();
 }
 

@@ -340,10 +340,22 @@ TEST_F(AIModelRemovalTest, OllamaRemovesItsOwnModelsWhileItRuns) {
     EXPECT_TRUE(result.failures.isEmpty());
     EXPECT_EQ(result.removed, QStringList{s("ollama:llama3.2:latest")});
     EXPECT_EQ(result.trashedCount, 0);
-    EXPECT_EQ(fake.calls(), QStringList({s("ps"), s("show --modelfile llama3.2:latest"),
-                                         s("rm llama3.2:latest")}));
+    EXPECT_EQ(fake.calls(), QStringList({s("ps"), s("show --modelfile -- llama3.2:latest"),
+                                         s("rm -- llama3.2:latest")}));
     // The stand-in deletes nothing; the files are ollama's to remove.
     EXPECT_TRUE(QFileInfo::exists(manifest));
+}
+
+// A model's name is the name of a folder on disk; whatever it is, ollama reads it as a name.
+TEST_F(AIModelRemovalTest, AnOllamaModelNamedLikeAnOptionIsNamedAfterTheEndOfOptions) {
+    writeBlob(ollama, digest('a'));
+    writeLibraryManifest(ollama, s("--help"), s("latest"), digest('a'), {});
+
+    const AIModelCatalog::RemovalResult result =
+        AIModelCatalog::remove(only(s("ollama:--help:latest")), stores());
+    EXPECT_TRUE(result.failures.isEmpty());
+    EXPECT_EQ(fake.calls(), QStringList({s("ps"), s("show --modelfile -- --help:latest"),
+                                         s("rm -- --help:latest")}));
 }
 
 TEST_F(AIModelRemovalTest, OllamaFailuresBecomeMessages) {
@@ -405,7 +417,7 @@ TEST_F(AIModelRemovalTest, OllamaRmNeverRunsAgainstAnotherStoreThanTheOneListed)
     result = AIModelCatalog::remove({*mine}, both);
     EXPECT_EQ(result.removed, QStringList{mine->id});
     EXPECT_EQ(fake.calls().filter(QRegularExpression(s("^rm "))),
-              QStringList{s("rm llama3.2:latest")});
+              QStringList{s("rm -- llama3.2:latest")});
 }
 
 TEST_F(AIModelRemovalTest, ADryRunMakesEveryCheckAndChangesNothing) {

@@ -126,7 +126,7 @@ TEST_F(AIModelsModelTest, RemovesTrashableAndOllamaModelsAndReportsWhatWasFreed)
     EXPECT_FALSE(QFileInfo::exists(lmModel));
     EXPECT_TRUE(QFileInfo::exists(qEnvironmentVariable("XDG_DATA_HOME") +
                                   s("/Trash/files/Qwen2.5-7B-GGUF/Qwen2.5-7B-Q4_K_M.gguf")));
-    EXPECT_TRUE(fake.calls().contains(s("rm llama3.2:latest")));
+    EXPECT_TRUE(fake.calls().contains(s("rm -- llama3.2:latest")));
     ASSERT_TRUE(model.lastResult().has_value());
     const AIModelsResult& result = *model.lastResult();
     EXPECT_EQ(result.removed, QStringList({s("lmStudio:lmstudio-community/Qwen2.5-7B-GGUF"),

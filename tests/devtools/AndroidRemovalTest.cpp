@@ -1,6 +1,9 @@
 #include "devtools/AndroidCatalog.h"
 #include "devtools/AndroidStores.h"
+#include "platform/KeepStore.h"
+#include "platform/TrashService.h"
 
+#include <QFile>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -166,3 +169,34 @@ TEST(AndroidRemovalTest, ATrashThatRefusesLeavesEveryItemWhereItWas) {
 }
 
 } // namespace
+
+// Items are staged aside before the trash step sees them, so a kept package or emulator must be
+// refused before staging, under any spelling of its path and in a dry run too.
+TEST(AndroidRemovalTest, KeptItemsStayInADryRunAndForRealWhateverPathTheMarkUses) {
+    AndroidStore store;
+    const QString platform =
+        store.package(s("platforms/android-34"), "AndroidVersion.ApiLevel=34\n");
+    store.package(imageRel, test::android::playImageProperties);
+    const QString avd = store.avd(s("Pixel_8"), imageRel);
+    const QString linkedSdk = test::makeTempDir(s("links")) + s("/sdk");
+    ASSERT_TRUE(QFile::link(store.sdk, linkedSdk));
+    const KeepStore marks;
+    ASSERT_EQ(marks.add(linkedSdk + s("/platforms/android-34")), QString());
+    ASSERT_EQ(marks.add(avd), QString());
+    const AndroidInventory inventory = AndroidCatalog::inventory();
+
+    for (const bool dryRun : {true, false}) {
+        const AndroidRemovalResult result = AndroidCatalog::remove(
+            {*store.component(inventory, platform)}, {*store.avdNamed(inventory, s("Pixel_8"))},
+            ProcessRunner::system(), PlatformTrash::system(), dryRun);
+        EXPECT_TRUE(result.removed.isEmpty()) << dryRun;
+        ASSERT_EQ(result.failures.size(), 2) << dryRun;
+        for (const AndroidRemovalFailure& failure : result.failures)
+            EXPECT_EQ(failure.message, TrashService::keptMessage);
+    }
+    EXPECT_TRUE(QFileInfo::exists(platform));
+    EXPECT_TRUE(QFileInfo::exists(avd));
+    EXPECT_TRUE(QFileInfo::exists(store.avdHome + s("/Pixel_8.ini")));
+    EXPECT_EQ(marks.remove(linkedSdk + s("/platforms/android-34")), QString());
+    EXPECT_EQ(marks.remove(avd), QString());
+}

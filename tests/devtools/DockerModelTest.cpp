@@ -145,7 +145,7 @@ TEST_F(DockerModelTest, RemovalGoesContainersFirstAndOneRefusalDoesNotStopTheRes
         "Error response from daemon: conflict: unable to remove repository reference "
         "\"node:20-alpine\" (must force) - container 4f2c1a9e8b7d is using its referenced image "
         "9c7a54a9a43c\n";
-    docker.respond({s("rmi"), s("node:20-alpine")}, {}, 1, refusal);
+    docker.respond({s("rmi"), s("--"), s("node:20-alpine")}, {}, 1, refusal);
     DockerModel& model = makeModel();
     load(model);
     // Ticked in the reverse of the order they go in.
@@ -160,11 +160,11 @@ TEST_F(DockerModelTest, RemovalGoesContainersFirstAndOneRefusalDoesNotStopTheRes
     settle(model);
 
     EXPECT_EQ(docker.changingCalls(), (QStringList{
-                                          s("rm ") + exitedID,
-                                          s("rmi node:20-alpine"),
-                                          s("rmi ") + danglingID,
-                                          s("volume rm ") + anonymousVolume,
-                                          s("volume rm empty-labels"),
+                                          s("rm -- ") + exitedID,
+                                          s("rmi -- node:20-alpine"),
+                                          s("rmi -- ") + danglingID,
+                                          s("volume rm -- ") + anonymousVolume,
+                                          s("volume rm -- empty-labels"),
                                       }));
     expectNothingForced();
     const qint64 freed = qint64{1'230'000} + 1'227'000'000;
@@ -197,7 +197,7 @@ TEST_F(DockerModelTest, AnImageWithTwoNamesGoesInOneRmiWithBoth) {
     model.removeSelected();
     settle(model);
     EXPECT_EQ(docker.changingCalls(),
-              QStringList{s("rmi localhost:5000/api:dev registry.example.com/acme/api:1.4.2")});
+              QStringList{s("rmi -- localhost:5000/api:dev registry.example.com/acme/api:1.4.2")});
     EXPECT_TRUE(model.failures().isEmpty());
     EXPECT_EQ(toasts.current()->style, ToastStyle::success);
     EXPECT_EQ(toastText(), s("Removed 1 image, freed ") + formatBytes(0) + spaceComesBack);
@@ -354,7 +354,7 @@ TEST_F(DockerModelTest, ClearingTheBuildCacheReportsWhatDockerFreed) {
 }
 
 TEST_F(DockerModelTest, StartingAndStoppingAContainerMarksItBusyThenListsAgain) {
-    docker.respond({s("start"), exitedID}, {}, 1,
+    docker.respond({s("start"), s("--"), exitedID}, {}, 1,
                    "Error response from daemon: port is already allocated");
     DockerModel& model = makeModel();
     load(model);
@@ -363,8 +363,8 @@ TEST_F(DockerModelTest, StartingAndStoppingAContainerMarksItBusyThenListsAgain) 
     EXPECT_EQ(model.busyContainerIDs(), (QSet<QString>{runningID, exitedID}));
     settle(model);
     const QStringList calls = docker.calls();
-    EXPECT_TRUE(calls.contains(s("stop ") + runningID));
-    EXPECT_TRUE(calls.contains(s("start ") + exitedID));
+    EXPECT_TRUE(calls.contains(s("stop -- ") + runningID));
+    EXPECT_TRUE(calls.contains(s("start -- ") + exitedID));
     EXPECT_GE(calls.count(test::FakeDocker::report.join(u' ')), 2);
     EXPECT_EQ(toastText(), s("The container did not start: docker exited with 1: Error response "
                              "from daemon: port is already allocated"));

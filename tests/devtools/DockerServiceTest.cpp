@@ -143,12 +143,12 @@ TEST(DockerService, EveryCommandLineRunsTheToolWithItsFolderFirstOnPathAndATimeL
         s("system df -v --format {{json .}}"),
         s("image ls --no-trunc --format {{json .}}"),
         s("system df --format {{json .}}"),
-        s("start c1"),
-        s("stop c1"),
-        s("rm c1"),
-        s("rmi localhost:5000/api:dev registry.example.com/acme/api:1.4.2"),
-        s("rmi ") + danglingID,
-        s("volume rm v1"),
+        s("start -- c1"),
+        s("stop -- c1"),
+        s("rm -- c1"),
+        s("rmi -- localhost:5000/api:dev registry.example.com/acme/api:1.4.2"),
+        s("rmi -- ") + danglingID,
+        s("volume rm -- v1"),
         s("builder prune -f"),
     };
     EXPECT_EQ(docker.calls(), expected);
@@ -164,6 +164,22 @@ TEST(DockerService, EveryCommandLineRunsTheToolWithItsFolderFirstOnPathAndATimeL
         EXPECT_EQ(record.timeout, test::FakeDocker::isReading(line) ? 60.0 : 300.0)
             << qPrintable(line);
     }
+}
+
+// Ids and names come from Docker's report or the user's command line; none is read as an option.
+TEST(DockerService, IdsAndNamesThatLookLikeOptionsStayOperands) {
+    const test::FakeDocker docker;
+    DockerImage image;
+    image.id = s("-q");
+    image.references = {s("--help")};
+    DockerService().startContainer(s("--all"));
+    DockerService().stopContainer(s("-t"));
+    DockerService().removeContainers({s("--force")});
+    DockerService().removeImages({image});
+    DockerService().removeVolumes({s("-f")});
+    EXPECT_EQ(docker.changingCalls(),
+              QStringList({s("start -- --all"), s("stop -- -t"), s("rm -- --force"),
+                           s("rmi -- --help"), s("volume rm -- -f")}));
 }
 
 TEST(DockerService, TheSnapshotNamesEachImageByAllItsReferences) {

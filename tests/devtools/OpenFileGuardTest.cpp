@@ -4,6 +4,7 @@
 #include "devtools/AIModelStores.h"
 #include "support/GitFixture.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTest>
@@ -81,6 +82,25 @@ TEST(OpenFileGuardTest, FindsARealProcessHoldingAFileInsideAFolder) {
     EXPECT_EQ(result.failures[0].second, s("sleep has it open. Quit or unload it first."));
     EXPECT_TRUE(result.removed.isEmpty());
     EXPECT_TRUE(QFileInfo::exists(folder + s("/Phi-3-Q4.gguf")));
+}
+
+// A folder named "-x", given as the relative path a caller may hold, reaches lsof as a file.
+TEST(OpenFileGuardTest, AFolderNamedLikeAnOptionIsAskedAboutAsAFolder) {
+    const QString parent = test::makeTempDir(s("dash"));
+    test::writeFile(parent + s("/-x/held.bin"), "x");
+    const QString previous = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(parent));
+    Holder holder(parent + s("/-x/held.bin"));
+    OpenFileGuard::Holders found;
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            found = OpenFileGuard::holders({s("-x")});
+            return !found.processNames.isEmpty() || found.error;
+        },
+        10000));
+    QDir::setCurrent(previous);
+    EXPECT_FALSE(found.error.has_value()) << found.error.value_or(QString()).toStdString();
+    EXPECT_EQ(found.processNames, QStringList{s("sleep")});
 }
 
 TEST(OpenFileGuardTest, AnLsofThatCannotRunIsAnErrorNotAnAllClear) {

@@ -190,23 +190,25 @@ TEST_F(SimulatorServiceTest, FailuresBecomeOneSentenceNamingTheTool) {
                 "developer tool or in PATH"));
 
     // Some refusals only reach standard output.
-    runner.answers.insert(s("simctl erase X"),
+    runner.answers.insert(s("simctl erase ") + fx::iPhone11Pro,
                           {149, "Unable to erase in current state: Booted\n", {}, 0});
-    EXPECT_EQ(errorOf([this] { service.erase(s("X")); }),
+    EXPECT_EQ(errorOf([this] { service.erase(fx::iPhone11Pro); }),
               s("simctl exited with 149: Unable to erase in current state: Booted"));
     runner.answers.insert(s("-showsdks -json"), {1, {}, {}, 0});
     EXPECT_EQ(errorOf([this] { service.sdkVersions(); }), s("xcodebuild exited with 1."));
 
     // Every device gets its shutdown even when an earlier one is refused.
-    runner.answers.insert(s("simctl shutdown A"), {149, {}, "Unable to shutdown device", 0});
+    runner.answers.insert(s("simctl shutdown ") + fx::bootedIPhone11,
+                          {149, {}, "Unable to shutdown device", 0});
     EXPECT_EQ(errorOf([this] {
-                  service.shutDown({s("A"), s("B")});
+                  service.shutDown({fx::bootedIPhone11, fx::iPhone16});
               }),
               s("simctl exited with 149: Unable to shutdown device"));
-    EXPECT_EQ(runner.calls.last().arguments, (QStringList{s("simctl"), s("shutdown"), s("B")}));
+    EXPECT_EQ(runner.calls.last().arguments,
+              (QStringList{s("simctl"), s("shutdown"), fx::iPhone16}));
 
     runner.error = ProcessRunnerError::timedOut();
-    EXPECT_EQ(errorOf([this] { service.deleteRuntime(s("R")); }),
+    EXPECT_EQ(errorOf([this] { service.deleteRuntime(fx::iOS13); }),
               s("simctl did not finish within 600 seconds."));
     runner.error = ProcessRunnerError::launchFailed(s("No such file or directory"));
     EXPECT_EQ(errorOf([this] { service.sdkVersions(); }),

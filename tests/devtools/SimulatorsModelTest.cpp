@@ -295,3 +295,27 @@ TEST_F(SimulatorsModelTest, ErasingShutsTheDeviceDownFirstAndReportsWhatItFreed)
     EXPECT_EQ(toasts.current()->message, s("Erased iPhone 11, freed 4.83 GB"));
     EXPECT_TRUE(model.erasingDeviceIDs().isEmpty());
 }
+
+// simctl reads "all", "booted" and "unavailable" as device sets and its options anywhere: only a
+// UUID reaches it as a device or image, and anything else is refused before simctl runs.
+TEST_F(SimulatorsModelTest, OnlyUUIDsReachSimctlAsDevicesOrImages) {
+    const SimulatorService service{&runner};
+    const auto refusal = [](const std::function<void()>& call) {
+        try {
+            call();
+        } catch (const SimulatorServiceError& error) {
+            return error.message();
+        }
+        return QString();
+    };
+    EXPECT_EQ(refusal([&] { service.erase(s("all")); }),
+              s("\"all\" is not a simulator identifier; simctl was not run."));
+    EXPECT_FALSE(refusal([&] { service.deleteRuntime(s("--notUsedSinceDays=0")); }).isEmpty());
+    EXPECT_FALSE(refusal([&] {
+                     service.deleteDevices({fx::iPhone11Pro, s("unavailable")});
+                 }).isEmpty());
+    EXPECT_TRUE(log().isEmpty());
+    // Each device is shut down on its own, so a bad one does not keep the others running.
+    EXPECT_FALSE(refusal([&] { service.shutDown({s("booted"), fx::bootedIPhone11}); }).isEmpty());
+    EXPECT_EQ(log(), QStringList{s("simctl shutdown ") + fx::bootedIPhone11});
+}

@@ -54,7 +54,7 @@ TEST(ProcessInspector, AFolderHoldsTheProcessesAtOrInsideIt) {
 TEST(ProcessInspector, FindsARealChildWorkingInAFolder) {
     if (!QFileInfo::exists(s("/usr/bin/lsof")) && !QFileInfo::exists(s("/usr/sbin/lsof")))
         GTEST_SKIP() << "lsof is not installed here";
-    const QString folder = test::makeTempDir(s("busy")) + s("/with space");
+    const QString folder = test::makeTempDir(s("busy")) + s("/-x with space");
     QDir().mkpath(folder);
     QProcess child;
     child.setWorkingDirectory(folder);

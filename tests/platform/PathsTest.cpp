@@ -29,6 +29,11 @@ TEST(Paths, UnderMeansEqualOrBelowAfterASeparator) {
     EXPECT_FALSE(Paths::isUnder(QStringLiteral("/a/bc"), QStringLiteral("/a/b")));
     EXPECT_FALSE(Paths::isUnder(QStringLiteral("/a"), QStringLiteral("/a/b")));
     EXPECT_TRUE(Paths::isUnder(QStringLiteral("/x"), QStringLiteral("/")));
+    // An empty folder holds nothing, not even an empty path.
+    EXPECT_FALSE(Paths::isUnder(QStringLiteral("/x"), QString()));
+    EXPECT_FALSE(Paths::isUnder(QString(), QString()));
+    EXPECT_FALSE(Paths::isUnder(QStringLiteral("relative"), QString()));
+    EXPECT_EQ(Paths::pathInside(QStringLiteral("/x"), QString()), std::nullopt);
     // What lies below, never the folder itself nor a sibling that starts with its name.
     EXPECT_EQ(Paths::pathInside(QStringLiteral("/a/b/c/d"), QStringLiteral("/a/b")),
               QStringLiteral("c/d"));

@@ -4,7 +4,10 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <cerrno>
+#include <csignal>
+#include <functional>
 #include <future>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -192,4 +195,94 @@ TEST(ProcessRunner, AThousandCallsLeakNoDescriptorsAndLeaveNoZombies) {
     errno = 0;
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
+}
+
+namespace {
+
+// Whether the process `pid` still runs (a zombie waiting for its parent no longer does).
+bool isRunning(qint64 pid) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (stat.open(QIODevice::ReadOnly))
+        return !stat.readAll().contains(") Z ");
+    return ::kill(static_cast<pid_t>(pid), 0) == 0;
+}
+
+bool becomesTrue(const std::function<bool()>& condition) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!condition()) {
+        if (clock.elapsed() > 5000)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+} // namespace
+
+TEST(ProcessRunner, AChildThatIgnoresSigtermIsKilledWithItsWholeGroupAfterTheGrace) {
+    const QString pidFile = test::makeTempDir() + QStringLiteral("/grandchild");
+    QElapsedTimer clock;
+    clock.start();
+    try {
+        // Both ignore SIGTERM (the grandchild inherits it); only SIGKILL to the group ends them.
+        shell("trap '' TERM; sleep 60 & echo $! > '" + pidFile.toUtf8() + "'; wait; wait", {}, {},
+              0.5);
+        FAIL() << "expected a time-out";
+    } catch (const ProcessRunnerError& error) {
+        EXPECT_EQ(error.kind(), ProcessRunnerError::Case::timedOut);
+    }
+    EXPECT_GE(clock.elapsed(), 500 + 1000 * ProcessRunner::terminationGrace - 100);
+    EXPECT_LT(clock.elapsed(), 500 + 1000 * ProcessRunner::terminationGrace + 3000);
+    QFile file(pidFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const qint64 grandchild = file.readAll().trimmed().toLongLong();
+    ASSERT_GT(grandchild, 0);
+    EXPECT_TRUE(becomesTrue([&] { return !isRunning(grandchild); }));
+}
+
+TEST(ProcessRunner, AToolThatFloodsItsOutputIsStoppedWithAClearError) {
+    for (const QByteArray& script : {QByteArray("trap '' TERM; yes"), QByteArray("yes >&2")}) {
+        try {
+            shell(script);
+            FAIL() << "expected outputTooLarge for " << script.constData();
+        } catch (const ProcessRunnerError& error) {
+            EXPECT_EQ(error.kind(), ProcessRunnerError::Case::outputTooLarge);
+            EXPECT_EQ(error.description(),
+                      QStringLiteral("The program printed more than expected, so it was stopped."));
+        }
+    }
+}
+
+TEST(ProcessRunner, TheLineCallbackSeesLinesAsTheyComeAndCanStopTheChild) {
+    QStringList seen;
+    const ProcessResult whole = ProcessRunner::system().run(
+        sh, {QStringLiteral("-c"), QStringLiteral("echo one; echo two >&2; printf 'three'")}, {},
+        {}, 30, CancellationToken(), [&](const QString& line, bool isComplete) {
+            if (isComplete)
+                seen.append(line);
+            return true;
+        });
+    EXPECT_EQ(seen,
+              (QStringList{QStringLiteral("one"), QStringLiteral("two"), QStringLiteral("three")}));
+    EXPECT_EQ(whole.standardOutput, QByteArray("one\nthree"));
+
+    // A prompt that waits without ending its line is seen, and refusing it stops the child now.
+    QElapsedTimer clock;
+    clock.start();
+    const ProcessResult stopped = ProcessRunner::system().run(
+        sh, {QStringLiteral("-c"), QStringLiteral("trap '' TERM; printf 'Answer: '; sleep 30")}, {},
+        {}, 60, CancellationToken(),
+        [](const QString& line, bool) { return !line.startsWith(QStringLiteral("Answer")); });
+    EXPECT_EQ(stopped.terminationSignal, SIGKILL);
+    EXPECT_LT(clock.elapsed(), 3000);
+}
+
+TEST(ProcessRunner, ANullOverrideRemovesTheVariable) {
+    ::setenv("CORVANE_TEST_SECRET", "inherited", 1);
+    const ProcessResult result =
+        ProcessRunner::system().run(QStringLiteral("/usr/bin/env"), {}, std::nullopt,
+                                    {{QStringLiteral("CORVANE_TEST_SECRET"), QString()}});
+    ::unsetenv("CORVANE_TEST_SECRET");
+    EXPECT_FALSE(result.standardOutput.contains("CORVANE_TEST_SECRET"));
 }

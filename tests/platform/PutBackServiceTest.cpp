@@ -1,5 +1,6 @@
 #include "platform/PutBackService.h"
 
+#include "platform/Paths.h"
 #include "platform/TrashPlan.h"
 #include "support/TreeFixture.h"
 
@@ -189,4 +190,40 @@ TEST_F(PutBackServiceTest, AnItemWithoutAPlaceInTheTrashOrAnUnknownCleanupIsSaid
     EXPECT_EQ(missing.refusal, PutBackOutcome::Refusal::unknownCleanup);
     EXPECT_EQ(missing.message, s("No cleanup has the id 19990101-000000."));
     EXPECT_FALSE(isPresent(root + s("/dist")));
+}
+
+TEST_F(PutBackServiceTest, AnotherItemAtTheSameNameInTheTrashIsNeverPutBackInItsPlace) {
+    test::writeFile(root + s("/alpha/node_modules/a.js"), "alpha");
+    test::writeFile(root + s("/beta/node_modules/b.js"), "beta");
+    const Cleanup old = trashAndRecord({s("alpha/node_modules")});
+    ASSERT_EQ(old.items.size(), 1);
+    // The user empties the Trash; later beta's folder lands at the very same name.
+    const QString trashFiles = Paths::parentPath(old.items[0].location.path);
+    ASSERT_TRUE(QDir(Paths::parentPath(trashFiles)).removeRecursively());
+    const Cleanup recent = trashAndRecord({s("beta/node_modules")});
+    ASSERT_EQ(recent.items.size(), 1);
+    ASSERT_EQ(recent.items[0].location.path, old.items[0].location.path);
+
+    EXPECT_EQ(old.itemsInTrash(), 0);
+    EXPECT_EQ(recent.itemsInTrash(), 1);
+    const PutBackOutcome outcome = PutBackService::putBack(history, old.id);
+    EXPECT_TRUE(outcome.restored.isEmpty());
+    EXPECT_EQ(outcome.failures, (QList<PutBackFailure>{{root + s("/alpha/node_modules"),
+                                                        PutBackService::anotherItemMessage}}));
+    EXPECT_FALSE(isPresent(root + s("/alpha/node_modules")));
+    EXPECT_TRUE(QFileInfo::exists(recent.items[0].location.path + s("/b.js")));
+
+#ifdef Q_OS_LINUX
+    // A history written before the entries were marked: the record's own "Path=" decides.
+    CleanupItem unmarked = old.items[0];
+    unmarked.location = {unmarked.location.path, unmarked.location.infoPath, {}, {}, {}};
+    EXPECT_EQ(unmarked.location.entry(unmarked.originalPath), TrashLocation::Entry::another);
+    unmarked.originalPath = root + s("/beta/node_modules");
+    EXPECT_EQ(unmarked.location.entry(unmarked.originalPath), TrashLocation::Entry::same);
+#endif
+
+    // The recent cleanup still comes back, and its record goes with it.
+    const PutBackOutcome back = PutBackService::putBack(history, recent.id);
+    EXPECT_EQ(back.restored, QList<QString>{root + s("/beta/node_modules")});
+    EXPECT_TRUE(QFileInfo::exists(root + s("/beta/node_modules/b.js")));
 }

@@ -1,5 +1,6 @@
 #include "platform/TrashService.h"
 
+#include "platform/KeepStore.h"
 #include "support/LockedFolder.h"
 #include "support/TestEnvironment.h"
 
@@ -250,4 +251,39 @@ TEST(TrashService, ARefusalInTheMiddleOfABatchStopsNothingAfterIt) {
               (QList<TrashFailure>{{items[1], QStringLiteral("The item is in use.")}}));
     EXPECT_TRUE(QFile::exists(items[1] + QStringLiteral("/file")));
     EXPECT_FALSE(isPresent(items[2]));
+}
+
+TEST(TrashService, KeptFoldersStayWhateverAreaAsksAndUnderAnySpelling) {
+    const QString root = test::makeTempDir(QStringLiteral("keep-root"));
+    const QString linkedRoot = test::makeTempDir(QStringLiteral("keep-link")) + test::s("/code");
+    link(root, linkedRoot);
+    for (const char* file :
+         {"/app/node_modules/a.js", "/tool/vendor/b.js", "/tool/target/c.o", "/other/dist/d.js"})
+        test::writeFile(root + test::s(file), file);
+    const KeepStore keep;
+    ASSERT_EQ(keep.add(linkedRoot + test::s("/app")), QString());
+    ASSERT_EQ(keep.add(root + test::s("/tool/vendor")), QString());
+
+    const QList<QString> asked{root + test::s("/app/node_modules"),
+                               linkedRoot + test::s("/tool/vendor"), root + test::s("/tool"),
+                               linkedRoot + test::s("/tool/target"), root + test::s("/other/dist")};
+    ASSERT_EQ(TrashService::refusal(asked[0], root), TrashService::keptMessage);
+    const TrashOutcome outcome = TrashService::trash(asked, root);
+
+    EXPECT_EQ(outcome.trashed, (QList<QString>{linkedRoot + test::s("/tool/target"),
+                                               root + test::s("/other/dist")}));
+    EXPECT_EQ(outcome.failures, (QList<TrashFailure>{{asked[0], TrashService::keptMessage},
+                                                     {asked[1], TrashService::keptMessage},
+                                                     {asked[2], TrashService::keptMessage}}));
+    EXPECT_TRUE(isPresent(root + test::s("/app/node_modules/a.js")));
+    EXPECT_TRUE(isPresent(root + test::s("/tool/vendor/b.js")));
+
+    // Marks that can't be read might keep anything: nothing moves, and the reason is given.
+    test::writeFile(keep.url(), "{ not a list");
+    const TrashOutcome unreadable =
+        TrashService::trash({root + test::s("/app/node_modules")}, root);
+    EXPECT_TRUE(unreadable.trashed.isEmpty());
+    ASSERT_EQ(unreadable.failures.size(), 1);
+    EXPECT_TRUE(unreadable.failures[0].message.contains(keep.url()));
+    QFile::remove(keep.url());
 }

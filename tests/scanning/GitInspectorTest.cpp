@@ -1,6 +1,7 @@
 #include "scanning/GitInspector.h"
 
 #include "scanning/GitClient.h"
+#include "scanning/GitIgnoreEvaluator.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -419,4 +420,37 @@ TEST(GitInspection, WorkingTreeIsTheNearestFolderHoldingGit) {
     EXPECT_EQ(GitInspector::enclosingWorkingTree(home), std::nullopt);
     test::makeRepo(home + s("/code"));
     EXPECT_EQ(GitInspector::enclosingWorkingTree(home + s("/code/tool")), home + s("/code"));
+}
+
+// A folder name is data: a repository in "-x" or "--version" is inspected like any other, and a
+// nested tree named so is looked up as a path.
+TEST(GitInspection, FoldersNamedLikeOptionsAreInspectedAsFolders) {
+    const QString parent = test::makeTempDir();
+    for (const QString& name : {s("-x"), s("--version")}) {
+        const test::SyncedRepo synced = test::makeSyncedRepo();
+        const QString repo = test::cloneRepo(synced.remote, parent + u'/' + name);
+        writeIn(repo, "loose.txt");
+        writeIn(repo, ".git/info/exclude", "out/\n");
+        writeIn(repo, "out/a.o");
+        EXPECT_EQ(GitIgnoreEvaluator::ignoredPaths(repo, {repo + s("/out")}),
+                  QSet<QString>{repo + s("/out")})
+            << name.toStdString();
+        const GitDetails details = GitInspector::inspect(repo);
+        EXPECT_EQ(details.changes, (QList<GitChange>{{s("loose.txt"), Kind::untracked}}))
+            << name.toStdString();
+        EXPECT_EQ(details.branch, s("main")) << name.toStdString();
+        EXPECT_EQ(details.remoteURL, synced.remote) << name.toStdString();
+        EXPECT_TRUE(GitInspector::localWork(repo).stashList.has_value()) << name.toStdString();
+
+        const QString nested = test::makeRepo(repo + u'/' + name);
+        test::commitFiles(nested, {{s("a.txt"), "a\n"}});
+        const QString head =
+            QString::fromUtf8(test::git(nested, {s("rev-parse"), s("HEAD")}).standardOutput)
+                .trimmed();
+        test::git(repo, {s("update-index"), s("--add"), s("--cacheinfo"),
+                         s("160000,") + head + u',' + name});
+        EXPECT_EQ(GitInspector::submodulesAmong(repo, {repo + u'/' + name}),
+                  QSet<QString>{repo + u'/' + name})
+            << name.toStdString();
+    }
 }

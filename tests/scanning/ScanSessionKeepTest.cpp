@@ -132,3 +132,16 @@ TEST_F(ScanSessionKeepTest, UnreadableMarksAreReportedTickNothingAndAreNeverOver
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("[\"/code/app\","));
 }
+
+TEST_F(ScanSessionKeepTest, AProjectKeptThroughALinkIsKeptWhenScannedThroughItsRealPath) {
+    const QString linkedRoot = test::makeTempDir(s("linked")) + s("/code");
+    ASSERT_TRUE(QFile::link(root, linkedRoot));
+    ASSERT_EQ(marks.add(linkedRoot + s("/app")), QString());
+    ScanSession fresh{toasts, scans.starter(), nullptr, PlatformTrash::system(), marks};
+    scan(fresh);
+    EXPECT_TRUE(fresh.isKept(app));
+    EXPECT_EQ(fresh.selectedItemIDs(), (QSet<QUuid>{toolModules.id, toolTarget.id}));
+    const ScanSession::PathsPlan named = fresh.trashPlan(QList<QString>{appBuild.url});
+    ASSERT_EQ(named.refused.size(), 1);
+    EXPECT_EQ(named.refused[0].message, ScanSession::keptMessage);
+}

@@ -1,4 +1,4 @@
-#include "scanning/KeepStore.h"
+#include "platform/KeepStore.h"
 
 #include "support/TestEnvironment.h"
 
@@ -90,4 +90,26 @@ TEST(KeepStore, AFolderIsProtectedInsideAKeptFolderAndWhenItHoldsOne) {
     EXPECT_FALSE(KeepStore::protects(marks, s("/code/app-two")));
     EXPECT_TRUE(KeepStore::isInsideKept(marks, s("/code/app/node_modules")));
     EXPECT_FALSE(KeepStore::isInsideKept(marks, s("/code/tool")));
+}
+
+TEST(KeepStore, AFolderKeptThroughALinkIsKeptThroughItsRealPathAndTheOtherWayRound) {
+    const QString real = test::makeTempDir(s("keep-real"));
+    const QString linked = test::makeTempDir(s("keep-links")) + s("/code");
+    ASSERT_TRUE(QFile::link(real, linked));
+    test::writeFile(real + s("/app/node_modules/x.js"), "x");
+    test::writeFile(real + s("/tool/target/y.o"), "y");
+
+    const QStringList throughLink{linked + s("/app")};
+    EXPECT_TRUE(KeepStore::protects(throughLink, real + s("/app/node_modules")));
+    EXPECT_TRUE(KeepStore::protects(throughLink, real));
+    EXPECT_FALSE(KeepStore::protects(throughLink, real + s("/tool/target")));
+    const QStringList throughRealPath{real + s("/app")};
+    EXPECT_TRUE(KeepStore::isInsideKept(throughRealPath, linked + s("/app/node_modules")));
+    EXPECT_TRUE(KeepStore::protects(throughRealPath, linked));
+
+    // Unmarking through the other spelling takes the mark away.
+    const KeepStore store(test::makeTempDir(s("keep-store")) + s("/keep.json"));
+    ASSERT_EQ(store.add(linked + s("/app")), QString());
+    ASSERT_EQ(store.remove(real + s("/app")), QString());
+    EXPECT_TRUE(store.load().paths.isEmpty());
 }

@@ -1,7 +1,8 @@
-#include "scanning/KeepStore.h"
+#include "platform/KeepStore.h"
 
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
 #include <QJsonArray>
@@ -55,7 +56,12 @@ QString KeepStore::add(const QString& path) const {
 
 QString KeepStore::remove(const QString& path) const {
     const QString mark = Paths::absoluteStandardized(path);
-    return update([&mark](QStringList& paths) { paths.removeAll(mark); });
+    // The mark goes under whichever spelling of the folder it was made.
+    return update([&mark](QStringList& paths) {
+        paths.removeIf([&mark](const QString& kept) {
+            return kept == mark || PathIdentity::same(kept, mark);
+        });
+    });
 }
 
 QString KeepStore::follow(const QString& from, const QString& to) const {
@@ -92,12 +98,12 @@ QString KeepStore::update(const std::function<void(QStringList&)>& change) const
 
 bool KeepStore::isInsideKept(const QStringList& marks, const QString& path) {
     return std::any_of(marks.cbegin(), marks.cend(),
-                       [&path](const QString& mark) { return Paths::isUnder(path, mark); });
+                       [&path](const QString& mark) { return PathIdentity::isInside(path, mark); });
 }
 
 bool KeepStore::protects(const QStringList& marks, const QString& path) {
     return std::any_of(marks.cbegin(), marks.cend(), [&path](const QString& mark) {
-        return Paths::isUnder(path, mark) || Paths::isUnder(mark, path);
+        return PathIdentity::isInside(path, mark) || PathIdentity::isInside(mark, path);
     });
 }
 

@@ -40,18 +40,20 @@ public:
     Marks load() const;
 
     // Each returns an empty string when the change is saved (or there was nothing to change),
-    // else the message for the user. Paths are made absolute and standardized; no link is
-    // resolved, as the scan does not resolve them either.
+    // else the message for the user. Paths are stored made absolute and standardized, as the
+    // user reached them; they are compared by what they lead to (see below).
     QString add(const QString& path) const;
     QString remove(const QString& path) const;
     // The marks at or inside `from` move to the same places inside `to`: a moved project stays
     // kept.
     QString follow(const QString& from, const QString& to) const;
 
-    // Whether a clean must leave the folder at `path` alone: it lies in a kept folder, or holds
-    // one, which would go to the Trash with it.
+    // Whether a removal must leave the folder at `path` alone: it lies in a kept folder, or holds
+    // one, which would go to the Trash with it. Compared by the folders' identity (links
+    // resolved, case folded where the volume ignores it), so a folder kept through a linked path
+    // is kept when reached through its real path and the other way round.
     static bool protects(const QStringList& marks, const QString& path);
-    // Whether `path` lies in a kept folder (or is one).
+    // Whether `path` lies in a kept folder (or is one), compared the same way.
     static bool isInsideKept(const QStringList& marks, const QString& path);
 
 private:
