@@ -1,54 +1,48 @@
 #include "agents/ClaudeFolderLedger.h"
 
-#include "platform/JsonFile.h"
-#include "platform/Paths.h"
-
-#include <QDir>
-#include <QFileInfo>
 #include <QJsonObject>
 
 namespace corvane {
 namespace {
 
-QMap<QString, QString> mappingOf(const QJsonObject& object) {
+// Each entry comes as an object of its one member.
+bool isEntry(const QJsonValue& value) {
+    const QJsonObject member = value.toObject();
+    return member.size() == 1 && !member.begin().value().toString().isEmpty();
+}
+
+QMap<QString, QString> mappingOf(const QList<QJsonValue>& records) {
     QMap<QString, QString> mapping;
-    for (auto entry = object.begin(); entry != object.end(); ++entry) {
-        if (entry.value().isString() && !entry.value().toString().isEmpty())
-            mapping.insert(entry.key(), entry.value().toString());
+    for (const QJsonValue& record : records) {
+        const QJsonObject member = record.toObject();
+        mapping.insert(member.begin().key(), member.begin().value().toString());
     }
     return mapping;
 }
 
 } // namespace
 
+OwnFile ClaudeFolderLedger::file() const {
+    return OwnFile(url, QStringLiteral("The Claude folder ledger"),
+                   {OwnFile::Layout::members, {}, isEntry});
+}
+
 QMap<QString, QString> ClaudeFolderLedger::load() const {
-    const std::optional<QJsonValue> contents = JsonFile::read(url);
-    if (!contents || !contents->isObject())
-        return {};
-    return mappingOf(contents->toObject());
+    return mappingOf(file().load().records);
 }
 
-QString
+OwnFile::Outcome
 ClaudeFolderLedger::update(const std::function<void(QMap<QString, QString>&)>& change) const {
-    const JsonFile::Lock lock(url);
-    if (!lock.problem().isEmpty())
-        return lock.problem();
-
-    QMap<QString, QString> mapping;
-    if (QFileInfo::exists(url)) {
-        const std::optional<QJsonValue> contents = JsonFile::read(url);
-        if (!contents || !contents->isObject())
-            return QStringLiteral("%1 could not be read and was left as it is").arg(url);
-        mapping = mappingOf(contents->toObject());
-    }
-    change(mapping);
-    QJsonObject object;
-    for (auto entry = mapping.begin(); entry != mapping.end(); ++entry)
-        object.insert(entry.key(), entry.value());
-    return JsonFile::write(url, object);
+    return file().update([&change](QList<QJsonValue>& records) {
+        QMap<QString, QString> mapping = mappingOf(records);
+        change(mapping);
+        records.clear();
+        for (auto entry = mapping.begin(); entry != mapping.end(); ++entry)
+            records.append(QJsonObject{{entry.key(), entry.value()}});
+    });
 }
 
-QString ClaudeFolderLedger::record(const QString& folderName, const QString& path) const {
+OwnFile::Outcome ClaudeFolderLedger::record(const QString& folderName, const QString& path) const {
     return update([&](QMap<QString, QString>& mapping) { mapping.insert(folderName, path); });
 }
 

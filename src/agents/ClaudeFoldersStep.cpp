@@ -238,17 +238,19 @@ void FolderMover::giveBack(const ClaudeFolderMove& earlier) {
 void FolderMover::saveLedger() const {
     if (!context_.writes() || (recorded_.isEmpty() && forgotten_.isEmpty()))
         return;
-    const QString problem =
+    const OwnFile::Outcome saved =
         context_.locations.claudeFolderLedger.update([this](QMap<QString, QString>& mapping) {
             for (const QString& key : forgotten_)
                 mapping.remove(key);
             for (auto entry = recorded_.begin(); entry != recorded_.end(); ++entry)
                 mapping.insert(entry.key(), entry.value());
         });
-    if (!problem.isEmpty())
+    if (!saved.error.isEmpty())
         context_.warn(QStringLiteral("Claude Code history: the new places of the moved folders "
                                      "could not be written down (%1).")
-                          .arg(problem));
+                          .arg(saved.error));
+    if (!saved.notice.isEmpty())
+        context_.warn(QStringLiteral("Claude Code history: ") + saved.notice);
 }
 
 QStringList historyFolders(const QString& root) {

@@ -92,29 +92,50 @@ QString ArchiveCatalog::defaultURL() {
     return Paths::joined(Locations::appSupportDir(), QStringLiteral("archive-catalog.json"));
 }
 
-QList<ArchiveRecord> ArchiveCatalog::load() const {
-    const std::optional<QJsonValue> document = JsonFile::read(url);
-    if (!document || !document->isArray())
-        return {};
-    QList<ArchiveRecord> records;
-    const QJsonArray array = document->toArray();
-    for (const QJsonValue& entry : array) {
-        // One record this version cannot read makes the whole file unreadable, as a decoder of
-        // the array would; a partial list saved back would lose the others' records.
-        std::optional<ArchiveRecord> record =
-            entry.isObject() ? recordFromJson(entry.toObject()) : std::nullopt;
-        if (!record)
-            return {};
-        records.append(std::move(*record));
-    }
-    return records;
+std::optional<ArchiveRecord> ArchiveCatalog::recordFromValue(const QJsonValue& value) {
+    return value.isObject() ? recordFromJson(value.toObject()) : std::nullopt;
+}
+
+OwnFile ArchiveCatalog::file() const {
+    return OwnFile(url, QStringLiteral("The archive catalog"),
+                   {OwnFile::Layout::array, {}, [](const QJsonValue& value) {
+                        return recordFromValue(value).has_value();
+                    }});
+}
+
+ArchiveCatalog::Contents ArchiveCatalog::read() const {
+    OwnFile::Contents contents = file().load();
+    return {decodedRecords<ArchiveRecord>(contents.records, recordFromValue),
+            std::move(contents.problem)};
+}
+
+OwnFile::Outcome ArchiveCatalog::append(const ArchiveRecord& record) const {
+    return file().update(
+        [&record](QList<QJsonValue>& records) { records.append(recordJson(record)); });
+}
+
+OwnFile::Outcome ArchiveCatalog::change(const QUuid& id,
+                                        const std::function<void(ArchiveRecord&)>& edit) const {
+    const auto changing = [&](QList<QJsonValue>& records) {
+        for (QJsonValue& value : records) {
+            std::optional<ArchiveRecord> record = recordFromValue(value);
+            if (!record || record->id != id)
+                continue;
+            edit(*record);
+            value = recordJson(*record);
+        }
+    };
+    return file().update(changing, OwnFile::WhenUnreadable::refuse);
 }
 
 QString ArchiveCatalog::save(const QList<ArchiveRecord>& records) const {
-    QJsonArray array;
-    for (const ArchiveRecord& record : records)
-        array.append(recordJson(record));
-    return JsonFile::write(url, array);
+    return file()
+        .update([&records](QList<QJsonValue>& stored) {
+            stored.clear();
+            for (const ArchiveRecord& record : records)
+                stored.append(recordJson(record));
+        })
+        .error;
 }
 
 QJsonObject ArchiveCatalog::recordJson(const ArchiveRecord& record) {

@@ -87,9 +87,10 @@ bool ArchivesModel::containsItem(const QString& id) const {
 void ArchivesModel::startLoading() {
     startJob(JobKind::load, [this, catalog = services_.catalog](const CancellationToken&,
                                                                 const MainThreadPost& post) {
-        QList<ArchiveRecord> records = catalog.load();
-        post([this, records = std::move(records)] {
-            records_ = records;
+        ArchiveCatalog::Contents contents = catalog.read();
+        post([this, contents = std::move(contents)] {
+            records_ = contents.records;
+            catalogProblem_ = contents.problem;
             emit recordsChanged();
             finishLoading();
         });
@@ -264,18 +265,14 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder,
             return;
         case ArchiveEvent::Kind::finished: {
             lastRelink_ = *relink;
-            // Another window or the command line may have changed the list meanwhile.
-            records_ = services_.catalog.load();
-            for (ArchiveRecord& stored : records_) {
-                if (stored.id != record.id)
-                    continue;
-                stored.restoredAt = QDateTime::currentDateTimeUtc();
+            const QDateTime restoredAt = QDateTime::currentDateTimeUtc();
+            report(services_.catalog.change(record.id, [&](ArchiveRecord& stored) {
+                stored.restoredAt = restoredAt;
                 stored.restoredPath = event.text;
                 stored.restores.append({*stored.restoredAt, event.text});
                 if (*relink)
                     stored.relink = RelinkReportJson::toObject(**relink);
-            }
-            saveCatalog();
+            }));
             emit recordsChanged();
             toasts().post(restoredToast(record, event.text, relink->has_value(), *historyKeptAt));
             emit filesystemChanged();
@@ -286,17 +283,25 @@ void ArchivesModel::restore(const ArchiveRecord& record, const QString& folder,
 }
 
 void ArchivesModel::append(const ArchiveRecord& record) {
-    // Another window or the command line may have archived meanwhile; their records stay.
-    records_ = services_.catalog.load();
-    records_.append(record);
-    saveCatalog();
+    // Added to the catalog as it is stored now: what another window or the command line archived
+    // meanwhile stays.
+    const OwnFile::Outcome outcome = services_.catalog.append(record);
+    report(outcome);
+    // An archive that could not be recorded is still shown for this session.
+    if (!outcome.error.isEmpty())
+        records_.append(record);
     emit recordsChanged();
 }
 
-void ArchivesModel::saveCatalog() {
-    const QString error = services_.catalog.save(records_);
-    if (!error.isEmpty())
-        errorMessage_ = QStringLiteral("Could not save the archive list: ") + error;
+// Takes the catalog as stored after a change, with what the change could not do.
+void ArchivesModel::report(const OwnFile::Outcome& outcome) {
+    const ArchiveCatalog::Contents contents = services_.catalog.read();
+    records_ = contents.records;
+    catalogProblem_ = contents.problem;
+    if (!outcome.error.isEmpty())
+        errorMessage_ = QStringLiteral("Could not save the archive list: ") + outcome.error;
+    else if (!outcome.notice.isEmpty())
+        errorMessage_ = outcome.notice;
 }
 
 void ArchivesModel::cancel() {

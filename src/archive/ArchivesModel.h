@@ -62,6 +62,8 @@ public:
 
     // The catalog as last loaded, in its order.
     const QList<ArchiveRecord>& records() const { return records_; }
+    // Why the catalog, as last loaded, could not be read (or not all of it).
+    const std::optional<QString>& catalogProblem() const { return catalogProblem_; }
     // Whether the archived copy of `record` can be reached now (a folder copy: its folder exists;
     // an SSH copy: assumed reachable).
     static bool isAvailable(const ArchiveRecord& record);
@@ -120,11 +122,12 @@ private:
     // Runs one archive or restore; `onEvent` sees each event on the main thread, in order.
     void runAction(Runner runner, std::function<void(const ArchiveEvent&)> onEvent);
     void append(const ArchiveRecord& record);
-    void saveCatalog();
+    void report(const OwnFile::Outcome& outcome);
     void finishAction();
 
     Services services_;
     QList<ArchiveRecord> records_;
+    std::optional<QString> catalogProblem_;
     std::optional<ArchiveProgress> archiveProgress_;
     std::optional<QString> archiveErrorMessage_;
     std::optional<ArchiveRecord> lastArchived_;

@@ -1,5 +1,8 @@
 #include "archive/DestinationsStore.h"
 
+#include "platform/Locations.h"
+#include "platform/Paths.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -50,35 +53,117 @@ std::optional<SavedDestination> destinationFrom(const QJsonValue& value) {
                             object.value(remotePathKey).toString()};
 }
 
+QJsonObject destinationJson(const SavedDestination& destination) {
+    return {{idKey, destination.id.toString(QUuid::WithoutBraces).toUpper()},
+            {kindKey, rawKind(destination.kind)},
+            {nameKey, destination.name},
+            {smbURLKey, destination.smbURL},
+            {userKey, destination.user},
+            {hostKey, destination.host},
+            {remotePathKey, destination.remotePath}};
+}
+
+// The stored value, read afresh: another process may have changed it since this one looked.
+OwnFile::Storage settingsStorage() {
+    const auto read = [](QString* error) -> std::optional<QByteArray> {
+        QSettings settings;
+        settings.sync();
+        if (settings.status() != QSettings::NoError)
+            *error = QStringLiteral("the settings could not be read");
+        if (!settings.contains(DestinationsStore::settingsKey))
+            return std::nullopt;
+        return settings.value(DestinationsStore::settingsKey).toString().toUtf8();
+    };
+    const auto write = [](const QByteArray& bytes) {
+        QSettings settings;
+        const QJsonDocument document = QJsonDocument::fromJson(bytes);
+        settings.setValue(DestinationsStore::settingsKey,
+                          QString::fromUtf8(document.toJson(QJsonDocument::Compact)));
+        settings.sync();
+        return settings.status() == QSettings::NoError
+                   ? QString()
+                   : QStringLiteral("The settings could not be written.");
+    };
+    return {read, write};
+}
+
 } // namespace
 
+OwnFile DestinationsStore::file() {
+    // The lock and any kept copy live in the support folder; the list itself in the settings.
+    return OwnFile(
+        Paths::joined(Locations::appSupportDir(), QStringLiteral("archive-destinations.json")),
+        QStringLiteral("The archive destinations (setting \"%1\")").arg(settingsKey),
+        {OwnFile::Layout::array,
+         {},
+         [](const QJsonValue& value) { return destinationFrom(value).has_value(); }},
+        settingsStorage());
+}
+
 DestinationsStore::DestinationsStore(QObject* parent)
-    : QObject(parent)
-    , destinations_(decoded(QSettings().value(settingsKey).toByteArray())) {}
+    : QObject(parent) {
+    reload();
+}
+
+void DestinationsStore::reload() {
+    const OwnFile::Contents contents = file().load();
+    destinations_ = decodedRecords<SavedDestination>(contents.records, destinationFrom);
+    problem_ = contents.problem;
+    // That an unreadable list was kept aside stays to be said after the list is whole again.
+    if (!notice_.isEmpty())
+        problem_ = problem_ ? notice_ + u'\n' + *problem_ : notice_;
+}
+
+void DestinationsStore::change(const std::function<bool(QList<SavedDestination>&)>& edit) {
+    bool changed = false;
+    const OwnFile::Outcome outcome = file().update([&](QList<QJsonValue>& records) {
+        QList<SavedDestination> destinations =
+            decodedRecords<SavedDestination>(records, destinationFrom);
+        changed = edit(destinations);
+        if (!changed)
+            return;
+        records.clear();
+        for (const SavedDestination& destination : std::as_const(destinations))
+            records.append(destinationJson(destination));
+    });
+    if (!outcome.notice.isEmpty())
+        notice_ = outcome.notice;
+    reload();
+    if (!outcome.error.isEmpty())
+        problem_ = outcome.error;
+    if ((changed && outcome.error.isEmpty()) || problem_)
+        emit destinationsChanged();
+}
 
 QUuid DestinationsStore::add(SavedDestination::Kind kind) {
     SavedDestination destination;
     destination.id = QUuid::createUuid();
     destination.kind = kind;
     destination.remotePath = defaultRemotePath;
-    destinations_.append(destination);
-    save();
+    change([&destination](QList<SavedDestination>& destinations) {
+        destinations.append(destination);
+        return true;
+    });
     return destination.id;
 }
 
 void DestinationsStore::update(const SavedDestination& destination) {
-    for (SavedDestination& existing : destinations_) {
-        if (existing.id == destination.id) {
-            existing = destination;
-            save();
-            return;
+    change([&destination](QList<SavedDestination>& destinations) {
+        for (SavedDestination& existing : destinations) {
+            if (existing.id == destination.id) {
+                existing = destination;
+                return true;
+            }
         }
-    }
+        return false;
+    });
 }
 
 void DestinationsStore::remove(const QUuid& id) {
-    if (destinations_.removeIf([&](const SavedDestination& each) { return each.id == id; }) > 0)
-        save();
+    change([&id](QList<SavedDestination>& destinations) {
+        return destinations.removeIf([&](const SavedDestination& each) { return each.id == id; }) >
+               0;
+    });
 }
 
 std::optional<SavedDestination> DestinationsStore::named(const QString& name) const {
@@ -88,39 +173,11 @@ std::optional<SavedDestination> DestinationsStore::named(const QString& name) co
     return std::nullopt;
 }
 
-void DestinationsStore::save() {
-    QSettings().setValue(settingsKey, QString::fromUtf8(encoded(destinations_)));
-    emit destinationsChanged();
-}
-
 QByteArray DestinationsStore::encoded(const QList<SavedDestination>& destinations) {
     QJsonArray array;
-    for (const SavedDestination& destination : destinations) {
-        array.append(QJsonObject{{idKey, destination.id.toString(QUuid::WithoutBraces).toUpper()},
-                                 {kindKey, rawKind(destination.kind)},
-                                 {nameKey, destination.name},
-                                 {smbURLKey, destination.smbURL},
-                                 {userKey, destination.user},
-                                 {hostKey, destination.host},
-                                 {remotePathKey, destination.remotePath}});
-    }
+    for (const SavedDestination& destination : destinations)
+        array.append(destinationJson(destination));
     return QJsonDocument(array).toJson(QJsonDocument::Compact);
-}
-
-QList<SavedDestination> DestinationsStore::decoded(const QByteArray& json) {
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
-    if (error.error != QJsonParseError::NoError || !document.isArray())
-        return {};
-    QList<SavedDestination> destinations;
-    for (const QJsonValue& value : document.array()) {
-        const std::optional<SavedDestination> destination = destinationFrom(value);
-        // One unreadable entry makes the stored list untrustworthy as a whole.
-        if (!destination)
-            return {};
-        destinations.append(*destination);
-    }
-    return destinations;
 }
 
 } // namespace corvane

@@ -149,6 +149,15 @@ int runVolumes(bool json, Console& console) {
     return exitOk;
 }
 
+// What the stored list could not give, or a change could not do, ends the command with a failure.
+int destinationsStatus(const DestinationsStore& store, Console& console) {
+    console.out << Qt::flush;
+    if (!store.problem())
+        return exitOk;
+    console.err << *store.problem() << '\n' << Qt::flush;
+    return exitSomeFailed;
+}
+
 int runDestinations(bool json, Console& console) {
     const DestinationsStore store;
     if (json) {
@@ -156,9 +165,9 @@ int runDestinations(bool json, Console& console) {
             console,
             {{QStringLiteral("destinations"),
               QJsonDocument::fromJson(DestinationsStore::encoded(store.destinations())).array()}});
-        return exitOk;
+        return destinationsStatus(store, console);
     }
-    if (store.destinations().isEmpty())
+    if (store.destinations().isEmpty() && !store.problem())
         console.out << "No destinations yet. Mounted external drives always appear in the Archive "
                        "menu automatically.\n";
     for (const SavedDestination& destination : store.destinations()) {
@@ -169,8 +178,7 @@ int runDestinations(bool json, Console& console) {
         else
             console.out << destination.smbURL << '\n';
     }
-    console.out << Qt::flush;
-    return exitOk;
+    return destinationsStatus(store, console);
 }
 
 int runAddSshDestination(const QString& name, const QString& login,
@@ -196,9 +204,8 @@ int runAddSshDestination(const QString& name, const QString& login,
     if (remotePath)
         destination.remotePath = *remotePath;
     store.update(destination);
-    console.out << "Saved " << name << ": " << login << ':' << destination.remotePath << '\n'
-                << Qt::flush;
-    return exitOk;
+    console.out << "Saved " << name << ": " << login << ':' << destination.remotePath << '\n';
+    return destinationsStatus(store, console);
 }
 
 int runAddSmbDestination(const QString& name, const QString& url, Console& console) {
@@ -215,8 +222,8 @@ int runAddSmbDestination(const QString& name, const QString& url, Console& conso
     destination.name = name;
     destination.smbURL = url;
     store.update(destination);
-    console.out << "Saved " << name << ": " << url << '\n' << Qt::flush;
-    return exitOk;
+    console.out << "Saved " << name << ": " << url << '\n';
+    return destinationsStatus(store, console);
 }
 
 int runRemoveDestination(const QString& name, Console& console) {
@@ -227,8 +234,8 @@ int runRemoveDestination(const QString& name, Console& console) {
         return exitRefusedOrBadArguments;
     }
     store.remove(destination->id);
-    console.out << "Removed " << name << '\n' << Qt::flush;
-    return exitOk;
+    console.out << "Removed " << name << '\n';
+    return destinationsStatus(store, console);
 }
 
 int runTestDestination(const QString& name, Console& console, const ProcessRunner& runner) {
@@ -311,11 +318,10 @@ int runArchives(bool json, Console& console, ArchivesModel::Services services) {
             list.append(object);
         }
         console.out << QJsonDocument(list).toJson(QJsonDocument::Indented) << Qt::flush;
-        return exitOk;
-    }
-    if (model.records().isEmpty())
+    } else if (model.records().isEmpty() && !model.catalogProblem()) {
         console.out << "No project has been archived yet.\n";
-    for (const ArchiveRecord& record : model.records()) {
+    }
+    for (const ArchiveRecord& record : json ? QList<ArchiveRecord>() : model.records()) {
         console.out << record.name << "  " << record.archivedAt.toLocalTime().toString(Qt::ISODate)
                     << "  " << record.locationDescription() << "  ("
                     << ArchivesModel::verificationText(record.verifiedBy) << ")\n"
@@ -325,6 +331,11 @@ int runArchives(bool json, Console& console, ArchivesModel::Services services) {
                     << "\n    id " << record.id.toString(QUuid::WithoutBraces).toUpper() << '\n';
     }
     console.out << Qt::flush;
+    // Records the catalog holds but this version cannot list are no "nothing archived".
+    if (model.catalogProblem()) {
+        console.err << *model.catalogProblem() << '\n' << Qt::flush;
+        return exitSomeFailed;
+    }
     return exitOk;
 }
 

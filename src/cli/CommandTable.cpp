@@ -4,8 +4,39 @@
 #include "scanning/ScanEngine.h"
 
 #include <QCoreApplication>
+#include <QStringDecoder>
+#include <iostream>
 
 namespace corvane::cli {
+namespace {
+
+// Every argument becomes text as UTF-8. A name that is not valid UTF-8 would come out with
+// replacement characters and name a place that does not exist; it is refused for what it is.
+// The bytes that do not decode are shown as \xNN.
+std::optional<std::string> invalidUtf8Argument(int argc, char** argv) {
+    for (int index = 1; index < argc; ++index) {
+        const QByteArrayView bytes(argv[index]);
+        // Stateless, so that a sequence cut off at the end is an error too.
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        [[maybe_unused]] const QString decoded = decoder(bytes);
+        if (!decoder.hasError())
+            continue;
+        std::string shown;
+        for (const char byte : bytes) {
+            const auto value = static_cast<unsigned char>(byte);
+            if (value < 0x80) {
+                shown += byte;
+            } else {
+                static const char digits[] = "0123456789ABCDEF";
+                shown += {'\\', 'x', digits[value >> 4], digits[value & 0xF]};
+            }
+        }
+        return shown;
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 const std::vector<Command>& commandTable() {
     static const std::vector<Command> table{
@@ -107,6 +138,12 @@ int runCommandLine(int argc, char** argv) {
     app.require_subcommand(0, 1);
     // The user's own artifact rules, from the settings the app writes, hold here as they do there.
     const RulesStore rules;
+    if (const std::optional<std::string> name = invalidUtf8Argument(argc, argv)) {
+        std::cerr << "The name " << *name
+                  << " is not valid UTF-8. Corvane Clean reads names as UTF-8 text; rename it and "
+                     "try again.\n";
+        return exitRefusedOrBadArguments;
+    }
     int status = exitOk;
     for (const Command& command : commandTable())
         command.define(*app.add_subcommand(command.name, command.help), status);

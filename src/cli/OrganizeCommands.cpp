@@ -289,7 +289,15 @@ int runOrganize(const OrganizeRequest& request, Console& console,
 
 int runOrganizeUndo(bool yes, bool json, Console& console,
                     const OrganizeModel::Services& services) {
-    const std::optional<OrganizeRun> last = OrganizeJournal(services.journalURL).lastRun();
+    const OrganizeJournal::Contents journal = OrganizeJournal(services.journalURL).read();
+    // Runs this version cannot read are never "nothing to undo".
+    if (journal.problem) {
+        console.err << *journal.problem << '\n' << Qt::flush;
+        if (journal.runs.isEmpty())
+            return exitSomeFailed;
+    }
+    const std::optional<OrganizeRun> last =
+        journal.runs.isEmpty() ? std::nullopt : std::optional(journal.runs.last());
     if (!last) {
         if (json)
             printJson(console, {{QStringLiteral("restored"), QJsonArray()},

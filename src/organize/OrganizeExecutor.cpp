@@ -52,13 +52,18 @@ bool isUnderWay(const MoveRecord& move) {
     return ::kill(pid, 0) == 0 || errno == EPERM;
 }
 
-void record(const OrganizeJournal& journal, Outcome& outcome) {
-    const QString error = journal.save(outcome.run);
-    // Each save writes the whole run, so only the latest one decides what the journal holds.
-    if (error.isEmpty())
-        outcome.journalError.reset();
+// Each save writes the whole run, so only the latest one decides whether the journal holds it;
+// word that an unreadable journal was kept aside stays until a save fails.
+void record(const OrganizeJournal& journal, Outcome& outcome, QString& notice) {
+    const OwnFile::Outcome saved = journal.save(outcome.run);
+    if (!saved.notice.isEmpty())
+        notice = saved.notice;
+    if (!saved.error.isEmpty())
+        outcome.journalError = saved.error;
+    else if (!notice.isEmpty())
+        outcome.journalError = notice;
     else
-        outcome.journalError = error;
+        outcome.journalError.reset();
 }
 
 // Journals the run with the move under way as its newest, before each stage of the move.
@@ -67,7 +72,7 @@ ProjectMover::Intent intentOf(const OrganizeJournal& journal, Outcome& outcome, 
         OrganizeRun withPending = outcome.run;
         withPending.moves.append(pending);
         written = true;
-        if (const QString error = journal.save(withPending); !error.isEmpty())
+        if (const QString error = journal.save(withPending).error; !error.isEmpty())
             outcome.journalError = error;
     };
 }
@@ -75,7 +80,8 @@ ProjectMover::Intent intentOf(const OrganizeJournal& journal, Outcome& outcome, 
 // A move that failed after its intent was written leaves no trace of it in the journal.
 void forgetFailedMove(const OrganizeJournal& journal, Outcome& outcome) {
     const QString error =
-        outcome.run.moves.isEmpty() ? journal.remove(outcome.run.id) : journal.save(outcome.run);
+        (outcome.run.moves.isEmpty() ? journal.remove(outcome.run.id) : journal.save(outcome.run))
+            .error;
     if (!error.isEmpty())
         outcome.journalError = error;
 }
@@ -95,7 +101,8 @@ Outcome single(const OrganizeJournal& journal, const QString& source,
         return outcome;
     }
     outcome.run.date = QDateTime::currentDateTimeUtc();
-    record(journal, outcome);
+    QString notice;
+    record(journal, outcome, notice);
     return outcome;
 }
 
@@ -125,6 +132,7 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
     const QList<OrganizeEntry> ready = readyEntries(plan);
     Outcome outcome;
     outcome.run = newRun();
+    QString notice;
     const int count = static_cast<int>(ready.size());
     for (int index = 0; index < count; ++index) {
         const QString source = ready[index].candidate.path;
@@ -147,13 +155,13 @@ OrganizeExecutor::Outcome OrganizeExecutor::run(const QList<OrganizeEntry>& plan
             continue;
         }
         // Written after every move: whatever ends the run, the journal undoes what moved.
-        record(journal, outcome);
+        record(journal, outcome, notice);
     }
     if (outcome.run.moves.isEmpty())
         return outcome;
     trashEmptyParents(*this, outcome);
     outcome.run.date = QDateTime::currentDateTimeUtc();
-    record(journal, outcome);
+    record(journal, outcome, notice);
     return outcome;
 }
 
@@ -194,7 +202,8 @@ OrganizeExecutor::UndoOutcome OrganizeExecutor::recoverInterrupted() const {
         if (remaining.moves.size() == run.moves.size())
             continue;
         const QString error =
-            remaining.moves.isEmpty() ? journal.remove(run.id) : journal.remove(run.id, remaining);
+            (remaining.moves.isEmpty() ? journal.remove(run.id) : journal.remove(run.id, remaining))
+                .error;
         if (!error.isEmpty())
             outcome.journalError = error;
     }
@@ -238,9 +247,9 @@ OrganizeExecutor::UndoOutcome OrganizeExecutor::undoLast() const {
         remaining->trashedEmptyFolders.removeIf(
             [&](const QString& folder) { return !parents.contains(folder); });
     }
-    const QString error = journal.remove(last->id, remaining);
-    if (!error.isEmpty())
-        outcome.journalError = error;
+    const OwnFile::Outcome saved = journal.remove(last->id, remaining);
+    if (!saved.error.isEmpty() || !saved.notice.isEmpty())
+        outcome.journalError = saved.error.isEmpty() ? saved.notice : saved.error;
     return outcome;
 }
 

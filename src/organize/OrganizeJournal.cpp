@@ -4,9 +4,6 @@
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 
 namespace corvane {
@@ -55,32 +52,8 @@ std::optional<MoveRecord> moveFromJson(const QJsonObject& object) {
     return move;
 }
 
-// The runs of a journal document; nothing when any part of it is not a run, so that a journal
-// this version cannot fully read is set aside rather than rewritten without the parts it lost.
-std::optional<QList<OrganizeRun>> runsOf(const QJsonValue& document) {
-    if (!document.isArray())
-        return std::nullopt;
-    QList<OrganizeRun> runs;
-    const QJsonArray array = document.toArray();
-    for (const QJsonValue& entry : array) {
-        std::optional<OrganizeRun> run =
-            entry.isObject() ? OrganizeJournal::runFromJson(entry.toObject()) : std::nullopt;
-        if (!run)
-            return std::nullopt;
-        runs.append(std::move(*run));
-    }
-    return runs;
-}
-
-// "organize-journal.unreadable-20240501-143000.json" beside the journal, with a number added
-// when a file of that name exists already: no kept copy is ever overwritten.
-QString asidePath(const QString& url) {
-    const QString stem = Paths::joined(Paths::parentPath(url), QStringLiteral("organize-journal"));
-    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString path = stem + QStringLiteral(".unreadable-%1.json").arg(stamp);
-    for (int number = 2; QFileInfo::exists(path) || QFileInfo(path).isSymLink(); ++number)
-        path = stem + QStringLiteral(".unreadable-%1-%2.json").arg(stamp).arg(number);
-    return path;
+std::optional<OrganizeRun> runFromValue(const QJsonValue& value) {
+    return value.isObject() ? OrganizeJournal::runFromJson(value.toObject()) : std::nullopt;
 }
 
 } // namespace
@@ -91,11 +64,17 @@ OrganizeJournal::OrganizeJournal()
 OrganizeJournal::OrganizeJournal(QString url)
     : url_(std::move(url)) {}
 
-QList<OrganizeRun> OrganizeJournal::load() const {
-    const std::optional<QJsonValue> document = JsonFile::read(url_);
-    if (!document)
-        return {};
-    return runsOf(*document).value_or(QList<OrganizeRun>());
+OwnFile OrganizeJournal::file() const {
+    return OwnFile(url_, QStringLiteral("The organize journal"),
+                   {OwnFile::Layout::array, {}, [](const QJsonValue& value) {
+                        return runFromValue(value).has_value();
+                    }});
+}
+
+OrganizeJournal::Contents OrganizeJournal::read() const {
+    OwnFile::Contents contents = file().load();
+    return {decodedRecords<OrganizeRun>(contents.records, runFromValue),
+            std::move(contents.problem)};
 }
 
 std::optional<OrganizeRun> OrganizeJournal::lastRun() const {
@@ -105,7 +84,7 @@ std::optional<OrganizeRun> OrganizeJournal::lastRun() const {
     return runs.last();
 }
 
-QString OrganizeJournal::save(const OrganizeRun& run) const {
+OwnFile::Outcome OrganizeJournal::save(const OrganizeRun& run) const {
     return update([&](QList<OrganizeRun>& runs) {
         for (OrganizeRun& existing : runs) {
             if (existing.id == run.id) {
@@ -117,8 +96,8 @@ QString OrganizeJournal::save(const OrganizeRun& run) const {
     });
 }
 
-QString OrganizeJournal::remove(const QUuid& id,
-                                const std::optional<OrganizeRun>& remaining) const {
+OwnFile::Outcome OrganizeJournal::remove(const QUuid& id,
+                                         const std::optional<OrganizeRun>& remaining) const {
     return update([&](QList<OrganizeRun>& runs) {
         for (qsizetype i = 0; i < runs.size(); ++i) {
             if (runs[i].id != id)
@@ -132,30 +111,19 @@ QString OrganizeJournal::remove(const QUuid& id,
     });
 }
 
-QString OrganizeJournal::update(const std::function<void(QList<OrganizeRun>&)>& change) const {
-    const JsonFile::Lock lock(url_);
-    if (!lock.problem().isEmpty())
-        return lock.problem();
-
-    QList<OrganizeRun> runs;
-    if (QFileInfo::exists(url_)) {
-        const std::optional<QJsonValue> document = JsonFile::read(url_);
-        const std::optional<QList<OrganizeRun>> read = document ? runsOf(*document) : std::nullopt;
-        if (read) {
-            runs = *read;
-        } else {
-            const QString aside = asidePath(url_);
-            if (!QFile::rename(url_, aside))
-                return QStringLiteral("%1 could not be read and could not be set aside").arg(url_);
-        }
-    }
-    change(runs);
-    if (runs.size() > keptRuns)
-        runs.remove(0, runs.size() - keptRuns);
-    QJsonArray array;
-    for (const OrganizeRun& run : std::as_const(runs))
-        array.append(runJson(run));
-    return JsonFile::write(url_, array);
+// The runs this version reads are changed; those it can't read stay as they are, and are not
+// counted among the kept runs.
+OwnFile::Outcome
+OrganizeJournal::update(const std::function<void(QList<OrganizeRun>&)>& change) const {
+    return file().update([&change](QList<QJsonValue>& records) {
+        QList<OrganizeRun> runs = decodedRecords<OrganizeRun>(records, runFromValue);
+        change(runs);
+        if (runs.size() > keptRuns)
+            runs.remove(0, runs.size() - keptRuns);
+        records.clear();
+        for (const OrganizeRun& run : std::as_const(runs))
+            records.append(runJson(run));
+    });
 }
 
 QJsonObject OrganizeJournal::runJson(const OrganizeRun& run) {

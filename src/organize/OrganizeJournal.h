@@ -1,6 +1,7 @@
 #pragma once
 
 #include "organize/OrganizeTypes.h"
+#include "platform/OwnFile.h"
 
 #include <QJsonObject>
 #include <QList>
@@ -12,9 +13,9 @@
 namespace corvane {
 
 // Every organize run, newest last, in "organize-journal.json" in the application's support
-// folder: pretty-printed with sorted keys, replaced atomically, changed under a lock so that the
-// app and the command line never lose each other's runs. A journal that can't be read counts as
-// empty, and it is never overwritten: before the first save it is set aside beside the new one.
+// folder: pretty-printed with sorted keys, changed as an own file (OwnFile) so that the app and
+// the command line never lose each other's runs. A journal that can't be read is reported, and
+// before the first save over it its bytes are kept beside it; runs this version can't read stay.
 class OrganizeJournal {
 public:
     // How many runs are kept; only the newest is offered for undo.
@@ -26,18 +27,24 @@ public:
 
     const QString& url() const { return url_; }
 
-    // The runs, oldest first; empty when the file is missing or unreadable.
-    QList<OrganizeRun> load() const;
+    struct Contents {
+        // Oldest first.
+        QList<OrganizeRun> runs;
+        // Why the journal could not be read, or not all of it, for the user.
+        std::optional<QString> problem;
+    };
+    Contents read() const;
+    // The runs this version reads, oldest first.
+    QList<OrganizeRun> load() const { return read().runs; }
     // The newest run, if any.
     std::optional<OrganizeRun> lastRun() const;
 
     // Adds `run`, or replaces the run with its id (a run is saved after each of its moves).
-    // Returns an empty string on success, else the message for the user.
-    QString save(const OrganizeRun& run) const;
+    OwnFile::Outcome save(const OrganizeRun& run) const;
     // Removes the run with `id`; replaces it with `remaining` when given (the moves that did not
     // go back).
-    QString remove(const QUuid& id,
-                   const std::optional<OrganizeRun>& remaining = std::nullopt) const;
+    OwnFile::Outcome remove(const QUuid& id,
+                            const std::optional<OrganizeRun>& remaining = std::nullopt) const;
 
     // The JSON forms with the journal's keys.
     static QJsonObject runJson(const OrganizeRun& run);
@@ -45,7 +52,8 @@ public:
     static std::optional<OrganizeRun> runFromJson(const QJsonObject& object);
 
 private:
-    QString update(const std::function<void(QList<OrganizeRun>&)>& change) const;
+    OwnFile::Outcome update(const std::function<void(QList<OrganizeRun>&)>& change) const;
+    OwnFile file() const;
 
     QString url_;
 };

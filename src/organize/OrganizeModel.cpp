@@ -176,8 +176,9 @@ void OrganizeModel::startLoading() {
                  if (recovers)
                      recovered = executor.recoverInterrupted();
                  PlanResult result = makePlan(inputs, cancellation);
-                 const bool hasRun = OrganizeJournal(journalURL).lastRun().has_value();
-                 post([this, result = std::move(result), hasRun, recovered = std::move(recovered)] {
+                 const OrganizeJournal::Contents journal = OrganizeJournal(journalURL).read();
+                 post([this, result = std::move(result), hasRun = !journal.runs.isEmpty(),
+                       problem = journal.problem, recovered = std::move(recovered)] {
                      if (!recovered.nothingToUndo)
                          reportRecovery(recovered);
                      entries_ = result.entries;
@@ -185,6 +186,7 @@ void OrganizeModel::startLoading() {
                      processes_ = result.processes;
                      shell_ = result.shell;
                      setCanUndo(hasRun);
+                     journalProblem_ = problem;
                      emit planChanged();
                      finishLoading();
                  });

@@ -83,6 +83,8 @@ public:
 
     // Whether the journal holds a run to undo, as of the last load or action.
     bool canUndo() const { return canUndo_; }
+    // Why the journal, as of the last load, could not be read (or not all of it).
+    const std::optional<QString>& journalProblem() const { return journalProblem_; }
     void undoLast();
     // The outcome of the last action when it was an undo.
     const std::optional<OrganizeExecutor::UndoOutcome>& lastUndo() const { return lastUndo_; }
@@ -130,6 +132,7 @@ private:
     std::optional<OrganizeExecutor::Outcome> lastOutcome_;
     std::optional<OrganizeExecutor::UndoOutcome> lastUndo_;
     bool canUndo_ = false;
+    std::optional<QString> journalProblem_;
     CancellationToken runCancellation_;
 };
 

@@ -13,6 +13,19 @@ const QList<OrganizeLayout>& allOrganizeLayouts() {
 QString rawValue(OrganizeLayout layout) {
     switch (layout) {
     case OrganizeLayout::byAgent:
+        return QStringLiteral("byAgent");
+    case OrganizeLayout::byOwner:
+        return QStringLiteral("byOwner");
+    case OrganizeLayout::flat:
+        return QStringLiteral("flat");
+    }
+    return {};
+}
+
+// "by-agent" is also what earlier versions stored.
+QString argumentName(OrganizeLayout layout) {
+    switch (layout) {
+    case OrganizeLayout::byAgent:
         return QStringLiteral("by-agent");
     case OrganizeLayout::byOwner:
         return QStringLiteral("by-owner");
@@ -24,7 +37,7 @@ QString rawValue(OrganizeLayout layout) {
 
 std::optional<OrganizeLayout> organizeLayoutFromRaw(const QString& raw) {
     for (OrganizeLayout layout : allOrganizeLayouts()) {
-        if (rawValue(layout) == raw)
+        if (rawValue(layout) == raw || argumentName(layout) == raw)
             return layout;
     }
     return std::nullopt;

@@ -36,8 +36,10 @@ struct OrganizeCandidate {
 enum class OrganizeLayout { byAgent, byOwner, flat };
 
 const QList<OrganizeLayout>& allOrganizeLayouts();
-// "by-agent", "by-owner", "flat": the form kept in the user defaults and given on the command line.
+// "byAgent", "byOwner", "flat": the form kept in the user defaults and printed by --json.
 QString rawValue(OrganizeLayout layout);
+// The layout of a raw value, or of the command line's "by-agent", "by-owner" (also what earlier
+// versions kept in the user defaults).
 std::optional<OrganizeLayout> organizeLayoutFromRaw(const QString& raw);
 // "By agent", "By owner", "Flat".
 QString displayName(OrganizeLayout layout);

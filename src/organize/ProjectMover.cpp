@@ -140,7 +140,8 @@ MoveRecord ProjectMover::move(const QString& sourcePath, const QString& destinat
     record.createdFolders = createFolders(record.createdFolders);
     if (const std::optional<QString> error = renameFolder(source, destination)) {
         removeEmptyFolders(record.createdFolders);
-        refuse(QStringLiteral("Could not move %1: %2").arg(source, *error));
+        // The front ends say which move failed; the refusal is its cause.
+        refuse(*error);
     }
     record.stage = MoveRecord::Stage::relinking;
     if (intent)
@@ -221,8 +222,7 @@ void ProjectMover::undo(const MoveRecord& record) const {
     if (!QDir().mkpath(parent))
         refuse(QStringLiteral("Could not create %1.").arg(parent));
     if (const std::optional<QString> error = renameFolder(record.destination, record.source))
-        refuse(QStringLiteral("Could not move %1 back to %2: %3")
-                   .arg(record.destination, record.source, *error));
+        refuse(*error);
     relinker.undo(record.relink, normalizedSource, normalizedDestination);
     // The folder is back, so the undo succeeded; marks that cannot follow (an unreadable file)
     // are reported by every screen that reads them.

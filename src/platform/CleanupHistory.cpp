@@ -6,11 +6,8 @@
 #include "platform/Paths.h"
 #include "platform/TrashService.h"
 
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
 
 namespace corvane {
 namespace {
@@ -82,60 +79,18 @@ std::optional<CleanupItem> itemFromJson(const QJsonValue& value) {
     return item;
 }
 
-struct Read {
-    QList<Cleanup> cleanups;
-    std::optional<QString> problem;
-};
-
-// Every cleanup of the file, or why it can't be read; a file this version cannot fully read is
-// unreadable as a whole, so that nothing is ever rewritten without the parts it lost.
-Read readHistory(const QString& path) {
-    QFile file(path);
-    if (!file.exists())
-        return {};
-    const auto unreadable = [&path](const QString& why) {
-        return Read{{},
-                    QStringLiteral("The cleanup history %1 could not be read: %2. It is left as "
-                                   "it is.")
-                        .arg(path, why)};
-    };
-    if (!file.open(QIODevice::ReadOnly))
-        return unreadable(file.errorString());
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-    if (error.error != QJsonParseError::NoError)
-        return unreadable(
-            QStringLiteral("%1 at byte %2").arg(error.errorString()).arg(error.offset));
-    const QJsonValue list = document.object().value(cleanupsKey);
-    if (!document.isObject() || !list.isArray())
-        return unreadable(QStringLiteral("it holds no list of cleanups"));
-    Read read;
-    const QJsonArray array = list.toArray();
-    for (const QJsonValue& entry : array) {
-        std::optional<Cleanup> cleanup = CleanupHistory::cleanupFromJson(entry.toObject());
-        if (!cleanup)
-            return unreadable(QStringLiteral("one of its cleanups is incomplete"));
-        read.cleanups.append(std::move(*cleanup));
-    }
-    return read;
+std::optional<Cleanup> cleanupFromValue(const QJsonValue& value) {
+    return value.isObject() ? CleanupHistory::cleanupFromJson(value.toObject()) : std::nullopt;
 }
 
-QString write(const QString& path, const QList<Cleanup>& cleanups) {
-    QJsonArray array;
-    for (const Cleanup& cleanup : cleanups)
-        array.append(CleanupHistory::cleanupJson(cleanup));
-    return JsonFile::write(path, QJsonObject{{cleanupsKey, array}});
-}
-
-// "cleanup-history.unreadable-20261125-161611.json" beside the history, with a number added when
-// that name is taken: no kept copy is ever overwritten.
-QString asidePath(const QString& path) {
-    const QString stem = Paths::joined(Paths::parentPath(path), QStringLiteral("cleanup-history"));
-    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString aside = stem + QStringLiteral(".unreadable-%1.json").arg(stamp);
-    for (int number = 2; QFileInfo::exists(aside) || QFileInfo(aside).isSymLink(); ++number)
-        aside = stem + QStringLiteral(".unreadable-%1-%2.json").arg(stamp).arg(number);
-    return aside;
+// The cleanups this version reads, changed by `change`, back as records.
+void changeCleanups(QList<QJsonValue>& records,
+                    const std::function<void(QList<Cleanup>&)>& change) {
+    QList<Cleanup> cleanups = decodedRecords<Cleanup>(records, cleanupFromValue);
+    change(cleanups);
+    records.clear();
+    for (const Cleanup& cleanup : std::as_const(cleanups))
+        records.append(CleanupHistory::cleanupJson(cleanup));
 }
 
 // The date to the second, in UTC; a number follows when a cleanup of that second exists.
@@ -173,61 +128,54 @@ CleanupHistory::CleanupHistory()
 CleanupHistory::CleanupHistory(QString path)
     : path_(std::move(path)) {}
 
+OwnFile CleanupHistory::file() const {
+    return OwnFile(path_, QStringLiteral("The cleanup history"),
+                   {OwnFile::Layout::keyedArray, cleanupsKey,
+                    [](const QJsonValue& value) { return cleanupFromValue(value).has_value(); }});
+}
+
 CleanupHistory::Contents CleanupHistory::load() const {
-    Read read = readHistory(path_);
-    return {std::move(read.cleanups), std::move(read.problem)};
+    OwnFile::Contents contents = file().load();
+    return {decodedRecords<Cleanup>(contents.records, cleanupFromValue),
+            std::move(contents.problem)};
 }
 
 RecordedCleanup CleanupHistory::record(const QString& area, const QList<CleanupItem>& items,
                                        const QDateTime& date) const {
     if (items.isEmpty())
         return {};
-    const JsonFile::Lock lock(path_);
-    if (!lock.problem().isEmpty())
-        return {std::nullopt, QStringLiteral("This cleanup could not be added to the history: ") +
-                                  lock.problem()};
-    Read read = readHistory(path_);
-    RecordedCleanup recorded;
-    if (read.problem) {
-        const QString aside = asidePath(path_);
-        if (!QFile::rename(path_, aside))
-            return {std::nullopt,
-                    QStringLiteral("This cleanup could not be added to the history: %1 could not "
-                                   "be read and could not be set aside.")
-                        .arg(path_)};
-        recorded.notice = QStringLiteral("The cleanup history could not be read, so it was kept "
-                                         "as %1 and a new one begun.")
-                              .arg(aside);
-    }
-    Cleanup cleanup{newID(date, read.cleanups), date, area, items};
-    read.cleanups.append(cleanup);
-    if (read.cleanups.size() > keptCleanups)
-        read.cleanups.remove(0, read.cleanups.size() - keptCleanups);
-    if (const QString problem = write(path_, read.cleanups); !problem.isEmpty())
+    QString id;
+    const OwnFile::Outcome outcome = file().update([&](QList<QJsonValue>& records) {
+        changeCleanups(records, [&](QList<Cleanup>& cleanups) {
+            id = newID(date, cleanups);
+            cleanups.append({id, date, area, items});
+            if (cleanups.size() > keptCleanups)
+                cleanups.remove(0, cleanups.size() - keptCleanups);
+        });
+    });
+    if (!outcome.error.isEmpty())
         return {std::nullopt,
-                QStringLiteral("This cleanup could not be added to the history: ") + problem};
-    recorded.id = cleanup.id;
-    return recorded;
+                QStringLiteral("This cleanup could not be added to the history: ") + outcome.error};
+    return {id, outcome.notice};
 }
 
+// Marks only what the history holds; one that can't be read is left for the user to fix.
 QString CleanupHistory::markPutBack(const QString& id, const QList<QString>& originalPaths) const {
     if (originalPaths.isEmpty())
         return {};
-    const JsonFile::Lock lock(path_);
-    if (!lock.problem().isEmpty())
-        return lock.problem();
-    Read read = readHistory(path_);
-    if (read.problem)
-        return *read.problem;
-    for (Cleanup& cleanup : read.cleanups) {
-        if (cleanup.id != id)
-            continue;
-        for (CleanupItem& item : cleanup.items) {
-            if (originalPaths.contains(item.originalPath))
-                item.isPutBack = true;
-        }
-    }
-    return write(path_, read.cleanups);
+    const auto marking = [&](QList<QJsonValue>& records) {
+        changeCleanups(records, [&](QList<Cleanup>& cleanups) {
+            for (Cleanup& cleanup : cleanups) {
+                if (cleanup.id != id)
+                    continue;
+                for (CleanupItem& item : cleanup.items) {
+                    if (originalPaths.contains(item.originalPath))
+                        item.isPutBack = true;
+                }
+            }
+        });
+    };
+    return file().update(marking, OwnFile::WhenUnreadable::refuse).error;
 }
 
 QJsonObject CleanupHistory::cleanupJson(const Cleanup& cleanup) {

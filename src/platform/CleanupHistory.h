@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/OwnFile.h"
 #include "platform/PlatformTrash.h"
 #include "platform/ToastCenter.h"
 
@@ -52,9 +53,9 @@ struct RecordedCleanup {
 };
 
 // The cleanups of every area, newest last, in "cleanup-history.json" in the application's support
-// folder: pretty-printed with sorted keys, replaced atomically, changed under a lock so that the
-// app and the command line never lose each other's cleanups. A history that can't be read is never
-// overwritten: recording sets it aside first, and marking refuses to write.
+// folder: pretty-printed with sorted keys, changed as an own file (OwnFile) so that the app and the
+// command line never lose each other's cleanups. A history that can't be read is never taken for
+// empty: recording keeps its bytes aside first, and marking refuses to write.
 class CleanupHistory {
 public:
     static constexpr int keptCleanups = 100;
@@ -68,7 +69,7 @@ public:
     struct Contents {
         // Oldest first.
         QList<Cleanup> cleanups;
-        // Why the file could not be read; it is left as it is.
+        // Why the file could not be read, or not all of it; it is left as it is.
         std::optional<QString> problem;
     };
     Contents load() const;
@@ -85,6 +86,8 @@ public:
     static std::optional<Cleanup> cleanupFromJson(const QJsonObject& object);
 
 private:
+    OwnFile file() const;
+
     QString path_;
 };
 

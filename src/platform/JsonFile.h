@@ -18,7 +18,8 @@ QByteArray serialized(const QJsonValue& value);
 QString writeAtomically(const QString& path, const QByteArray& contents);
 QString write(const QString& path, const QJsonValue& value);
 
-// The parsed contents, or nothing when the file is missing, unreadable or not JSON.
+// The parsed contents, or nothing when the file is missing, unreadable or not JSON: for files of
+// other programs. The app's own files are read through OwnFile, which tells these apart.
 std::optional<QJsonValue> read(const QString& path);
 
 // Holds the lock of the file at `path` (a ".lock" file beside it) for as long as it lives, so that

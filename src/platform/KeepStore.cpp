@@ -5,31 +5,17 @@
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
-#include <QDir>
-#include <QFileInfo>
 #include <QJsonArray>
 
 namespace corvane {
 namespace {
 
-QString unreadableMessage(const QString& url) {
-    return QStringLiteral("%1 could not be read as a list of folder paths. Fix or remove it; "
-                          "until then no Keep mark can change.")
-        .arg(url);
+bool isMark(const QJsonValue& value) {
+    return value.isString() && value.toString().startsWith(u'/');
 }
 
-// The paths of the document, or nothing when any entry is not an absolute path: a file this
-// version cannot fully read is left alone rather than rewritten without what it could not read.
-std::optional<QStringList> pathsOf(const QJsonValue& document) {
-    if (!document.isArray())
-        return std::nullopt;
-    QStringList paths;
-    for (const QJsonValue& entry : document.toArray()) {
-        if (!entry.isString() || !entry.toString().startsWith(u'/'))
-            return std::nullopt;
-        paths.append(Paths::standardized(entry.toString()));
-    }
-    return paths;
+std::optional<QString> markFrom(const QJsonValue& value) {
+    return isMark(value) ? std::optional(Paths::standardized(value.toString())) : std::nullopt;
 }
 
 void tidy(QStringList& paths) {
@@ -45,15 +31,22 @@ KeepStore::KeepStore()
 KeepStore::KeepStore(QString url)
     : url_(std::move(url)) {}
 
+OwnFile KeepStore::file() const {
+    return OwnFile(url_, QStringLiteral("The Keep marks"), {OwnFile::Layout::array, {}, isMark});
+}
+
+// A file that cannot be read at all protects nothing it still holds, so it is never started
+// afresh: every change is refused until the user fixes it. Entries this version does not know
+// leave the readable marks binding.
 KeepStore::Marks KeepStore::load() const {
-    if (!QFileInfo::exists(url_))
-        return {};
-    const std::optional<QJsonValue> document = JsonFile::read(url_);
-    std::optional<QStringList> paths = document ? pathsOf(*document) : std::nullopt;
-    if (!paths)
-        return {{}, unreadableMessage(url_)};
-    tidy(*paths);
-    return {*paths, std::nullopt};
+    const OwnFile::Contents contents = file().load();
+    if (contents.state == OwnFile::State::unreadable)
+        return {{},
+                *contents.problem + QStringLiteral(" Until it is fixed or removed no Keep "
+                                                   "mark can change.")};
+    QStringList paths = decodedRecords<QString>(contents.records, markFrom);
+    tidy(paths);
+    return {paths, contents.problem};
 }
 
 QString KeepStore::add(const QString& path) const {
@@ -85,22 +78,22 @@ QString KeepStore::follow(const QString& from, const QString& to) const {
 }
 
 QString KeepStore::update(const std::function<void(QStringList&)>& change) const {
-    const JsonFile::Lock lock(url_);
-    if (!lock.problem().isEmpty())
-        return lock.problem();
-    // Read again under the lock: another process may have changed the marks meanwhile.
-    Marks marks = load();
-    if (marks.error)
-        return *marks.error;
-    const QStringList before = marks.paths;
-    change(marks.paths);
-    tidy(marks.paths);
-    if (marks.paths == before)
-        return {};
-    QJsonArray array;
-    for (const QString& path : std::as_const(marks.paths))
-        array.append(path);
-    return JsonFile::write(url_, array);
+    const auto changing = [&change](QList<QJsonValue>& records) {
+        QStringList paths = decodedRecords<QString>(records, markFrom);
+        tidy(paths);
+        const QStringList before = paths;
+        change(paths);
+        tidy(paths);
+        if (paths == before)
+            return;
+        records.clear();
+        for (const QString& path : std::as_const(paths))
+            records.append(path);
+    };
+    const OwnFile::Outcome outcome = file().update(changing, OwnFile::WhenUnreadable::refuse);
+    return outcome.error.isEmpty() ? QString()
+                                   : outcome.error + QStringLiteral(" No Keep mark "
+                                                                    "changed.");
 }
 
 bool KeepStore::isInsideKept(const QStringList& marks, const QString& path) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/OwnFile.h"
+
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -13,9 +15,10 @@ namespace corvane {
 //
 //     ["/Users/me/Code/app", "/Users/me/Code/tool/vendor"]
 //
-// Every change reads the file, changes it and replaces it atomically under a lock, so the app and
-// the command line never lose each other's marks. A file that cannot be read is never replaced:
-// every change is refused with a message that says which file to fix, and it stays as it is.
+// Every change goes through OwnFile (read, change and atomic replace under a lock), so the app and
+// the command line never lose each other's marks. A file that cannot be read at all is never
+// replaced: every change is refused with a message that says which file to fix. Entries this
+// version cannot read are reported and kept; the readable marks still bind.
 class KeepStore {
 public:
     static inline const QString fileName = QStringLiteral("keep.json");
@@ -29,7 +32,7 @@ public:
     struct Marks {
         // Sorted.
         QStringList paths;
-        // Why the file could not be read; `paths` is empty then.
+        // Why the file could not be read (`paths` is empty then), or not all of it.
         std::optional<QString> error;
     };
 
@@ -54,6 +57,7 @@ public:
     static bool isInsideKept(const QStringList& marks, const QString& path);
 
 private:
+    OwnFile file() const;
     QString update(const std::function<void(QStringList&)>& change) const;
 
     QString url_;

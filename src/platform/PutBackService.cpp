@@ -131,7 +131,8 @@ PutBackOutcome PutBackService::putBack(const CleanupHistory& history,
     const CleanupHistory::Contents contents = history.load();
     PutBackOutcome outcome;
     outcome.wasDryRun = dryRun;
-    if (contents.problem) {
+    // The cleanups this version reads can go back even when others in the file cannot be read.
+    if (contents.problem && contents.cleanups.isEmpty()) {
         outcome.refusal = PutBackOutcome::Refusal::unreadableHistory;
         outcome.message = *contents.problem;
         return outcome;

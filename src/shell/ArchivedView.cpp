@@ -145,7 +145,7 @@ void ArchivedView::showRecords() {
     }
     if (!list_->currentItem() && list_->topLevelItemCount() > 0)
         list_->setCurrentItem(list_->topLevelItem(0));
-    state_->setText(model_.records().isEmpty()
+    state_->setText(model_.records().isEmpty() && !model_.catalogProblem()
                         ? (model_.hasLoaded() ? QStringLiteral("No project has been archived yet. "
                                                                "Archive… on a project moves it to "
                                                                "a drive, a share or a server.")
@@ -168,8 +168,12 @@ void ArchivedView::updateSelection() {
     }
     hint_->setText(hint);
     restore_->setToolTip(hint);
-    error_->setText(model_.errorMessage().value_or(QString()));
-    error_->setVisible(model_.errorMessage().has_value());
+    QStringList errors;
+    for (const std::optional<QString>& error : {model_.catalogProblem(), model_.errorMessage()})
+        if (error)
+            errors.append(*error);
+    error_->setText(errors.join(u'\n'));
+    error_->setVisible(!errors.isEmpty());
     removePartial_->setVisible(idle && lastRestore_ && !model_.lastActionWasArchive() &&
                                model_.interruptedCopy().has_value());
 }

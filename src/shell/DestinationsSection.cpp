@@ -42,6 +42,7 @@ DestinationsSection::DestinationsSection(DestinationsStore& store, QWidget* pare
     , table_(new QTableWidget(this))
     , empty_(new QLabel(emptyText, this))
     , result_(new QLabel(this))
+    , problem_(new QLabel(this))
     , remove_(new QPushButton(QStringLiteral("Remove"), this))
     , test_(new QPushButton(QStringLiteral("Test Connection"), this)) {
     setObjectName(QStringLiteral("destinationsSection"));
@@ -54,6 +55,9 @@ DestinationsSection::DestinationsSection(DestinationsStore& store, QWidget* pare
     explanation->setForegroundRole(QPalette::PlaceholderText);
     empty_->setWordWrap(true);
     empty_->setForegroundRole(QPalette::PlaceholderText);
+    problem_->setObjectName(QStringLiteral("destinationsProblem"));
+    problem_->setWordWrap(true);
+    problem_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     result_->setObjectName(QStringLiteral("destinationTestResult"));
     result_->setWordWrap(true);
     result_->setTextInteractionFlags(Qt::TextSelectableByMouse);
@@ -99,6 +103,7 @@ DestinationsSection::DestinationsSection(DestinationsStore& store, QWidget* pare
     layout->addWidget(explanation);
     layout->addWidget(table_, 1);
     layout->addWidget(empty_);
+    layout->addWidget(problem_);
     layout->addLayout(buttons);
     layout->addWidget(result_);
     showDestinations();
@@ -127,7 +132,9 @@ void DestinationsSection::showDestinations() {
     }
     if (current >= 0 && current < table_->rowCount())
         table_->selectRow(current);
-    empty_->setVisible(store_.destinations().isEmpty());
+    empty_->setVisible(store_.destinations().isEmpty() && !store_.problem());
+    problem_->setText(store_.problem().value_or(QString()));
+    problem_->setVisible(store_.problem().has_value());
     showing_ = false;
     updateButtons();
 }

@@ -44,6 +44,8 @@ private:
     QTableWidget* table_;
     QLabel* empty_;
     QLabel* result_;
+    // Why the saved list, or part of it, could not be read or changed.
+    QLabel* problem_;
     QPushButton* remove_;
     QPushButton* test_;
     bool showing_ = false;

@@ -180,6 +180,7 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     connect(&model_, &OrganizeModel::choicesChanged, this, &OrganizeView::showChoices);
     connect(&model_, &OrganizeModel::planChanged, this, &OrganizeView::showPlan);
     connect(&model_, &OrganizeModel::planChanged, this, &OrganizeView::showOrphans);
+    connect(&model_, &OrganizeModel::planChanged, this, &OrganizeView::showOutcome);
     connect(&model_, &OrganizeModel::progressChanged, this, &OrganizeView::showProgress);
     connect(&model_, &OrganizeModel::actionFinished, this, &OrganizeView::showOutcome);
     for (const auto signal :
@@ -289,6 +290,8 @@ void OrganizeView::showProgress() {
 
 void OrganizeView::showOutcome() {
     QStringList lines;
+    if (model_.journalProblem())
+        lines.append(*model_.journalProblem());
     if (const auto& undo = model_.lastUndo()) {
         lines.append(
             QStringLiteral("Put back %1.").arg(projectsWord(undo->restored.size()).toLower()));

@@ -46,7 +46,7 @@ TEST(AgentHistoryIndex, ClaudeSessionsTakeTheirFolderFromTheFileOrElseTheLedger)
                              "{\"pad\":\"" + QByteArray(600'000, 'x') + "\"}\n" +
                                  test::claudeLine(s("/elsewhere")));
     test::writeClaudeSession(locations, s("-unknown"), s("lost"), "{\"type\":\"summary\"}\n");
-    ASSERT_EQ(locations.claudeFolderLedger.record(s("-c-b"), s("/c/b")), QString());
+    ASSERT_EQ(locations.claudeFolderLedger.record(s("-c-b"), s("/c/b")).error, QString());
 
     const AgentHistoryIndex index = AgentHistoryIndex::build(locations);
     EXPECT_EQ(test::idsOf(index.sessionsIn(s("/a/b"))), QStringList{s("native")});

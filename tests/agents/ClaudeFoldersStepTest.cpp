@@ -35,7 +35,7 @@ TEST(ClaudeFoldersStep, RenamesTheFoldersOfThePathAndWhatIsInsideButNotOfASiblin
                              "{\"pad\":\"" + QByteArray(530'000, 'x') + "\"}\n" +
                                  test::claudeLine(s("/somewhere/else")));
     test::writeClaudeSession(locations, s("-a-b-unknown"), s("s"), "{\"type\":\"summary\"}\n");
-    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-b-far"), s("/a/b/far")), QString());
+    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-b-far"), s("/a/b/far")).error, QString());
     const AgentRelinker relinker{locations};
 
     const RelinkReport report = relinker.relink(s("/a/b"), s("/c/b"));

@@ -4,9 +4,12 @@
 #include "AgentFixtures.h"
 #include "agents/AgentRelinker.h"
 #include "agents/RelinkStep.h"
+#include "platform/Paths.h"
 #include "support/TestEnvironment.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
@@ -23,7 +26,7 @@ TEST(ClaudeFolderLedger, ChangesFromManyWritersAtOnceAreAllKept) {
         threads.emplace_back([&locations, writer] {
             for (int entry = 0; entry < entriesEach; ++entry) {
                 const QString name = QStringLiteral("-w%1-e%2").arg(writer).arg(entry);
-                EXPECT_EQ(locations.claudeFolderLedger.record(name, u'/' + name), QString());
+                EXPECT_EQ(locations.claudeFolderLedger.record(name, u'/' + name).error, QString());
             }
         });
     }
@@ -39,8 +42,8 @@ TEST(ClaudeFolderLedger, TwoRelinksAtOnceKeepEveryEntry) {
     for (const char* folder : {"-a-one", "-a-two"})
         test::writeClaudeSession(locations, QString::fromLatin1(folder), s("s"),
                                  "{\"type\":\"summary\"}\n");
-    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-one"), s("/a/one")), QString());
-    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-two"), s("/a/two")), QString());
+    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-one"), s("/a/one")).error, QString());
+    ASSERT_EQ(locations.claudeFolderLedger.record(s("-a-two"), s("/a/two")).error, QString());
     const AgentRelinker relinker{locations};
 
     RelinkReport first;
@@ -59,19 +62,23 @@ TEST(ClaudeFolderLedger, TwoRelinksAtOnceKeepEveryEntry) {
     EXPECT_EQ(test::sessionIDsIn(locations, s("/b/two")), QStringList{s("s")});
 }
 
-TEST(ClaudeFolderLedger, ALedgerThatCannotBeReadIsNeverWrittenOver) {
+TEST(ClaudeFolderLedger, ALedgerThatCannotBeReadIsKeptAsideBeforeANewOneIsBegun) {
     AgentLocations locations = test::makeAgentHome();
-    test::writeFile(locations.claudeFolderLedger.url, "{\"-a-b\": \"/a/b\", ");
-    const QString problem = locations.claudeFolderLedger.record(s("-c-d"), s("/c/d"));
-    EXPECT_TRUE(problem.contains(s("could not be read"))) << qPrintable(problem);
-    EXPECT_EQ(test::readBytes(locations.claudeFolderLedger.url), "{\"-a-b\": \"/a/b\", ");
+    const QByteArray cutShort = "{\"-a-b\": \"/a/b\", ";
+    test::writeFile(locations.claudeFolderLedger.url, cutShort);
 
-    // A relink that moves history says so and leaves the ledger as it found it.
+    // A relink that moves history says where the old ledger went.
     test::writeClaudeSessionIn(locations, s("/x/y"));
     const RelinkReport report = AgentRelinker{locations}.relink(s("/x/y"), s("/z/y"));
+    const QString folder = Paths::parentPath(locations.claudeFolderLedger.url);
+    const QString stem = QFileInfo(locations.claudeFolderLedger.url).completeBaseName();
+    const QStringList copies = QDir(folder).entryList({stem + s(".unreadable-*.json")});
+    ASSERT_EQ(copies.size(), 1);
+    EXPECT_EQ(test::readBytes(Paths::joined(folder, copies.first())), cutShort);
     ASSERT_EQ(report.warnings.size(), 1);
-    EXPECT_TRUE(report.warnings[0].contains(s("could not be written down")));
-    EXPECT_EQ(test::readBytes(locations.claudeFolderLedger.url), "{\"-a-b\": \"/a/b\", ");
+    EXPECT_TRUE(report.warnings[0].contains(s("could not be read")));
+    EXPECT_TRUE(report.warnings[0].contains(copies.first())) << qPrintable(report.warnings[0]);
+    EXPECT_EQ(locations.claudeFolderLedger.load().value(s("-z-y")), s("/z/y"));
 }
 
 TEST(RelinkFiles, AWriteBetweenOurReadAndOurReplaceIsNeverOverwritten) {

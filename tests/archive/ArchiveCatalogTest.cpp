@@ -5,9 +5,12 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QSet>
 #include <QTimeZone>
 #include <gtest/gtest.h>
+#include <thread>
+#include <vector>
 
 using namespace corvane;
 using test::s;
@@ -64,24 +67,58 @@ ArchiveRecord restoredSshRecord() {
 
 } // namespace
 
-TEST(ArchiveCatalog, EmptyMissingCorruptOrPartlyUnreadableFilesLoadAsNoRecords) {
+TEST(ArchiveCatalog, AnUnreadableCatalogIsReportedAndUnknownRecordsNeverHideTheOthers) {
     const QString folder = test::makeTempDir(s("catalog-unreadable"));
     const ArchiveCatalog catalog = catalogIn(folder);
-    EXPECT_TRUE(catalog.load().isEmpty());
+    EXPECT_EQ(catalog.read().records, QList<ArchiveRecord>());
+    EXPECT_FALSE(catalog.read().problem);
 
     const QByteArray valid = QJsonDocument(QJsonArray{ArchiveCatalog::recordJson(folderRecord())})
                                  .toJson(QJsonDocument::Compact);
-    ASSERT_EQ(ArchiveCatalog{folder + s("/valid.json")}.load().size(), 0);
-    test::writeFile(folder + s("/valid.json"), valid);
-    ASSERT_EQ(ArchiveCatalog{folder + s("/valid.json")}.load().size(), 1);
-
-    // The last one holds a readable record next to one without an id.
-    const QList<QByteArray> contents{"[]", "{not json", "{}", "[1]",
-                                     valid.left(valid.size() - 1) + R"(,{"name":"x"}])"};
-    for (const QByteArray& content : contents) {
+    for (const QByteArray& content :
+         {QByteArray("{not json"), QByteArray("{}"), valid.left(valid.size() / 2), QByteArray()}) {
         test::writeFile(catalog.url, content);
-        EXPECT_TRUE(catalog.load().isEmpty()) << content.constData();
+        const ArchiveCatalog::Contents contents = catalog.read();
+        EXPECT_TRUE(contents.records.isEmpty()) << content.constData();
+        ASSERT_TRUE(contents.problem) << content.constData();
+        EXPECT_TRUE(contents.problem->contains(catalog.url));
     }
+
+    // A record without an id and one from a newer version sit beside a readable one.
+    test::writeFile(catalog.url,
+                    valid.left(valid.size() - 1) + R"(,{"name":"x"},{"future":{"kind":2}}])");
+    const QList<ArchiveRecord> readable = catalog.load();
+    ASSERT_EQ(readable.size(), 1);
+    ASSERT_TRUE(catalog.read().problem);
+    EXPECT_TRUE(catalog.read().problem->contains(s("2 records")));
+    const ArchiveRecord added = restoredSshRecord();
+    ASSERT_EQ(catalog.append(added).error, QString());
+    EXPECT_EQ(catalog.load(), (QList<ArchiveRecord>{readable.first(), added}));
+    QFile file(catalog.url);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QJsonArray stored = QJsonDocument::fromJson(file.readAll()).array();
+    EXPECT_EQ(stored.size(), 4);
+    EXPECT_TRUE(stored.contains(QJsonObject{{s("name"), s("x")}}));
+}
+
+// Two archives finishing at once, in this process or two, each add their record to the catalog
+// as it is stored then: none is lost.
+TEST(ArchiveCatalog, ArchivesAddedAtOnceKeepEveryRecord) {
+    const ArchiveCatalog catalog = catalogIn(test::makeTempDir(s("catalog-at-once")));
+    constexpr int perWriter = 15;
+    std::vector<std::thread> writers;
+    for (int writer = 0; writer < 2; ++writer) {
+        writers.emplace_back([&catalog] {
+            for (int i = 0; i < perWriter; ++i) {
+                ArchiveRecord record = folderRecord();
+                record.id = QUuid::createUuid();
+                EXPECT_EQ(catalog.append(record).error, QString());
+            }
+        });
+    }
+    for (std::thread& writer : writers)
+        writer.join();
+    EXPECT_EQ(catalog.load().size(), 2 * perWriter);
 }
 
 TEST(ArchiveCatalog, RecordsRoundTripWithExactlyTheirKeys) {
@@ -166,5 +203,6 @@ TEST(ArchiveCatalog, ASaveThatCannotBeWrittenSaysWhy) {
     const ArchiveCatalog catalog{folder + s("/blocker/archive-catalog.json")};
 
     EXPECT_FALSE(catalog.save({folderRecord()}).isEmpty());
+    EXPECT_FALSE(catalog.append(folderRecord()).error.isEmpty());
     EXPECT_TRUE(catalog.load().isEmpty());
 }

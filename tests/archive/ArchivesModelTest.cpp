@@ -1,9 +1,11 @@
 #include "archive/ArchivesModel.h"
 
 #include "agents/AgentFixtures.h"
+#include "platform/Paths.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QTest>
@@ -152,4 +154,27 @@ TEST_F(ArchivesModelTest, ACatalogThatCannotBeSavedIsReportedAndTheArchiveStaysD
     EXPECT_TRUE(QFileInfo::exists(drive + s("/shop/README.md")));
     EXPECT_FALSE(QFileInfo::exists(project));
     EXPECT_EQ(model.records().size(), 1) << "the record is still shown for this session";
+}
+
+TEST_F(ArchivesModelTest, AnUnreadableCatalogIsShownAndKeptAsideBeforeTheNextArchiveIsRecorded) {
+    const QByteArray cutShort = R"([{"id": "8E0F2D8A-1C3B-4B7E-9A55-0D5B2C1E7F10", "name": "ol)";
+    test::writeFile(services.catalog.url, cutShort);
+    ArchivesModel model(toasts, services);
+    model.reload();
+    ASSERT_TRUE(QTest::qWaitFor([&model] { return model.hasLoaded(); }, 20000));
+    ASSERT_TRUE(model.catalogProblem());
+    EXPECT_TRUE(model.catalogProblem()->contains(services.catalog.url));
+
+    model.archive(project, ArchiveTarget::folder(locations.home + s("/drive")));
+    waitForAction(model);
+    ASSERT_EQ(model.records().size(), 1);
+    ASSERT_TRUE(model.errorMessage());
+    const QStringList copies = QDir(Paths::parentPath(services.catalog.url))
+                                   .entryList({s("archive-catalog.unreadable-*.json")});
+    ASSERT_EQ(copies.size(), 1);
+    EXPECT_TRUE(model.errorMessage()->contains(copies.first()))
+        << model.errorMessage()->toStdString();
+    QFile copy(Paths::joined(Paths::parentPath(services.catalog.url), copies.first()));
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), cutShort);
 }

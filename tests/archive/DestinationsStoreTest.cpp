@@ -101,8 +101,9 @@ TEST_F(DestinationsStoreTest, NamedFindsTheFirstDestinationWithThatName) {
     EXPECT_FALSE(store.named(s("nas")));
 }
 
-TEST_F(DestinationsStoreTest, AbsentOrUnreadableValuesLoadAsAnEmptyList) {
+TEST_F(DestinationsStoreTest, AbsentValuesAreEmptyAndUnreadableOnesAreReportedNeverDropped) {
     EXPECT_TRUE(DestinationsStore().destinations().isEmpty());
+    EXPECT_FALSE(DestinationsStore().problem());
     const QByteArray valid = R"({"id":"8e0f2d8a-1c3b-4b7e-9a55-0d5b2c1e7f10","kind":"smb",)"
                              R"("name":"NAS","smbURL":"smb://nas/a","user":"","host":"",)"
                              R"("remotePath":"~/CorvaneArchive"})";
@@ -111,12 +112,38 @@ TEST_F(DestinationsStoreTest, AbsentOrUnreadableValuesLoadAsAnEmptyList) {
     ASSERT_EQ(DestinationsStore().destinations().size(), 1);
     EXPECT_EQ(DestinationsStore().destinations().at(0).id,
               QUuid(s("{8E0F2D8A-1C3B-4B7E-9A55-0D5B2C1E7F10}")));
+    EXPECT_FALSE(DestinationsStore().problem());
 
     for (const QByteArray& garbage :
          {QByteArray("not json"), QByteArray("{}"), QByteArray("[1]"),
-          "[" + valid + R"(,{"id":"x","kind":"smb"}])",
           QByteArray(valid).replace("\"smb\"", "\"ftp\"").prepend('[').append(']')}) {
         store(garbage);
         EXPECT_TRUE(DestinationsStore().destinations().isEmpty()) << garbage.constData();
+        EXPECT_TRUE(DestinationsStore().problem()) << garbage.constData();
     }
+    // One destination this version cannot read never hides the others, and stays stored.
+    store("[" + valid + R"(,{"id":"x","kind":"smb"}])");
+    DestinationsStore partly;
+    EXPECT_EQ(partly.destinations().size(), 1);
+    EXPECT_TRUE(partly.problem());
+    partly.add(SavedDestination::Kind::ssh);
+    EXPECT_EQ(stored().size(), 3);
+}
+
+// The app's settings page and the command line each hold a store; neither loses the other's.
+TEST_F(DestinationsStoreTest, TwoStoresChangingTheListKeepEachOthersDestinations) {
+    DestinationsStore app;
+    DestinationsStore commandLine;
+    const QUuid first = app.add(SavedDestination::Kind::smb);
+    const QUuid second = commandLine.add(SavedDestination::Kind::ssh);
+    app.remove(QUuid::createUuid());
+    SavedDestination renamed = app.destinations().first();
+    renamed.name = s("NAS");
+    app.update(renamed);
+
+    const QList<SavedDestination> kept = DestinationsStore().destinations();
+    ASSERT_EQ(kept.size(), 2);
+    EXPECT_EQ(kept.at(0).id, first);
+    EXPECT_EQ(kept.at(0).name, s("NAS"));
+    EXPECT_EQ(kept.at(1).id, second);
 }

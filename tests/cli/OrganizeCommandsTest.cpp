@@ -73,7 +73,7 @@ TEST_F(OrganizeCommandsTest, PlanPrintsEveryEntryInPlanOrderAndNeverChangesTheRe
     EXPECT_EQ(runOrganizePlan(request, console, services), exitRefusedOrBadArguments);
     const QJsonObject plan = parsed(out);
     EXPECT_EQ(plan[u"destination"].toString(), home + s("/Code"));
-    EXPECT_EQ(plan[u"layout"].toString(), s("by-owner"));
+    EXPECT_EQ(plan[u"layout"].toString(), s("byOwner"));
     const QJsonArray entries = plan[u"entries"].toArray();
     // Found folders come sorted by path: "Desktop" sorts before "code".
     EXPECT_EQ(pathsOf(entries, "path"), (QStringList{blog, tool, shop}));

@@ -383,8 +383,8 @@ TEST(OrganizeExecutor, MovesCutShortAreTakenBackAtEitherStageAndOneUnderWayIsLef
                        true,
                        MoveRecord::Stage::moving,
                        static_cast<qint64>(::getppid())}};
-    ASSERT_EQ(executor.journal.save(underWay), QString());
-    ASSERT_EQ(executor.journal.save(cut), QString());
+    ASSERT_EQ(executor.journal.save(underWay).error, QString());
+    ASSERT_EQ(executor.journal.save(cut).error, QString());
 
     const OrganizeExecutor::UndoOutcome recovered = executor.recoverInterrupted();
     EXPECT_EQ(recovered.failures, QList<MoveFailure>());
@@ -398,7 +398,7 @@ TEST(OrganizeExecutor, MovesCutShortAreTakenBackAtEitherStageAndOneUnderWayIsLef
     // Cut short before its rename: only the folders it had made go.
     QDir().mkpath(home + s("/Code/new"));
     cut.moves = {stages[0]};
-    ASSERT_EQ(executor.journal.save(cut), QString());
+    ASSERT_EQ(executor.journal.save(cut).error, QString());
     EXPECT_EQ(executor.undoLast().restored, QList<MoveRecord>{stages[0]});
     EXPECT_EQ(test::folderSnapshot(app), appBefore);
     EXPECT_FALSE(QFileInfo::exists(home + s("/Code")));

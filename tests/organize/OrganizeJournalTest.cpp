@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QTimeZone>
 #include <gtest/gtest.h>
 #include <thread>
@@ -54,7 +55,7 @@ TEST(OrganizeJournal, KeepsRunsWithTheirExactKeysAndReadsThemBackEqual) {
     EXPECT_FALSE(journal.lastRun());
 
     const OrganizeRun run = runWith(s("app"), 2);
-    ASSERT_EQ(journal.save(run), QString());
+    ASSERT_EQ(journal.save(run).error, QString());
     EXPECT_EQ(journal.load(), QList<OrganizeRun>{run});
     EXPECT_EQ(journal.lastRun(), run);
 
@@ -98,25 +99,25 @@ TEST(OrganizeJournal, ReplacesARunByItsIdRemovesOrTrimsItAndKeepsTheNewest) {
     QList<OrganizeRun> runs;
     for (int i = 0; i < OrganizeJournal::keptRuns + 2; ++i) {
         runs.append(runWith(s("run") + QString::number(i)));
-        ASSERT_EQ(journal.save(runs.last()), QString());
+        ASSERT_EQ(journal.save(runs.last()).error, QString());
     }
     EXPECT_EQ(idsOf(journal.load()), idsOf(runs.mid(2)));
 
     // Saved again after another move: same place, new contents.
     OrganizeRun grown = runs[5];
     grown.moves.append(runWith(s("more")).moves);
-    ASSERT_EQ(journal.save(grown), QString());
+    ASSERT_EQ(journal.save(grown).error, QString());
     EXPECT_EQ(journal.load().at(3), grown);
     EXPECT_EQ(journal.load().size(), OrganizeJournal::keptRuns);
 
     // Undo that left one move behind keeps the run with that move; one that took all drops it.
     OrganizeRun remaining = runs.last();
     remaining.moves = {};
-    ASSERT_EQ(journal.remove(runs.last().id, remaining), QString());
+    ASSERT_EQ(journal.remove(runs.last().id, remaining).error, QString());
     EXPECT_EQ(journal.lastRun(), remaining);
-    ASSERT_EQ(journal.remove(runs.last().id), QString());
+    ASSERT_EQ(journal.remove(runs.last().id).error, QString());
     EXPECT_EQ(journal.lastRun(), runs[runs.size() - 2]);
-    ASSERT_EQ(journal.remove(QUuid::createUuid()), QString());
+    ASSERT_EQ(journal.remove(QUuid::createUuid()).error, QString());
     EXPECT_EQ(journal.load().size(), OrganizeJournal::keptRuns - 1);
 }
 
@@ -128,9 +129,11 @@ TEST(OrganizeJournal, AnUnreadableJournalIsSetAsideAndNeverOverwritten) {
     test::writeFile(url, corrupt);
     EXPECT_TRUE(journal.load().isEmpty());
     EXPECT_FALSE(journal.lastRun());
+    ASSERT_TRUE(journal.read().problem);
+    EXPECT_TRUE(journal.read().problem->contains(url));
 
     const OrganizeRun first = runWith(s("first"));
-    ASSERT_EQ(journal.save(first), QString());
+    ASSERT_EQ(journal.save(first).error, QString());
     EXPECT_EQ(journal.load(), QList<OrganizeRun>{first});
     QStringList copies = unreadableCopiesIn(folder);
     ASSERT_EQ(copies.size(), 1);
@@ -141,7 +144,7 @@ TEST(OrganizeJournal, AnUnreadableJournalIsSetAsideAndNeverOverwritten) {
     const QByteArray foreign = "{\"runs\": []}";
     test::writeFile(url, foreign);
     const OrganizeRun second = runWith(s("second"));
-    ASSERT_EQ(journal.save(second), QString());
+    ASSERT_EQ(journal.save(second).error, QString());
     EXPECT_EQ(journal.load(), QList<OrganizeRun>{second});
     copies = unreadableCopiesIn(folder);
     ASSERT_EQ(copies.size(), 2);
@@ -151,12 +154,29 @@ TEST(OrganizeJournal, AnUnreadableJournalIsSetAsideAndNeverOverwritten) {
     EXPECT_TRUE(kept.contains(foreign));
 }
 
+TEST(OrganizeJournal, ARunThisVersionCannotReadNeverHidesTheOthersAndIsKept) {
+    const QString url = test::makeTempDir(s("journal")) + s("/organize-journal.json");
+    const OrganizeJournal journal(url);
+    const OrganizeRun readable = runWith(s("readable"));
+    const QJsonObject newer{{s("id"), s("6b0b5f37-0e1c-4f7e-9d3c-2f0c8e1a4b5d")},
+                            {s("moves"), QJsonArray{QJsonObject{{s("source"), s("/a")}}}}};
+    test::writeFile(url,
+                    QJsonDocument(QJsonArray{OrganizeJournal::runJson(readable), newer}).toJson());
+    EXPECT_EQ(journal.load(), QList<OrganizeRun>{readable});
+    EXPECT_TRUE(journal.read().problem);
+
+    const OrganizeRun added = runWith(s("added"));
+    ASSERT_EQ(journal.save(added).error, QString());
+    EXPECT_EQ(journal.load(), (QList<OrganizeRun>{readable, added}));
+    EXPECT_TRUE(test::readBytes(url).contains("6b0b5f37-0e1c-4f7e-9d3c-2f0c8e1a4b5d"));
+}
+
 TEST(OrganizeJournal, WritersInTwoThreadsLoseNoRun) {
     const OrganizeJournal journal(test::makeTempDir(s("journal")) + s("/organize-journal.json"));
     constexpr int perWriter = 8;
     const auto write = [&journal](const QString& name) {
         for (int i = 0; i < perWriter; ++i)
-            EXPECT_EQ(journal.save(runWith(name + QString::number(i))), QString());
+            EXPECT_EQ(journal.save(runWith(name + QString::number(i))).error, QString());
     };
     std::thread first(write, s("a"));
     std::thread second(write, s("b"));

@@ -127,7 +127,7 @@ TEST_F(ScanSessionKeepTest, UnreadableMarksAreReportedTickNothingAndAreNeverOver
     scan(broken);
     ASSERT_TRUE(broken.keepError());
     EXPECT_TRUE(broken.selectedItemIDs().isEmpty());
-    EXPECT_EQ(broken.setKept(app.url, true), *broken.keepError());
+    EXPECT_TRUE(broken.setKept(app.url, true).contains(marks.url()));
     QFile file(marks.url());
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("[\"/code/app\","));

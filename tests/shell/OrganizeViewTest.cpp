@@ -96,6 +96,9 @@ TEST_F(OrganizeViewTest, ThePlanShowsEachProjectWithWhereItGoesOrWhyNotAndARunCa
     const QString secondApp = makeProject(s("/b/app"));
     test::writeFile(home + s("/.zshrc"), "export PATH=\"$HOME/code/tool/bin:$PATH\"\n");
     makeProject(s("/code/tool"));
+    // The choice is kept as its raw value.
+    organize.setLayout(OrganizeLayout::byOwner);
+    EXPECT_EQ(QSettings().value(OrganizeModel::layoutKey).toString(), s("byOwner"));
     organize.setLayout(OrganizeLayout::flat);
     EXPECT_EQ(QSettings().value(OrganizeModel::layoutKey).toString(), s("flat"));
 
