@@ -4,6 +4,7 @@
 #include "cli/ScanJson.h"
 #include "cli/SessionDriver.h"
 #include "platform/ByteFormat.h"
+#include "platform/Locations.h"
 
 #include <QJsonDocument>
 #include <memory>
@@ -24,7 +25,7 @@ void printCaches(const GlobalCachesModel& model, QTextStream& out) {
     for (const GlobalCacheItem& cache : model.caches()) {
         const qint64 bytes = model.cacheSizeByID().value(cache.id());
         out << cache.entry.name.leftJustified(24) << ' ' << formatBytes(bytes).rightJustified(10)
-            << "  " << cache.id() << '\n'
+            << "  " << cache.id() << (cache.isKept ? "  Kept" : "") << '\n'
             << "    " << cache.entry.detail << '\n';
     }
     out << "\nTotal: " << formatBytes(model.measuredBytes()) << '\n';
@@ -48,19 +49,28 @@ int runCachesClean(const CachesCleanRequest& request, Console& console) {
     ToastCenter toasts;
     GlobalCachesModel model(toasts);
     load(model);
+    QList<GlobalCacheItem> kept;
     for (const QString& id : request.ids) {
-        model.setSelected(id, true);
-        if (!model.selectedIDs().contains(id)) {
+        const std::optional<GlobalCacheItem> cache = model.cache(id);
+        if (!cache) {
             console.err << "No developer cache " << id
                         << " on this machine; `corvane caches` lists them.\n";
             return exitRefusedOrBadArguments;
         }
+        if (cache->isKept)
+            kept.append(*cache);
+        else
+            model.setSelected(id, true);
     }
-    return carryOut(model.trashPlan(), request.trash, console,
-                    [&model](const TrashPlan& plan, bool dryRun) {
-                        model.setDryRun(dryRun);
-                        return trashThrough(model, plan);
-                    });
+    // A kept cache asked for by name cannot be ticked; the trash step refuses it with its reason,
+    // as one failure of the batch.
+    TrashPlan plan = model.trashPlan();
+    for (const GlobalCacheItem& cache : kept)
+        plan.add(Locations::homeDir(), cache.entry.url, std::nullopt);
+    return carryOut(plan, request.trash, console, [&model](const TrashPlan& plan, bool dryRun) {
+        model.setDryRun(dryRun);
+        return trashThrough(model, plan);
+    });
 }
 
 void defineCachesCommand(CLI::App& command, int& status) {

@@ -98,6 +98,7 @@ QJsonObject caches(const GlobalCachesModel& model) {
                                  {QStringLiteral("url"), cache.entry.url},
                                  {QStringLiteral("detail"), cache.entry.detail},
                                  {QStringLiteral("restoreHint"), RestoreHints::rebuiltOnDemand},
+                                 {QStringLiteral("kept"), cache.isKept},
                                  {QStringLiteral("sizeBytes"),
                                   measured ? QJsonValue(*size) : QJsonValue(QJsonValue::Null)}});
     }

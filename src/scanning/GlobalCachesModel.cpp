@@ -3,6 +3,7 @@
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
 #include "platform/SizeCalculator.h"
+#include "platform/TrashService.h"
 
 namespace corvane {
 
@@ -12,7 +13,8 @@ GlobalCachesModel::GlobalCachesModel(ToastCenter& toasts, QObject* parent,
     , platformTrash_(trash) {}
 
 bool GlobalCachesModel::containsItem(const QString& id) const {
-    return cache(id).has_value();
+    const std::optional<GlobalCacheItem> item = cache(id);
+    return item && !item->isKept;
 }
 
 std::optional<GlobalCacheItem> GlobalCachesModel::cache(const QString& id) const {
@@ -29,7 +31,11 @@ void GlobalCachesModel::startLoading() {
     startJob(JobKind::load, [this](const CancellationToken& cancellation,
                                    const MainThreadPost& post) {
         const QList<GlobalCacheEntry> entries = GlobalCacheCatalog::listing(Locations::homeDir());
-        post([this, entries] { showListing(entries); });
+        // Read here, off the main thread: the Keep check resolves links on disk.
+        QList<GlobalCacheItem> caches;
+        for (const GlobalCacheEntry& entry : entries)
+            caches.append({entry, TrashService::keepRefusal(entry.url).has_value()});
+        post([this, caches] { showListing(caches); });
         for (const GlobalCacheEntry& entry : entries) {
             const qint64 bytes = SizeCalculator::size(entry.url, cancellation);
             post([this, id = entry.id, bytes] {
@@ -41,10 +47,7 @@ void GlobalCachesModel::startLoading() {
     });
 }
 
-void GlobalCachesModel::showListing(const QList<GlobalCacheEntry>& entries) {
-    QList<GlobalCacheItem> caches;
-    for (const GlobalCacheEntry& entry : entries)
-        caches.append({entry});
+void GlobalCachesModel::showListing(const QList<GlobalCacheItem>& caches) {
     if (!cacheSizeByID_.isEmpty()) {
         cacheSizeByID_.clear();
         emit cacheSizeByIDChanged();
@@ -74,7 +77,7 @@ TrashPlan GlobalCachesModel::trashPlan() const {
     plan.area = QStringLiteral("caches");
     const QString home = Locations::homeDir();
     for (const GlobalCacheItem& item : caches_) {
-        if (!selectedIDs().contains(item.id()))
+        if (!selectedIDs().contains(item.id()) || item.isKept)
             continue;
         const auto size = cacheSizeByID_.constFind(item.id());
         plan.add(home, item.entry.url,

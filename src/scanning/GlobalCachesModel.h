@@ -11,6 +11,9 @@ namespace corvane {
 
 struct GlobalCacheItem {
     GlobalCacheEntry entry;
+    // Marked Keep (or holding a kept folder), as the trash step judges it: never ticked, never
+    // counted, never trashed.
+    bool isKept = false;
 
     const QString& id() const { return entry.id; }
     bool operator==(const GlobalCacheItem&) const = default;
@@ -18,7 +21,8 @@ struct GlobalCacheItem {
 
 // The developer caches of the home folder: listed and measured in the background on each load,
 // nothing ticked by default (a load clears the ticks), and the ticked ones moved to the Trash
-// inside the home folder. Identifiers are the caches' paths relative to the home folder.
+// inside the home folder; a kept cache cannot be ticked. Identifiers are the caches' paths relative
+// to the home folder.
 class GlobalCachesModel : public InventoryModel {
     Q_OBJECT
 
@@ -48,10 +52,11 @@ signals:
 
 protected:
     void startLoading() override;
+    // Only caches that are listed and not kept can be ticked.
     bool containsItem(const QString& id) const override;
 
 private:
-    void showListing(const QList<GlobalCacheEntry>& entries);
+    void showListing(const QList<GlobalCacheItem>& caches);
     void applyTrashResult(const TrashResult& result);
 
     const PlatformTrash& platformTrash_;

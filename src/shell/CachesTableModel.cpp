@@ -65,7 +65,7 @@ QVariant CachesTableModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
         switch (index.column()) {
         case nameColumn:
-            return cache.entry.name;
+            return cache.isKept ? cache.entry.name + QStringLiteral(" — Kept") : cache.entry.name;
         case detailColumn:
             return cache.entry.detail;
         case sizeColumn:
@@ -73,6 +73,9 @@ QVariant CachesTableModel::data(const QModelIndex& index, int role) const {
         }
         return {};
     case Qt::ToolTipRole:
+        if (index.column() == nameColumn && cache.isKept)
+            return cache.entry.url +
+                   QStringLiteral("\nKept: never ticked, never moved to the Trash.");
         return index.column() == nameColumn ? cache.entry.url : cache.entry.detail;
     case Qt::CheckStateRole:
         if (index.column() != nameColumn)
@@ -98,8 +101,12 @@ bool CachesTableModel::setData(const QModelIndex& index, const QVariant& value, 
 
 Qt::ItemFlags CachesTableModel::flags(const QModelIndex& index) const {
     Qt::ItemFlags flags = QAbstractTableModel::flags(index);
-    if (index.isValid() && index.column() == nameColumn)
-        flags |= Qt::ItemIsUserCheckable;
+    if (!index.isValid() || index.row() >= shown_.size() || index.column() != nameColumn)
+        return flags;
+    flags |= Qt::ItemIsUserCheckable;
+    // A kept cache's box is shown but cannot be ticked.
+    if (shown_[index.row()].isKept)
+        flags &= ~Qt::ItemIsEnabled;
     return flags;
 }
 

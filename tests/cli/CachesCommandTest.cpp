@@ -74,6 +74,18 @@ TEST(CachesCommand, AKeptCacheIsRefusedInADryRunAndForReal) {
     Console console{&out, &err};
     const auto document = [&out] { return QJsonDocument::fromJson(out.toUtf8()).object(); };
 
+    ASSERT_EQ(runCaches(true, console), exitOk);
+    const QJsonArray caches = document()[u"caches"].toArray();
+    ASSERT_EQ(caches.size(), 2);
+    EXPECT_EQ(caches[0][u"id"].toString(), s(".gradle/caches"));
+    EXPECT_FALSE(caches[0][u"kept"].toBool(true));
+    EXPECT_TRUE(caches[1][u"kept"].toBool(false));
+    out.clear();
+    ASSERT_EQ(runCaches(false, console), exitOk);
+    EXPECT_TRUE(out.contains(s("  .cargo/registry  Kept\n"))) << qPrintable(out);
+    EXPECT_FALSE(out.contains(s(".gradle/caches  Kept")));
+    out.clear();
+
     CachesCleanRequest request{{s(".cargo/registry"), s(".gradle/caches")}, {true, false, true}};
     EXPECT_EQ(runCachesClean(request, console), exitSomeFailed);
     EXPECT_EQ(document()[u"wouldTrash"].toArray(), QJsonArray{gradle});

@@ -2,6 +2,7 @@
 
 #include "platform/BackgroundJobs.h"
 #include "platform/ByteFormat.h"
+#include "platform/KeepStore.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -140,6 +141,27 @@ TEST_F(GlobalCachesModelTest, ACacheThatLeadsOutOfTheHomeIsRefusedAndADryRunMove
     EXPECT_EQ(model.failures()[0].message,
               QStringLiteral("Refused: resolves outside the scanned folder"));
     EXPECT_EQ(model.selectedIDs(), QSet<QString>{cargoID});
+}
+
+TEST_F(GlobalCachesModelTest, ACacheKeptThroughALinkedPathCannotBeTickedOrTrashed) {
+    const QString linkedHome =
+        test::makeTempDir(QStringLiteral("linked")) + QStringLiteral("/home");
+    ASSERT_TRUE(QFile::link(home, linkedHome));
+    const KeepStore keep;
+    ASSERT_EQ(keep.add(linkedHome + QStringLiteral("/.cargo")), QString());
+    load();
+    QFile::remove(keep.url());
+    QFile::remove(linkedHome);
+
+    ASSERT_EQ(model.caches().size(), 2);
+    EXPECT_FALSE(model.caches()[0].isKept);
+    EXPECT_TRUE(model.caches()[1].isKept);
+    model.toggleSelected(cargoID);
+    model.setSelected(cargoID, true);
+    model.toggleSelected(gradleID);
+    EXPECT_EQ(model.selectedIDs(), QSet<QString>{gradleID});
+    EXPECT_EQ(model.selectedBytes(), model.cacheSizeByID().value(gradleID));
+    EXPECT_EQ(model.trashPlan().urls(), QList<QString>{home + u'/' + gradleID});
 }
 
 TEST(GlobalCachesModelLifetime, ARemovalThatEndsAfterTheModelIsGoneReportsToNoOne) {

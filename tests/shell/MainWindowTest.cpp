@@ -1,6 +1,7 @@
 #include "shell/MainWindow.h"
 
 #include "platform/ByteFormat.h"
+#include "platform/KeepStore.h"
 #include "platform/SizeCalculator.h"
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
@@ -280,6 +281,8 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
                     QByteArray(8'000, 'y'));
     test::writeFile(home + QStringLiteral("/go/pkg/mod/cache/download/x.zip"),
                     QByteArray(3'000, 'g'));
+    const KeepStore keep;
+    ASSERT_EQ(keep.add(home + QStringLiteral("/Library/Caches/Yarn")), QString());
     auto* sidebar = window.findChild<QListWidget*>(QStringLiteral("sidebar"));
     ASSERT_NE(sidebar, nullptr);
     sidebar->setCurrentRow(2);
@@ -288,8 +291,15 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
     ASSERT_TRUE(view.isVisible());
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return caches.hasLoaded() && !caches.isLoading(); }, test::patience));
-    ASSERT_EQ(test::dumpTree(view.model()), QStringLiteral("Yarn cache,Go module cache"));
+    QFile::remove(keep.url());
+    ASSERT_EQ(test::dumpTree(view.model()), QStringLiteral("Yarn cache — Kept,Go module cache"));
     EXPECT_FALSE(view.trashButton()->isEnabled());
+    // The kept cache's box is shown, disabled, and a tick on it is ignored.
+    const QModelIndex kept = view.model().index(0, 0);
+    EXPECT_TRUE(view.model().flags(kept).testFlag(Qt::ItemIsUserCheckable));
+    EXPECT_FALSE(view.model().flags(kept).testFlag(Qt::ItemIsEnabled));
+    view.model().setData(kept, Qt::Checked, Qt::CheckStateRole);
+    EXPECT_TRUE(caches.selectedIDs().isEmpty());
     test::saveScreenshot(window, QStringLiteral("window-caches"));
 
     ASSERT_TRUE(view.model().setData(view.model().index(1, 0), Qt::Checked, Qt::CheckStateRole));
