@@ -101,6 +101,15 @@ std::optional<QString> renameFolder(const QString& from, const QString& to) {
     return text(std::strerror(errno));
 }
 
+// Makes the old parent again (it may have been trashed as empty after the move), then renames the
+// folder back; what the rename said when it failed.
+std::optional<QString> moveFolderBack(const MoveRecord& record) {
+    const QString parent = Paths::parentPath(record.source);
+    if (!QDir().mkpath(parent))
+        refuse(QStringLiteral("Could not create %1.").arg(parent));
+    return renameFolder(record.destination, record.source);
+}
+
 } // namespace
 
 // The checks run from the cheapest to the slowest, the lsof run last, and all of them before
@@ -166,10 +175,7 @@ void ProjectMover::takeBack(const MoveRecord& record) const {
     if (!atDestination && !isRealFolder(record.source))
         refuse(record.destination + QStringLiteral(" is no longer there."));
     if (atDestination) {
-        const QString parent = Paths::parentPath(record.source);
-        if (!QDir().mkpath(parent))
-            refuse(QStringLiteral("Could not create %1.").arg(parent));
-        if (const std::optional<QString> error = renameFolder(record.destination, record.source))
+        if (const std::optional<QString> error = moveFolderBack(record))
             refuse(QStringLiteral("Could not move %1 back to %2: %3")
                        .arg(record.destination, record.source, *error));
     }
@@ -217,11 +223,7 @@ void ProjectMover::undo(const MoveRecord& record) const {
         refuse(ProcessInspector::displayName(busy.first()) + QStringLiteral(" is running inside ") +
                record.destination);
 
-    // Puts back a source parent that was trashed as empty after the move.
-    const QString parent = Paths::parentPath(record.source);
-    if (!QDir().mkpath(parent))
-        refuse(QStringLiteral("Could not create %1.").arg(parent));
-    if (const std::optional<QString> error = renameFolder(record.destination, record.source))
+    if (const std::optional<QString> error = moveFolderBack(record))
         refuse(*error);
     relinker.undo(record.relink, normalizedSource, normalizedDestination);
     // The folder is back, so the undo succeeded; marks that cannot follow (an unreadable file)
