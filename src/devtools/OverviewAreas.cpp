@@ -144,7 +144,7 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
          }},
         {QStringLiteral("caches"), QStringLiteral("Developer caches"), [m] { loadOnce(m.caches); },
          [m]() -> std::optional<qint64> {
-             return isSettled(m.caches) ? std::optional<qint64>(m.caches.measuredBytes())
+             return isSettled(m.caches) ? std::optional<qint64>(m.caches.removableBytes())
                                         : std::nullopt;
          },
          [] { return QString(); }},

@@ -65,6 +65,15 @@ qint64 GlobalCachesModel::measuredBytes() const {
     return total;
 }
 
+qint64 GlobalCachesModel::removableBytes() const {
+    qint64 total = 0;
+    for (const GlobalCacheItem& item : caches_) {
+        if (!item.isKept)
+            total = checkedSum(total, cacheSizeByID_.value(item.id(), 0));
+    }
+    return total;
+}
+
 qint64 GlobalCachesModel::selectedBytes() const {
     qint64 total = 0;
     for (const QString& id : selectedIDs())

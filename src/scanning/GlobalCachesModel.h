@@ -35,6 +35,8 @@ public:
     // A cache without an entry has not been measured yet.
     const QHash<QString, qint64>& cacheSizeByID() const { return cacheSizeByID_; }
     qint64 measuredBytes() const;
+    // What could go: the measured caches that are not kept.
+    qint64 removableBytes() const;
     qint64 selectedBytes() const;
     std::optional<GlobalCacheItem> cache(const QString& id) const;
 

@@ -162,6 +162,9 @@ TEST_F(GlobalCachesModelTest, ACacheKeptThroughALinkedPathCannotBeTickedOrTrashe
     EXPECT_EQ(model.selectedIDs(), QSet<QString>{gradleID});
     EXPECT_EQ(model.selectedBytes(), model.cacheSizeByID().value(gradleID));
     EXPECT_EQ(model.trashPlan().urls(), QList<QString>{home + u'/' + gradleID});
+    // What the overview counts as could-go leaves the kept cache out.
+    EXPECT_EQ(model.removableBytes(), model.cacheSizeByID().value(gradleID));
+    EXPECT_LT(model.removableBytes(), model.measuredBytes());
 }
 
 TEST(GlobalCachesModelLifetime, ARemovalThatEndsAfterTheModelIsGoneReportsToNoOne) {
