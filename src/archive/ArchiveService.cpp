@@ -16,6 +16,7 @@
 
 #include "archive/TreeManifest.h"
 #include "platform/DirectoryReader.h"
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
 #include <QFile>
@@ -439,22 +440,6 @@ std::optional<QString> makePath(const QByteArray& path) {
     return std::nullopt;
 }
 
-// The path as the system resolves it: the real path of its nearest existing ancestor, then the
-// rest as written.
-QString resolvedPath(const QString& path) {
-    QString existing = path;
-    QString rest;
-    while (true) {
-        if (const std::optional<QString> real = DirectoryReader::canonicalPath(existing))
-            return rest.isEmpty() ? *real : Paths::joined(*real, rest);
-        if (existing == u'/')
-            return path;
-        const QString name = Paths::lastComponent(existing);
-        rest = rest.isEmpty() ? name : name + u'/' + rest;
-        existing = Paths::parentPath(existing);
-    }
-}
-
 // The refusals that come before anything is written.
 std::optional<QString> refusal(const QString& source, const QString& destinationFolder,
                                const QString& target) {
@@ -464,7 +449,7 @@ std::optional<QString> refusal(const QString& source, const QString& destination
     if (exists(target))
         return QStringLiteral("%1 already exists").arg(target);
     // The walk would meet its own copy and never end.
-    if (Paths::isUnder(resolvedPath(destinationFolder), resolvedPath(source)))
+    if (PathIdentity::isInside(destinationFolder, source))
         return QStringLiteral("Cannot copy %1 into itself").arg(source);
     return std::nullopt;
 }
