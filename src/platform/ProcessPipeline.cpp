@@ -19,8 +19,10 @@ using detail::Descriptor;
 using detail::Pipe;
 
 constexpr int pollIntervalMs = 50;
-// A stage that ignores SIGTERM must not hold a cancelled copy open for long.
-constexpr auto killGrace = std::chrono::seconds(5);
+// A stage that ignores SIGTERM must not hold a cancelled copy open for long: the same grace the
+// runner gives a single child.
+constexpr auto killGrace = std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+    std::chrono::duration<double>(ProcessRunner::terminationGrace));
 
 // Reads what is available; closes the pipe at its end.
 void drain(Descriptor& fd, QByteArray& into) {
