@@ -1,10 +1,10 @@
 #include "shell/FilterBar.h"
 
-#include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QShortcut>
+#include <QToolButton>
 
 namespace corvane {
 
@@ -17,6 +17,9 @@ FilterBar::FilterBar(const QString& placeholder, QWidget* parent)
     field_->setPlaceholderText(placeholder);
     field_->setAccessibleName(QStringLiteral("Filter"));
     field_->setClearButtonEnabled(true);
+    // The clear button Qt adds has no words of its own for a screen reader.
+    for (QToolButton* clear : field_->findChildren<QToolButton*>())
+        clear->setAccessibleName(QStringLiteral("Clear filter"));
     field_->setMaximumWidth(320);
     count_->setObjectName(QStringLiteral("filterCount"));
     count_->setForegroundRole(QPalette::PlaceholderText);

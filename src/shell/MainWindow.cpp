@@ -483,7 +483,8 @@ QWidget* MainWindow::makeProjectsPage() {
     header->setStretchLastSection(false);
     header->setSectionResizeMode(ProjectTreeModel::nameColumn, QHeaderView::Stretch);
     header->setMinimumSectionSize(60);
-    header->resizeSection(ProjectTreeModel::stateColumn, 175);
+    // Room for "3 uncommitted changes · 1 commit not pushed"; the tooltip has what is cut.
+    header->resizeSection(ProjectTreeModel::stateColumn, 230);
     header->resizeSection(ProjectTreeModel::activityColumn, 100);
     header->resizeSection(ProjectTreeModel::sizeColumn, 165);
     connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -524,7 +525,7 @@ QWidget* MainWindow::makeProjectsPage() {
     // Names get the room they need; the detail gives way.
     split->setStretchFactor(0, 1);
     split->setStretchFactor(1, 0);
-    split->setSizes({640, 420});
+    split->setSizes({700, 380});
     split->setChildrenCollapsible(false);
 
     projectsPage_ = new QStackedWidget(this);
