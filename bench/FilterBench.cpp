@@ -108,13 +108,18 @@ int runFilterBench(int argc, char** argv) {
 
     QLineEdit& field = *window.projectView()->parentWidget()->findChild<FilterBar*>()->field();
     field.setFocus();
-    const QString query = QStringLiteral("client1/billing");
+    const QString query = QStringLiteral("billing");
     QList<double> keys;
     for (const QChar letter : query)
         keys.append(press(field, letter.unicode(), QString(letter)));
     const int narrowed = window.projectModel().shownRowCount();
     for (qsizetype left = query.size(); left > 0; --left)
         keys.append(press(field, Qt::Key_Backspace, QString()));
+    if (qEnvironmentVariableIsSet("FILTER_BENCH_KEYS")) {
+        for (const double key : std::as_const(keys))
+            std::printf("%.1f ", key);
+        std::printf("\n");
+    }
     const double longest = *std::max_element(keys.cbegin(), keys.cend());
     std::sort(keys.begin(), keys.end());
     std::printf("ui bench: typing \"%s\" into the filter over %d projects (down to %d) and "

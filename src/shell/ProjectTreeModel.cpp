@@ -16,6 +16,9 @@ namespace {
 
 // Long enough to gather a burst of scan batches into one update, short enough to look live.
 constexpr int refreshDelay = 50;
+// A key typed in the filter that takes or brings back more rows than this resets the list: a view
+// relays out all its rows for each run of removed rows, and matches lie scattered.
+constexpr int bulkFindChange = 64;
 
 using ParentMap = QHash<QUuid, std::optional<QUuid>>;
 
@@ -111,6 +114,7 @@ ProjectTreeModel::ProjectTreeModel(const ScanSession& session, QObject* parent)
 ProjectTreeModel::~ProjectTreeModel() = default;
 
 void ProjectTreeModel::scheduleRefresh() {
+    sessionStale_ = true;
     if (!refreshTimer_.isActive())
         refreshTimer_.start();
 }
@@ -121,11 +125,19 @@ void ProjectTreeModel::refresh() {
         distinguishedNames_ = ProjectNames::distinguished(session_.projects());
         namesStale_ = false;
     }
-    valuesCache_.clear();
-    const QList<ProjectNode> tree = shaped(session_.projectTree());
+    // Typing in the filter or choosing a column changes nothing in the session: its tree and the
+    // values worked out for it stay good.
+    if (sessionStale_) {
+        sessionTree_ = session_.projectTree();
+        valuesCache_.clear();
+        sessionStale_ = false;
+    }
+    const QList<ProjectNode> tree = shaped(sessionTree_);
     ParentMap parentOf;
     collectParents(tree, std::nullopt, parentOf);
-    if (!keepsEveryParent(parentOf)) {
+    const bool bulk = findChanged_ && rowsComingAndGoing(parentOf) > bulkFindChange;
+    findChanged_ = false;
+    if (bulk || !keepsEveryParent(parentOf)) {
         resetTo(tree);
         return;
     }
@@ -187,6 +199,7 @@ void ProjectTreeModel::setFindText(const QString& text) {
     if (needle == findText_)
         return;
     findText_ = needle;
+    findChanged_ = true;
     refresh();
 }
 
@@ -196,6 +209,15 @@ int ProjectTreeModel::shownRowCount() const {
 
 int ProjectTreeModel::allRowCount() const {
     return static_cast<int>(session_.projects().size());
+}
+
+int ProjectTreeModel::rowsComingAndGoing(const ParentMap& parentOf) const {
+    int count = 0;
+    for (auto wanted = parentOf.cbegin(); wanted != parentOf.cend(); ++wanted)
+        count += nodeByID_.contains(wanted.key()) ? 0 : 1;
+    for (auto shown = nodeByID_.cbegin(); shown != nodeByID_.cend(); ++shown)
+        count += parentOf.contains(shown.key()) ? 0 : 1;
+    return count;
 }
 
 bool ProjectTreeModel::keepsEveryParent(const ParentMap& parentOf) const {

@@ -72,6 +72,7 @@ private:
     const Values& cachedValues(const Project& project);
     QVariant sortKey(const Values& values, int column) const;
     bool keepsEveryParent(const QHash<QUuid, std::optional<QUuid>>& parentOf) const;
+    int rowsComingAndGoing(const QHash<QUuid, std::optional<QUuid>>& parentOf) const;
     void resetTo(const QList<ProjectNode>& tree);
     void removeMissing(Node& parent, const QHash<QUuid, std::optional<QUuid>>& parentOf);
     void insertNew(Node& parent, const QList<ProjectNode>& wanted);
@@ -90,6 +91,9 @@ private:
     QHash<QUuid, Node*> nodeByID_;
     // What each project shows in this refresh, worked out once for ordering and for the rows.
     QHash<QUuid, Values> valuesCache_;
+    QList<ProjectNode> sessionTree_;
+    bool sessionStale_ = true;
+    bool findChanged_ = false;
     QHash<QUuid, QString> distinguishedNames_;
     bool namesStale_ = true;
     QString findText_;
