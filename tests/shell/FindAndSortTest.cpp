@@ -10,6 +10,7 @@
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
+#include <QDir>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QSettings>
@@ -189,6 +190,9 @@ TEST_F(CachesFindTest, TheClickedOrderIsRememberedForTheNextPageAndTheFilterRead
     CachesView again(caches);
     EXPECT_EQ(rows(again), s("Cargo registry,npm cache,Yarn cache"));
     EXPECT_EQ(again.listView()->header()->sortIndicatorSection(), CachesTableModel::nameColumn);
+    // Tests after this one in the same run find the home as it was.
+    for (const char* folder : {"/Library/Caches/Yarn", "/.npm", "/.cargo"})
+        QDir(home + s(folder)).removeRecursively();
 }
 
 using TreeWidgetFindTest = ForgetsListOrders;
