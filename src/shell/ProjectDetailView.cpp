@@ -104,6 +104,9 @@ QWidget* ProjectDetailView::makeContent() {
     big.setWeight(QFont::DemiBold);
     title_->setFont(big);
     path_ = secondaryLabel(content_);
+    // A long path or name must not hold the pane wide: the project list beside it needs the room.
+    for (QLabel* label : {title_, path_})
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     keptNote_ = new QLabel(content_);
     keptNote_->setObjectName(QStringLiteral("keptNote"));
     keptNote_->setWordWrap(true);
@@ -224,6 +227,7 @@ void ProjectDetailView::setProject(const std::optional<Project>& project) {
         return;
     title_->setText(project->name);
     path_->setText(project->url);
+    path_->setToolTip(project->url);
     shownGit_.reset();
     showGit();
     showItemsState();
