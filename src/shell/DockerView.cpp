@@ -87,8 +87,7 @@ void DockerView::fillSnapshot(const QString& current) {
             auto* item = new QTreeWidgetItem(parent);
             item->setText(nameColumn, name);
             item->setData(nameColumn, idRole, key);
-            item->setText(sizeColumn, formatBytes(bytes));
-            item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+            InventoryWidgets::setSize(*item, sizeColumn, bytes);
             item->setText(detailColumn,
                           blocked ? detail + QStringLiteral(" — ") + *blocked : detail);
             InventoryWidgets::setTickable(*item, nameColumn, model_.selectedIDs().contains(key),
@@ -197,12 +196,17 @@ void DockerView::confirmRemove() {
 void DockerView::confirmPrune() {
     if (!model_.snapshot())
         return;
-    ask(Change::permanent, QStringLiteral("dockerPruneConfirmation"),
-        QStringLiteral("Clear the build cache?"), QStringLiteral("Clear the build cache?"),
-        QStringLiteral("This frees up to %1 and is permanent; the cache is built again as builds "
-                       "need it.")
-            .arg(formatBytes(model_.snapshot()->buildCache.reclaimableBytes)),
-        QStringLiteral("Clear"), [this] { model_.pruneBuildCache(); });
+    const DockerBuildCache& cache = model_.snapshot()->buildCache;
+    ask(Change::permanent,
+        {QStringLiteral("dockerPruneConfirmation"), QStringLiteral("Clear the build cache?"),
+         QStringLiteral("Clear the build cache?"),
+         QStringLiteral("This frees up to %1 and is permanent; the cache is built again as builds "
+                        "need it.")
+             .arg(formatBytes(cache.reclaimableBytes)),
+         QStringLiteral("Clear")},
+        {{QStringLiteral("Build cache"),
+          {{QStringLiteral("Docker build cache"), {}, cache.totalBytes, cache.reclaimableBytes}}}},
+        [this] { model_.pruneBuildCache(); });
 }
 
 } // namespace corvane

@@ -1,5 +1,7 @@
 #include "shell/InventoryWidgets.h"
 
+#include "platform/ByteFormat.h"
+
 #include <QHeaderView>
 #include <QLabel>
 #include <QTreeWidget>
@@ -29,6 +31,12 @@ void setUpFailuresLabel(QLabel& label, const QString& objectName) {
     label.setObjectName(objectName);
     label.setWordWrap(true);
     label.setTextInteractionFlags(Qt::TextSelectableByMouse);
+}
+
+void setSize(QTreeWidgetItem& row, int column, qint64 bytes) {
+    row.setText(column, formatBytes(bytes));
+    row.setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
+    row.setData(column, bytesRole, bytes);
 }
 
 QTreeWidgetItem* addHeading(QTreeWidget* tree, const QString& title, const QString& detail) {

@@ -65,8 +65,7 @@ void SimulatorsView::fillInventory() {
             name += QStringLiteral("  — current Xcode SDK");
         row->setText(nameColumn, name);
         row->setData(nameColumn, idRole, runtime.id);
-        row->setText(sizeColumn, formatBytes(runtime.sizeBytes));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, runtime.sizeBytes);
         const qsizetype devices = model_.devicesOn(runtime).size();
         QString detail = QStringLiteral("last used %1, %2 device%3")
                              .arg(lastUsed(runtime.lastUsedAt, "never"))
@@ -88,8 +87,7 @@ void SimulatorsView::fillInventory() {
         auto* row = new QTreeWidgetItem(devices);
         row->setText(nameColumn, device.name);
         row->setData(nameColumn, deviceRole, device.id);
-        row->setText(sizeColumn, formatBytes(device.dataSizeBytes));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, device.dataSizeBytes);
         QString detail =
             model_.erasingDeviceIDs().contains(device.id)
                 ? QStringLiteral("Erasing…")
@@ -131,11 +129,15 @@ void SimulatorsView::confirmErase(const QString& udid) {
                                      [&udid](const SimulatorDevice& d) { return d.id == udid; });
     if (device == model_.devices().end())
         return;
-    ask(Change::permanent, QStringLiteral("eraseDeviceConfirmation"), QStringLiteral("Erase"),
-        QStringLiteral("Erase %1?").arg(device->name),
-        QStringLiteral("Its apps and data, %1, are gone for good; the device itself stays.")
-            .arg(formatBytes(device->dataSizeBytes)),
-        QStringLiteral("Erase"), [this, udid] { model_.erase(udid); });
+    ask(Change::permanent,
+        {QStringLiteral("eraseDeviceConfirmation"), QStringLiteral("Erase"),
+         QStringLiteral("Erase %1?").arg(device->name),
+         QStringLiteral("Its apps and data, %1, are gone for good; the device itself stays.")
+             .arg(formatBytes(device->dataSizeBytes)),
+         QStringLiteral("Erase")},
+        {{QStringLiteral("Devices"),
+          {{device->name, {}, device->dataSizeBytes, device->dataSizeBytes}}}},
+        [this, udid] { model_.erase(udid); });
 }
 
 } // namespace corvane

@@ -63,15 +63,16 @@ protected:
 
     // Waits for the sheet `name`, saves it as `screenshot` when given, and accepts it.
     QString accept(const QString& name, const QString& screenshot = {}) {
-        QMessageBox* box = nullptr;
+        ConfirmationSheet* box = nullptr;
         EXPECT_TRUE(
-            QTest::qWaitFor([&] { return (box = test::openBox(window, name)); }, test::patience));
+            QTest::qWaitFor([&] { return (box = test::openSheet(window, name)); }, test::patience));
         if (!box)
             return {};
+        EXPECT_TRUE(box->cancelButton()->isDefault());
         const QString question = box->text();
         if (!screenshot.isEmpty())
             test::saveScreenshot(*box, screenshot);
-        test::clickButton(*box, QMessageBox::AcceptRole);
+        box->acceptButton()->click();
         return question;
     }
 
