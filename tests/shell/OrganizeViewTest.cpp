@@ -191,8 +191,13 @@ TEST_F(OrganizeViewTest, MoveProjectMovesTheSelectedProjectOfTheScanAndRescans) 
     ASSERT_TRUE(window.action(MainWindow::Action::moveProject)->isEnabled());
 
     window.confirmMoveProject(home + s("/Code"));
-    EXPECT_EQ(accept(s("moveProjectConfirmation")),
-              s("Move ") + shop + s(" to ") + home + s("/Code/shop?"));
+    QMessageBox* box = nullptr;
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return (box = test::openBox(window, s("moveProjectConfirmation"))); },
+                        test::patience));
+    EXPECT_EQ(box->text(), s("Move ") + shop + s(" to ") + home + s("/Code/shop?"));
+    EXPECT_EQ(box->defaultButton(), box->button(QMessageBox::Cancel));
+    test::clickButton(*box, QMessageBox::AcceptRole);
     ASSERT_TRUE(
         QTest::qWaitFor([this] { return organize.lastOutcome().has_value(); }, test::patience));
     EXPECT_TRUE(QFileInfo::exists(home + s("/Code/shop/README.md")));
