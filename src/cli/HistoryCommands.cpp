@@ -42,7 +42,8 @@ QJsonObject cleanupJson(const ListedCleanup& listed) {
         items.append(QJsonObject{{QStringLiteral("originalPath"), item.originalPath},
                                  {QStringLiteral("trashPath"), item.location.path},
                                  {QStringLiteral("bytes"), item.bytes},
-                                 {QStringLiteral("putBack"), item.isPutBack}});
+                                 {QStringLiteral("putBack"), item.isPutBack},
+                                 {QStringLiteral("emptied"), item.isEmptied}});
     return {{QStringLiteral("id"), cleanup.id},
             {QStringLiteral("date"), isoDateOrNull(cleanup.date)},
             {QStringLiteral("area"), cleanup.area},
@@ -163,6 +164,99 @@ bool confirmed(Console& console, const PutBackOutcome& preview, const PutBackReq
     return false;
 }
 
+OwnTrashListing planThrough(CleanupHistoryModel& model) {
+    std::optional<OwnTrashListing> listing;
+    const QObject receiver;
+    QObject::connect(&model, &CleanupHistoryModel::emptyTrashPlanned, &receiver,
+                     [&listing](const OwnTrashListing& planned) { listing = planned; });
+    model.planEmptyTrash();
+    waitUntil(model, &CleanupHistoryModel::emptyTrashPlanned,
+              [&listing] { return listing.has_value(); });
+    return *listing;
+}
+
+EmptyTrashOutcome emptyThrough(CleanupHistoryModel& model, const QList<OwnTrashItem>& items,
+                               bool dryRun) {
+    std::optional<EmptyTrashOutcome> outcome;
+    const QObject receiver;
+    QObject::connect(&model, &CleanupHistoryModel::emptyTrashCompleted, &receiver,
+                     [&outcome](const EmptyTrashOutcome& done) { outcome = done; });
+    model.emptyTrash(items, dryRun);
+    waitUntil(model, &CleanupHistoryModel::emptyTrashCompleted,
+              [&outcome] { return outcome.has_value(); });
+    return *outcome;
+}
+
+// The items cleanup by cleanup, each with what deleting it frees.
+void printOwnItems(Console& console, const QList<OwnTrashItem>& items) {
+    QString cleanupID;
+    for (const OwnTrashItem& entry : items) {
+        if (entry.cleanupID != cleanupID) {
+            cleanupID = entry.cleanupID;
+            console.out << "Cleanup " << cleanupID << " (" << entry.area << "):\n";
+        }
+        console.out << "  " << formatBytes(entry.item.bytes).rightJustified(10) << "  "
+                    << entry.item.originalPath << '\n';
+    }
+}
+
+QJsonObject emptyOutcomeJson(const EmptyTrashOutcome& outcome) {
+    const auto itemJson = [](const OwnTrashItem& entry) {
+        return QJsonObject{{QStringLiteral("cleanupID"), entry.cleanupID},
+                           {QStringLiteral("originalPath"), entry.item.originalPath},
+                           {QStringLiteral("trashPath"), entry.item.location.path},
+                           {QStringLiteral("bytes"), entry.item.bytes}};
+    };
+    QJsonArray deleted;
+    for (const OwnTrashItem& entry : outcome.emptied)
+        deleted.append(itemJson(entry));
+    QJsonArray failures;
+    for (const EmptyTrashFailure& failure : outcome.failures) {
+        QJsonObject object = itemJson(failure.item);
+        object.insert(QStringLiteral("message"), failure.message);
+        failures.append(object);
+    }
+    const bool dry = outcome.wasDryRun;
+    QJsonObject document{
+        {dry ? QStringLiteral("wouldDelete") : QStringLiteral("deleted"), deleted},
+        {dry ? QStringLiteral("wouldFreeBytes") : QStringLiteral("freedBytes"), outcome.freedBytes},
+        {QStringLiteral("failures"), failures}};
+    if (!outcome.message.isEmpty())
+        document.insert(QStringLiteral("message"), outcome.message);
+    return document;
+}
+
+int reportEmptying(Console& console, const EmptyTrashOutcome& outcome, bool json) {
+    if (json) {
+        printJson(console, emptyOutcomeJson(outcome));
+    } else {
+        printOwnItems(console, outcome.emptied);
+        console.out << emptyTrashToastText(outcome) << '\n' << Qt::flush;
+    }
+    return outcome.failures.isEmpty() && outcome.message.isEmpty() ? exitOk : exitSomeFailed;
+}
+
+bool emptyingConfirmed(Console& console, const OwnTrashListing& listing,
+                       const EmptyTrashRequest& request, int& status) {
+    if (request.yes)
+        return true;
+    if (!console.canAsk) {
+        console.err << "Nothing was deleted: confirm with --yes, or run on a terminal to be "
+                       "asked first.\n";
+        status = exitRefusedOrBadArguments;
+        return false;
+    }
+    printOwnItems(console, listing.items);
+    if (console.ask(QStringLiteral("Delete these %1 item(s) from the Trash for good, freeing "
+                                   "%2? They can't be put back. [y/N] ")
+                        .arg(listing.items.size())
+                        .arg(formatBytes(listing.bytes()))))
+        return true;
+    console.out << "Nothing was deleted.\n" << Qt::flush;
+    status = exitOk;
+    return false;
+}
+
 } // namespace
 
 int runHistory(bool json, Console& console) {
@@ -201,6 +295,28 @@ int runPutBack(const PutBackRequest& request, Console& console) {
     return report(console, putBackThrough(model, preview.cleanup.id, false), request.json);
 }
 
+int runEmptyTrash(const EmptyTrashRequest& request, Console& console) {
+    ToastCenter toasts;
+    CleanupHistoryModel model(toasts);
+    // The listing is the plan: what is confirmed is exactly what is deleted.
+    const OwnTrashListing listing = planThrough(model);
+    if (listing.problem)
+        console.err << *listing.problem << '\n';
+    if (listing.items.isEmpty()) {
+        if (request.json)
+            printJson(console, emptyOutcomeJson({{}, {}, 0, request.dryRun, {}}));
+        else
+            console.out << "Nothing this app put in the Trash is still there.\n" << Qt::flush;
+        return listing.problem ? exitSomeFailed : exitOk;
+    }
+    int status = exitOk;
+    if (!request.dryRun && !emptyingConfirmed(console, listing, request, status))
+        return status;
+    status =
+        reportEmptying(console, emptyThrough(model, listing.items, request.dryRun), request.json);
+    return listing.problem ? exitSomeFailed : status;
+}
+
 void printPutBackHint(Console& console, const RecordedCleanup& cleanup) {
     if (cleanup.id)
         console.out << "Put it back with: corvane put-back " << *cleanup.id << '\n';
@@ -215,7 +331,21 @@ void addCleanupNote(QJsonObject& document, const RecordedCleanup& cleanup) {
 void defineHistoryCommand(CLI::App& command, int& status) {
     auto json = std::make_shared<bool>(false);
     command.add_flag("--json", *json, "Print one JSON document on standard output");
-    command.callback([json, &status] {
+    command.require_subcommand(0, 1);
+    auto request = std::make_shared<EmptyTrashRequest>();
+    CLI::App* empty = command.add_subcommand(
+        "empty-trash", "Delete for good what the cleanups put in the Trash; the rest of the Trash "
+                       "stays");
+    empty->add_flag("--dry-run", request->dryRun, "Show what would be deleted; delete nothing");
+    empty->add_flag("--yes", request->yes, "Do not ask before deleting");
+    empty->add_flag("--json", request->json, "Print one JSON document on standard output");
+    empty->callback([request, &status] {
+        Console console(stdout, stderr);
+        status = runEmptyTrash(*request, console);
+    });
+    command.callback([&command, json, &status] {
+        if (command.got_subcommand("empty-trash"))
+            return;
         Console console(stdout, stderr);
         status = runHistory(*json, console);
     });

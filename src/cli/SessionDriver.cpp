@@ -96,7 +96,8 @@ int report(const TrashResult& result, const TrashRequest& request, Console& cons
     if (result.wasDryRun) {
         console.out << "Dry run: would move to the Trash:\n";
         printItems(console, result.plan, outcome.trashed);
-        console.out << "Dry run: would reclaim " << formatBytes(result.reclaimedBytes) << '\n';
+        // The space comes back only when the Trash is emptied: the toast's words say so.
+        console.out << trashToastText(result) << '\n';
     } else if (!outcome.trashed.isEmpty()) {
         // The toast's words, with the history's notice when it has one.
         console.out << trashToastText(result) << '\n';

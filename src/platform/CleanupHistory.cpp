@@ -14,6 +14,9 @@ namespace {
 
 const QString fileName = QStringLiteral("cleanup-history.json");
 const QString cleanupsKey = QStringLiteral("cleanups");
+const QString itemsKey = QStringLiteral("items");
+const QString putBackKey = QStringLiteral("putBack");
+const QString emptiedKey = QStringLiteral("emptied");
 
 // What marks the entry in the Trash as the one the cleanup made: the record's values on Linux,
 // the file's identity on macOS. Absent keys mean an older history that recorded neither.
@@ -58,6 +61,8 @@ QJsonObject itemJson(const CleanupItem& item) {
                        {QStringLiteral("trashInfoPath"), item.location.infoPath},
                        {QStringLiteral("bytes"), item.bytes},
                        {QStringLiteral("putBack"), item.isPutBack}};
+    if (item.isEmptied)
+        object.insert(emptiedKey, true);
     addEntryMarks(object, item.location);
     return object;
 }
@@ -76,6 +81,7 @@ std::optional<CleanupItem> itemFromJson(const QJsonValue& value) {
                      identityFromJson(object.value(QStringLiteral("trashIdentity")))};
     item.bytes = object.value(QStringLiteral("bytes")).toInteger();
     item.isPutBack = object.value(QStringLiteral("putBack")).toBool();
+    item.isEmptied = object.value(emptiedKey).toBool();
     return item;
 }
 
@@ -83,14 +89,25 @@ std::optional<Cleanup> cleanupFromValue(const QJsonValue& value) {
     return value.isObject() ? CleanupHistory::cleanupFromJson(value.toObject()) : std::nullopt;
 }
 
-// The cleanups this version reads, changed by `change`, back as records.
-void changeCleanups(QList<QJsonValue>& records,
-                    const std::function<void(QList<Cleanup>&)>& change) {
-    QList<Cleanup> cleanups = decodedRecords<Cleanup>(records, cleanupFromValue);
-    change(cleanups);
-    records.clear();
-    for (const Cleanup& cleanup : std::as_const(cleanups))
-        records.append(CleanupHistory::cleanupJson(cleanup));
+// Sets `key` on the items of the cleanup record `id` whose original paths are given. The records
+// are changed where they lie, so that what a newer version wrote into them stays.
+void markItems(QList<QJsonValue>& records, const QString& id, const QList<QString>& originalPaths,
+               const QString& key) {
+    for (QJsonValue& record : records) {
+        QJsonObject cleanup = record.toObject();
+        if (cleanup.value(QStringLiteral("id")).toString() != id)
+            continue;
+        QJsonArray items = cleanup.value(itemsKey).toArray();
+        for (QJsonValueRef entry : items) {
+            QJsonObject item = entry.toObject();
+            if (originalPaths.contains(item.value(QStringLiteral("originalPath")).toString())) {
+                item.insert(key, true);
+                entry = item;
+            }
+        }
+        cleanup.insert(itemsKey, items);
+        record = cleanup;
+    }
 }
 
 // The date to the second, in UTC; a number follows when a cleanup of that second exists.
@@ -113,6 +130,13 @@ qint64 Cleanup::bytes() const {
     for (const CleanupItem& item : items)
         total = checkedSum(total, item.bytes);
     return total;
+}
+
+bool Cleanup::isEmptied() const {
+    const auto emptied = [](const CleanupItem& item) { return item.isEmptied; };
+    const auto over = [](const CleanupItem& item) { return item.isEmptied || item.isPutBack; };
+    return std::any_of(items.cbegin(), items.cend(), emptied) &&
+           std::all_of(items.cbegin(), items.cend(), over);
 }
 
 qsizetype Cleanup::itemsInTrash() const {
@@ -146,12 +170,10 @@ RecordedCleanup CleanupHistory::record(const QString& area, const QList<CleanupI
         return {};
     QString id;
     const OwnFile::Outcome outcome = file().update([&](QList<QJsonValue>& records) {
-        changeCleanups(records, [&](QList<Cleanup>& cleanups) {
-            id = newID(date, cleanups);
-            cleanups.append({id, date, area, items});
-            if (cleanups.size() > keptCleanups)
-                cleanups.remove(0, cleanups.size() - keptCleanups);
-        });
+        id = newID(date, decodedRecords<Cleanup>(records, cleanupFromValue));
+        records.append(cleanupJson({id, date, area, items}));
+        if (records.size() > keptCleanups)
+            records.remove(0, records.size() - keptCleanups);
     });
     if (!outcome.error.isEmpty())
         return {std::nullopt,
@@ -159,21 +181,21 @@ RecordedCleanup CleanupHistory::record(const QString& area, const QList<CleanupI
     return {id, outcome.notice};
 }
 
-// Marks only what the history holds; one that can't be read is left for the user to fix.
 QString CleanupHistory::markPutBack(const QString& id, const QList<QString>& originalPaths) const {
+    return mark(id, originalPaths, putBackKey);
+}
+
+QString CleanupHistory::markEmptied(const QString& id, const QList<QString>& originalPaths) const {
+    return mark(id, originalPaths, emptiedKey);
+}
+
+// Marks only what the history holds; one that can't be read is left for the user to fix.
+QString CleanupHistory::mark(const QString& id, const QList<QString>& originalPaths,
+                             const QString& key) const {
     if (originalPaths.isEmpty())
         return {};
     const auto marking = [&](QList<QJsonValue>& records) {
-        changeCleanups(records, [&](QList<Cleanup>& cleanups) {
-            for (Cleanup& cleanup : cleanups) {
-                if (cleanup.id != id)
-                    continue;
-                for (CleanupItem& item : cleanup.items) {
-                    if (originalPaths.contains(item.originalPath))
-                        item.isPutBack = true;
-                }
-            }
-        });
+        markItems(records, id, originalPaths, key);
     };
     return file().update(marking, OwnFile::WhenUnreadable::refuse).error;
 }

@@ -22,6 +22,8 @@ struct CleanupItem {
     qint64 bytes = 0;
     // Put back by an earlier run, so a later one does not try it again.
     bool isPutBack = false;
+    // Deleted for good from the Trash by this app ("Empty Trash…"): gone, and gone on purpose.
+    bool isEmptied = false;
 
     bool operator==(const CleanupItem&) const = default;
 };
@@ -39,6 +41,9 @@ struct Cleanup {
     // The items not put back that the Trash still holds: the entry at their place in the Trash
     // is the one this cleanup made (see `TrashLocation::entry`). Looks at the disk.
     qsizetype itemsInTrash() const;
+    // The cleanup is over: this app deleted some of its items for good from the Trash ("Empty
+    // Trash…") and put the others back.
+    bool isEmptied() const;
 
     bool operator==(const Cleanup&) const = default;
 };
@@ -81,12 +86,15 @@ public:
     // Marks the items of cleanup `id` whose original paths are given as put back. Returns an empty
     // string on success, else the message for the user.
     QString markPutBack(const QString& id, const QList<QString>& originalPaths) const;
+    // Marks the items of cleanup `id` whose original paths are given as emptied from the Trash.
+    QString markEmptied(const QString& id, const QList<QString>& originalPaths) const;
 
     static QJsonObject cleanupJson(const Cleanup& cleanup);
     static std::optional<Cleanup> cleanupFromJson(const QJsonObject& object);
 
 private:
     OwnFile file() const;
+    QString mark(const QString& id, const QList<QString>& originalPaths, const QString& key) const;
 
     QString path_;
 };

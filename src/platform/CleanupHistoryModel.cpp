@@ -78,4 +78,39 @@ void CleanupHistoryModel::finishPutBack(const PutBackOutcome& outcome) {
         reload();
 }
 
+void CleanupHistoryModel::planEmptyTrash() {
+    if (isRemoving())
+        return;
+    startJob(JobKind::removal,
+             [this, history = history_](const CancellationToken&, const MainThreadPost& post) {
+                 const OwnTrashListing listing = EmptyTrashService::list(history);
+                 post([this, listing] { emit emptyTrashPlanned(listing); });
+             });
+}
+
+void CleanupHistoryModel::emptyTrash(const QList<OwnTrashItem>& items, bool dryRun) {
+    if (!beginRemoval())
+        return;
+    startJob(JobKind::removal, [this, history = history_, items, dryRun = dryRun || isDryRun()](
+                                   const CancellationToken&, const MainThreadPost& post) {
+        const EmptyTrashOutcome outcome = EmptyTrashService::empty(items, history, dryRun);
+        post([this, outcome] { finishEmptying(outcome); });
+    });
+}
+
+void CleanupHistoryModel::finishEmptying(const EmptyTrashOutcome& outcome) {
+    lastEmptyOutcome_ = outcome;
+    const bool cleanlyDone = outcome.failures.isEmpty() && outcome.message.isEmpty();
+    toasts().post(emptyTrashToastText(outcome),
+                  cleanlyDone && !outcome.wasDryRun ? ToastStyle::success : ToastStyle::info);
+    QList<ItemFailure> failures;
+    for (const EmptyTrashFailure& failure : outcome.failures)
+        failures.append(
+            {failure.item.item.originalPath, failure.item.item.originalPath, failure.message});
+    finishRemoval(failures);
+    emit emptyTrashCompleted(outcome);
+    if (!outcome.wasDryRun)
+        reload();
+}
+
 } // namespace corvane

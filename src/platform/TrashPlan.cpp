@@ -62,15 +62,15 @@ QString trashToastText(const TrashResult& result) {
     const qsizetype count = result.outcome.trashed.size();
     if (count == 0)
         return {};
-    const QString bytes = formatBytes(result.reclaimedBytes);
-    if (!result.wasDryRun) {
-        const QString notice = result.cleanup.notice;
-        return QStringLiteral("Reclaimed ") + bytes +
-               (notice.isEmpty() ? QString() : u'\n' + notice);
-    }
     const QString items =
         count == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(count);
-    return QStringLiteral("Dry run: would move %1 (%2) to the Trash").arg(items, bytes);
+    const QString bytes = formatBytes(result.reclaimedBytes);
+    if (result.wasDryRun)
+        return QStringLiteral("Dry run: would move %1 (%2) to the Trash").arg(items, bytes);
+    // Nothing is reclaimed yet: the space comes back when the Trash is emptied.
+    const QString notice = result.cleanup.notice;
+    return QStringLiteral("Moved %1 (%2) to the Trash").arg(items, bytes) +
+           (notice.isEmpty() ? QString() : u'\n' + notice);
 }
 
 } // namespace corvane

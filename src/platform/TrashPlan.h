@@ -26,6 +26,17 @@ struct TrashPlan {
     QHash<QString, qint64> sizeByURL;
     // The area of the app the items belong to, as the cleanup history names it ("projects").
     QString area;
+    // What a confirmation shows of an item: the project or area it is listed under, its name
+    // there and what it occupies (its entry in `sizeByURL` is what it frees). An item without
+    // one is listed under its folder by its own name.
+    struct Label {
+        QString group;
+        QString name;
+        std::optional<qint64> sizeBytes;
+
+        bool operator==(const Label&) const = default;
+    };
+    QHash<QString, Label> labelByURL;
 
     // Appends `url` to the batch of `root` (a new batch when the last one has another root).
     void add(const QString& root, const QString& url, std::optional<qint64> bytes);
@@ -60,9 +71,10 @@ TrashResult carryOut(const TrashPlan& plan, const PlatformTrash& platform = Plat
 // the platform. Moves nothing.
 TrashResult preview(const TrashPlan& plan);
 
-// The toast of a trash action, from its result: "Reclaimed 1.2 GB", or for a dry run
-// "Dry run: would move 3 items (1.2 GB) to the Trash", followed on its own line by the cleanup
-// history's notice if it has one. Empty when nothing moved (or would).
+// The toast of a trash action, from its result: "Moved 3 items (1.2 GB) to the Trash" (the space
+// is reclaimed only when the Trash is emptied), or for a dry run "Dry run: would move 3 items
+// (1.2 GB) to the Trash", followed on its own line by the cleanup history's notice if it has one.
+// Empty when nothing moved (or would).
 QString trashToastText(const TrashResult& result);
 
 } // namespace corvane

@@ -91,6 +91,8 @@ TrashPlan GlobalCachesModel::trashPlan() const {
         const auto size = cacheSizeByID_.constFind(item.id());
         plan.add(home, item.entry.url,
                  size == cacheSizeByID_.cend() ? std::nullopt : std::optional(*size));
+        plan.labelByURL.insert(item.entry.url,
+                               {QStringLiteral("Developer caches"), item.entry.name, std::nullopt});
     }
     return plan;
 }

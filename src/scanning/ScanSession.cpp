@@ -309,16 +309,28 @@ TrashPlan ScanSession::trashPlan(const TrashScope& scope) const {
             if (!selectedItemIDs_.contains(item.id) || isKept(item))
                 continue;
             urls.append(item.url);
+            // Listed under the project's folder, which tells two projects of one name apart.
+            TrashPlan::Label label{Paths::withTilde(project.url, Locations::homeDir()),
+                                   Paths::pathInside(item.url, project.url).value_or(item.name),
+                                   std::nullopt};
             // What each item frees on its own: the confirmation and the report never promise
             // the links two trashed items share, which only the project's figure counts.
-            if (const auto space = spaceByItem_.constFind(item.id); space != spaceByItem_.cend())
+            if (const auto space = spaceByItem_.constFind(item.id); space != spaceByItem_.cend()) {
                 sizes.insert(item.url, space->freesBytes);
+                label.sizeBytes = space->sizeBytes;
+            }
+            plan.labelByURL.insert(item.url, label);
         }
     }
-    for (const QString& url : outermost(urls)) {
+    const QList<QString> outer = outermost(urls);
+    for (const QString& url : outer) {
         const auto size = sizes.constFind(url);
         plan.add(*rootURL_, url, size == sizes.cend() ? std::nullopt : std::optional(*size));
     }
+    // Nested items go with their outer one and are not listed apart.
+    const QSet<QString> listed(outer.cbegin(), outer.cend());
+    plan.labelByURL.removeIf(
+        [&listed](const auto& entry) { return !listed.contains(entry.key()); });
     return plan;
 }
 

@@ -62,6 +62,7 @@ void AIModelsView::fillModels() {
             row->setData(nameColumn, idRole, item.id);
             // What it takes, and beside it what removing it alone gives back.
             InventoryWidgets::setSize(*row, sizeColumn, item.sizeBytes);
+            row->setData(nameColumn, InventoryWidgets::freesRole, item.freesBytes);
             QStringList details{QStringLiteral("frees ") + formatBytes(item.freesBytes)};
             const std::optional<QString> holder = model_.openBy(item.id);
             if (holder)

@@ -42,7 +42,7 @@ void AppController::start() {
     if (!last.isEmpty() && QFileInfo(last).isDir())
         window_->scanFolder(last);
     const QVariant area = QSettings().value(sidebarSelectionKey);
-    constexpr int lastKind = static_cast<int>(SidebarSelection::Kind::archived);
+    constexpr int lastKind = static_cast<int>(SidebarSelection::Kind::cleanups);
     if (area.isValid() && area.toInt() > 0 && area.toInt() <= lastKind)
         models_.navigation.setSelection(
             SidebarSelection::of(static_cast<SidebarSelection::Kind>(area.toInt())));

@@ -52,6 +52,18 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     QObject::connect(&archives, &ArchivesModel::filesystemChanged, &trash, &TrashGauge::refresh);
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &trash,
                      &TrashGauge::refresh);
+    QObject::connect(&cleanups, &CleanupHistoryModel::emptyTrashCompleted, &trash,
+                     &TrashGauge::refresh);
+    // Every trash action may have added a cleanup; a history on show lists it.
+    const auto relist = [this] {
+        if (cleanups.hasLoaded())
+            cleanups.reload();
+    };
+    QObject::connect(&session, &ScanSession::trashCompleted, &cleanups, relist);
+    QObject::connect(&caches, &GlobalCachesModel::trashCompleted, &cleanups, relist);
+    QObject::connect(&apps, &AppsModel::actionFinished, &cleanups, relist);
+    QObject::connect(&android, &AndroidModel::actionFinished, &cleanups, relist);
+    QObject::connect(&aiModels, &AIModelsModel::actionFinished, &cleanups, relist);
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &session,
                      [this, rescan](const PutBackOutcome& outcome) {
                          if (outcome.restored.isEmpty() || outcome.wasDryRun)

@@ -1,6 +1,8 @@
 #include "shell/AppsView.h"
 
 #include "platform/ByteFormat.h"
+#include "platform/Paths.h"
+#include "shell/ConfirmationSheet.h"
 #include "shell/FilterBar.h"
 #include "shell/InventoryWidgets.h"
 #include "shell/ListFinder.h"
@@ -201,31 +203,7 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
         if (row && row->data(nameColumn, kindRole).toInt() == appRow)
             openRemovalSheet(row->data(nameColumn, urlRole).toString());
     });
-    connect(removeLeftovers_, &QPushButton::clicked, this, [this] {
-        QStringList urls;
-        for (QTreeWidgetItemIterator it(tree_); *it; ++it) {
-            if ((*it)->data(nameColumn, kindRole).toInt() == leftoverRow &&
-                (*it)->checkState(nameColumn) == Qt::Checked)
-                urls.append((*it)->data(nameColumn, urlRole).toString());
-        }
-        if (urls.isEmpty())
-            return;
-        auto* box = new QMessageBox(
-            QMessageBox::Question, QStringLiteral("Leftovers"),
-            QStringLiteral("Move %1 leftover item(s) to the Trash?").arg(urls.size()),
-            QMessageBox::Cancel, window());
-        box->setObjectName(QStringLiteral("leftoversConfirmation"));
-        box->setInformativeText(AppsModel::leftoversText);
-        QPushButton* accept =
-            box->addButton(QStringLiteral("Move to Trash"), QMessageBox::AcceptRole);
-        box->setWindowModality(Qt::WindowModal);
-        box->setAttribute(Qt::WA_DeleteOnClose);
-        connect(box, &QMessageBox::buttonClicked, this, [this, accept, urls](QAbstractButton* b) {
-            if (b == accept)
-                apps_.removeLeftovers(urls);
-        });
-        box->open();
-    });
+    connect(removeLeftovers_, &QPushButton::clicked, this, &AppsView::confirmLeftoversRemoval);
     connect(upgrade_, &QPushButton::clicked, this, [this] {
         const QTreeWidgetItem* row = outdated_->currentItem();
         if (!row)
@@ -253,6 +231,34 @@ void AppsView::showEvent(QShowEvent* event) {
         apps_.reload();
     if (!homebrew_.hasLoaded() && !homebrew_.isLoading())
         homebrew_.reload();
+}
+
+void AppsView::confirmLeftoversRemoval() {
+    // The sheet lists the ticked leftovers under the app they were left by, and exactly those go.
+    QStringList urls;
+    QList<ConfirmationGroup> groups;
+    for (QTreeWidgetItemIterator it(tree_); *it; ++it) {
+        const QTreeWidgetItem& row = **it;
+        if (row.data(nameColumn, kindRole).toInt() != leftoverRow ||
+            row.checkState(nameColumn) != Qt::Checked)
+            continue;
+        const QString url = row.data(nameColumn, urlRole).toString();
+        const QString app = row.parent() ? row.parent()->text(nameColumn) : QString();
+        if (groups.isEmpty() || groups.last().title != app)
+            groups.append({app, {}});
+        groups.last().items.append({Paths::lastComponent(url), url,
+                                    row.data(sizeColumn, InventoryWidgets::bytesRole).toLongLong(),
+                                    std::nullopt});
+        urls.append(url);
+    }
+    if (urls.isEmpty())
+        return;
+    ConfirmationSheet::ask(
+        window(),
+        {QStringLiteral("leftoversConfirmation"), QStringLiteral("Leftovers"),
+         QStringLiteral("Move %1 leftover item(s) to the Trash?").arg(urls.size()),
+         AppsModel::leftoversText, QStringLiteral("Move to Trash")},
+        groups, [this, urls] { apps_.removeLeftovers(urls); });
 }
 
 AppRemovalSheet* AppsView::openRemovalSheet(const QString& url) {

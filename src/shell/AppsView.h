@@ -45,6 +45,8 @@ public:
     QLabel* brewMessage() const { return brewMessage_; }
     // Opens the removal sheet for the app at `url`.
     AppRemovalSheet* openRemovalSheet(const QString& url);
+    // Asks, listing them, to move the ticked leftovers to the Trash.
+    void confirmLeftoversRemoval();
 
 protected:
     // Apps are measured the first time the page is shown, not at start-up.

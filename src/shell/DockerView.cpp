@@ -199,12 +199,17 @@ void DockerView::confirmRemove() {
 void DockerView::confirmPrune() {
     if (!model_.snapshot())
         return;
-    ask(Change::permanent, QStringLiteral("dockerPruneConfirmation"),
-        QStringLiteral("Clear the build cache?"), QStringLiteral("Clear the build cache?"),
-        QStringLiteral("This frees up to %1 and is permanent; the cache is built again as builds "
-                       "need it.")
-            .arg(formatBytes(model_.snapshot()->buildCache.reclaimableBytes)),
-        QStringLiteral("Clear"), [this] { model_.pruneBuildCache(); });
+    const DockerBuildCache& cache = model_.snapshot()->buildCache;
+    ask(Change::permanent,
+        {QStringLiteral("dockerPruneConfirmation"), QStringLiteral("Clear the build cache?"),
+         QStringLiteral("Clear the build cache?"),
+         QStringLiteral("This frees up to %1 and is permanent; the cache is built again as builds "
+                        "need it.")
+             .arg(formatBytes(cache.reclaimableBytes)),
+         QStringLiteral("Clear")},
+        {{QStringLiteral("Build cache"),
+          {{QStringLiteral("Docker build cache"), {}, cache.totalBytes, cache.reclaimableBytes}}}},
+        [this] { model_.pruneBuildCache(); });
 }
 
 } // namespace corvane

@@ -86,23 +86,40 @@ void InventoryPage::showStateLine(const QString& state, const QString& failuresH
 void InventoryPage::ask(Change change, const QString& objectName, const QString& title,
                         const QString& question, const QString& informative,
                         const QString& acceptTitle, std::function<void()> accepted) {
-    const bool permanent = change == Change::permanent;
-    auto* box = new QMessageBox(permanent ? QMessageBox::Warning : QMessageBox::Question, title,
-                                question, QMessageBox::Cancel, window());
-    box->setObjectName(objectName);
-    box->setInformativeText(informative);
-    QPushButton* accept = box->addButton(acceptTitle, permanent ? QMessageBox::DestructiveRole
-                                                                : QMessageBox::AcceptRole);
-    box->setDefaultButton(permanent ? qobject_cast<QPushButton*>(box->button(QMessageBox::Cancel))
-                                    : accept);
-    box->setWindowModality(Qt::WindowModal);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QMessageBox::buttonClicked, this,
-            [accept, accepted = std::move(accepted)](QAbstractButton* button) {
-                if (button == accept)
-                    accepted();
-            });
-    box->open();
+    ask(change, {objectName, title, question, informative, acceptTitle, false}, tickedGroups(),
+        std::move(accepted));
+}
+
+void InventoryPage::ask(Change change, const ConfirmationText& text,
+                        const QList<ConfirmationGroup>& groups, std::function<void()> accepted) {
+    ConfirmationText words = text;
+    words.permanent = change == Change::permanent;
+    ConfirmationSheet::ask(window(), words, groups, std::move(accepted));
+}
+
+QList<ConfirmationGroup> InventoryPage::tickedGroups() const {
+    QList<ConfirmationGroup> groups;
+    const auto add = [&groups](const QString& title, const QTreeWidgetItem& row) {
+        if (row.checkState(0) != Qt::Checked)
+            return;
+        if (groups.isEmpty() || groups.last().title != title)
+            groups.append({title, {}});
+        const auto bytes = [&row](int column, int role) -> std::optional<qint64> {
+            const QVariant value = row.data(column, role);
+            return value.isValid() ? std::optional(value.toLongLong()) : std::nullopt;
+        };
+        groups.last().items.append(
+            {row.text(0), row.toolTip(0),
+             bytes(InventoryWidgets::sizeColumn, InventoryWidgets::bytesRole),
+             bytes(0, InventoryWidgets::freesRole)});
+    };
+    for (int top = 0; top < tree_->topLevelItemCount(); ++top) {
+        const QTreeWidgetItem* heading = tree_->topLevelItem(top);
+        add(QString(), *heading);
+        for (int child = 0; child < heading->childCount(); ++child)
+            add(heading->text(0), *heading->child(child));
+    }
+    return groups;
 }
 
 void InventoryPage::showEvent(QShowEvent* event) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/InventoryModel.h"
+#include "shell/ConfirmationSheet.h"
 
-#include <QMessageBox>
 #include <QWidget>
 #include <functional>
 
@@ -56,12 +56,18 @@ protected:
     // Shows `state` in place of the list (the list when it is empty), the failures under
     // `failuresHeading`, and Reload unless a load runs.
     void showStateLine(const QString& state, const QString& failuresHeading);
-    // Asks `question` in a sheet named `objectName`; `accepted` runs when `acceptTitle` is chosen.
-    // A permanent change warns and makes Cancel the default.
+    // Asks `question` in a sheet named `objectName` that lists the ticked rows under their
+    // headings; `accepted` runs when `acceptTitle` is chosen. A permanent change warns. Cancel is
+    // the default either way.
     enum class Change { reversible, permanent };
     void ask(Change change, const QString& objectName, const QString& title,
              const QString& question, const QString& informative, const QString& acceptTitle,
              std::function<void()> accepted);
+    // The same over `groups` rather than the ticked rows.
+    void ask(Change change, const ConfirmationText& text, const QList<ConfirmationGroup>& groups,
+             std::function<void()> accepted);
+    // The ticked rows of the list under their headings, with the bytes their size column holds.
+    QList<ConfirmationGroup> tickedGroups() const;
 
     // Brings the buttons and the state line up to date with the model.
     virtual void showState() = 0;

@@ -53,6 +53,7 @@ void setSize(QTreeWidgetItem& row, int column, qint64 bytes) {
     row.setText(column, formatBytes(bytes));
     row.setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
     row.setData(column, ListOrder::sortKeyRole, QVariant::fromValue(bytes));
+    row.setData(column, bytesRole, bytes);
 }
 
 void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable) {

@@ -23,8 +23,15 @@ void setUpFailuresLabel(QLabel& label, const QString& objectName);
 
 // A bold heading row (not tickable) with `detail` in the last column.
 QTreeWidgetItem* addHeading(QTreeWidget* tree, const QString& title, const QString& detail = {});
-// Shows `bytes` in `column` of `row`, aligned as sizes are and sorted by the number.
+// Every list has its sizes in this column; `bytesRole` holds the bytes the text shows.
+constexpr int sizeColumn = 1;
+constexpr int bytesRole = Qt::UserRole + 8;
+// What removing a row gives back when it differs from its size, in its first column.
+constexpr int freesRole = Qt::UserRole + 9;
+// Shows `bytes` right-aligned in `column` of `row`, keeps them in `bytesRole`
+// and sorts the row by them.
 void setSize(QTreeWidgetItem& row, int column, qint64 bytes);
+
 // A row that can be ticked only when `tickable`; `ticked` is its tick.
 void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable);
 

@@ -12,6 +12,7 @@
 #include "shell/AppsView.h"
 #include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
+#include "shell/CleanupsView.h"
 #include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/FilterBar.h"
@@ -67,6 +68,7 @@ constexpr int simulatorsRow = 7;
 constexpr int androidRow = 8;
 constexpr int aiModelsRow = 9;
 constexpr int appsRow = 10;
+constexpr int cleanupsRow = 11;
 
 // The sidebar row of each overview area.
 int rowOfArea(const QString& id) {
@@ -103,6 +105,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return aiModelsRow;
     case SidebarSelection::Kind::apps:
         return appsRow;
+    case SidebarSelection::Kind::cleanups:
+        return cleanupsRow;
     default:
         return projectsRow;
     }
@@ -135,6 +139,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , aiModels_(models.aiModels)
     , apps_(models.apps)
     , homebrew_(models.homebrew)
+    , cleanups_(models.cleanups)
     , overview_(models.overview)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
@@ -304,6 +309,7 @@ void MainWindow::makeMenus() {
     view->addAction(QStringLiteral("Android"), this, &MainWindow::showAndroid);
     view->addAction(QStringLiteral("AI Models"), this, &MainWindow::showAIModels);
     view->addAction(QStringLiteral("Apps"), this, &MainWindow::showApps);
+    view->addAction(QStringLiteral("Cleanups"), this, &MainWindow::showCleanups);
 
     QMenu* help = menuBar()->addMenu(QStringLiteral("&Help"));
     QAction* about = help->addAction(QStringLiteral("About Corvane Clean"));
@@ -399,6 +405,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("AI models")));
     sidebar_->addItem(
         new QListWidgetItem(style()->standardIcon(QStyle::SP_DesktopIcon), QStringLiteral("Apps")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_TrashIcon),
+                                          QStringLiteral("Cleanups")));
     sidebar_->insertItem(overviewRow,
                          new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveHDIcon),
                                              QStringLiteral("Overview")));
@@ -436,6 +444,8 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(aiModelsView_);
     appsView_ = new AppsView(apps_, homebrew_, central);
     pages_->addWidget(appsView_);
+    cleanupsView_ = new CleanupsView(cleanups_, central);
+    pages_->addWidget(cleanupsView_);
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -595,15 +605,12 @@ void MainWindow::confirmCachesTrash() {
 void MainWindow::askToTrash(const TrashPlan& plan, std::function<void(const TrashPlan&)> carryOut) {
     if (plan.isEmpty())
         return;
-    QMessageBox* box = makeTrashConfirmation(this, TrashQuestion::about(plan));
+    ConfirmationSheet* sheet = makeTrashConfirmation(this, TrashQuestion::about(plan));
     // The plan the sheet shows is the plan carried out: a scan still running may tick more
     // items meanwhile, and those wait for a sheet of their own.
-    connect(box, &QMessageBox::buttonClicked, this,
-            [box, plan, carryOut = std::move(carryOut)](QAbstractButton* button) {
-                if (box->buttonRole(button) == QMessageBox::AcceptRole)
-                    carryOut(plan);
-            });
-    box->open();
+    connect(sheet, &QDialog::accepted, this,
+            [plan, carryOut = std::move(carryOut)] { carryOut(plan); });
+    sheet->open();
 }
 
 void MainWindow::showSettings() {
@@ -643,7 +650,8 @@ void MainWindow::confirmMoveProject(const QString& newParent) {
         QStringLiteral("The folder is renamed on this disk and its coding-agent "
                        "history follows it. Undo Last Organize puts it back."));
     QPushButton* move = box->addButton(QStringLiteral("Move"), QMessageBox::AcceptRole);
-    box->setDefaultButton(move);
+    // Return never moves anything by accident.
+    box->setDefaultButton(QMessageBox::Cancel);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(Qt::WindowModal);
     connect(box, &QMessageBox::buttonClicked, this,
@@ -652,6 +660,10 @@ void MainWindow::confirmMoveProject(const QString& newParent) {
                     organize_.moveProject(source, destination);
             });
     box->open();
+}
+
+void MainWindow::showCleanups() {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::cleanups));
 }
 
 void MainWindow::showOverview() {
@@ -755,7 +767,7 @@ void MainWindow::confirmArchive(const ArchiveTarget& target) {
                                            "compared with the original. Only when they match "
                                            "does the original go to the Trash."));
     QPushButton* accept = box->addButton(QStringLiteral("Archive"), QMessageBox::AcceptRole);
-    box->setDefaultButton(accept);
+    box->setDefaultButton(QMessageBox::Cancel);
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(Qt::WindowModal);
     connect(box, &QMessageBox::buttonClicked, this,
@@ -876,6 +888,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showAIModels();
     else if (row == appsRow)
         showApps();
+    else if (row == cleanupsRow)
+        showCleanups();
     else
         showProjects();
 }

@@ -24,6 +24,7 @@ namespace corvane {
 class AgentsView;
 class ArchivedView;
 class CachesView;
+class CleanupsView;
 class AIModelsView;
 class AppsView;
 class AndroidView;
@@ -92,6 +93,7 @@ public:
     void showAIModels();
     void showApps();
     void showOverview();
+    void showCleanups();
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -117,6 +119,7 @@ public:
     AIModelsView* aiModelsView() const { return aiModelsView_; }
     AppsView* appsView() const { return appsView_; }
     OverviewView* overviewView() const { return overviewView_; }
+    CleanupsView* cleanupsView() const { return cleanupsView_; }
     QListWidget* sidebar() const { return sidebar_; }
     UpdateChecker& updateChecker() { return updateChecker_; }
     SummaryStrip* summary() const { return summary_; }
@@ -157,6 +160,7 @@ private:
     AIModelsModel& aiModels_;
     AppsModel& apps_;
     HomebrewModel& homebrew_;
+    CleanupHistoryModel& cleanups_;
     OverviewModel& overview_;
     Navigation& navigation_;
     ToastCenter& toasts_;
@@ -180,6 +184,7 @@ private:
     AIModelsView* aiModelsView_ = nullptr;
     AppsView* appsView_ = nullptr;
     OverviewView* overviewView_ = nullptr;
+    CleanupsView* cleanupsView_ = nullptr;
     QStringList sidebarTitles_;
     UpdateChecker updateChecker_;
     bool updatesAsked_ = false;

@@ -1,6 +1,7 @@
 #include "shell/OrganizeView.h"
 
 #include "platform/Paths.h"
+#include "shell/ConfirmationSheet.h"
 #include "shell/FilterBar.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
@@ -19,6 +20,20 @@
 
 namespace corvane {
 namespace {
+
+// The ready projects under the folder each moves into, by name, from where they are now.
+QList<ConfirmationGroup> readyGroups(const OrganizeModel& model) {
+    QList<ConfirmationGroup> groups;
+    for (const OrganizeEntry& entry : model.readyEntries()) {
+        const QString into = Paths::parentPath(entry.targetPath());
+        const QString title = QStringLiteral("Into ") + Paths::withTilde(into, model.home());
+        if (groups.isEmpty() || groups.last().title != title)
+            groups.append({title, {}});
+        groups.last().items.append({Paths::lastComponent(entry.candidate.path),
+                                    entry.candidate.path, std::nullopt, std::nullopt});
+    }
+    return groups;
+}
 
 enum PlanColumn { projectColumn, folderColumn, statusColumn, whereColumn };
 enum OrphanColumn { missingColumn, sessionsColumn, suggestionColumn };
@@ -363,31 +378,22 @@ void OrganizeView::addFolder(const QString& folder) {
 }
 
 void OrganizeView::ask(const QString& objectName, const QString& text, const QString& informative,
-                       const QString& acceptTitle, std::function<void()> accepted) {
-    auto* box = new QMessageBox(QMessageBox::Question, text, text, QMessageBox::Cancel, window());
-    box->setObjectName(objectName);
-    box->setInformativeText(informative);
-    QPushButton* accept = box->addButton(acceptTitle, QMessageBox::AcceptRole);
-    box->setDefaultButton(accept);
-    box->setWindowModality(Qt::WindowModal);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    connect(box, &QMessageBox::buttonClicked, this,
-            [box, accept, accepted = std::move(accepted)](QAbstractButton* button) {
-                if (button == accept && box->buttonRole(button) == QMessageBox::AcceptRole)
-                    accepted();
-            });
-    box->open();
+                       const QString& acceptTitle, std::function<void()> accepted,
+                       const QList<ConfirmationGroup>& groups) {
+    ConfirmationSheet::ask(window(), {objectName, text, text, informative, acceptTitle}, groups,
+                           std::move(accepted));
 }
 
 void OrganizeView::confirmOrganize() {
     const qsizetype ready = model_.readyEntries().size();
     if (ready == 0)
         return;
-    ask(QStringLiteral("organizeConfirmation"),
+    ask(
+        QStringLiteral("organizeConfirmation"),
         QStringLiteral("Move %1 into %2?").arg(projectsWord(ready).toLower(), model_.destination()),
         QStringLiteral("Each folder is renamed on this disk, and its coding-agent history follows "
                        "it. Undo Last Organize puts everything back."),
-        QStringLiteral("Organize"), [this] { model_.organize(); });
+        QStringLiteral("Organize"), [this] { model_.organize(); }, readyGroups(model_));
 }
 
 void OrganizeView::confirmUndo() {

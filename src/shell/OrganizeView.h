@@ -1,6 +1,7 @@
 #pragma once
 
 #include "organize/OrganizeModel.h"
+#include "shell/ConfirmationSheet.h"
 
 #include <QWidget>
 
@@ -50,8 +51,10 @@ private:
     void chooseDestination();
     void chooseFolderToAdd();
     // Asks `text` in a sheet named `objectName` and calls `accepted` on "OK".
+    // Asks in a sheet with Cancel the default, listing `groups` when there are any.
     void ask(const QString& objectName, const QString& text, const QString& informative,
-             const QString& acceptTitle, std::function<void()> accepted);
+             const QString& acceptTitle, std::function<void()> accepted,
+             const QList<ConfirmationGroup>& groups = {});
 
     OrganizeModel& model_;
     QLabel* destination_;

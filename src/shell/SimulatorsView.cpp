@@ -129,11 +129,15 @@ void SimulatorsView::confirmErase(const QString& udid) {
                                      [&udid](const SimulatorDevice& d) { return d.id == udid; });
     if (device == model_.devices().end())
         return;
-    ask(Change::permanent, QStringLiteral("eraseDeviceConfirmation"), QStringLiteral("Erase"),
-        QStringLiteral("Erase %1?").arg(device->name),
-        QStringLiteral("Its apps and data, %1, are gone for good; the device itself stays.")
-            .arg(formatBytes(device->dataSizeBytes)),
-        QStringLiteral("Erase"), [this, udid] { model_.erase(udid); });
+    ask(Change::permanent,
+        {QStringLiteral("eraseDeviceConfirmation"), QStringLiteral("Erase"),
+         QStringLiteral("Erase %1?").arg(device->name),
+         QStringLiteral("Its apps and data, %1, are gone for good; the device itself stays.")
+             .arg(formatBytes(device->dataSizeBytes)),
+         QStringLiteral("Erase")},
+        {{QStringLiteral("Devices"),
+          {{device->name, {}, device->dataSizeBytes, device->dataSizeBytes}}}},
+        [this, udid] { model_.erase(udid); });
 }
 
 } // namespace corvane

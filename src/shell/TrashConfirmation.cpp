@@ -3,15 +3,38 @@
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
 
-#include <QMessageBox>
-#include <QPushButton>
-
 namespace corvane {
+namespace {
+
+// The plan's items in its order, under their groups in the order each group first appears.
+QList<ConfirmationGroup> groupsOf(const TrashPlan& plan) {
+    QList<ConfirmationGroup> groups;
+    for (const QString& url : plan.urls()) {
+        const auto label = plan.labelByURL.constFind(url);
+        const bool labelled = label != plan.labelByURL.cend();
+        const QString title =
+            labelled ? label->group : Paths::lastComponent(Paths::parentPath(url));
+        ConfirmationItem item{labelled ? label->name : Paths::lastComponent(url), url,
+                              labelled ? label->sizeBytes : std::nullopt, std::nullopt};
+        if (const auto frees = plan.sizeByURL.constFind(url); frees != plan.sizeByURL.cend())
+            item.freesBytes = *frees;
+        const auto group = std::find_if(groups.begin(), groups.end(),
+                                        [&title](const auto& g) { return g.title == title; });
+        if (group == groups.end())
+            groups.append({title, {item}});
+        else
+            group->items.append(item);
+    }
+    return groups;
+}
+
+} // namespace
 
 TrashQuestion TrashQuestion::about(const TrashPlan& plan) {
     const QList<QString> urls = plan.urls();
     const QString bytes = formatBytes(plan.totalBytes());
     TrashQuestion question;
+    question.groups = groupsOf(plan);
     if (urls.size() == 1) {
         question.text =
             QStringLiteral("Move “%1” to the Trash?").arg(Paths::lastComponent(urls[0]));
@@ -32,21 +55,12 @@ TrashQuestion TrashQuestion::about(const TrashPlan& plan) {
     return question;
 }
 
-QMessageBox* makeTrashConfirmation(QWidget* window, const TrashQuestion& question) {
-    auto* box = new QMessageBox(window);
-    box->setObjectName(QStringLiteral("trashConfirmation"));
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIcon(QMessageBox::Question);
-    box->setWindowTitle(QStringLiteral("Move to Trash"));
-    box->setText(question.text);
-    box->setInformativeText(question.informativeText);
-    QPushButton* move = box->addButton(moveToTrashTitle, QMessageBox::AcceptRole);
-    box->addButton(QMessageBox::Cancel);
-    box->setDefaultButton(move);
-    box->setEscapeButton(QMessageBox::Cancel);
-    // Window-modal: a sheet on macOS, and the window stays responsive under it.
-    box->setWindowModality(Qt::WindowModal);
-    return box;
+ConfirmationSheet* makeTrashConfirmation(QWidget* window, const TrashQuestion& question) {
+    return new ConfirmationSheet(window,
+                                 {QStringLiteral("trashConfirmation"),
+                                  QStringLiteral("Move to Trash"), question.text,
+                                  question.informativeText, moveToTrashTitle, false},
+                                 question.groups);
 }
 
 } // namespace corvane

@@ -54,7 +54,7 @@ TEST(CachesCommand, ListsTheHomeFolderCachesAndCleansOnlyKnownOnesForReal) {
     out.clear();
     request.trash = {false, true, false};
     ASSERT_EQ(runCachesClean(request, console), exitOk) << qPrintable(err);
-    EXPECT_TRUE(out.startsWith(s("Reclaimed "))) << qPrintable(out);
+    EXPECT_TRUE(out.startsWith(s("Moved 1 item ("))) << qPrintable(out);
     EXPECT_FALSE(QFile::exists(maven));
     EXPECT_TRUE(QFile::exists(pip));
 }

@@ -1,5 +1,6 @@
 #include "cli/Command.h"
 #include "platform/CleanupHistory.h"
+#include "platform/PlatformTrash.h"
 #include "platform/ProcessRunner.h"
 #include "platform/PutBackService.h"
 #include "support/TestEnvironment.h"
@@ -119,6 +120,55 @@ TEST_F(HistoryCommandsTest, ACachesCleanupIsListedAndPutBackWhereItsPlaceIsFree)
     const ProcessResult table = runCorvane({s("history")});
     EXPECT_TRUE(table.standardOutput.startsWith("ID ")) << table.standardOutput.toStdString();
     EXPECT_TRUE(table.standardOutput.contains(id.toUtf8() + ' '));
+}
+
+TEST_F(HistoryCommandsTest, EmptyTrashDeletesOnlyWhatTheCleanupsLeftThereAndOnlyWhenConfirmed) {
+    ASSERT_EQ(runCorvane({s("caches"), s("clean"), s(".m2/repository"), s("--yes")}).exitCode,
+              cli::exitOk);
+    const ProcessResult pipCleaned =
+        runCorvane({s("caches"), s("clean"), s(".cache/pip"), s("--yes"), s("--json")});
+    const QString pipID = documentOf(pipCleaned)[u"cleanupID"].toString();
+    ASSERT_FALSE(pipID.isEmpty()) << pipCleaned.standardOutput.toStdString();
+    // pip's cleanup came back: its item is the user's again.
+    ASSERT_EQ(runCorvane({s("put-back"), pipID, s("--yes")}).exitCode, cli::exitOk);
+    const QJsonObject mavenCleanup =
+        documentOf(runCorvane({s("history"), s("--json")}))[u"cleanups"][1].toObject();
+    const QString mavenInTrash = mavenCleanup[u"items"][0][u"trashPath"].toString();
+    ASSERT_TRUE(QFileInfo::exists(mavenInTrash + s("/org/lib.jar")));
+    // A folder of the user's own of the same name goes to the Trash too.
+    const QString mine = test::fakeHome() + s("/old/repository");
+    test::writeFile(mine + s("/mine.txt"), "mine");
+    const TrashMove own = PlatformTrash::system().moveToTrash(mine);
+    ASSERT_FALSE(own.failure);
+
+    const ProcessResult unconfirmed = runCorvane({s("history"), s("empty-trash")});
+    EXPECT_EQ(unconfirmed.exitCode, cli::exitRefusedOrBadArguments);
+    EXPECT_TRUE(unconfirmed.standardError.contains("--yes"));
+    const ProcessResult dryRun =
+        runCorvane({s("history"), s("empty-trash"), s("--dry-run"), s("--json")});
+    EXPECT_EQ(dryRun.exitCode, cli::exitOk) << dryRun.standardError.toStdString();
+    const QJsonArray wouldDelete = documentOf(dryRun)[u"wouldDelete"].toArray();
+    ASSERT_EQ(wouldDelete.size(), 1);
+    EXPECT_EQ(wouldDelete[0][u"originalPath"].toString(), maven);
+    EXPECT_GE(documentOf(dryRun)[u"wouldFreeBytes"].toInteger(), 9000);
+    EXPECT_TRUE(QFileInfo::exists(mavenInTrash)) << "nothing deleted before it was confirmed";
+
+    const ProcessResult emptied = runCorvane({s("history"), s("empty-trash"), s("--yes")});
+    EXPECT_EQ(emptied.exitCode, cli::exitOk) << emptied.standardError.toStdString();
+    EXPECT_TRUE(emptied.standardOutput.contains("Reclaimed ") &&
+                emptied.standardOutput.contains(" by deleting 1 item from the Trash"))
+        << emptied.standardOutput.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(mavenInTrash));
+    EXPECT_TRUE(QFileInfo::exists(own.location.path + s("/mine.txt")));
+    EXPECT_EQ(filesBelow(pip), (QMap<QString, QByteArray>{{s("/http/entry"), "wheel"}}));
+    const QJsonObject after =
+        documentOf(runCorvane({s("history"), s("--json")}))[u"cleanups"][1].toObject();
+    EXPECT_EQ(after[u"itemsInTrash"].toInt(), 0);
+    EXPECT_TRUE(after[u"items"][0][u"emptied"].toBool());
+
+    const ProcessResult again = runCorvane({s("history"), s("empty-trash"), s("--yes")});
+    EXPECT_EQ(again.exitCode, cli::exitOk);
+    EXPECT_EQ(again.standardOutput.trimmed(), "Nothing this app put in the Trash is still there.");
 }
 
 TEST_F(HistoryCommandsTest, ADamagedHistoryIsReportedAndLeftAsItIs) {

@@ -312,7 +312,7 @@ TEST_F(ScanCommandsTest, CleanAsksFirstRefusesWithoutATerminalAndTrashesOneProje
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitOk) << qPrintable(err);
     EXPECT_FALSE(QFile::exists(space.looseVenv.url));
     EXPECT_TRUE(QFile::exists(space.monoModules.url));
-    EXPECT_TRUE(out.contains(s("Reclaimed 2 KB"))) << qPrintable(out);
+    EXPECT_TRUE(out.contains(s("Moved 1 item (2 KB) to the Trash"))) << qPrintable(out);
 
     request.project = s("nowhere");
     EXPECT_EQ(runClean(request, scripted(space.events), console), exitRefusedOrBadArguments);

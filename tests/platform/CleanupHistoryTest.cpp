@@ -119,6 +119,39 @@ TEST(CleanupHistory, AMalformedHistoryIsReportedAndNeverOverwrittenSilently) {
     EXPECT_EQ(asideFiles(folder).size(), 2);
 }
 
+TEST(CleanupHistory, MarkingAndRecordingKeepWhatANewerVersionWroteIntoACleanup) {
+    const QString folder = test::makeTempDir(s("newer-history"));
+    const CleanupHistory history(folder + s("/cleanup-history.json"));
+    const RecordedCleanup recorded = history.record(s("caches"), oneItem(s("pip")), at(0));
+    ASSERT_TRUE(recorded.id);
+    // A newer version added fields of its own to the cleanup and to its item.
+    QJsonObject document = JsonFile::read(history.path())->toObject();
+    QJsonArray cleanups = document.value(s("cleanups")).toArray();
+    QJsonObject cleanup = cleanups[0].toObject();
+    QJsonArray items = cleanup.value(s("items")).toArray();
+    QJsonObject item = items[0].toObject();
+    item.insert(s("checksum"), s("sha256:ab"));
+    items[0] = item;
+    cleanup.insert(s("items"), items);
+    cleanup.insert(s("tool"), s("pip 24"));
+    cleanups[0] = cleanup;
+    document.insert(s("cleanups"), cleanups);
+    ASSERT_TRUE(JsonFile::write(history.path(), document).isEmpty());
+
+    EXPECT_TRUE(history.markEmptied(*recorded.id, {s("/code/pip")}).isEmpty());
+    ASSERT_TRUE(history.record(s("projects"), oneItem(s("web")), at(1)).id);
+
+    const QJsonObject kept =
+        JsonFile::read(history.path())->toObject().value(s("cleanups")).toArray()[0].toObject();
+    EXPECT_EQ(kept.value(s("tool")).toString(), s("pip 24"));
+    const QJsonObject keptItem = kept.value(s("items")).toArray()[0].toObject();
+    EXPECT_EQ(keptItem.value(s("checksum")).toString(), s("sha256:ab"));
+    EXPECT_TRUE(keptItem.value(s("emptied")).toBool());
+    const Cleanup read = history.load().cleanups.first();
+    EXPECT_TRUE(read.items.first().isEmptied);
+    EXPECT_TRUE(read.isEmptied());
+}
+
 TEST(ToastCenter, AnActionIsAnnouncedOnceAndOnlyForTheToastStillShown) {
     ToastCenter toasts;
     QSignalSpy announced(&toasts, &ToastCenter::actionTriggered);

@@ -113,7 +113,7 @@ TEST(EndToEnd, AGeneratedWorkspaceIsScannedAsItsManifestSaysAndOnlyTickedItemsRe
     ASSERT_TRUE(waitFor([&] { return !session.isTrashing(); }, 120'000));
     EXPECT_TRUE(session.trashFailures().isEmpty());
     ASSERT_TRUE(toasts.current());
-    EXPECT_TRUE(toasts.current()->message.startsWith(QStringLiteral("Reclaimed ")));
+    EXPECT_TRUE(toasts.current()->message.startsWith(QStringLiteral("Moved ")));
 
     // Each ticked folder is in the Trash with a record of where it came from (or went with a
     // ticked folder around it); everything else is where it was.

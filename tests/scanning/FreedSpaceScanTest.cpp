@@ -152,7 +152,8 @@ TEST(FreedSpaceScan, TheTrashReportsWhatWasFreed) {
     EXPECT_EQ(result->outcome.trashed, QList<QString>{ws.path("web/node_modules")});
     EXPECT_EQ(result->reclaimedBytes, ws.webOwn);
     ASSERT_TRUE(toasts.current());
-    EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(ws.webOwn));
+    EXPECT_EQ(toasts.current()->message, QStringLiteral("Moved 1 item (") + formatBytes(ws.webOwn) +
+                                             QStringLiteral(") to the Trash"));
     EXPECT_TRUE(QFileInfo::exists(ws.store + QStringLiteral("/files/0")))
         << "the store is untouched";
 }

@@ -108,7 +108,9 @@ TEST_F(GlobalCachesModelTest, TickedCachesGoToTheTrashInsideTheHomeFolderOnly) {
     EXPECT_TRUE(model.selectedIDs().isEmpty());
     EXPECT_TRUE(model.failures().isEmpty());
     ASSERT_TRUE(toasts.current());
-    EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(gradleBytes));
+    EXPECT_EQ(toasts.current()->message, QStringLiteral("Moved 1 item (") +
+                                             formatBytes(gradleBytes) +
+                                             QStringLiteral(") to the Trash"));
 }
 
 TEST_F(GlobalCachesModelTest, ACacheThatLeadsOutOfTheHomeIsRefusedAndADryRunMovesNothing) {

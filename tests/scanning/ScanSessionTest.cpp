@@ -266,7 +266,9 @@ TEST_F(ScanSessionTest, TrashedItemsAndProjectsLeaveTheStateAndTheToastSaysWhatC
     ASSERT_TRUE(result);
     EXPECT_EQ(result->reclaimedBytes, 3'000'000);
     ASSERT_TRUE(toasts.current());
-    EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(3'000'000));
+    EXPECT_EQ(toasts.current()->message, QStringLiteral("Moved 2 items (") +
+                                             formatBytes(3'000'000) +
+                                             QStringLiteral(") to the Trash"));
     EXPECT_FALSE(QFile::exists(modules.url));
     EXPECT_FALSE(QFile::exists(old.url));
     EXPECT_EQ(names(session.projects()), QStringList{QStringLiteral("app")});
@@ -416,7 +418,8 @@ TEST(ScanSessionFailures, OneItemTheTrashRefusesStaysTickedAndTheRestStillMoves)
     EXPECT_EQ(session.selectedItemIDs(), QSet<QUuid>{locked.id});
     EXPECT_FALSE(QFile::exists(modules.url));
     ASSERT_TRUE(toasts.current());
-    EXPECT_EQ(toasts.current()->message, QStringLiteral("Reclaimed ") + formatBytes(20));
+    EXPECT_EQ(toasts.current()->message, QStringLiteral("Moved 1 item (") + formatBytes(20) +
+                                             QStringLiteral(") to the Trash"));
 }
 
 TEST_F(ScanSessionTest, ARescanDropsTheOldScanAndWhatItStillSends) {

@@ -68,10 +68,10 @@ TEST_F(DockerViewTest, ItemsInUseCannotBeTickedAndRemovingAsksWithThePermanentTe
     ASSERT_FALSE(model.selectedIDs().isEmpty());
     EXPECT_TRUE(view.removeButton()->isEnabled());
     view.confirmRemove();
-    QMessageBox* box = nullptr;
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return (box = test::openBox(view, s("dockerRemoveConfirmation"))); },
-                        test::patience));
+    ConfirmationSheet* box = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return (box = test::openSheet(view, s("dockerRemoveConfirmation"))); },
+        test::patience));
     EXPECT_TRUE(box->informativeText().contains(s("permanent")));
     test::saveScreenshot(*box, s("docker-remove-confirmation"));
     box->reject();

@@ -74,16 +74,16 @@ protected:
 
     // Accepts the confirmation sheet the window has open and returns what it asked.
     QString acceptConfirmation(const QString& screenshot) {
-        QMessageBox* box = nullptr;
+        ConfirmationSheet* box = nullptr;
         EXPECT_TRUE(QTest::qWaitFor(
-            [&] { return (box = test::openBox(window, QStringLiteral("trashConfirmation"))); },
+            [&] { return (box = test::openSheet(window, QStringLiteral("trashConfirmation"))); },
             test::patience));
         if (!box)
             return {};
         EXPECT_TRUE(box->windowModality() == Qt::WindowModal);
         const QString question = box->text() + u' ' + box->informativeText();
         test::saveScreenshot(*box, screenshot);
-        test::clickButton(*box, QMessageBox::AcceptRole);
+        box->acceptButton()->click();
         return question;
     }
 
@@ -143,7 +143,10 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
                   "Nothing is "
                   "deleted: you can put it back from the Trash until you empty it."));
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return window.toastOverlay()->message() == QStringLiteral("Reclaimed 30 KB"); },
+        [&] {
+            return window.toastOverlay()->message() ==
+                   QStringLiteral("Moved 1 item (30 KB) to the Trash");
+        },
         test::patience))
         << qPrintable(window.toastOverlay()->message());
     EXPECT_TRUE(
@@ -165,7 +168,8 @@ TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
     acceptConfirmation(QStringLiteral("sheet-move-before-put-back"));
     ToastOverlay& toast = *window.toastOverlay();
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return toast.message() == QStringLiteral("Reclaimed 21 KB"); }, test::patience))
+        [&] { return toast.message() == QStringLiteral("Moved 1 item (21 KB) to the Trash"); },
+        test::patience))
         << qPrintable(toast.message());
     ASSERT_FALSE(QFileInfo::exists(modules.url));
     ASSERT_TRUE(toast.actionButton()->isVisible());
@@ -243,7 +247,10 @@ TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
     EXPECT_EQ(window.failuresPanel()->lines(),
               QStringList{QStringLiteral(".venv: No longer exists")});
     EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return window.toastOverlay()->message() == QStringLiteral("Reclaimed 16 KB"); },
+        [&] {
+            return window.toastOverlay()->message() ==
+                   QStringLiteral("Moved 2 items (16 KB) to the Trash");
+        },
         test::patience));
     EXPECT_FALSE(QFileInfo::exists(modules.url));
     EXPECT_FALSE(QFileInfo::exists(target.url));
@@ -259,16 +266,16 @@ TEST_F(MainWindowTest, TheSheetCarriesOutWhatItShowedWhileTheScanGoesOn) {
     scans.feed(found(app, modules, 5'000));
     waitForRows(QStringLiteral("app"));
     window.action(MainWindow::Action::moveToTrash)->trigger();
-    QMessageBox* box = nullptr;
+    ConfirmationSheet* box = nullptr;
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return (box = test::openBox(window, QStringLiteral("trashConfirmation"))); },
+        [&] { return (box = test::openSheet(window, QStringLiteral("trashConfirmation"))); },
         test::patience));
     EXPECT_EQ(box->text(), QStringLiteral("Move “node_modules” to the Trash?"));
 
     // While the sheet is open the scan finds and ticks more; the sheet never showed it.
     scans.feed(found(late, lateModules, 7'000));
     ASSERT_TRUE(session.selectedItemIDs().contains(lateModules.id));
-    test::clickButton(*box, QMessageBox::AcceptRole);
+    box->acceptButton()->click();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !QFileInfo::exists(modules.url); }, test::patience));
     ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isTrashing(); }, test::patience));
     EXPECT_TRUE(QFileInfo::exists(lateModules.url + QStringLiteral("/blob")));
@@ -311,7 +318,7 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
                     .startsWith(QStringLiteral("Move “cache” to the Trash?")));
     ASSERT_TRUE(QTest::qWaitFor([&] { return view.model().rowCount() == 1; }, test::patience));
     EXPECT_FALSE(QFileInfo::exists(home + QStringLiteral("/go/pkg/mod/cache")));
-    EXPECT_TRUE(window.toastOverlay()->message().startsWith(QStringLiteral("Reclaimed ")));
+    EXPECT_TRUE(window.toastOverlay()->message().startsWith(QStringLiteral("Moved 1 item (")));
 
     // Back to the projects and again to the caches: the list is not measured twice by itself.
     sidebar->setCurrentRow(1);

@@ -123,10 +123,10 @@ TEST(AndroidPageTest, PackagesByKindAndEmulatorsWithWhatCannotGoAndWhy) {
 
     model.setSelected(*model.itemID(s("Pixel_8_API_36")), true);
     view.confirmTrash();
-    QMessageBox* box = nullptr;
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return (box = test::openBox(view, s("androidTrashConfirmation"))); },
-                        test::patience));
+    ConfirmationSheet* box = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return (box = test::openSheet(view, s("androidTrashConfirmation"))); },
+        test::patience));
     EXPECT_EQ(box->informativeText(), AndroidModel::confirmationNote);
     box->reject();
 }

@@ -63,15 +63,16 @@ protected:
 
     // Waits for the sheet `name`, saves it as `screenshot` when given, and accepts it.
     QString accept(const QString& name, const QString& screenshot = {}) {
-        QMessageBox* box = nullptr;
+        ConfirmationSheet* box = nullptr;
         EXPECT_TRUE(
-            QTest::qWaitFor([&] { return (box = test::openBox(window, name)); }, test::patience));
+            QTest::qWaitFor([&] { return (box = test::openSheet(window, name)); }, test::patience));
         if (!box)
             return {};
+        EXPECT_TRUE(box->cancelButton()->isDefault());
         const QString question = box->text();
         if (!screenshot.isEmpty())
             test::saveScreenshot(*box, screenshot);
-        test::clickButton(*box, QMessageBox::AcceptRole);
+        box->acceptButton()->click();
         return question;
     }
 
@@ -190,8 +191,13 @@ TEST_F(OrganizeViewTest, MoveProjectMovesTheSelectedProjectOfTheScanAndRescans) 
     ASSERT_TRUE(window.action(MainWindow::Action::moveProject)->isEnabled());
 
     window.confirmMoveProject(home + s("/Code"));
-    EXPECT_EQ(accept(s("moveProjectConfirmation")),
-              s("Move ") + shop + s(" to ") + home + s("/Code/shop?"));
+    QMessageBox* box = nullptr;
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return (box = test::openBox(window, s("moveProjectConfirmation"))); },
+                        test::patience));
+    EXPECT_EQ(box->text(), s("Move ") + shop + s(" to ") + home + s("/Code/shop?"));
+    EXPECT_EQ(box->defaultButton(), box->button(QMessageBox::Cancel));
+    test::clickButton(*box, QMessageBox::AcceptRole);
     ASSERT_TRUE(
         QTest::qWaitFor([this] { return organize.lastOutcome().has_value(); }, test::patience));
     EXPECT_TRUE(QFileInfo::exists(home + s("/Code/shop/README.md")));

@@ -3,6 +3,8 @@
 // What the desktop app's tests share: printing an item model as a tree, saving screenshots for
 // a reviewer, and finding the sheets a window opens.
 
+#include "shell/ConfirmationSheet.h"
+
 #include <QAbstractButton>
 #include <QAbstractItemModel>
 #include <QApplication>
@@ -52,6 +54,15 @@ inline QMessageBox* openBox(const QWidget& window, const QString& objectName) {
     for (QMessageBox* box : window.findChildren<QMessageBox*>(objectName)) {
         if (box->isVisible())
             return box;
+    }
+    return nullptr;
+}
+
+// The open confirmation sheet of `window` with this object name, if any.
+inline ConfirmationSheet* openSheet(const QWidget& window, const QString& objectName) {
+    for (ConfirmationSheet* sheet : window.findChildren<ConfirmationSheet*>(objectName)) {
+        if (sheet->isVisible())
+            return sheet;
     }
     return nullptr;
 }

@@ -65,9 +65,9 @@ TEST_F(SimulatorsViewTest, RuntimesAndDevicesAreListedAndDeletingAsksWithThePerm
     ASSERT_FALSE(model.selectedIDs().isEmpty());
     EXPECT_TRUE(view.deleteButton()->isEnabled());
     view.confirmDelete();
-    QMessageBox* box = nullptr;
+    ConfirmationSheet* box = nullptr;
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return (box = test::openBox(view, s("deleteRuntimesConfirmation"))); },
+        [&] { return (box = test::openSheet(view, s("deleteRuntimesConfirmation"))); },
         test::patience));
     EXPECT_TRUE(box->informativeText().endsWith(
         s("This is permanent: runtimes do not go to the Trash. You can download any of them again "

@@ -128,13 +128,13 @@ protected:
     }
 
     void acceptConfirmation(const QString& screenshot, const QString& expectedQuestion) {
-        QMessageBox* box = nullptr;
+        ConfirmationSheet* box = nullptr;
         ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return (box = test::openBox(window, QStringLiteral("trashConfirmation"))); },
+            [&] { return (box = test::openSheet(window, QStringLiteral("trashConfirmation"))); },
             test::patience));
         EXPECT_EQ(box->text(), expectedQuestion);
         test::saveScreenshot(*box, screenshot);
-        test::clickButton(*box, QMessageBox::AcceptRole);
+        box->acceptButton()->click();
     }
 
     Workspace workspace;
@@ -186,7 +186,9 @@ TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
     acceptConfirmation(QStringLiteral("scan-sheet-project"),
                        QStringLiteral("Move “node_modules” to the Trash?"));
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return window.toastOverlay()->message().startsWith(QStringLiteral("Reclaimed ")); },
+        [&] {
+            return window.toastOverlay()->message().startsWith(QStringLiteral("Moved 1 item ("));
+        },
         test::patience));
     EXPECT_TRUE(QTest::qWaitFor([&] { return itemRow(QStringLiteral("node_modules")) < 0; },
                                 test::patience));
