@@ -1,14 +1,18 @@
 #include "shell/CachesView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/FailuresPanel.h"
 #include "shell/PageLayout.h"
+#include "shell/TrashFlow.h"
 
+#include <QAction>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QStackedLayout>
 #include <QTreeView>
+#include <QVBoxLayout>
 
 namespace corvane {
 
@@ -27,7 +31,8 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     , ticked_(new QLabel(this))
     , body_(new QStackedLayout)
     , rescanButton_(new QPushButton(QStringLiteral("Rescan caches"), this))
-    , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this)) {
+    , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this))
+    , failures_(new FailuresPanel(this)) {
 
     list_->setObjectName(QStringLiteral("cachesView"));
     list_->setAccessibleName(QStringLiteral("Developer caches"));
@@ -47,6 +52,10 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     empty_->setForegroundRole(QPalette::PlaceholderText);
     body_->addWidget(list_);
     body_->addWidget(empty_);
+    auto* body = new QVBoxLayout;
+    body->setContentsMargins(0, 0, 0, 0);
+    body->addWidget(failures_);
+    body->addLayout(body_, 1);
     ticked_->setForegroundRole(QPalette::PlaceholderText);
     rescanButton_->setObjectName(QStringLiteral("rescanCaches"));
     trashButton_->setObjectName(QStringLiteral("cachesTrashButton"));
@@ -55,10 +64,20 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     footer->addWidget(rescanButton_);
     footer->addWidget(ticked_, 1, Qt::AlignRight);
     footer->addWidget(trashButton_);
-    layOutPage(*this, QStringLiteral("Developer caches"), introText, body_, footer);
+    layOutPage(*this, QStringLiteral("Developer caches"), introText, body, footer);
 
     connect(rescanButton_, &QPushButton::clicked, &caches_, &GlobalCachesModel::reload);
-    connect(trashButton_, &QPushButton::clicked, this, &CachesView::trashRequested);
+    connect(trashButton_, &QPushButton::clicked, this, &CachesView::confirmTrash);
+    auto* trash = new QAction(QStringLiteral("Move to Trash"), this);
+    trash->setShortcuts(
+        {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::CTRL | Qt::Key_Backspace)});
+    trash->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    connect(trash, &QAction::triggered, this, &CachesView::confirmTrash);
+    addAction(trash);
+    // Each trash action replaces what the panel said about the last one.
+    connect(&caches_, &GlobalCachesModel::trashCompleted, this, [this](const TrashResult& result) {
+        failures_->showFailures(result.outcome.failures);
+    });
     for (const auto signal :
          {&GlobalCachesModel::cachesChanged, &GlobalCachesModel::cacheSizeByIDChanged})
         connect(&caches_, signal, this, &CachesView::showState);
@@ -89,6 +108,12 @@ void CachesView::showState() {
                                            formatBytes(caches_.selectedBytes())));
     trashButton_->setEnabled(count > 0 && !caches_.isRemoving());
     rescanButton_->setEnabled(!caches_.isLoading());
+}
+
+void CachesView::confirmTrash() {
+    if (!caches_.isRemoving())
+        confirmThenTrash(*this, caches_.trashPlan(),
+                         [this](const TrashPlan& plan) { caches_.trash(plan); });
 }
 
 bool CachesView::showsEmptyState() const {

@@ -120,6 +120,8 @@ QWidget* ProjectDetailView::makeContent() {
     itemsView_->setRootIsDecorated(false);
     itemsView_->setUniformRowHeights(true);
     itemsView_->setAlternatingRowColors(true);
+    // Several rows can be chosen for Delete at once.
+    itemsView_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     itemsView_->setTextElideMode(Qt::ElideMiddle);
     itemsView_->header()->setStretchLastSection(false);
     // The folder keeps room for its name; what brings it back takes what is left (its tooltip has
