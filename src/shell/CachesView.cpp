@@ -2,6 +2,8 @@
 
 #include "platform/ByteFormat.h"
 #include "shell/FailuresPanel.h"
+#include "shell/FilterBar.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 #include "shell/TrashFlow.h"
 
@@ -52,10 +54,6 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     empty_->setForegroundRole(QPalette::PlaceholderText);
     body_->addWidget(list_);
     body_->addWidget(empty_);
-    auto* body = new QVBoxLayout;
-    body->setContentsMargins(0, 0, 0, 0);
-    body->addWidget(failures_);
-    body->addLayout(body_, 1);
     ticked_->setForegroundRole(QPalette::PlaceholderText);
     rescanButton_->setObjectName(QStringLiteral("rescanCaches"));
     trashButton_->setObjectName(QStringLiteral("cachesTrashButton"));
@@ -64,6 +62,13 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     footer->addWidget(rescanButton_);
     footer->addWidget(ticked_, 1, Qt::AlignRight);
     footer->addWidget(trashButton_);
+    auto* filter = new FilterBar(QStringLiteral("Filter caches by name or path"), this);
+    ListFinder::attach(*list_, filter, QStringLiteral("caches"),
+                       {CachesTableModel::sizeColumn, Qt::DescendingOrder});
+    auto* body = new QVBoxLayout;
+    body->addWidget(failures_);
+    body->addWidget(filter);
+    body->addLayout(body_, 1);
     layOutPage(*this, QStringLiteral("Developer caches"), introText, body, footer);
 
     connect(rescanButton_, &QPushButton::clicked, &caches_, &GlobalCachesModel::reload);

@@ -5,7 +5,9 @@
 #include "scanning/ScanWording.h"
 #include "shell/ArchiveFlow.h"
 #include "shell/FailuresPanel.h"
+#include "shell/FilterBar.h"
 #include "shell/KeepMenu.h"
+#include "shell/ListFinder.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectTreeModel.h"
 #include "shell/SizeBarDelegate.h"
@@ -240,7 +242,8 @@ QWidget* ProjectsView::makeList() {
     header->setStretchLastSection(false);
     header->setSectionResizeMode(ProjectTreeModel::nameColumn, QHeaderView::Stretch);
     header->setMinimumSectionSize(60);
-    header->resizeSection(ProjectTreeModel::stateColumn, 175);
+    // Room for "3 uncommitted changes · 1 commit not pushed"; the tooltip has what is cut.
+    header->resizeSection(ProjectTreeModel::stateColumn, 230);
     header->resizeSection(ProjectTreeModel::activityColumn, 100);
     header->resizeSection(ProjectTreeModel::sizeColumn, 165);
     connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -262,6 +265,17 @@ QWidget* ProjectsView::makeList() {
         selectProjectRow();
     });
 
+    auto* list = new QWidget(this);
+    auto* filter = new FilterBar(QStringLiteral("Filter projects by name or path"), list);
+    projectFinder_ = ListFinder::attach(*projectView_, filter, QStringLiteral("projects"));
+    connect(projectFinder_, &ListFinder::countsChanged, this, &ProjectsView::updateStatus);
+    // The tool row's order takes over from a column the user clicked.
+    connect(&session_, &ScanSession::sortModeChanged, projectFinder_, &ListFinder::clearSort);
+    auto* listLayout = new QVBoxLayout(list);
+    listLayout->setContentsMargins(6, 6, 0, 0);
+    listLayout->addWidget(filter);
+    listLayout->addWidget(projectView_, 1);
+
     detailView_ = new ProjectDetailView(session_, models_.agents, this);
     connect(detailView_, &ProjectDetailView::trashRequested, this,
             qOverload<const TrashScope&>(&ProjectsView::confirmTrash));
@@ -269,11 +283,12 @@ QWidget* ProjectsView::makeList() {
     connect(detailView_->itemsView()->selectionModel(), &QItemSelectionModel::selectionChanged,
             this, &ProjectsView::updateActions);
     auto* split = new QSplitter(Qt::Horizontal, this);
-    split->addWidget(projectView_);
+    split->addWidget(list);
     split->addWidget(detailView_);
-    split->setStretchFactor(0, 3);
-    split->setStretchFactor(1, 2);
-    split->setSizes({610, 410});
+    // Names get the room they need; the detail gives way.
+    split->setStretchFactor(0, 1);
+    split->setStretchFactor(1, 0);
+    split->setSizes({700, 380});
     split->setChildrenCollapsible(false);
     return split;
 }
@@ -443,6 +458,10 @@ void ProjectsView::updateStatus() {
         const QString path =
             status_->fontMetrics().elidedText(session_.currentPath(), Qt::ElideMiddle, room);
         status_->setText(QStringLiteral("Scanning ") + path + counts);
+    } else if (projectFinder_ && projectFinder_->isFiltering()) {
+        status_->setText(QStringLiteral("%1 of %2 in %3")
+                             .arg(projectFinder_->shownRowCount())
+                             .arg(counted(projects, "project", "projects"), *root));
     } else {
         status_->setText(
             QStringLiteral("%1 in %2").arg(counted(projects, "project", "projects"), *root));

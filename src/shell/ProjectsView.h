@@ -20,6 +20,7 @@ namespace corvane {
 
 class ArchiveFlow;
 class FailuresPanel;
+class ListFinder;
 class ProjectDetailView;
 class ProjectTreeModel;
 class SummaryStrip;
@@ -109,6 +110,7 @@ private:
     FailuresPanel* failures_ = nullptr;
     QStackedWidget* body_ = nullptr;
     QTreeView* projectView_ = nullptr;
+    ListFinder* projectFinder_ = nullptr;
     ProjectDetailView* detailView_ = nullptr;
     ArchiveFlow* archiveFlow_ = nullptr;
     QLabel* status_ = nullptr;

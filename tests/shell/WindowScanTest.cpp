@@ -158,7 +158,7 @@ TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
                   .indexOf(site.id, ProjectTreeModel::stateColumn)
                   .data()
                   .toString(),
-              QStringLiteral("1 uncommitted change"));
+              QStringLiteral("1 uncommitted change · no remote"));
     EXPECT_EQ(window.projectsView().statusText(),
               QStringLiteral("3 projects in ") + workspace.root);
     test::saveScreenshot(window, QStringLiteral("scan-finished"));
