@@ -3,6 +3,7 @@
 #include "scanning/ScanStream.h"
 #include "shell/FilterBar.h"
 #include "shell/MainWindow.h"
+#include "shell/ProjectsView.h"
 #include "shell/ProjectTreeModel.h"
 
 #include <QApplication>
@@ -102,17 +103,17 @@ int runFilterBench(int argc, char** argv) {
         events += eventsOf(madeUp(root.path(), index), index);
     events.append(ScanEvent::scanCompleted());
     sink->send(events);
-    while (models.session.isScanning() || window.projectModel().rowCount() < projectCount)
+    while (models.session.isScanning() || window.projectsView().projectModel().rowCount() < projectCount)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
     settle();
 
-    QLineEdit& field = *window.projectView()->parentWidget()->findChild<FilterBar*>()->field();
+    QLineEdit& field = *window.projectsView().projectView()->parentWidget()->findChild<FilterBar*>()->field();
     field.setFocus();
     const QString query = QStringLiteral("billing");
     QList<double> keys;
     for (const QChar letter : query)
         keys.append(press(field, letter.unicode(), QString(letter)));
-    const int narrowed = window.projectModel().shownRowCount();
+    const int narrowed = window.projectsView().projectModel().shownRowCount();
     for (qsizetype left = query.size(); left > 0; --left)
         keys.append(press(field, Qt::Key_Backspace, QString()));
     if (qEnvironmentVariableIsSet("FILTER_BENCH_KEYS")) {

@@ -5,6 +5,7 @@
 #include "cli/JsonOutput.h"
 #include "cli/SessionDriver.h"
 #include "devtools/OverviewAreas.h"
+#include "platform/AreaCatalog.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
 
@@ -48,6 +49,8 @@ QJsonObject overviewJson(const OverviewModel& overview) {
             entry.insert(QStringLiteral("note"), area.note());
         if (const QString detail = area.detailText(); !detail.isEmpty())
             entry.insert(QStringLiteral("detail"), detail);
+        if (const std::optional<AreaRow> row = Areas::find(area.id); row && !row->command.isEmpty())
+            entry.insert(QStringLiteral("command"), row->command);
         areas.append(entry);
     }
     const QJsonObject disk{{QStringLiteral("capacityBytes"), overview.capacityBytes()},

@@ -4,6 +4,7 @@
 #include "cli/Commands.h"
 #include "cli/ScanJson.h"
 #include "cli/SessionDriver.h"
+#include "scanning/ProjectsModel.h"
 
 #include <QDir>
 #include <QJsonDocument>
@@ -16,25 +17,27 @@ QString fromStd(const std::string& text) {
     return QString::fromStdString(text);
 }
 
-TrashRunner sessionRunner(ScanSession& session) {
-    return [&session](const TrashPlan& plan, bool dryRun) {
-        return dryRun ? preview(plan) : trashThrough(session, plan);
+// The projects area's own trash action, which under its dry-run switch only looks.
+TrashRunner projectsRunner(ProjectsModel& projects) {
+    return [&projects](const TrashPlan& plan, bool dryRun) {
+        projects.setDryRun(dryRun);
+        return trashThrough(projects, plan);
     };
 }
 
 // Exactly the named items; a path that is not one refuses the whole command before anything
 // moves, since a typo must not turn into a partial clean.
-int cleanItems(ScanSession& session, const QStringList& items, const TrashRequest& request,
+int cleanItems(ProjectsModel& projects, const QStringList& items, const TrashRequest& request,
                Console& console) {
     const ScanSession::PathsPlan planned =
-        session.trashPlan(QList<QString>(items.cbegin(), items.cend()));
+        projects.session().trashPlan(QList<QString>(items.cbegin(), items.cend()));
     if (!planned.refused.isEmpty()) {
         for (const TrashFailure& refusal : planned.refused)
             console.err << refusal.url << ": " << refusal.message << '\n';
         console.err << "Nothing was moved.\n";
         return exitRefusedOrBadArguments;
     }
-    return carryOut(planned.plan, request, console, sessionRunner(session));
+    return carryOut(planned.plan, request, console, projectsRunner(projects));
 }
 
 } // namespace
@@ -59,6 +62,7 @@ int runScan(const ScanRequest& request, const ScanStarter& starter, Console& con
 int runClean(const CleanRequest& request, const ScanStarter& starter, Console& console) {
     ToastCenter toasts;
     ScanSession session(toasts, starter);
+    ProjectsModel projects(session, toasts);
     if (const int status = scanFolder(session, request.folder, console); status != exitOk)
         return status;
     // Unreadable marks might protect any folder of the scan.
@@ -67,7 +71,7 @@ int runClean(const CleanRequest& request, const ScanStarter& starter, Console& c
         return exitRefusedOrBadArguments;
     }
     if (!request.items.isEmpty())
-        return cleanItems(session, request.items, request.trash, console);
+        return cleanItems(projects, request.items, request.trash, console);
     TrashScope scope = TrashScope::everything();
     if (request.project) {
         const std::optional<Project> project = session.projectAt(*request.project);
@@ -78,7 +82,7 @@ int runClean(const CleanRequest& request, const ScanStarter& starter, Console& c
         }
         scope = TrashScope::forProject(*project);
     }
-    return carryOut(session.trashPlan(scope), request.trash, console, sessionRunner(session));
+    return carryOut(projects.trashPlan(scope), request.trash, console, projectsRunner(projects));
 }
 
 void defineScanCommand(CLI::App& command, int& status, ScanStarter starter) {

@@ -1,5 +1,6 @@
 #include "devtools/OverviewAreas.h"
 
+#include "platform/AreaCatalog.h"
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 
@@ -126,12 +127,18 @@ qint64 OverviewFigures::android(const AndroidInventory& inventory) {
     return total;
 }
 
-QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
+namespace {
+
+// What each area with an entry on the overview reads from its model, by area id; the names and
+// the order come from the table of areas.
+QList<OverviewArea> figures(const OverviewSources& sources) {
     // Copied into every reader: the references it holds outlive the areas.
     const OverviewSources m = sources;
     const std::shared_ptr<ProjectTotals> totals = ProjectTotals::following(m.session);
     return {
-        {QStringLiteral("projects"), QStringLiteral("Projects"), [] {},
+        {Areas::projects,
+         {},
+         [] {},
          [m, totals]() -> std::optional<qint64> {
              if (!m.session.rootURL() || m.session.isScanning())
                  return std::nullopt;
@@ -142,13 +149,16 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
              const qint64 ticked = totals->ticked();
              return ticked > 0 ? formatBytes(ticked) + QStringLiteral(" ticked") : QString();
          }},
-        {QStringLiteral("caches"), QStringLiteral("Developer caches"), [m] { loadOnce(m.caches); },
+        {QStringLiteral("caches"),
+         {},
+         [m] { loadOnce(m.caches); },
          [m]() -> std::optional<qint64> {
              return isSettled(m.caches) ? std::optional<qint64>(m.caches.removableBytes())
                                         : std::nullopt;
          },
          [] { return QString(); }},
-        {QStringLiteral("simulators"), QStringLiteral("Simulators"),
+        {QStringLiteral("simulators"),
+         {},
          [m] { loadOnce(m.simulators); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.simulators) || m.simulators.loadError())
@@ -165,7 +175,9 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
                         ? QStringLiteral("Xcode not installed")
                         : QString();
          }},
-        {QStringLiteral("docker"), QStringLiteral("Docker"), [m] { loadOnce(m.docker); },
+        {QStringLiteral("docker"),
+         {},
+         [m] { loadOnce(m.docker); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.docker) || !m.docker.snapshot())
                  return std::nullopt;
@@ -190,7 +202,9 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
              const DockerSnapshot& snapshot = *m.docker.snapshot();
              return inAll(OverviewFigures::docker(snapshot), dockerWhole(snapshot));
          }},
-        {QStringLiteral("aiModels"), QStringLiteral("AI models"), [m] { loadOnce(m.aiModels); },
+        {QStringLiteral("aiModels"),
+         {},
+         [m] { loadOnce(m.aiModels); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.aiModels))
                  return std::nullopt;
@@ -204,7 +218,9 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
              return inAll(OverviewFigures::aiModels(models, m.aiModels.openByMap()),
                           AIModelCatalog::freedBy(models, models));
          }},
-        {QStringLiteral("android"), QStringLiteral("Android"), [m] { loadOnce(m.android); },
+        {QStringLiteral("android"),
+         {},
+         [m] { loadOnce(m.android); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.android))
                  return std::nullopt;
@@ -217,7 +233,9 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
              return inAll(OverviewFigures::android(m.android.inventory()),
                           androidWhole(m.android.inventory()));
          }},
-        {QStringLiteral("appLeftovers"), QStringLiteral("App leftovers"), [m] { loadOnce(m.apps); },
+        {QStringLiteral("apps"),
+         {},
+         [m] { loadOnce(m.apps); },
          [m]() -> std::optional<qint64> {
              if (!isSettled(m.apps))
                  return std::nullopt;
@@ -228,6 +246,23 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
          },
          [] { return QString(); }},
     };
+}
+
+} // namespace
+
+QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
+    QList<OverviewArea> known = figures(sources);
+    QList<OverviewArea> areas;
+    for (const AreaRow& row : Areas::all()) {
+        const auto figure =
+            std::find_if(known.begin(), known.end(),
+                         [&row](const OverviewArea& area) { return area.id == row.id; });
+        if (!row.hasOverviewEntry() || figure == known.end())
+            continue;
+        figure->name = row.overviewName;
+        areas.append(std::move(*figure));
+    }
+    return areas;
 }
 
 } // namespace corvane

@@ -32,8 +32,8 @@ qint64 aiModels(const QList<AIModel>& models, const QHash<QString, QString>& ope
 qint64 android(const AndroidInventory& inventory);
 } // namespace OverviewFigures
 
-// The areas of the disk overview in their fixed order, each read through its model in `sources`,
-// which must outlive the areas.
+// The areas of the disk overview, in the order and with the names of the table of areas, each read
+// through its model in `sources`, which must outlive the areas.
 QList<OverviewArea> overviewAreas(const OverviewSources& sources);
 
 } // namespace corvane

@@ -14,7 +14,7 @@ namespace corvane {
 // One area of the disk overview, seen through its own model: how to start the model's load and
 // what it could give back once it knows.
 struct OverviewArea {
-    // "projects", "caches", "simulators", "docker", "aiModels", "android", "appLeftovers".
+    // The area's id in the table of areas.
     QString id;
     QString name;
     // Starts the area's load, unless it has loaded already or is loading.

@@ -27,8 +27,8 @@ AppController::AppController(const LaunchOptions& options, ScanStarter starter, 
 AppController::~AppController() {
     QSettings().setValue(windowGeometryKey, window_->saveGeometry());
     const std::optional<SidebarSelection>& selection = models_.navigation.selection();
-    if (selection && selection->kind != SidebarSelection::Kind::project)
-        QSettings().setValue(sidebarSelectionKey, static_cast<int>(selection->kind));
+    if (selection && !selection->project)
+        QSettings().setValue(sidebarSelectionKey, selection->area);
     else
         QSettings().remove(sidebarSelectionKey);
 }
@@ -41,11 +41,11 @@ void AppController::start() {
     // A folder that has gone since (a drive not mounted) is not an error; the user chooses again.
     if (!last.isEmpty() && QFileInfo(last).isDir())
         window_->scanFolder(last);
-    const QVariant area = QSettings().value(sidebarSelectionKey);
-    constexpr int lastKind = static_cast<int>(SidebarSelection::Kind::cleanups);
-    if (area.isValid() && area.toInt() > 0 && area.toInt() <= lastKind)
-        models_.navigation.setSelection(
-            SidebarSelection::of(static_cast<SidebarSelection::Kind>(area.toInt())));
+    // An area this version does not have (or a setting of an older one) is not a place to go.
+    if (const std::optional<AreaRow> area =
+            Areas::find(QSettings().value(sidebarSelectionKey).toString());
+        area && area->id != Areas::projects)
+        models_.navigation.setSelection(SidebarSelection::of(area->id));
     // At most once a day, and never when turned off in the settings.
     window_->updateChecker().checkIfDue(QDateTime::currentDateTimeUtc());
     if (!WelcomeDialog::wasCompleted()) {

@@ -7,6 +7,7 @@ namespace corvane {
 
 AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     : session(toasts, std::move(starter))
+    , projects(session, toasts)
     , caches(toasts)
     , agents(toasts)
     , organize(toasts, OrganizeModel::Services::system())

@@ -14,6 +14,7 @@
 #include "platform/OverviewModel.h"
 #include "platform/ToastCenter.h"
 #include "scanning/GlobalCachesModel.h"
+#include "scanning/ProjectsModel.h"
 #include "scanning/RulesStore.h"
 #include "scanning/ScanSession.h"
 #include "shell/LaunchOptions.h"
@@ -34,6 +35,8 @@ public:
     ToastCenter toasts;
     RulesStore rules;
     ScanSession session;
+    // The projects area as every page and command sees it, following `session`.
+    ProjectsModel projects;
     GlobalCachesModel caches;
     AgentsModel agents;
     OrganizeModel organize;

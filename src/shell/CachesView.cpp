@@ -1,10 +1,13 @@
 #include "shell/CachesView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/FailuresPanel.h"
 #include "shell/FilterBar.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
+#include "shell/TrashFlow.h"
 
+#include <QAction>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -30,7 +33,8 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     , ticked_(new QLabel(this))
     , body_(new QStackedLayout)
     , rescanButton_(new QPushButton(QStringLiteral("Rescan caches"), this))
-    , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this)) {
+    , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this))
+    , failures_(new FailuresPanel(this)) {
 
     list_->setObjectName(QStringLiteral("cachesView"));
     list_->setAccessibleName(QStringLiteral("Developer caches"));
@@ -62,12 +66,23 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     ListFinder::attach(*list_, filter, QStringLiteral("caches"),
                        {CachesTableModel::sizeColumn, Qt::DescendingOrder});
     auto* body = new QVBoxLayout;
+    body->addWidget(failures_);
     body->addWidget(filter);
     body->addLayout(body_, 1);
     layOutPage(*this, QStringLiteral("Developer caches"), introText, body, footer);
 
     connect(rescanButton_, &QPushButton::clicked, &caches_, &GlobalCachesModel::reload);
-    connect(trashButton_, &QPushButton::clicked, this, &CachesView::trashRequested);
+    connect(trashButton_, &QPushButton::clicked, this, &CachesView::confirmTrash);
+    auto* trash = new QAction(QStringLiteral("Move to Trash"), this);
+    trash->setShortcuts(
+        {QKeySequence(QKeySequence::Delete), QKeySequence(Qt::CTRL | Qt::Key_Backspace)});
+    trash->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    connect(trash, &QAction::triggered, this, &CachesView::confirmTrash);
+    addAction(trash);
+    // Each trash action replaces what the panel said about the last one.
+    connect(&caches_, &GlobalCachesModel::trashCompleted, this, [this](const TrashResult& result) {
+        failures_->showFailures(result.outcome.failures);
+    });
     for (const auto signal :
          {&GlobalCachesModel::cachesChanged, &GlobalCachesModel::cacheSizeByIDChanged})
         connect(&caches_, signal, this, &CachesView::showState);
@@ -98,6 +113,12 @@ void CachesView::showState() {
                                            formatBytes(caches_.selectedBytes())));
     trashButton_->setEnabled(count > 0 && !caches_.isRemoving());
     rescanButton_->setEnabled(!caches_.isLoading());
+}
+
+void CachesView::confirmTrash() {
+    if (!caches_.isRemoving())
+        confirmThenTrash(*this, caches_.trashPlan(),
+                         [this](const TrashPlan& plan) { caches_.trash(plan); });
 }
 
 bool CachesView::showsEmptyState() const {

@@ -12,8 +12,11 @@ class QTreeView;
 
 namespace corvane {
 
+class FailuresPanel;
+
 // The developer caches outside the projects: what each holds and how large it is, with tick
-// boxes (nothing ticked by default), "Rescan caches" and "Move to Trash" for the ticked ones.
+// boxes (nothing ticked by default), "Rescan caches" and "Move to Trash" for the ticked ones (the
+// Delete key too), and what the last trash action could not move.
 class CachesView : public QWidget {
     Q_OBJECT
 
@@ -30,9 +33,10 @@ public:
     bool showsEmptyState() const;
     QString tickedText() const;
 
-signals:
-    // The user asks to move the ticked caches to the Trash.
-    void trashRequested();
+    // Asks (in a sheet that lists them) to move the ticked caches to the Trash, and moves exactly
+    // what the sheet showed if the user agrees. Nothing happens while a removal runs.
+    void confirmTrash();
+    FailuresPanel* failuresPanel() const { return failures_; }
 
 protected:
     // The caches are listed and measured the first time the view is shown, not at start-up:
@@ -50,6 +54,7 @@ private:
     QStackedLayout* body_;
     QPushButton* rescanButton_;
     QPushButton* trashButton_;
+    FailuresPanel* failures_;
     bool scanRequested_ = false;
 };
 

@@ -4,202 +4,77 @@
 #include "shell/AppModels.h"
 #include "shell/SettingsDialog.h"
 
+#include <QHash>
 #include <QMainWindow>
 #include <QPointer>
-#include <QProgressDialog>
-#include <QTimer>
 #include <functional>
-#include <memory>
 
-class QComboBox;
-class QLabel;
 class QListWidget;
 class QStackedWidget;
-class QTreeView;
-
-class QMenu;
 
 namespace corvane {
 
-class AgentsView;
-class ArchivedView;
-class CachesView;
-class CleanupsView;
-class AIModelsView;
-class AppsView;
-class AndroidView;
-class DockerView;
-class SimulatorsView;
-class OrganizeView;
-class OverviewView;
-class FailuresPanel;
-class ListFinder;
-class ProjectDetailView;
-class ProjectTreeModel;
-class SummaryStrip;
+class ProjectsView;
 class ToastOverlay;
 
-// The main window: a sidebar of destinations (the projects of the scanned folder, the developer
-// caches), the project list beside the selected project, a summary of what can be reclaimed,
-// and a toolbar to choose a folder, rescan, sort, filter and move the ticked items of the area
-// on show to the Trash. It only reads the models and calls their operations; every rule lives
-// in them.
+// The main window: a sidebar of the areas, the page of the area on show beside it, and the menus.
+// It only composes: each page owns its actions, its header and its numbers, and the window
+// follows the navigation.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    enum class Action {
-        chooseFolder,
-        rescan,
-        moveToTrash,
-        showOnlyUnsynced,
-        sortBySize,
-        sortByActivity,
-        settings,
-        moveProject,
-        archiveProject,
-    };
-
-    // The folder chooser as the window shows it: the title and the accept button.
-    static inline const QString chooserTitle =
-        QStringLiteral("Choose the folder that holds your dev projects");
-    static inline const QString chooserAcceptLabel = QStringLiteral("Scan");
-
     explicit MainWindow(AppModels& models, QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    // Opens the folder chooser as a sheet; the chosen folder goes to scanFolder.
-    void chooseFolder();
-    // Scans `folder`, or shows the alert that says why it is refused.
+    // Opens the area `areaID`; the projects area shows the project shown there last, if the scan
+    // still has it.
+    void showArea(const QString& areaID);
+    void showProjects() { showArea(Areas::projects); }
+    void showOverview() { showArea(Areas::overview); }
+    // Scans `folder` on the projects page, or shows why it is refused.
     void scanFolder(const QString& folder);
-    // Asks (in a sheet) to move the scope's ticked items to the Trash, and moves exactly what the
-    // sheet showed if the user agrees, whatever is ticked by then. Nothing happens while a trash
-    // action runs or when nothing of the scope is ticked.
-    void confirmTrash(const TrashScope& scope);
-    // The same for the ticked developer caches.
-    void confirmCachesTrash();
     void showSettings();
-    void showCaches();
-    void showAgents();
-    void showProjects();
-    void showOrganize();
-    // Asks (in a sheet) to move the selected project into `newParent`, keeping its name, and
-    // moves it with its agent history if the user agrees.
-    void confirmMoveProject(const QString& newParent);
-    void showArchived();
-    void showDocker();
-    void showSimulators();
-    void showAndroid();
-    void showAIModels();
-    void showApps();
-    void showOverview();
-    void showCleanups();
-    // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
-    // progress sheet on show.
-    void confirmArchive(const ArchiveTarget& target);
-    // The Archive menu of the selected project: mounted volumes, saved destinations and
-    // "Choose Folder…"; filled each time it opens.
-    QMenu* archiveMenu() const { return archiveMenu_; }
-    // The progress sheet of the running archive or restore, while one runs.
-    QProgressDialog* archiveProgressSheet() const { return progressSheet_; }
 
-    QAction* action(Action which) const;
-    ProjectTreeModel& projectModel() const { return *projectModel_; }
-    QTreeView* projectView() const { return projectView_; }
-    // The context menu of the project at `index` of the project list (the list pops it up).
-    std::unique_ptr<QMenu> projectMenu(const QModelIndex& index);
-    ProjectDetailView* detailView() const { return detailView_; }
-    CachesView* cachesView() const { return cachesView_; }
-    AgentsView* agentsView() const { return agentsView_; }
-    OrganizeView* organizeView() const { return organizeView_; }
-    ArchivedView* archivedView() const { return archivedView_; }
-    DockerView* dockerView() const { return dockerView_; }
-    SimulatorsView* simulatorsView() const { return simulatorsView_; }
-    AndroidView* androidView() const { return androidView_; }
-    AIModelsView* aiModelsView() const { return aiModelsView_; }
-    AppsView* appsView() const { return appsView_; }
-    OverviewView* overviewView() const { return overviewView_; }
-    CleanupsView* cleanupsView() const { return cleanupsView_; }
+    // The page of the area `areaID`.
+    QWidget* page(const QString& areaID) const { return pageByArea_.value(areaID); }
+    // The one page of type `Page`.
+    template <typename Page> Page* page() const { return findChild<Page*>(); }
+    ProjectsView& projectsView() const { return *projectsView_; }
     QListWidget* sidebar() const { return sidebar_; }
+    // The Go menu's entry of each area, in the sidebar's order.
+    const QList<QAction*>& areaActions() const { return areaActions_; }
+    QAction* settingsAction() const { return settingsAction_; }
     UpdateChecker& updateChecker() { return updateChecker_; }
-    SummaryStrip* summary() const { return summary_; }
-    FailuresPanel* failuresPanel() const { return failures_; }
     ToastOverlay* toastOverlay() const { return toast_; }
     SettingsDialog* settingsDialog() const { return settings_; }
-    QString statusText() const;
 
 private:
-    void makeActions();
     void makeMenus();
-    void makeToolBar();
+    void makeHelpMenu();
     QWidget* makeCentralArea();
-    QWidget* makeProjectsPage();
-    void showRefusal(const ScanRefusal& refusal);
-    void askToTrash(const TrashPlan& plan, std::function<void(const TrashPlan&)> carryOut);
+    void makeSidebar(QWidget* parent);
     void onSidebarRowChanged(int row);
-    void onProjectRowSelected();
     void followSelection();
-    void selectProjectRow();
-    void updateActions();
-    void updateFolder();
-    void updateStatus();
-    void fillArchiveMenu();
+    void updateTitle();
     void updateSidebarSizes();
-    void followArchiveProgress();
-    void showArchiveFailure();
 
-    ScanSession& session_;
-    GlobalCachesModel& caches_;
-    AgentsModel& agents_;
-    OrganizeModel& organize_;
-    ArchivesModel& archives_;
-    DestinationsStore& destinations_;
-    DockerModel& docker_;
-    SimulatorsModel& simulators_;
-    AndroidModel& android_;
-    AIModelsModel& aiModels_;
-    AppsModel& apps_;
-    HomebrewModel& homebrew_;
-    CleanupHistoryModel& cleanups_;
-    OverviewModel& overview_;
+    AppModels& models_;
     Navigation& navigation_;
-    ToastCenter& toasts_;
-    RulesStore& rules_;
-    ProjectTreeModel* projectModel_ = nullptr;
-    QMap<Action, QAction*> actions_;
-    QComboBox* sortChoice_ = nullptr;
     QListWidget* sidebar_ = nullptr;
     QStackedWidget* pages_ = nullptr;
-    QStackedWidget* projectsPage_ = nullptr;
-    QTreeView* projectView_ = nullptr;
-    ListFinder* projectFinder_ = nullptr;
-    ProjectDetailView* detailView_ = nullptr;
-    CachesView* cachesView_ = nullptr;
-    AgentsView* agentsView_ = nullptr;
-    OrganizeView* organizeView_ = nullptr;
-    ArchivedView* archivedView_ = nullptr;
-    DockerView* dockerView_ = nullptr;
-    SimulatorsView* simulatorsView_ = nullptr;
-    AndroidView* androidView_ = nullptr;
-    AIModelsView* aiModelsView_ = nullptr;
-    AppsView* appsView_ = nullptr;
-    OverviewView* overviewView_ = nullptr;
-    CleanupsView* cleanupsView_ = nullptr;
-    QStringList sidebarTitles_;
+    QHash<QString, QWidget*> pageByArea_;
+    QHash<QString, std::function<void()>> onShown_;
+    ProjectsView* projectsView_ = nullptr;
+    QList<QAction*> areaActions_;
+    QAction* settingsAction_ = nullptr;
     UpdateChecker updateChecker_;
     bool updatesAsked_ = false;
-    QMenu* archiveMenu_ = nullptr;
-    QPointer<QProgressDialog> progressSheet_;
-    // The project and target of the last archive the user confirmed, to run it again.
-    std::optional<std::pair<QString, ArchiveTarget>> lastArchive_;
-    SummaryStrip* summary_ = nullptr;
-    FailuresPanel* failures_ = nullptr;
     ToastOverlay* toast_ = nullptr;
-    QLabel* status_ = nullptr;
     QPointer<SettingsDialog> settings_;
     std::optional<SidebarSelection> lastProjectSelection_;
-    bool followingSession_ = false;
-    QTimer statusTimer_;
+    QString shownArea_;
+    bool following_ = false;
 };
 
 } // namespace corvane

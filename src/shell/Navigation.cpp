@@ -25,7 +25,7 @@ void Navigation::setPendingSelectionPath(const std::optional<QString>& path) {
 }
 
 void Navigation::scanStarted() {
-    const bool onProject = selection_ && selection_->kind == SidebarSelection::Kind::project;
+    const bool onProject = selection_ && selection_->project;
     if (nextSelectionPath_)
         pendingSelectionPath_ = Paths::standardized(*std::exchange(nextSelectionPath_, {}));
     else if (onProject)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/AreaCatalog.h"
 #include "scanning/ScanSession.h"
 
 #include <QObject>
@@ -7,28 +8,16 @@
 
 namespace corvane {
 
-// The destinations of the main window's sidebar.
+// The destinations of the main window's sidebar: an area of the table of areas, and on the
+// projects area the project on show.
 struct SidebarSelection {
-    enum class Kind {
-        project,
-        overview,
-        globalCaches,
-        simulators,
-        docker,
-        aiModels,
-        android,
-        apps,
-        agents,
-        organize,
-        archived,
-        cleanups
-    };
+    static SidebarSelection forProject(const Project& project) {
+        return {Areas::projects, project};
+    }
+    static SidebarSelection of(const QString& areaID) { return {areaID, std::nullopt}; }
 
-    static SidebarSelection forProject(const Project& project) { return {Kind::project, project}; }
-    static SidebarSelection of(Kind kind) { return {kind, std::nullopt}; }
-
-    Kind kind = Kind::overview;
-    // Present exactly for `project`.
+    QString area = Areas::overview;
+    // Present only on the projects area.
     std::optional<Project> project;
 
     bool operator==(const SidebarSelection&) const = default;

@@ -124,6 +124,8 @@ QWidget* ProjectDetailView::makeContent() {
     itemsView_->setRootIsDecorated(false);
     itemsView_->setUniformRowHeights(true);
     itemsView_->setAlternatingRowColors(true);
+    // Several rows can be chosen for Delete at once.
+    itemsView_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     itemsView_->setTextElideMode(Qt::ElideMiddle);
     itemsView_->header()->setStretchLastSection(false);
     // The folder keeps room for its name and the sizes follow it, so they show in a narrow pane;

@@ -2,6 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/ScanCommands.h"
+#include "platform/AreaCatalog.h"
 #include "support/FakeScan.h"
 #include "support/GitFixture.h"
 #include "support/JsonText.h"
@@ -68,21 +69,26 @@ TEST_F(OverviewCommandTest, TheJsonHasTheDiskEveryAreaInOrderAndTheTrash) {
     EXPECT_GE(overview[u"trashBytes"].toInteger(), 50'000);
 
     QStringList ids;
+    QStringList commands;
     qint64 sum = 0;
     for (const QJsonValue& area : overview[u"areas"].toArray()) {
         ids.append(area[u"id"].toString());
+        commands.append(area[u"command"].toString());
         sum += area[u"bytes"].toInteger();
         EXPECT_EQ(area[u"bytes"].isNull(), area.toObject().contains(u"note"))
             << qPrintable(area[u"id"].toString());
     }
-    EXPECT_EQ(ids, (QStringList{s("projects"), s("caches"), s("simulators"), s("docker"),
-                                s("aiModels"), s("android"), s("appLeftovers")}));
+    EXPECT_EQ(ids, (QStringList{s("projects"), s("caches"), s("docker"), s("simulators"),
+                                s("android"), s("aiModels"), s("apps")}));
+    // Each names the command that lists it.
+    EXPECT_EQ(commands, (QStringList{s("scan"), s("caches"), s("docker"), s("simulators"),
+                                     s("android"), s("models"), s("apps")}));
     EXPECT_EQ(overview[u"totalBytes"].toInteger(), sum);
     const QJsonArray areas = overview[u"areas"].toArray();
     EXPECT_EQ(areas[0][u"note"].toString(), s("No folder scanned yet"));
     EXPECT_EQ(areas[1][u"bytes"].toInteger(), cachesTotal);
-    EXPECT_EQ(areas[2][u"note"].toString(), s("Xcode not installed"));
-    EXPECT_EQ(areas[3][u"note"].toString(), s("Docker not installed"));
+    EXPECT_EQ(areas[2][u"note"].toString(), s("Docker not installed"));
+    EXPECT_EQ(areas[3][u"note"].toString(), s("Xcode not installed"));
 }
 
 TEST_F(OverviewCommandTest, AScannedFolderCountsItsProjectsAndTheTableSaysWhyForTheRest) {
@@ -102,4 +108,16 @@ TEST_F(OverviewCommandTest, AScannedFolderCountsItsProjectsAndTheTableSaysWhyFor
     EXPECT_TRUE(lineOf(s("Docker")).endsWith(s("Docker not installed"))) << qPrintable(out);
     EXPECT_TRUE(lineOf(s("In the Trash")).contains(s("empty the Trash"))) << qPrintable(out);
     EXPECT_FALSE(lineOf(s("Could give back")).isEmpty()) << qPrintable(out);
+}
+
+TEST(AreaCommandsTest, EveryAreaNamesACommandTheCommandLineHas) {
+    QStringList missing;
+    for (const AreaRow& area : Areas::all()) {
+        const auto found = std::find_if(
+            commandTable().cbegin(), commandTable().cend(),
+            [&area](const Command& command) { return command.name == area.command.toStdString(); });
+        if (found == commandTable().cend())
+            missing.append(area.id + u'=' + area.command);
+    }
+    EXPECT_EQ(missing, QStringList());
 }

@@ -3,6 +3,7 @@
 #include "agents/ClaudeHistory.h"
 #include "shell/MainWindow.h"
 #include "shell/ProjectDetailView.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
@@ -68,7 +69,7 @@ TEST(AgentsViewTest, EachProjectShowsItsSessionsAndWorkspacesMostRecentFirst) {
     window.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     window.findChild<QListWidget*>(text("sidebar"))->setCurrentRow(3);
-    AgentsView& view = *window.agentsView();
+    AgentsView& view = *window.page<AgentsView>();
     ASSERT_TRUE(view.isVisible());
     EXPECT_EQ(view.stateText(), AgentsView::noScanText);
 
@@ -102,9 +103,10 @@ TEST(AgentsViewTest, EachProjectShowsItsSessionsAndWorkspacesMostRecentFirst) {
 
     // The project's own page says how much history it has.
     models.navigation.setSelection(SidebarSelection::forProject(shop));
-    EXPECT_EQ(window.detailView()->agentHistoryText(), text("3 sessions (Claude Code)"));
+    EXPECT_EQ(window.projectsView().detailView()->agentHistoryText(),
+              text("3 sessions (Claude Code)"));
     models.navigation.setSelection(SidebarSelection::forProject(quiet));
-    EXPECT_EQ(window.detailView()->agentHistoryText(), text("No sessions"));
+    EXPECT_EQ(window.projectsView().detailView()->agentHistoryText(), text("No sessions"));
     test::saveScreenshot(window, text("window-project-agent-history"));
 }
 

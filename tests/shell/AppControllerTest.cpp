@@ -95,10 +95,9 @@ TEST_F(AppControllerTest, TheAreaOnShowIsOpenAgainAtTheNextLaunch) {
         AppController app(LaunchOptions{}, scans.starter());
         app.start();
         app.welcome()->reject();
-        app.window().showDocker();
+        app.window().showArea(QStringLiteral("docker"));
     }
     AppController app(LaunchOptions{}, scans.starter());
     app.start();
-    EXPECT_EQ(app.models().navigation.selection(),
-              SidebarSelection::of(SidebarSelection::Kind::docker));
+    EXPECT_EQ(app.models().navigation.selection(), SidebarSelection::of(QStringLiteral("docker")));
 }

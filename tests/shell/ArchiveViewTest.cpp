@@ -1,7 +1,9 @@
 #include "shell/AppModels.h"
+#include "shell/ArchiveFlow.h"
 #include "shell/ArchivedView.h"
 #include "shell/DestinationsSection.h"
 #include "shell/MainWindow.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "support/FakeScan.h"
 #include "support/GitFixture.h"
@@ -87,7 +89,7 @@ TEST_F(ArchiveViewTest, TheMenuOffersDrivesAndServersAndTheSheetFollowsTheCopyUn
     }
     ASSERT_FALSE(nas.isNull());
 
-    QMenu* menu = window.archiveMenu();
+    QMenu* menu = window.projectsView().archiveFlow().menu();
     menu->popup(window.mapToGlobal(QPoint(200, 120)));
     ASSERT_TRUE(QTest::qWaitFor([menu] { return menu->isVisible(); }, test::patience));
     EXPECT_EQ(actionTexts(*menu), (QStringList{s("Backup"), s("nas (SSH)"), s("office (connect)"),
@@ -101,17 +103,20 @@ TEST_F(ArchiveViewTest, TheMenuOffersDrivesAndServersAndTheSheetFollowsTheCopyUn
         while (!seen)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
     };
-    window.confirmArchive(ArchiveTarget::volume(drive));
+    window.projectsView().archiveFlow().confirmArchive(ArchiveTarget::volume(drive));
     QMessageBox* box = nullptr;
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return (box = test::openBox(window, s("archiveConfirmation"))); }, test::patience));
     EXPECT_EQ(box->text(), s("Archive shop to ") + drive + s("/CorvaneArchive?"));
     test::clickButton(*box, QMessageBox::AcceptRole);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return window.archiveProgressSheet() != nullptr; },
-                                test::patience));
-    EXPECT_FALSE(window.action(MainWindow::Action::archiveProject)->isEnabled());
-    EXPECT_TRUE(window.archiveProgressSheet()->labelText().startsWith(s("Archiving shop")));
-    test::saveScreenshot(*window.archiveProgressSheet(), s("archive-progress"));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [this] { return window.projectsView().archiveFlow().progressSheet() != nullptr; },
+        test::patience));
+    EXPECT_FALSE(window.projectsView().action(ProjectsView::Action::archiveProject)->isEnabled());
+    EXPECT_TRUE(window.projectsView().archiveFlow().progressSheet()->labelText().startsWith(
+        s("Archiving shop")));
+    test::saveScreenshot(*window.projectsView().archiveFlow().progressSheet(),
+                         s("archive-progress"));
     seen = true;
 
     ASSERT_TRUE(QTest::qWaitFor([this] { return !models.archives.isBusy(); }, test::patience));
@@ -120,8 +125,9 @@ TEST_F(ArchiveViewTest, TheMenuOffersDrivesAndServersAndTheSheetFollowsTheCopyUn
     EXPECT_EQ(models.toasts.current()->message,
               s("Archived shop to ") + drive +
                   s("/CorvaneArchive/shop, verified by content. The original is in the Trash."));
-    EXPECT_TRUE(QTest::qWaitFor([this] { return window.archiveProgressSheet() == nullptr; },
-                                test::patience));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return window.projectsView().archiveFlow().progressSheet() == nullptr; },
+        test::patience));
     EXPECT_EQ(scans.roots.size(), 2) << "the scan looks again once the original is gone";
 }
 
@@ -130,8 +136,8 @@ TEST_F(ArchiveViewTest, TheArchivedPageRestoresInPlaceAndSaysWhyWhenItCannot) {
     ASSERT_TRUE(QTest::qWaitFor([this] { return !models.archives.isBusy(); }, test::patience));
     ASSERT_FALSE(models.archives.archiveErrorMessage())
         << models.archives.archiveErrorMessage()->toStdString();
-    window.showArchived();
-    ArchivedView* view = window.archivedView();
+    window.showArea(QStringLiteral("archived"));
+    ArchivedView* view = window.page<ArchivedView>();
     ASSERT_TRUE(
         QTest::qWaitFor([view] { return view->list()->topLevelItemCount() == 1; }, test::patience));
     EXPECT_EQ(view->list()->topLevelItem(0)->text(1), drive + s("/CorvaneArchive/shop"));

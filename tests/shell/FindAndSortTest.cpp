@@ -6,6 +6,7 @@
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectNames.h"
 #include "shell/ProjectTreeModel.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
@@ -68,13 +69,14 @@ protected:
     }
 
     FilterBar& projectsBar() {
-        return *window.projectView()->parentWidget()->findChild<FilterBar*>();
+        return *window.projectsView().projectView()->parentWidget()->findChild<FilterBar*>();
     }
 
     void waitForRows(const QString& expected) {
         ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return test::dumpTree(window.projectModel()) == expected; }, test::patience))
-            << qPrintable(test::dumpTree(window.projectModel()));
+            [&] { return test::dumpTree(window.projectsView().projectModel()) == expected; },
+            test::patience))
+            << qPrintable(test::dumpTree(window.projectsView().projectModel()));
     }
 
     QString root;
@@ -95,7 +97,10 @@ TEST_F(ProjectsFindTest, TypingNarrowsTheProjectsByNameOrPathAndTheStatusCountsW
     found(s("tools/cli"), 3'000'000, makeDetails(GitStatus::noRemote()));
     scans.feed({ScanEvent::scanCompleted()});
     waitForRows(s("api — clientA,api — clientB,web,cli"));
-    EXPECT_EQ(window.projectModel().indexOf(clientA.id, ProjectTreeModel::stateColumn).data(),
+    EXPECT_EQ(window.projectsView()
+                  .projectModel()
+                  .indexOf(clientA.id, ProjectTreeModel::stateColumn)
+                  .data(),
               s("3 uncommitted changes · 1 commit not pushed"));
 
     QTest::keyClick(&window, Qt::Key_F, Qt::ControlModifier);
@@ -103,14 +108,14 @@ TEST_F(ProjectsFindTest, TypingNarrowsTheProjectsByNameOrPathAndTheStatusCountsW
     ASSERT_TRUE(QTest::qWaitFor([&] { return field->hasFocus(); }, test::patience));
     QTest::keyClicks(field, s("API"));
     waitForRows(s("api — clientA,api — clientB"));
-    EXPECT_EQ(window.statusText(), s("2 of 4 projects in ") + root);
+    EXPECT_EQ(window.projectsView().statusText(), s("2 of 4 projects in ") + root);
     EXPECT_EQ(projectsBar().countText(), s("2 of 4 shown"));
 
     models.navigation.setSelection(SidebarSelection::forProject(clientA));
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return window.detailView()->project() == clientA; }, test::patience));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window.projectsView().detailView()->project() == clientA; }, test::patience));
     // At the window's usual size the items table shows both sizes without scrolling sideways.
-    QTreeView* items = window.detailView()->itemsView();
+    QTreeView* items = window.projectsView().detailView()->itemsView();
     ASSERT_TRUE(QTest::qWaitFor([&] { return items->model()->rowCount() == 2; }, test::patience));
     EXPECT_LE(items->header()->sectionViewportPosition(ProjectItemsModel::freesColumn) +
                   items->header()->sectionSize(ProjectItemsModel::freesColumn),
@@ -124,7 +129,7 @@ TEST_F(ProjectsFindTest, TypingNarrowsTheProjectsByNameOrPathAndTheStatusCountsW
     waitForRows(s("api — clientB"));
     field->clear();
     waitForRows(s("api — clientA,api — clientB,web,cli"));
-    EXPECT_EQ(window.statusText(), s("4 projects in ") + root);
+    EXPECT_EQ(window.projectsView().statusText(), s("4 projects in ") + root);
 }
 
 TEST_F(ProjectsFindTest, AClickedColumnOrdersTheProjectsUntilTheToolbarOrderIsChosen) {
@@ -133,15 +138,15 @@ TEST_F(ProjectsFindTest, AClickedColumnOrdersTheProjectsUntilTheToolbarOrderIsCh
     found(s("Gamma"), 3'000'000, makeDetails(GitStatus::fullySynced()));
     scans.feed({ScanEvent::scanCompleted()});
     waitForRows(s("Gamma,beta,alpha"));
-    clickHeader(*window.projectView(), ProjectTreeModel::nameColumn);
+    clickHeader(*window.projectsView().projectView(), ProjectTreeModel::nameColumn);
     waitForRows(s("alpha,beta,Gamma"));
-    clickHeader(*window.projectView(), ProjectTreeModel::nameColumn);
+    clickHeader(*window.projectsView().projectView(), ProjectTreeModel::nameColumn);
     waitForRows(s("Gamma,beta,alpha"));
-    clickHeader(*window.projectView(), ProjectTreeModel::sizeColumn);
+    clickHeader(*window.projectsView().projectView(), ProjectTreeModel::sizeColumn);
     // Sizes start with the largest.
     waitForRows(s("Gamma,beta,alpha"));
     session.setSortMode(ProjectSortMode::activity);
-    EXPECT_EQ(window.projectView()->header()->sortIndicatorSection(), -1);
+    EXPECT_EQ(window.projectsView().projectView()->header()->sortIndicatorSection(), -1);
 }
 
 TEST(ProjectNamesTest, NamesakesShowTheFewestFoldersAboveThemThatTellThemApart) {

@@ -5,6 +5,7 @@
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectItemsModel.h"
 #include "shell/ProjectTreeModel.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "shell/SummaryStrip.h"
 #include "support/FakeScan.h"
@@ -32,10 +33,11 @@ protected:
 
     void select(const Project& project) {
         ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return window.projectModel().indexOf(project.id).isValid(); }, test::patience));
-        window.projectView()->selectionModel()->select(window.projectModel().indexOf(project.id),
-                                                       QItemSelectionModel::ClearAndSelect |
-                                                           QItemSelectionModel::Rows);
+            [&] { return window.projectsView().projectModel().indexOf(project.id).isValid(); },
+            test::patience));
+        window.projectsView().projectView()->selectionModel()->select(
+            window.projectsView().projectModel().indexOf(project.id),
+            QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
 
     QString root = test::makeTempDir(QStringLiteral("code"));
@@ -68,12 +70,15 @@ TEST_F(FreedSpaceViewTest, TheDetailAndItsRowsSayWhatTrashingFreesAndWhereTheRes
 
     // The list is ordered by what trashing frees: api's 30 MB before web's 23 MB.
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return test::dumpTree(window.projectModel()) == QStringLiteral("api,web"); },
+        [&] {
+            return test::dumpTree(window.projectsView().projectModel()) ==
+                   QStringLiteral("api,web");
+        },
         test::patience))
-        << qPrintable(test::dumpTree(window.projectModel()));
+        << qPrintable(test::dumpTree(window.projectsView().projectModel()));
 
     select(web);
-    ProjectDetailView& detail = *window.detailView();
+    ProjectDetailView& detail = *window.projectsView().detailView();
     ASSERT_EQ(detail.project(), web);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !detail.spaceText().isEmpty(); }, test::patience));
     EXPECT_EQ(detail.spaceText(), QStringLiteral("Reclaimable: 341 MB, frees 23 MB: the rest is "
@@ -102,7 +107,7 @@ TEST_F(FreedSpaceViewTest, TheDetailAndItsRowsSayWhatTrashingFreesAndWhereTheRes
         << qPrintable(detail.spaceText());
 
     // The summary's totals are what trashing frees.
-    SummaryStrip& summary = *window.summary();
+    SummaryStrip& summary = *window.projectsView().summary();
     summary.refresh();
     EXPECT_EQ(summary.reclaimableText(), QStringLiteral("53 MB"));
     EXPECT_EQ(summary.tickedText(), QStringLiteral("53 MB"));
@@ -125,7 +130,7 @@ TEST_F(FreedSpaceViewTest, TheSummaryShowsWhatEmptyingTheTrashWouldGiveBack) {
               0);
     // The gauge measured at start-up; measure what was just put there.
     models.overview.trashGauge().refresh();
-    const SummaryStrip& strip = *window.summary();
+    const SummaryStrip& strip = *window.projectsView().summary();
     const qint64 waiting = SizeCalculator::measure(trash).freesBytes;
     ASSERT_EQ(waiting, before + SizeCalculator::size(trash + QStringLiteral("/files/old-build")))
         << "the linked blob is not counted";
@@ -133,7 +138,8 @@ TEST_F(FreedSpaceViewTest, TheSummaryShowsWhatEmptyingTheTrashWouldGiveBack) {
                              QStringLiteral(" — the space comes back when you empty the Trash");
     ASSERT_TRUE(QTest::qWaitFor([&] { return strip.trashText() == expected; }, test::patience))
         << qPrintable(strip.trashText());
-    test::saveScreenshot(*window.summary(), QStringLiteral("summary-strip-trash-size"));
+    test::saveScreenshot(*window.projectsView().summary(),
+                         QStringLiteral("summary-strip-trash-size"));
 
     // Trashing an item of the scan makes the Trash hold more.
     const Project app = makeProject(root + QStringLiteral("/app"));

@@ -6,7 +6,9 @@
 #include "shell/CachesView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/ProjectDetailView.h"
+#include "shell/ProjectItemsModel.h"
 #include "shell/ProjectTreeModel.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "shell/SummaryStrip.h"
 #include "shell/ToastOverlay.h"
@@ -17,6 +19,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
+#include <QToolBar>
 #include <QTreeView>
 #include <gtest/gtest.h>
 
@@ -61,15 +64,16 @@ protected:
 
     void waitForRows(const QString& expected) {
         ASSERT_TRUE(QTest::qWaitFor(
-            [&] { return test::dumpTree(window.projectModel()) == expected; }, test::patience))
-            << qPrintable(test::dumpTree(window.projectModel()));
+            [&] { return test::dumpTree(window.projectsView().projectModel()) == expected; },
+            test::patience))
+            << qPrintable(test::dumpTree(window.projectsView().projectModel()));
     }
 
     void selectRow(const Project& project) {
-        const QModelIndex row = window.projectModel().indexOf(project.id);
+        const QModelIndex row = window.projectsView().projectModel().indexOf(project.id);
         ASSERT_TRUE(row.isValid());
-        window.projectView()->selectionModel()->select(row, QItemSelectionModel::ClearAndSelect |
-                                                                QItemSelectionModel::Rows);
+        window.projectsView().projectView()->selectionModel()->select(
+            row, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
     }
 
     // Accepts the confirmation sheet the window has open and returns what it asked.
@@ -102,7 +106,7 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     const auto [app, modules] =
         makeOnDisk(QStringLiteral("app"), QStringLiteral("node_modules"), 30'000);
     const auto [site, dist] = makeOnDisk(QStringLiteral("site"), QStringLiteral("dist"), 9'000);
-    EXPECT_FALSE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
+    EXPECT_FALSE(window.projectsView().action(ProjectsView::Action::moveToTrash)->isEnabled());
     window.scanFolder(root);
     ASSERT_EQ(scans.roots, QList<QString>{root});
     EXPECT_EQ(window.windowTitle(),
@@ -113,19 +117,20 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     waitForRows(QStringLiteral("app"));
     EXPECT_TRUE(QTest::qWaitFor(
         [&] {
-            return window.statusText().startsWith(QStringLiteral("Scanning ")) &&
-                   window.statusText().endsWith(QStringLiteral("1 project  ·  30 KB measured"));
+            return window.projectsView().statusText().startsWith(QStringLiteral("Scanning ")) &&
+                   window.projectsView().statusText().endsWith(
+                       QStringLiteral("1 project  ·  30 KB measured"));
         },
         test::patience))
-        << qPrintable(window.statusText());
+        << qPrintable(window.projectsView().statusText());
     scans.feed(found(site, dist, 9'000, GitStatus::dirty(2)) +
                QList<ScanEvent>{ScanEvent::scanCompleted()});
     waitForRows(QStringLiteral("app,site"));
-    EXPECT_EQ(window.statusText(), QStringLiteral("2 projects in ") + root);
+    EXPECT_EQ(window.projectsView().statusText(), QStringLiteral("2 projects in ") + root);
 
     selectRow(app);
     ASSERT_EQ(navigation.selection(), SidebarSelection::forProject(app));
-    ProjectDetailView& detail = *window.detailView();
+    ProjectDetailView& detail = *window.projectsView().detailView();
     ASSERT_EQ(detail.project(), app);
     ASSERT_EQ(detail.itemsModel().rowCount(), 1);
     EXPECT_FALSE(detail.showsWholeProjectWarning());
@@ -133,8 +138,9 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     test::saveScreenshot(window, QStringLiteral("window-project-selected"));
 
     EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return window.summary()->tickedText() == QStringLiteral("30 KB"); }, test::patience))
-        << qPrintable(window.summary()->tickedText());
+        [&] { return window.projectsView().summary()->tickedText() == QStringLiteral("30 KB"); },
+        test::patience))
+        << qPrintable(window.projectsView().summary()->tickedText());
 
     detail.trashButton()->click();
     EXPECT_EQ(acceptConfirmation(QStringLiteral("sheet-move-project-items")),
@@ -157,6 +163,68 @@ TEST_F(MainWindowTest, AScanFillsTheListLiveAndTheDetailTrashesWhatIsTickedAfter
     test::saveScreenshot(window, QStringLiteral("window-after-trash"));
 }
 
+TEST_F(MainWindowTest, DeleteTakesTheSelectedProjectsTickedItemsOrTheSelectedRowsOnly) {
+    const auto [app, modules] =
+        makeOnDisk(QStringLiteral("app"), QStringLiteral("node_modules"), 12'000);
+    const auto [site, siteModules] =
+        makeOnDisk(QStringLiteral("site"), QStringLiteral("node_modules"), 8'000);
+    const CleanableItem dist =
+        makeItem(app, QStringLiteral("dist"), ArtifactKind::buildOutput, CleanConfidence::caution);
+    test::writeFile(dist.url + QStringLiteral("/main.js"), QByteArray(3'000, 'd'));
+    window.scanFolder(root);
+    scans.feed(found(site, siteModules, 8'000) +
+               QList<ScanEvent>{ScanEvent::projectDiscovered(app),
+                                ScanEvent::itemsClassified(app.id, {modules, dist}),
+                                ScanEvent::sizeUpdated(modules.id, 12'000),
+                                ScanEvent::sizeUpdated(dist.id, 3'000),
+                                ScanEvent::scanCompleted()});
+    waitForRows(QStringLiteral("app,site"));
+    ASSERT_EQ(session.selectedItemIDs(), (QSet<QUuid>{modules.id, siteModules.id}));
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+
+    // Both projects have ticked items; with "site" selected, Delete offers only its own.
+    selectRow(site);
+    ProjectsView& page = window.projectsView();
+    ASSERT_TRUE(page.action(ProjectsView::Action::moveToTrash)->isEnabled());
+    QTest::keyClick(page.projectView(), Qt::Key_Delete);
+    ConfirmationSheet* box = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return (box = test::openSheet(window, QStringLiteral("trashConfirmation"))); },
+        test::patience));
+    EXPECT_EQ(page.planOnShow().urls(), QList<QString>{siteModules.url});
+    EXPECT_EQ(box->text(), QStringLiteral("Move “node_modules” to the Trash?"));
+    EXPECT_TRUE(box->informativeText().contains(QStringLiteral("8 KB")))
+        << qPrintable(box->informativeText());
+    test::saveScreenshotWithSheet(window, *box, QStringLiteral("projects-delete-selected"));
+    box->acceptButton()->click();
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return !QFileInfo::exists(siteModules.url); }, test::patience));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !session.isTrashing(); }, test::patience));
+    EXPECT_TRUE(QFileInfo::exists(modules.url + QStringLiteral("/blob")));
+
+    // A row selected in the detail is what Delete takes, ticked or not.
+    selectRow(app);
+    QTreeView* items = page.detailView()->itemsView();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return items->model()->rowCount() == 2; }, test::patience));
+    for (int row = 0; row < items->model()->rowCount(); ++row) {
+        const QModelIndex index = items->model()->index(row, 0);
+        if (index.data(ProjectItemsModel::itemIDRole).toUuid() == dist.id)
+            items->selectionModel()->select(index, QItemSelectionModel::ClearAndSelect |
+                                                       QItemSelectionModel::Rows);
+    }
+    // The sheet that closed gave the window back; shortcuts only reach the active one.
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(items, Qt::Key_Delete);
+    EXPECT_EQ(acceptConfirmation(QStringLiteral("projects-delete-selected-row")),
+              QStringLiteral("Move “dist” to the Trash? It frees 3 KB once the Trash is emptied. "
+                             "Nothing is deleted: you can put it back from the Trash until you "
+                             "empty it."));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !QFileInfo::exists(dist.url); }, test::patience));
+    EXPECT_TRUE(QFileInfo::exists(modules.url + QStringLiteral("/blob")));
+}
+
 TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
     const auto [app, modules] =
         makeOnDisk(QStringLiteral("caf\u00e9 app"), QStringLiteral("node_modules"), 21'000);
@@ -164,7 +232,7 @@ TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
     window.scanFolder(root);
     scans.feed(found(app, modules, 21'000) + QList<ScanEvent>{ScanEvent::scanCompleted()});
     waitForRows(QStringLiteral("caf\u00e9 app"));
-    window.action(MainWindow::Action::moveToTrash)->trigger();
+    window.projectsView().action(ProjectsView::Action::moveAllToTrash)->trigger();
     acceptConfirmation(QStringLiteral("sheet-move-before-put-back"));
     ToastOverlay& toast = *window.toastOverlay();
     ASSERT_TRUE(QTest::qWaitFor(
@@ -196,8 +264,8 @@ TEST_F(MainWindowTest, TheToastAfterACleanupPutsItBackWhenItsButtonIsClicked) {
     EXPECT_EQ(scans.roots, (QList<QString>{root, root}));
     EXPECT_TRUE(QTest::qWaitFor([&] { return trash.bytes() < filled; }, test::patience))
         << *trash.bytes() << " of " << filled;
-    EXPECT_TRUE(window.summary()->trashText().startsWith(QStringLiteral("Trash: ") +
-                                                         formatBytes(*trash.bytes())));
+    EXPECT_TRUE(window.projectsView().summary()->trashText().startsWith(
+        QStringLiteral("Trash: ") + formatBytes(*trash.bytes())));
     test::saveScreenshot(window, QStringLiteral("window-after-put-back"));
 }
 
@@ -218,7 +286,7 @@ TEST_F(MainWindowTest, ARefusedFolderShowsTheSessionsAlertAndScansNothing) {
     alert->accept();
 }
 
-TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
+TEST_F(MainWindowTest, MoveAllTickedTakesEveryProjectsItemsAndListsWhatCouldNotGo) {
     const auto [app, modules] =
         makeOnDisk(QStringLiteral("app"), QStringLiteral("node_modules"), 12'000);
     const auto [lib, target] = makeOnDisk(QStringLiteral("lib"), QStringLiteral("target"), 4'000);
@@ -229,22 +297,26 @@ TEST_F(MainWindowTest, TheToolbarTrashesEveryTickedItemAndListsWhatCouldNotGo) {
                QList<ScanEvent>{ScanEvent::scanCompleted()});
     waitForRows(QStringLiteral("app,lib,ghost"));
     ASSERT_TRUE(QTest::qWaitFor(
-        [&] { return window.summary()->reclaimableText() == QStringLiteral("16 KB"); },
+        [&] {
+            return window.projectsView().summary()->reclaimableText() == QStringLiteral("16 KB");
+        },
         test::patience))
-        << qPrintable(window.summary()->reclaimableText());
-    EXPECT_EQ(window.summary()->legendTexts(),
+        << qPrintable(window.projectsView().summary()->reclaimableText());
+    EXPECT_EQ(window.projectsView().summary()->legendTexts(),
               (QStringList{QStringLiteral("Dependencies  16 KB"),
                            QStringLiteral("Virtual environment  100 bytes")}));
-    // One of the three was never on disk.
-    ASSERT_TRUE(window.action(MainWindow::Action::moveToTrash)->isEnabled());
-    window.action(MainWindow::Action::moveToTrash)->trigger();
+    // One of the three was never on disk. A selected project does not narrow what this takes.
+    selectRow(lib);
+    QAction* moveAll = window.projectsView().action(ProjectsView::Action::moveAllToTrash);
+    ASSERT_TRUE(moveAll->isEnabled());
+    moveAll->trigger();
     EXPECT_TRUE(
         acceptConfirmation(QStringLiteral("sheet-move-everything"))
             .startsWith(QStringLiteral("Move 3 items to the Trash? Together they free 16 KB")));
 
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return window.failuresPanel()->isVisible(); }, test::patience));
-    EXPECT_EQ(window.failuresPanel()->lines(),
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.projectsView().failuresPanel()->isVisible(); },
+                                test::patience));
+    EXPECT_EQ(window.projectsView().failuresPanel()->lines(),
               QStringList{QStringLiteral(".venv: No longer exists")});
     EXPECT_TRUE(QTest::qWaitFor(
         [&] {
@@ -265,7 +337,7 @@ TEST_F(MainWindowTest, TheSheetCarriesOutWhatItShowedWhileTheScanGoesOn) {
     window.scanFolder(root);
     scans.feed(found(app, modules, 5'000));
     waitForRows(QStringLiteral("app"));
-    window.action(MainWindow::Action::moveToTrash)->trigger();
+    window.projectsView().action(ProjectsView::Action::moveAllToTrash)->trigger();
     ConfirmationSheet* box = nullptr;
     ASSERT_TRUE(QTest::qWaitFor(
         [&] { return (box = test::openSheet(window, QStringLiteral("trashConfirmation"))); },
@@ -293,8 +365,11 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
     auto* sidebar = window.findChild<QListWidget*>(QStringLiteral("sidebar"));
     ASSERT_NE(sidebar, nullptr);
     sidebar->setCurrentRow(2);
-    ASSERT_EQ(navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::globalCaches));
-    CachesView& view = *window.cachesView();
+    ASSERT_EQ(navigation.selection(), SidebarSelection::of(QStringLiteral("caches")));
+    CachesView& view = *window.page<CachesView>();
+    // The projects' figures and actions stay on their own page.
+    EXPECT_FALSE(window.projectsView().summary()->isVisible());
+    EXPECT_FALSE(window.projectsView().toolBar()->isVisible());
     ASSERT_TRUE(view.isVisible());
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return caches.hasLoaded() && !caches.isLoading(); }, test::patience));
@@ -313,7 +388,11 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
     EXPECT_TRUE(view.trashButton()->isEnabled());
     EXPECT_TRUE(view.tickedText().startsWith(QStringLiteral("1 cache ticked, ")))
         << qPrintable(view.tickedText());
-    view.trashButton()->click();
+    // The Delete key on this page asks about the ticked caches, and only those.
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    view.listView()->setFocus();
+    QTest::keyClick(view.listView(), Qt::Key_Delete);
     EXPECT_TRUE(acceptConfirmation(QStringLiteral("sheet-move-cache"))
                     .startsWith(QStringLiteral("Move “cache” to the Trash?")));
     ASSERT_TRUE(QTest::qWaitFor([&] { return view.model().rowCount() == 1; }, test::patience));
@@ -333,13 +412,31 @@ TEST_F(MainWindowTest, TheCachesPageListsTicksAndTrashesCachesOrSaysThereAreNone
 }
 
 TEST_F(MainWindowTest, SortAndFilterControlsDriveTheSessionAndFollowIt) {
-    window.action(MainWindow::Action::sortByActivity)->trigger();
+    window.projectsView().action(ProjectsView::Action::sortByActivity)->trigger();
     EXPECT_EQ(session.sortMode(), ProjectSortMode::activity);
     session.setSortMode(ProjectSortMode::size);
-    EXPECT_TRUE(window.action(MainWindow::Action::sortBySize)->isChecked());
-    window.action(MainWindow::Action::showOnlyUnsynced)->trigger();
+    EXPECT_TRUE(window.projectsView().action(ProjectsView::Action::sortBySize)->isChecked());
+    window.projectsView().action(ProjectsView::Action::showOnlyUnsynced)->trigger();
     EXPECT_TRUE(session.showOnlyUnsynced());
     session.setShowOnlyUnsynced(false);
-    EXPECT_FALSE(window.action(MainWindow::Action::showOnlyUnsynced)->isChecked());
-    EXPECT_FALSE(window.action(MainWindow::Action::rescan)->isEnabled());
+    EXPECT_FALSE(window.projectsView().action(ProjectsView::Action::showOnlyUnsynced)->isChecked());
+    EXPECT_FALSE(window.projectsView().action(ProjectsView::Action::rescan)->isEnabled());
+}
+
+TEST_F(MainWindowTest, TheSidebarTheGoMenuAndTheirShortcutsFollowTheTableOfAreas) {
+    const QList<AreaRow>& areas = Areas::all();
+    ASSERT_EQ(window.sidebar()->count(), areas.size());
+    ASSERT_EQ(window.areaActions().size(), areas.size());
+    for (int row = 0; row < areas.size(); ++row) {
+        EXPECT_TRUE(window.sidebar()->item(row)->text().startsWith(areas[row].name));
+        EXPECT_NE(window.page(areas[row].id), nullptr) << qPrintable(areas[row].id);
+    }
+    EXPECT_EQ(window.areaActions()[2]->text(), QStringLiteral("Developer Caches"));
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    QTest::keyClick(&window, Qt::Key_3, Qt::ControlModifier);
+    EXPECT_EQ(navigation.selection(), SidebarSelection::of(QStringLiteral("caches")));
+    EXPECT_EQ(window.sidebar()->currentRow(), 2);
+    QTest::keyClick(&window, Qt::Key_1, Qt::ControlModifier);
+    EXPECT_EQ(navigation.selection(), SidebarSelection::of(Areas::overview));
 }

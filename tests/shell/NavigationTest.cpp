@@ -47,13 +47,13 @@ TEST_F(NavigationTest, ARescanSelectsTheSameProjectAgainByItsFolder) {
 }
 
 TEST_F(NavigationTest, ANextPathWinsAndIsDroppedWhenTheScanDoesNotFindIt) {
-    navigation.setSelection(SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+    navigation.setSelection(SidebarSelection::of(QStringLiteral("caches")));
     navigation.setNextSelectionPath(root + QStringLiteral("/gone/"));
     session.rescan();
     EXPECT_EQ(navigation.pendingSelectionPath(), root + QStringLiteral("/gone"));
     EXPECT_FALSE(navigation.nextSelectionPath());
     // An area stays where it is; only a project of the old scan is left behind.
-    EXPECT_EQ(navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+    EXPECT_EQ(navigation.selection(), SidebarSelection::of(QStringLiteral("caches")));
     scans.feed({ScanEvent::scanCompleted()});
     EXPECT_FALSE(navigation.pendingSelectionPath());
 }

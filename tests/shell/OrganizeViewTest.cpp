@@ -3,6 +3,7 @@
 #include "agents/ClaudeHistory.h"
 #include "shell/AppModels.h"
 #include "shell/MainWindow.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "support/FakeScan.h"
 #include "support/GitFixture.h"
@@ -103,9 +104,9 @@ TEST_F(OrganizeViewTest, ThePlanShowsEachProjectWithWhereItGoesOrWhyNotAndARunCa
     organize.setLayout(OrganizeLayout::flat);
     EXPECT_EQ(QSettings().value(OrganizeModel::layoutKey).toString(), s("flat"));
 
-    window.showOrganize();
+    window.showArea(QStringLiteral("organize"));
     waitForPlan();
-    OrganizeView* view = window.organizeView();
+    OrganizeView* view = window.page<OrganizeView>();
     ASSERT_TRUE(view->isVisible());
     QTreeWidget* plan = view->planTree();
     ASSERT_EQ(plan->topLevelItemCount(), 1);
@@ -152,9 +153,9 @@ TEST_F(OrganizeViewTest, ThePlanShowsEachProjectWithWhereItGoesOrWhyNotAndARunCa
 
 TEST_F(OrganizeViewTest, AFolderThatMayNotMoveIsRefusedWithTheReason) {
     QDir().mkpath(home + s("/Documents"));
-    window.showOrganize();
+    window.showArea(QStringLiteral("organize"));
     waitForPlan();
-    window.organizeView()->addFolder(home + s("/Documents"));
+    window.page<OrganizeView>()->addFolder(home + s("/Documents"));
     QMessageBox* box = nullptr;
     ASSERT_TRUE(QTest::qWaitFor([&] { return (box = test::openBox(window, s("organizeRefusal"))); },
                                 test::patience));
@@ -166,15 +167,15 @@ TEST_F(OrganizeViewTest, AFolderThatMayNotMoveIsRefusedWithTheReason) {
 
 TEST_F(OrganizeViewTest, HistoryWhoseFolderIsGoneIsRelinkedToWhereItProbablyIs) {
     writeSession(home + s("/old-place/blog"), s("lost-session"));
-    window.showOrganize();
+    window.showArea(QStringLiteral("organize"));
     waitForPlan();
-    QTreeWidget* orphans = window.organizeView()->orphanList();
+    QTreeWidget* orphans = window.page<OrganizeView>()->orphanList();
     ASSERT_EQ(orphans->topLevelItemCount(), 1);
     EXPECT_EQ(orphans->topLevelItem(0)->text(2), s("Probably now at ~/Desktop/old/blog"));
     test::saveScreenshot(window, s("organize-orphans"));
 
     orphans->setCurrentItem(orphans->topLevelItem(0));
-    window.organizeView()->confirmRelink(blog);
+    window.page<OrganizeView>()->confirmRelink(blog);
     accept(s("relinkConfirmation"));
     waitForAction();
     EXPECT_EQ(orphans->topLevelItemCount(), 0);
@@ -188,9 +189,9 @@ TEST_F(OrganizeViewTest, MoveProjectMovesTheSelectedProjectOfTheScanAndRescans) 
     const Project project = test::makeProject(shop);
     scans.feed({ScanEvent::projectDiscovered(project), ScanEvent::scanCompleted()});
     models.navigation.setSelection(SidebarSelection::forProject(project));
-    ASSERT_TRUE(window.action(MainWindow::Action::moveProject)->isEnabled());
+    ASSERT_TRUE(window.projectsView().action(ProjectsView::Action::moveProject)->isEnabled());
 
-    window.confirmMoveProject(home + s("/Code"));
+    window.projectsView().confirmMoveProject(home + s("/Code"));
     QMessageBox* box = nullptr;
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return (box = test::openBox(window, s("moveProjectConfirmation"))); },

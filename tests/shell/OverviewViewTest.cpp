@@ -44,7 +44,7 @@ protected:
 
 TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
     window.showOverview();
-    OverviewView* view = window.overviewView();
+    OverviewView* view = window.page<OverviewView>();
     ASSERT_TRUE(view->isVisible());
     ASSERT_TRUE(QTest::qWaitFor([this] { return models.overview.isComplete(); }, test::patience));
     QTest::qWait(300);
@@ -85,21 +85,18 @@ TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
 
     // A click on an area's segment opens it.
     emit view->bar()->areaClicked(s("caches"));
-    EXPECT_EQ(models.navigation.selection(),
-              SidebarSelection::of(SidebarSelection::Kind::globalCaches));
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(QStringLiteral("caches")));
 
     // The arrow keys walk the sidebar from area to area.
     window.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     window.sidebar()->setFocus();
     QTest::keyClick(window.sidebar(), Qt::Key_Down);
-    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::agents));
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(QStringLiteral("agents")));
     QTest::keyClick(window.sidebar(), Qt::Key_Home);
-    EXPECT_EQ(models.navigation.selection(),
-              SidebarSelection::of(SidebarSelection::Kind::overview));
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(QStringLiteral("overview")));
     QTest::keyClick(window.sidebar(), Qt::Key_End);
-    EXPECT_EQ(models.navigation.selection(),
-              SidebarSelection::of(SidebarSelection::Kind::cleanups));
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(QStringLiteral("cleanups")));
 }
 
 namespace {
@@ -170,9 +167,8 @@ TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
         byArea.insert(area.id, *area.bytes());
         sum += *area.bytes();
     }
-    EXPECT_EQ(byArea.keys(),
-              (QList<QString>{s("aiModels"), s("android"), s("appLeftovers"), s("caches"),
-                              s("docker"), s("projects"), s("simulators")}));
+    EXPECT_EQ(byArea.keys(), (QList<QString>{s("aiModels"), s("android"), s("apps"), s("caches"),
+                                             s("docker"), s("projects"), s("simulators")}));
     EXPECT_EQ(models.overview.totalBytes(), sum);
     // The areas the models total themselves agree with their own numbers.
     EXPECT_EQ(byArea[s("projects")], models.session.reclaimableBytes());
@@ -183,14 +179,14 @@ TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
     EXPECT_EQ(byArea[s("docker")], 2'966'530'000);
     // Its row shows the whole size beside it.
     const auto dockerRow = [this] {
-        return window.overviewView()->list()->topLevelItem(3)->text(0);
+        return window.page<OverviewView>()->list()->topLevelItem(2)->text(0);
     };
     EXPECT_TRUE(QTest::qWaitFor([&] { return dockerRow() == s("Docker — 3.47 GB in all"); },
                                 test::patience))
         << dockerRow().toStdString();
     // Only the orphan's data, never an installed app's.
-    EXPECT_GE(byArea[s("appLeftovers")], 1'200'000);
-    EXPECT_LT(byArea[s("appLeftovers")], 1'400'000);
+    EXPECT_GE(byArea[s("apps")], 1'200'000);
+    EXPECT_LT(byArea[s("apps")], 1'400'000);
 
     // Every sidebar row of an area carries its size once the overview has looked again.
     const QListWidget* sidebar = window.sidebar();
@@ -205,7 +201,7 @@ TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
         EXPECT_TRUE(QTest::qWaitFor(sized, test::patience)) << name;
     }
     // The projects' row says what is ticked, and follows the ticks after every area has loaded.
-    const QTreeWidget* list = window.overviewView()->list();
+    const QTreeWidget* list = window.page<OverviewView>()->list();
     const auto projectsRow = [list] { return list->topLevelItem(0)->text(0); };
     EXPECT_TRUE(QTest::qWaitFor([&] { return projectsRow() == s("Projects — 30 KB ticked"); },
                                 test::patience))

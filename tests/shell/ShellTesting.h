@@ -10,6 +10,8 @@
 #include <QApplication>
 #include <QDir>
 #include <QMessageBox>
+#include <QPainter>
+#include <QPixmap>
 #include <QTest>
 #include <QWidget>
 #include <gtest/gtest.h>
@@ -47,6 +49,20 @@ inline void saveScreenshot(QWidget& widget, const QString& name) {
     QTest::qWait(200);
     ASSERT_TRUE(widget.grab().save(folder + u'/' + name + QStringLiteral(".png")))
         << qPrintable(name);
+}
+
+// Saves `window` with `sheet` drawn over its top, where a sheet shows, as
+// build/screenshots/<name>.png.
+inline void saveScreenshotWithSheet(QWidget& window, QWidget& sheet, const QString& name) {
+    const QString folder = QStringLiteral(CORVANE_SCREENSHOT_DIR);
+    ASSERT_TRUE(QDir().mkpath(folder));
+    QTest::qWait(200);
+    QPixmap shot = window.grab();
+    const QPixmap over = sheet.grab();
+    QPainter painter(&shot);
+    painter.drawPixmap((shot.width() - over.width()) / 2, 24, over);
+    painter.end();
+    ASSERT_TRUE(shot.save(folder + u'/' + name + QStringLiteral(".png"))) << qPrintable(name);
 }
 
 // The open message box of `window` with this object name, if any.

@@ -6,6 +6,7 @@
 #include "shell/MainWindow.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectTreeModel.h"
+#include "shell/ProjectsView.h"
 #include "shell/SettingsDialog.h"
 #include "shell/ShellTesting.h"
 #include "shell/SummaryStrip.h"
@@ -97,7 +98,7 @@ protected:
     void waitForScan() {
         ASSERT_TRUE(QTest::qWaitFor([this] { return !session.isScanning(); }, test::patience));
         // The list would take the last changes in a moment; the test looks at them now.
-        window.projectModel().refresh();
+        window.projectsView().projectModel().refresh();
     }
 
     std::optional<Project> projectAt(const QString& path) {
@@ -110,7 +111,7 @@ protected:
 
     // The row of the detail's item list whose folder reads `folder`, or -1.
     int itemRow(const QString& folder) {
-        ProjectItemsModel& items = window.detailView()->itemsModel();
+        ProjectItemsModel& items = window.projectsView().detailView()->itemsModel();
         for (int row = 0; row < items.rowCount(); ++row) {
             if (items.index(row, ProjectItemsModel::folderColumn).data().toString() == folder)
                 return row;
@@ -121,10 +122,10 @@ protected:
     void select(const QString& path) {
         const std::optional<Project> project = projectAt(path);
         ASSERT_TRUE(project) << qPrintable(path);
-        const QModelIndex row = window.projectModel().indexOf(project->id);
+        const QModelIndex row = window.projectsView().projectModel().indexOf(project->id);
         ASSERT_TRUE(row.isValid());
-        window.projectView()->setCurrentIndex(row);
-        ASSERT_EQ(window.detailView()->project(), project);
+        window.projectsView().projectView()->setCurrentIndex(row);
+        ASSERT_EQ(window.projectsView().detailView()->project(), project);
     }
 
     void acceptConfirmation(const QString& screenshot, const QString& expectedQuestion) {
@@ -149,18 +150,23 @@ protected:
 TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
     window.scanFolder(workspace.root);
     waitForScan();
-    EXPECT_EQ(test::dumpTree(window.projectModel()), QStringLiteral("app,tool,site"));
+    EXPECT_EQ(test::dumpTree(window.projectsView().projectModel()),
+              QStringLiteral("app,tool,site"));
     const Project site = *projectAt(workspace.site);
-    EXPECT_EQ(
-        window.projectModel().indexOf(site.id, ProjectTreeModel::stateColumn).data().toString(),
-        QStringLiteral("1 uncommitted change · no remote"));
-    EXPECT_EQ(window.statusText(), QStringLiteral("3 projects in ") + workspace.root);
+    EXPECT_EQ(window.projectsView()
+                  .projectModel()
+                  .indexOf(site.id, ProjectTreeModel::stateColumn)
+                  .data()
+                  .toString(),
+              QStringLiteral("1 uncommitted change · no remote"));
+    EXPECT_EQ(window.projectsView().statusText(),
+              QStringLiteral("3 projects in ") + workspace.root);
     test::saveScreenshot(window, QStringLiteral("scan-finished"));
 
     // Work that is not committed keeps every tick off; the others' safe items are ticked.
     select(workspace.site);
     ASSERT_GE(itemRow(QStringLiteral("node_modules")), 0);
-    ProjectItemsModel& items = window.detailView()->itemsModel();
+    ProjectItemsModel& items = window.projectsView().detailView()->itemsModel();
     EXPECT_EQ(items.index(itemRow(QStringLiteral("node_modules")), 0).data(Qt::CheckStateRole),
               Qt::Unchecked);
 
@@ -173,16 +179,18 @@ TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
     const int whole = itemRow(QStringLiteral("The whole project folder"));
     ASSERT_GE(whole, 0);
     EXPECT_EQ(items.index(whole, 0).data(Qt::CheckStateRole), Qt::Unchecked);
-    EXPECT_TRUE(window.detailView()->showsWholeProjectWarning());
+    EXPECT_TRUE(window.projectsView().detailView()->showsWholeProjectWarning());
     test::saveScreenshot(window, QStringLiteral("scan-project-detail"));
 
     ASSERT_TRUE(items.setData(box, Qt::Unchecked, Qt::CheckStateRole));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !window.detailView()->trashButton()->isEnabled(); },
-                                test::patience));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return !window.projectsView().detailView()->trashButton()->isEnabled(); },
+        test::patience));
     ASSERT_TRUE(items.setData(box, Qt::Checked, Qt::CheckStateRole));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return window.detailView()->trashButton()->isEnabled(); },
-                                test::patience));
-    window.detailView()->trashButton()->click();
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window.projectsView().detailView()->trashButton()->isEnabled(); },
+        test::patience));
+    window.projectsView().detailView()->trashButton()->click();
     acceptConfirmation(QStringLiteral("scan-sheet-project"),
                        QStringLiteral("Move “node_modules” to the Trash?"));
     ASSERT_TRUE(QTest::qWaitFor(
@@ -195,10 +203,12 @@ TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
     EXPECT_FALSE(QFileInfo::exists(workspace.app + QStringLiteral("/node_modules")));
     EXPECT_TRUE(QFileInfo::exists(trashed(QStringLiteral("node_modules"))));
 
-    // The Delete key moves what is still ticked anywhere: the virtual environment of "tool".
+    // Nothing of "app" is ticked any more, so Delete has nothing to take there; the other
+    // projects' ticks wait for Move All Ticked: the virtual environment of "tool".
     window.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
-    QTest::keyClick(window.projectView(), Qt::Key_Delete);
+    EXPECT_FALSE(window.projectsView().action(ProjectsView::Action::moveToTrash)->isEnabled());
+    window.projectsView().action(ProjectsView::Action::moveAllToTrash)->trigger();
     acceptConfirmation(QStringLiteral("scan-sheet-everything"),
                        QStringLiteral("Move “.venv” to the Trash?"));
     ASSERT_TRUE(QTest::qWaitFor(
@@ -206,9 +216,9 @@ TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
         test::patience));
     EXPECT_TRUE(QFileInfo::exists(trashed(QStringLiteral(".venv"))));
     EXPECT_TRUE(QFileInfo::exists(workspace.site + QStringLiteral("/node_modules")));
-    EXPECT_TRUE(
-        QTest::qWaitFor([&] { return window.summary()->tickedText() == QStringLiteral("Zero KB"); },
-                        test::patience));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return window.projectsView().summary()->tickedText() == QStringLiteral("Zero KB"); },
+        test::patience));
     test::saveScreenshot(window, QStringLiteral("scan-after-trash"));
 }
 
@@ -218,7 +228,7 @@ TEST_F(WindowScanTest, ACustomRuleMadeInTheSettingsClassifiesAFolderAtTheNextSca
     select(workspace.tool);
     EXPECT_LT(itemRow(QStringLiteral("gen-out")), 0);
 
-    window.action(MainWindow::Action::settings)->trigger();
+    window.settingsAction()->trigger();
     SettingsDialog* settings = window.settingsDialog();
     ASSERT_NE(settings, nullptr);
     ASSERT_TRUE(settings->isVisible());
@@ -251,15 +261,15 @@ TEST_F(WindowScanTest, ACustomRuleMadeInTheSettingsClassifiesAFolderAtTheNextSca
     test::saveScreenshot(*settings, QStringLiteral("settings-rule-added"));
     settings->close();
 
-    window.action(MainWindow::Action::rescan)->trigger();
+    window.projectsView().action(ProjectsView::Action::rescan)->trigger();
     waitForScan();
     // The rescan finds "tool" again and keeps it selected.
-    ASSERT_TRUE(QTest::qWaitFor([&] { return window.detailView()->project().has_value(); },
-                                test::patience));
-    EXPECT_EQ(window.detailView()->project()->url, workspace.tool);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window.projectsView().detailView()->project().has_value(); }, test::patience));
+    EXPECT_EQ(window.projectsView().detailView()->project()->url, workspace.tool);
     const int row = itemRow(QStringLiteral("gen-out"));
     ASSERT_GE(row, 0);
-    ProjectItemsModel& items = window.detailView()->itemsModel();
+    ProjectItemsModel& items = window.projectsView().detailView()->itemsModel();
     EXPECT_EQ(items.index(row, ProjectItemsModel::kindColumn).data().toString(),
               QStringLiteral("Build output"));
     EXPECT_EQ(items.index(row, ProjectItemsModel::confidenceColumn).data().toString(),
@@ -282,7 +292,7 @@ TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUnticksT
     window.scanFolder(workspace.root);
     waitForScan();
     const Project app = *projectAt(workspace.app);
-    ProjectItemsModel& items = window.detailView()->itemsModel();
+    ProjectItemsModel& items = window.projectsView().detailView()->itemsModel();
     select(workspace.app);
     const int modules = itemRow(QStringLiteral("node_modules"));
     ASSERT_GE(modules, 0);
@@ -290,13 +300,15 @@ TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUnticksT
               QStringLiteral("npm ci"));
     EXPECT_EQ(items.index(modules, 0).data(Qt::CheckStateRole), Qt::Checked);
 
-    std::unique_ptr<QMenu> menu = window.projectMenu(window.projectModel().indexOf(app.id));
+    std::unique_ptr<QMenu> menu =
+        window.projectsView().projectMenu(window.projectsView().projectModel().indexOf(app.id));
     QAction* keepProject = entry(menu.get(), QStringLiteral("Keep Project"));
     ASSERT_TRUE(keepProject);
     keepProject->trigger();
     EXPECT_EQ(session.keptPaths(), QStringList{workspace.app});
-    window.projectModel().refresh();
-    const QModelIndex size = window.projectModel().indexOf(app.id, ProjectTreeModel::sizeColumn);
+    window.projectsView().projectModel().refresh();
+    const QModelIndex size =
+        window.projectsView().projectModel().indexOf(app.id, ProjectTreeModel::sizeColumn);
     EXPECT_EQ(size.data().toString(), QStringLiteral("Kept"));
     EXPECT_EQ(session.reclaimableBytes(app.id), 0);
     // Its items stay in the list, marked and unticked, and their boxes cannot be ticked.
@@ -306,11 +318,11 @@ TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUnticksT
     EXPECT_EQ(box.data(Qt::CheckStateRole), Qt::Unchecked);
     EXPECT_FALSE(items.flags(box).testFlag(Qt::ItemIsEnabled));
     EXPECT_FALSE(items.setData(box, Qt::Checked, Qt::CheckStateRole));
-    EXPECT_TRUE(
-        QTest::qWaitFor([&] { return window.detailView()->showsKeptNote(); }, test::patience));
-    EXPECT_FALSE(window.detailView()->trashButton()->isEnabled());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window.projectsView().detailView()->showsKeptNote(); },
+                                test::patience));
+    EXPECT_FALSE(window.projectsView().detailView()->trashButton()->isEnabled());
     // A folder of the kept project has no mark of its own to take off.
-    menu = window.detailView()->itemMenu(box);
+    menu = window.projectsView().detailView()->itemMenu(box);
     ASSERT_TRUE(entry(menu.get(), KeepMenu::keptAroundText));
     EXPECT_FALSE(entry(menu.get(), KeepMenu::keptAroundText)->isEnabled());
     test::saveScreenshot(window, QStringLiteral("keep-project"));
@@ -321,19 +333,21 @@ TEST_F(WindowScanTest, KeepFromTheContextMenusMarksAProjectAndAFolderAndUnticksT
     ASSERT_GE(venv, 0);
     EXPECT_EQ(items.index(venv, ProjectItemsModel::hintColumn).data().toString(),
               QStringLiteral("uv sync"));
-    menu = window.detailView()->itemMenu(items.index(venv, ProjectItemsModel::sizeColumn));
+    menu = window.projectsView().detailView()->itemMenu(
+        items.index(venv, ProjectItemsModel::sizeColumn));
     ASSERT_TRUE(entry(menu.get(), QStringLiteral("Keep Folder")));
     entry(menu.get(), QStringLiteral("Keep Folder"))->trigger();
     EXPECT_EQ(items.index(itemRow(QStringLiteral(".venv — Kept")), 0).data(Qt::CheckStateRole),
               Qt::Unchecked);
-    EXPECT_FALSE(window.detailView()->showsKeptNote());
+    EXPECT_FALSE(window.projectsView().detailView()->showsKeptNote());
     test::saveScreenshot(window, QStringLiteral("keep-folder"));
 
     // Both marks come off again the same way.
-    menu = window.detailView()->itemMenu(items.index(itemRow(QStringLiteral(".venv — Kept")), 0));
+    menu = window.projectsView().detailView()->itemMenu(
+        items.index(itemRow(QStringLiteral(".venv — Kept")), 0));
     ASSERT_TRUE(entry(menu.get(), QStringLiteral("Don't Keep Folder")));
     entry(menu.get(), QStringLiteral("Don't Keep Folder"))->trigger();
-    menu = window.projectMenu(window.projectModel().indexOf(app.id));
+    menu = window.projectsView().projectMenu(window.projectsView().projectModel().indexOf(app.id));
     ASSERT_TRUE(entry(menu.get(), QStringLiteral("Don't Keep Project")));
     entry(menu.get(), QStringLiteral("Don't Keep Project"))->trigger();
     EXPECT_TRUE(session.keptPaths().isEmpty());
@@ -347,9 +361,9 @@ TEST_F(WindowScanTest, MarksThatCannotBeReadAreShownAndTickNothing) {
     waitForScan();
     EXPECT_TRUE(session.selectedItemIDs().isEmpty());
     select(workspace.app);
-    EXPECT_TRUE(
-        QTest::qWaitFor([&] { return window.detailView()->showsKeptNote(); }, test::patience));
-    EXPECT_TRUE(window.detailView()->keptNoteText().contains(KeepStore().url() +
-                                                             QStringLiteral(" could not be read")));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return window.projectsView().detailView()->showsKeptNote(); },
+                                test::patience));
+    EXPECT_TRUE(window.projectsView().detailView()->keptNoteText().contains(
+        KeepStore().url() + QStringLiteral(" could not be read")));
     test::saveScreenshot(window, QStringLiteral("keep-unreadable"));
 }
