@@ -1,5 +1,6 @@
 #include "apps/AppBundle.h"
 
+#include "platform/InputLimits.h"
 #include "platform/PathIdentity.h"
 
 #include <QDir>
@@ -124,10 +125,10 @@ std::optional<InstalledApp> AppBundle::read(const QString& bundlePath, const Cas
     const std::optional<QString> plistPath = infoPlistPath(bundlePath);
     if (!plistPath)
         return std::nullopt;
-    QFile file(*plistPath);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file = InputLimits::readFile(*plistPath);
+    if (!file.bytes)
         return std::nullopt;
-    const std::optional<BundleInfo> info = parseInfo(file.readAll());
+    const std::optional<BundleInfo> info = parseInfo(*file.bytes);
     if (!info)
         return std::nullopt;
 

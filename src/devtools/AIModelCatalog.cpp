@@ -2,6 +2,7 @@
 
 #include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
+#include "platform/InputLimits.h"
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
 #include "platform/PathIdentity.h"
@@ -124,9 +125,11 @@ bool lessThan(const AIModel& a, const AIModel& b) {
 std::optional<QString> lmStudioModelsFolder(const QString& home) {
     if (auto folder = downloadsFolderIn(home + QStringLiteral("/.lmstudio/settings.json"), home))
         return existingFolder(*folder);
-    QFile pointer(home + QStringLiteral("/.lmstudio-home-pointer"));
-    if (pointer.open(QIODevice::ReadOnly)) {
-        const QString firstLine = QString::fromUtf8(pointer.readAll()).section(u'\n', 0, 0);
+    const QString pointerPath = home + QStringLiteral("/.lmstudio-home-pointer");
+    const InputLimits::FileRead pointer =
+        InputLimits::readFile(pointerPath, InputLimits::smallFileBytes);
+    if (pointer.bytes) {
+        const QString firstLine = QString::fromUtf8(*pointer.bytes).section(u'\n', 0, 0);
         const QString lmHome = expandHome(firstLine.trimmed(), home);
         if (!lmHome.isEmpty()) {
             if (auto folder = downloadsFolderIn(lmHome + QStringLiteral("/settings.json"), home))
