@@ -106,6 +106,17 @@ TEST(GitStatusParsing, StatusFollowsItsPriorityOrder) {
     const GitStatusReport garbled =
         GitInspector::parseStatus(records({"# branch.upstream origin/main", "# branch.ab +x -0"}));
     EXPECT_EQ(GitInspector::decideStatus(garbled, true), GitStatus::upstreamGone());
+
+    // A change record cut short, or of a kind this version does not know, still means there is
+    // work in the tree; only ignored files are no change.
+    const QByteArray synced = "# branch.upstream origin/main\0# branch.ab +0 -0\0";
+    for (const QByteArray& record : {QByteArray("1 .M N... 100644"), QByteArray("u UU"),
+                                     QByteArray("2 R. N..."), QByteArray("3 new kind of record")}) {
+        const GitStatusReport report = GitInspector::parseStatus(synced + record + '\0');
+        EXPECT_EQ(GitInspector::decideStatus(report, true), GitStatus::dirty(1)) << record.data();
+    }
+    const GitStatusReport ignoredOnly = GitInspector::parseStatus(synced + "! debug.log\0");
+    EXPECT_EQ(GitInspector::decideStatus(ignoredOnly, true), GitStatus::fullySynced());
 }
 
 TEST(GitLocalOnlyWork, AnythingThatMayExistOnlyHereCounts) {
