@@ -46,7 +46,8 @@ TEST(SSHArchiveCounts, ReadsThreeTrimmedWholeNumbersOrNothing) {
 
     for (const char* output :
          {"", "1\n2\n", "1\n5.4e+09\n2\n", "1\n0x10\n2", "1\n\n2\n3", "1\n2\n+\n",
-          "Welcome!\n1\n2\n3", "1\n99999999999999999999\n2", "1\n2\n3\nstat: illegal option -- c"})
+          "Welcome!\n1\n2\n3", "1\n99999999999999999999\n2", "1\n2\n3\nstat: illegal option -- c",
+          "+1\r\n-8\r\n2\r\n", "-1\n0\n0", "1\n2\n3\n4"})
         EXPECT_EQ(SSHArchiveService::parseCounts(output), std::nullopt) << output;
 }
 
