@@ -16,6 +16,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
 #include <algorithm>
@@ -87,12 +88,29 @@ bool isDigest(const QString& digest) {
     });
 }
 
-// The digests a manifest refers to, or nothing when it cannot be read as one.
-std::optional<QStringList> manifestDigests(const QString& path) {
-    const std::optional<QJsonValue> manifest = JsonFile::read(path);
-    if (!manifest || !manifest->isObject())
+std::optional<QStringList> manifestDigestsAt(const QString& path) {
+    const InputLimits::FileRead file = InputLimits::readFile(path);
+    return file.bytes ? manifestDigests(*file.bytes) : std::nullopt;
+}
+
+QString blobPath(const QString& store, const QString& digest) {
+    return store + QStringLiteral("/blobs/") + QString(digest).replace(u':', u'-');
+}
+
+bool lessThan(const AIModel& a, const AIModel& b) {
+    if (a.source != b.source)
+        return a.source < b.source;
+    const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
+    return byName != 0 ? byName < 0 : a.id < b.id;
+}
+
+} // namespace
+
+std::optional<QStringList> manifestDigests(const QByteArray& manifest) {
+    const QJsonDocument document = QJsonDocument::fromJson(manifest);
+    if (!document.isObject())
         return std::nullopt;
-    const QJsonObject object = manifest->toObject();
+    const QJsonObject object = document.object();
     QStringList digests;
     auto add = [&digests](const QJsonValue& blob) {
         const QString digest = blob.toObject().value(QStringLiteral("digest")).toString();
@@ -108,19 +126,6 @@ std::optional<QStringList> manifestDigests(const QString& path) {
         return std::nullopt;
     return digests;
 }
-
-QString blobPath(const QString& store, const QString& digest) {
-    return store + QStringLiteral("/blobs/") + QString(digest).replace(u':', u'-');
-}
-
-bool lessThan(const AIModel& a, const AIModel& b) {
-    if (a.source != b.source)
-        return a.source < b.source;
-    const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
-    return byName != 0 ? byName < 0 : a.id < b.id;
-}
-
-} // namespace
 
 std::optional<QString> lmStudioModelsFolder(const QString& home) {
     if (auto folder = downloadsFolderIn(home + QStringLiteral("/.lmstudio/settings.json"), home))
@@ -296,7 +301,7 @@ QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& can
                 for (const QString& tag : QDir(modelFolder).entryList(QDir::Files | QDir::Hidden)) {
                     cancellation.throwIfCancelled();
                     const QString path = modelFolder + u'/' + tag;
-                    if (auto digests = manifestDigests(path))
+                    if (auto digests = manifestDigestsAt(path))
                         manifests.append({path, ollamaDisplayName(host, nameSpace, model, tag),
                                           nameSpace, *digests});
                 }
@@ -408,7 +413,7 @@ QStringList filesInUse(const AIModel& model) {
     // A loaded Ollama model is held through its blobs, not its manifest.
     const QString store = ollamaStoreOf(model);
     QStringList files;
-    if (const auto digests = manifestDigests(model.url)) {
+    if (const auto digests = manifestDigestsAt(model.url)) {
         for (const QString& digest : *digests) {
             const QString path = blobPath(store, digest);
             if (QFileInfo::exists(path))
