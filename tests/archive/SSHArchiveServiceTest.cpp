@@ -1,5 +1,6 @@
 #include "archive/SSHArchiveService.h"
 
+#include "archive/RemoteTree.h"
 #include "platform/Locations.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
@@ -129,3 +130,9 @@ TEST(SSHArchiveTestConnection, RunsOneBatchSshAndSaysWhatCameOfIt) {
 
 } // namespace
 } // namespace corvane
+
+TEST(RemoteTreeManifest, AnEntryWithoutANameIsRefused) {
+    EXPECT_TRUE(RemoteTree::parseManifest(QByteArray("d.\0d./a\0=\0", 10)).has_value());
+    EXPECT_FALSE(RemoteTree::parseManifest(QByteArray("d.\0d\0=\0", 7)).has_value());
+    EXPECT_FALSE(RemoteTree::parseManifest(QByteArray("d.\0f./\0=\0", 9)).has_value());
+}
