@@ -11,11 +11,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     } catch (const corvane::BrewError&) {
     }
     try {
-        const QString appDir = QStringLiteral("/Applications");
-        const auto casks = BrewService::parseInstalledCaskApps(input, appDir);
-        // A cask's app is only ever looked for in the applications folder.
+        // Homebrew gives each app's place as it installed it, inside whatever app folder the
+        // user chose; only bundles are ever named.
+        const auto casks =
+            BrewService::parseInstalledCaskApps(input, QStringLiteral("/Applications"));
         for (auto it = casks.cbegin(); it != casks.cend(); ++it) {
-            if (!it.key().startsWith(appDir + u'/') || it.key().contains(QStringLiteral("/../")))
+            if (!it.key().endsWith(QStringLiteral(".app"), Qt::CaseInsensitive) ||
+                it.value().isEmpty())
                 __builtin_trap();
         }
     } catch (const corvane::BrewError&) {

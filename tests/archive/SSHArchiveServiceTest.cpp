@@ -132,7 +132,7 @@ TEST(SSHArchiveTestConnection, RunsOneBatchSshAndSaysWhatCameOfIt) {
 } // namespace corvane
 
 TEST(RemoteTreeManifest, AnEntryWithoutANameIsRefused) {
-    EXPECT_TRUE(RemoteTree::parseManifest(QByteArray("d.\0d./a\0=\0", 10)).has_value());
-    EXPECT_FALSE(RemoteTree::parseManifest(QByteArray("d.\0d\0=\0", 7)).has_value());
-    EXPECT_FALSE(RemoteTree::parseManifest(QByteArray("d.\0f./\0=\0", 9)).has_value());
+    EXPECT_TRUE(corvane::RemoteTree::parseManifest(QByteArray("d.\0d./a\0=\0", 10)).has_value());
+    EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0d\0=\0", 7)).has_value());
+    EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0f./\0=\0", 9)).has_value());
 }
