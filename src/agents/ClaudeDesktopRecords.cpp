@@ -2,6 +2,7 @@
 
 #include "agents/AgentHistoryIndex.h"
 #include "agents/AgentPaths.h"
+#include "platform/InputLimits.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -20,10 +21,10 @@ std::optional<QString> nonEmptyString(const QJsonObject& object, const QString& 
 }
 
 std::optional<AgentHistoryIndex::DesktopEntry> entryOf(const QString& path, bool macPathRules) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file = InputLimits::readFile(path);
+    if (!file.bytes)
         return std::nullopt;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    const QJsonDocument document = QJsonDocument::fromJson(*file.bytes);
     const QJsonObject record = document.object();
     const std::optional<QString> desktopID = nonEmptyString(record, QStringLiteral("sessionId"));
     if (!document.isObject() || !desktopID)

@@ -1,6 +1,7 @@
 #include "agents/EditorWorkspaces.h"
 
 #include "agents/AgentPaths.h"
+#include "platform/InputLimits.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,10 +14,11 @@ namespace corvane::EditorWorkspaces {
 namespace {
 
 std::optional<QString> folderURLIn(const QString& workspaceFile) {
-    QFile file(workspaceFile);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file =
+        InputLimits::readFile(workspaceFile, InputLimits::smallFileBytes);
+    if (!file.bytes)
         return std::nullopt;
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll());
+    const QJsonDocument document = QJsonDocument::fromJson(*file.bytes);
     const QJsonValue folder = document.object().value(QStringLiteral("folder"));
     if (!folder.isString())
         return std::nullopt;

@@ -1,4 +1,5 @@
 #include "agents/RelinkStep.h"
+#include "platform/InputLimits.h"
 #include "platform/Paths.h"
 
 #include <QDir>
@@ -8,16 +9,12 @@
 namespace corvane::RelinkFiles {
 
 std::optional<QString> readText(const QString& path, QString& problem) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        problem = QStringLiteral("could not be read (%1)").arg(file.errorString());
+    const InputLimits::FileRead file = InputLimits::readFile(path);
+    if (!file.bytes) {
+        problem = QStringLiteral("could not be read (%1)").arg(file.problem);
         return std::nullopt;
     }
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        problem = QStringLiteral("could not be read (%1)").arg(file.errorString());
-        return std::nullopt;
-    }
+    const QByteArray& bytes = *file.bytes;
     QString text = QString::fromUtf8(bytes);
     if (text.toUtf8() != bytes) {
         problem = QStringLiteral("is not UTF-8 text");

@@ -1,6 +1,7 @@
 #include "agents/TomlSyntax.h"
 
 #include "agents/TomlKey.h"
+#include "platform/InputLimits.h"
 
 #include <QRegularExpression>
 #include <QSet>
@@ -42,9 +43,13 @@ private:
     void inlineTable();
     void bareValue();
     void table();
+    void enter();
 
     QStringView text_;
     qsizetype pos_ = 0;
+    // Arrays and inline tables open around the current value: the reader descends by recursion,
+    // so a text of nothing but "[" must not take the stack with it.
+    int depth_ = 0;
     QSet<QString> tables_;
 };
 
@@ -147,8 +152,14 @@ void Reader::bareValue() {
     pos_ = match.capturedEnd();
 }
 
-void Reader::array() {
+void Reader::enter() {
+    if (++depth_ > InputLimits::nestingDepth)
+        fail(QStringLiteral("values nest deeper than %1 levels").arg(InputLimits::nestingDepth));
     ++pos_;
+}
+
+void Reader::array() {
+    enter();
     for (;;) {
         spacesCommentsAndNewlines();
         if (peek() == u']')
@@ -164,14 +175,16 @@ void Reader::array() {
         break;
     }
     ++pos_;
+    --depth_;
 }
 
 void Reader::inlineTable() {
-    ++pos_;
+    enter();
     spaces();
     QSet<QString> keys;
     if (peek() == u'}') {
         ++pos_;
+        --depth_;
         return;
     }
     for (;;) {
@@ -187,6 +200,7 @@ void Reader::inlineTable() {
         spaces();
         if (peek() == u'}') {
             ++pos_;
+            --depth_;
             return;
         }
         if (peek() != u',')

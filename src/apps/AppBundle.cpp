@@ -1,5 +1,6 @@
 #include "apps/AppBundle.h"
 
+#include "platform/InputLimits.h"
 #include "platform/PathIdentity.h"
 
 #include <QDir>
@@ -24,12 +25,17 @@ std::optional<QString> stringValue(plist_t dict, const char* key) {
     plist_t item = plist_dict_get_item(dict, key);
     if (!item || plist_get_node_type(item) != PLIST_STRING)
         return std::nullopt;
-    char* value = nullptr;
-    plist_get_string_val(item, &value);
-    if (!value)
+    // By pointer and length: a string with a NUL byte inside (written as "&#0;" or raw) makes
+    // plist_get_string_val abort the process on its length check.
+    uint64_t length = 0;
+    const char* value = plist_get_string_ptr(item, &length);
+    if (!value || length > uint64_t(InputLimits::fileBytes))
         return std::nullopt;
-    QString text = QString::fromUtf8(value);
-    std::free(value);
+    const QByteArray bytes(value, qsizetype(length));
+    // No name or identifier holds a NUL; one that does is not read as its first part.
+    if (bytes.contains('\0'))
+        return std::nullopt;
+    QString text = QString::fromUtf8(bytes);
     // An empty name or identifier is as good as none.
     if (text.trimmed().isEmpty())
         return std::nullopt;
@@ -124,10 +130,10 @@ std::optional<InstalledApp> AppBundle::read(const QString& bundlePath, const Cas
     const std::optional<QString> plistPath = infoPlistPath(bundlePath);
     if (!plistPath)
         return std::nullopt;
-    QFile file(*plistPath);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file = InputLimits::readFile(*plistPath);
+    if (!file.bytes)
         return std::nullopt;
-    const std::optional<BundleInfo> info = parseInfo(file.readAll());
+    const std::optional<BundleInfo> info = parseInfo(*file.bytes);
     if (!info)
         return std::nullopt;
 

@@ -2,6 +2,7 @@
 
 #include "apps/AppBundle.h"
 #include "apps/AppFinder.h"
+#include "platform/InputLimits.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -14,10 +15,10 @@ std::optional<QString> identifierOf(const QString& bundle) {
     const std::optional<QString> plist = AppBundle::infoPlistPath(bundle);
     if (!plist)
         return std::nullopt;
-    QFile file(*plist);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file = InputLimits::readFile(*plist);
+    if (!file.bytes)
         return std::nullopt;
-    const std::optional<BundleInfo> info = AppBundle::parseInfo(file.readAll());
+    const std::optional<BundleInfo> info = AppBundle::parseInfo(*file.bytes);
     return info ? info->identifier : std::nullopt;
 }
 

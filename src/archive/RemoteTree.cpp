@@ -94,6 +94,9 @@ std::optional<TreeManifest> RemoteTree::parseManifest(const QByteArray& output) 
         if (!field(path))
             return std::nullopt;
         path = withoutDotSlash(path);
+        // find names every entry, the top as "."; an empty name is no entry of the tree.
+        if (path.isEmpty())
+            return std::nullopt;
         if (path == ".")
             continue;
         TreeEntry& entry = manifest.entries[path];

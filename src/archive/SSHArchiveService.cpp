@@ -667,8 +667,9 @@ QString SSHArchiveService::shellQuoted(const QString& text) {
 }
 
 std::optional<ArchiveCounts> SSHArchiveService::parseCounts(const QByteArray& output) {
+    // Exactly the three lines the count command prints; a fourth is not ours to ignore.
     const QList<QByteArray> lines = output.trimmed().split('\n');
-    if (lines.size() < 3)
+    if (lines.size() != 3)
         return std::nullopt;
     qint64 numbers[3] = {};
     for (qsizetype index = 0; index < lines.size(); ++index) {
@@ -681,10 +682,10 @@ std::optional<ArchiveCounts> SSHArchiveService::parseCounts(const QByteArray& ou
                 return std::nullopt;
         bool ok = false;
         const qint64 number = line.toLongLong(&ok);
-        if (!ok)
+        // No count is below zero: "-8" bytes would make a short copy look whole.
+        if (!ok || number < 0)
             return std::nullopt;
-        if (index < 3)
-            numbers[index] = number;
+        numbers[index] = number;
     }
     return ArchiveCounts{numbers[0], numbers[1], numbers[2]};
 }

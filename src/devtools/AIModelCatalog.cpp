@@ -2,6 +2,7 @@
 
 #include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
+#include "platform/InputLimits.h"
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
 #include "platform/PathIdentity.h"
@@ -15,6 +16,7 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
 #include <algorithm>
@@ -86,12 +88,29 @@ bool isDigest(const QString& digest) {
     });
 }
 
-// The digests a manifest refers to, or nothing when it cannot be read as one.
-std::optional<QStringList> manifestDigests(const QString& path) {
-    const std::optional<QJsonValue> manifest = JsonFile::read(path);
-    if (!manifest || !manifest->isObject())
+std::optional<QStringList> manifestDigestsAt(const QString& path) {
+    const InputLimits::FileRead file = InputLimits::readFile(path);
+    return file.bytes ? manifestDigests(*file.bytes) : std::nullopt;
+}
+
+QString blobPath(const QString& store, const QString& digest) {
+    return store + QStringLiteral("/blobs/") + QString(digest).replace(u':', u'-');
+}
+
+bool lessThan(const AIModel& a, const AIModel& b) {
+    if (a.source != b.source)
+        return a.source < b.source;
+    const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
+    return byName != 0 ? byName < 0 : a.id < b.id;
+}
+
+} // namespace
+
+std::optional<QStringList> manifestDigests(const QByteArray& manifest) {
+    const QJsonDocument document = QJsonDocument::fromJson(manifest);
+    if (!document.isObject())
         return std::nullopt;
-    const QJsonObject object = manifest->toObject();
+    const QJsonObject object = document.object();
     QStringList digests;
     auto add = [&digests](const QJsonValue& blob) {
         const QString digest = blob.toObject().value(QStringLiteral("digest")).toString();
@@ -108,25 +127,14 @@ std::optional<QStringList> manifestDigests(const QString& path) {
     return digests;
 }
 
-QString blobPath(const QString& store, const QString& digest) {
-    return store + QStringLiteral("/blobs/") + QString(digest).replace(u':', u'-');
-}
-
-bool lessThan(const AIModel& a, const AIModel& b) {
-    if (a.source != b.source)
-        return a.source < b.source;
-    const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
-    return byName != 0 ? byName < 0 : a.id < b.id;
-}
-
-} // namespace
-
 std::optional<QString> lmStudioModelsFolder(const QString& home) {
     if (auto folder = downloadsFolderIn(home + QStringLiteral("/.lmstudio/settings.json"), home))
         return existingFolder(*folder);
-    QFile pointer(home + QStringLiteral("/.lmstudio-home-pointer"));
-    if (pointer.open(QIODevice::ReadOnly)) {
-        const QString firstLine = QString::fromUtf8(pointer.readAll()).section(u'\n', 0, 0);
+    const QString pointerPath = home + QStringLiteral("/.lmstudio-home-pointer");
+    const InputLimits::FileRead pointer =
+        InputLimits::readFile(pointerPath, InputLimits::smallFileBytes);
+    if (pointer.bytes) {
+        const QString firstLine = QString::fromUtf8(*pointer.bytes).section(u'\n', 0, 0);
         const QString lmHome = expandHome(firstLine.trimmed(), home);
         if (!lmHome.isEmpty()) {
             if (auto folder = downloadsFolderIn(lmHome + QStringLiteral("/settings.json"), home))
@@ -293,7 +301,7 @@ QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& can
                 for (const QString& tag : QDir(modelFolder).entryList(QDir::Files | QDir::Hidden)) {
                     cancellation.throwIfCancelled();
                     const QString path = modelFolder + u'/' + tag;
-                    if (auto digests = manifestDigests(path))
+                    if (auto digests = manifestDigestsAt(path))
                         manifests.append({path, ollamaDisplayName(host, nameSpace, model, tag),
                                           nameSpace, *digests});
                 }
@@ -405,7 +413,7 @@ QStringList filesInUse(const AIModel& model) {
     // A loaded Ollama model is held through its blobs, not its manifest.
     const QString store = ollamaStoreOf(model);
     QStringList files;
-    if (const auto digests = manifestDigests(model.url)) {
+    if (const auto digests = manifestDigestsAt(model.url)) {
         for (const QString& digest : *digests) {
             const QString path = blobPath(store, digest);
             if (QFileInfo::exists(path))

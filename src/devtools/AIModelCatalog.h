@@ -86,6 +86,11 @@ QString ollamaStoreOf(const AIModel& model);
 QString ollamaDisplayName(const QString& host, const QString& nameSpace, const QString& model,
                           const QString& tag);
 
+// The digests an Ollama manifest refers to ("config" and "layers"), each once; nothing when it
+// is not a manifest or names no digest. A digest is "sha256:" and hex, so it names a file in
+// "blobs" and nothing outside it.
+std::optional<QStringList> manifestDigests(const QByteArray& manifest);
+
 QList<AIModel> listLMStudio(const QString& modelsFolder, const CancellationToken& cancellation);
 QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation);
 QList<AIModel> listHuggingFace(const QString& hubFolder, const CancellationToken& cancellation);

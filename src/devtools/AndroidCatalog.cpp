@@ -1,5 +1,6 @@
 #include "devtools/AndroidCatalog.h"
 
+#include "devtools/AndroidProperties.h"
 #include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
@@ -27,31 +28,7 @@ constexpr double psTimeout = 10.0;
 // Enough to see whether a snapshot is being saved or loaded without handing lsof a huge list.
 constexpr int maxSnapshotFiles = 256;
 
-using Properties = QHash<QString, QString>;
-
-// Java properties as the SDK and the emulator write them: "key=value" or "key = value", ":" as
-// an alternative separator, "#" and "!" comment lines.
-Properties readProperties(const QString& path) {
-    Properties properties;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return properties;
-    const QList<QByteArray> lines = file.readAll().split('\n');
-    for (const QByteArray& raw : lines) {
-        const QString line = QString::fromUtf8(raw).trimmed();
-        if (line.isEmpty() || line.startsWith(u'#') || line.startsWith(u'!'))
-            continue;
-        const qsizetype equals = line.indexOf(u'=');
-        const qsizetype colon = line.indexOf(u':');
-        qsizetype at = equals;
-        if (at < 0 || (colon >= 0 && colon < at))
-            at = colon;
-        if (at <= 0)
-            continue;
-        properties.insert(line.left(at).trimmed(), line.mid(at + 1).trimmed());
-    }
-    return properties;
-}
+using AndroidProperties::Properties;
 
 std::optional<QString> value(const Properties& properties, const char* key) {
     const QString found = properties.value(QString::fromLatin1(key));
@@ -107,7 +84,7 @@ QString withVersion(const QString& name, const std::optional<QString>& version) 
 
 AndroidComponent component(AndroidComponentKind kind, const QString& url) {
     const QString propertiesPath = Paths::joined(url, QStringLiteral("source.properties"));
-    const Properties properties = readProperties(propertiesPath);
+    const Properties properties = AndroidProperties::read(propertiesPath);
     AndroidComponent item;
     item.kind = kind;
     item.url = url;
@@ -258,7 +235,8 @@ QList<AndroidAVD> listAVDs(const QString& sdk) {
     const QFileInfoList registrations = QDir(home).entryInfoList(
         {QStringLiteral("*.ini")}, QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Name);
     for (const QFileInfo& registrationFile : registrations) {
-        const Properties registration = readProperties(registrationFile.absoluteFilePath());
+        const Properties registration =
+            AndroidProperties::read(registrationFile.absoluteFilePath());
         const std::optional<QString> folder = registeredFolder(registration);
         if (!folder)
             continue;
@@ -268,7 +246,7 @@ QList<AndroidAVD> listAVDs(const QString& sdk) {
         avd.iniURL = Paths::joined(home, registrationFile.fileName());
         avd.isRemovable = isRealFolder(avd.url);
         const Properties config =
-            readProperties(Paths::joined(avd.url, QStringLiteral("config.ini")));
+            AndroidProperties::read(Paths::joined(avd.url, QStringLiteral("config.ini")));
         avd.deviceName = value(config, "hw.device.name");
         avd.target = value(config, "target");
         if (!avd.target)

@@ -113,9 +113,10 @@ QList<ProcessInspector::WorkingProcess> ProcessInspector::parse(const QByteArray
         case 'p': {
             keepIfWanted(current, processes);
             current = {};
+            // lsof writes a process id as plain digits; anything else ("-1", "+7") names none.
             bool isNumber = false;
             const qint64 pid = value.toLongLong(&isNumber);
-            if (isNumber)
+            if (isNumber && pid > 0 && value.at(0).isDigit())
                 current.pid = pid;
             break;
         }

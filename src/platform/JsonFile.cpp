@@ -1,5 +1,6 @@
 #include "platform/JsonFile.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Paths.h"
 
 #include <QDir>
@@ -62,11 +63,11 @@ QString write(const QString& path, const QJsonValue& value) {
 }
 
 std::optional<QJsonValue> read(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file = InputLimits::readFile(path);
+    if (!file.bytes)
         return std::nullopt;
     QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
+    const QJsonDocument document = QJsonDocument::fromJson(*file.bytes, &error);
     if (error.error != QJsonParseError::NoError)
         return std::nullopt;
     if (document.isObject())

@@ -1,5 +1,6 @@
 #include "platform/OwnFile.h"
 
+#include "platform/InputLimits.h"
 #include "platform/JsonFile.h"
 #include "platform/Paths.h"
 
@@ -16,6 +17,8 @@ namespace corvane {
 struct OwnFile::Read {
     State state = State::missing;
     QByteArray bytes;
+    // Whether `bytes` hold what is stored; not when it could not be read (or was too large).
+    bool bytesRead = true;
     // The whole document, when it could be parsed: what a write keeps around the records.
     QJsonValue document;
     QList<QJsonValue> records;
@@ -29,14 +32,12 @@ namespace {
 
 OwnFile::Storage fileStorage(const QString& path) {
     const auto read = [path](QString* error) -> std::optional<QByteArray> {
-        QFile file(path);
-        if (!file.exists() && !QFileInfo(path).isSymLink())
+        if (!QFileInfo::exists(path) && !QFileInfo(path).isSymLink())
             return std::nullopt;
-        if (!file.open(QIODevice::ReadOnly)) {
-            *error = file.errorString();
-            return std::nullopt;
-        }
-        return file.readAll();
+        InputLimits::FileRead file = InputLimits::readFile(path);
+        if (!file.bytes)
+            *error = file.problem;
+        return file.bytes;
     };
     const auto write = [path](const QByteArray& bytes) {
         return JsonFile::writeAtomically(path, bytes);
@@ -158,6 +159,7 @@ OwnFile::Read OwnFile::readNow() const {
         if (!error.isEmpty()) {
             read.state = State::unreadable;
             read.why = error;
+            read.bytesRead = false;
         }
         return read;
     }
@@ -196,6 +198,8 @@ OwnFile::Aside OwnFile::setAside(const Read& read) const {
     const QStringList earlier =
         QDir(folder).entryList({stem + QStringLiteral("*.json")}, QDir::Files);
     for (const QString& name : earlier) {
+        if (!read.bytesRead)
+            break;
         QFile file(Paths::joined(folder, name));
         if (!file.open(QIODevice::ReadOnly))
             continue;
@@ -213,7 +217,11 @@ OwnFile::Aside OwnFile::setAside(const Read& read) const {
     QString aside = Paths::joined(folder, stem + stamp + QStringLiteral(".json"));
     for (int number = 2; QFileInfo::exists(aside) || QFileInfo(aside).isSymLink(); ++number)
         aside = Paths::joined(folder, stem + QStringLiteral("%1-%2.json").arg(stamp).arg(number));
-    if (!JsonFile::writeAtomically(aside, read.bytes).isEmpty())
+    // Bytes that could not be read are kept by copying the file itself; when that fails too,
+    // nothing may be written over it.
+    const bool kept = read.bytesRead ? JsonFile::writeAtomically(aside, read.bytes).isEmpty()
+                                     : QFile::copy(path_, aside);
+    if (!kept)
         return {{}, true};
     return {aside, false};
 }

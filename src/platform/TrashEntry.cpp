@@ -1,5 +1,6 @@
 // Whether an entry of the Trash is still the one a recorded move put there.
 
+#include "platform/InputLimits.h"
 #include "platform/PlatformTrash.h"
 
 #include <QFile>
@@ -29,11 +30,11 @@ struct RecordValues {
 };
 
 std::optional<RecordValues> readRecord(const QString& infoPath) {
-    QFile file(infoPath);
-    if (!file.open(QIODevice::ReadOnly))
+    const InputLimits::FileRead file = InputLimits::readFile(infoPath, InputLimits::smallFileBytes);
+    if (!file.bytes)
         return std::nullopt;
     RecordValues values;
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    const QList<QByteArray> lines = file.bytes->split('\n');
     for (const QByteArray& line : lines) {
         if (line.startsWith("Path="))
             values.path = QString::fromLatin1(line.mid(5));

@@ -141,12 +141,18 @@ GitStatusReport GitInspector::parseStatus(const QByteArray& output) {
             readHeader(record, report);
             continue;
         }
-        const std::optional<GitChange> change = changeFrom(record);
+        if (record.startsWith("! "))
+            continue; // an ignored file, which holds no work of its own
+        // A record that cannot be read (cut short, or of a kind this version does not know) may
+        // be a change all the same: it counts as one, under its own text, so that the project is
+        // never taken for clean.
+        const GitChange change = changeFrom(record).value_or(
+            GitChange{QString::fromUtf8(record), GitChange::Kind::modified});
         // The record after a rename is the path it had before, whatever it looks like.
         if (record.startsWith("2 "))
             ++index;
-        if (change && report.changes.size() < GitDetails::maxReportedChanges)
-            report.changes.append(*change);
+        if (report.changes.size() < GitDetails::maxReportedChanges)
+            report.changes.append(change);
     }
     return report;
 }

@@ -116,3 +116,15 @@ TEST(TomlSyntax, ReadsWhatCodexWritesAndFindsWhatItWouldRefuse) {
     EXPECT_EQ(TomlSyntax::problem(u"x = [1,\n2\n"), s("line 3: an array is not closed"));
     EXPECT_EQ(TomlSyntax::problem(u"just words\n"), s("line 1: a key has no value"));
 }
+
+TEST(TomlSyntax, RefusesNestingThatWouldExhaustTheStack) {
+    // A config of nothing but openers is refused, not read by recursion until the stack runs out.
+    EXPECT_EQ(TomlSyntax::problem(s("x = ") + QString(200'000, u'[')),
+              s("line 1: values nest deeper than 128 levels"));
+    EXPECT_EQ(TomlSyntax::problem(s("x = ") + QString(200'000, u'{').replace(u'{', s("{a="))),
+              s("line 1: values nest deeper than 128 levels"));
+    // What Codex itself writes nests a few levels, and closing a level makes room again.
+    const QString deepButFine = s("x = ") + QString(128, u'[') + QString(128, u']') + s("\ny = ") +
+                                QString(128, u'[') + QString(128, u']') + u'\n';
+    EXPECT_EQ(TomlSyntax::problem(deepButFine), std::nullopt);
+}

@@ -167,6 +167,16 @@ TEST_F(AppBundleTest, InfoPlistsInUtf16OrWithAByteOrderMarkAreRead) {
     }
 }
 
+TEST_F(AppBundleTest, AStringWithANulByteIsNoValueAndDoesNotAbort) {
+    // libplist keeps a NUL byte inside the string, which its plain string getter aborts on.
+    const QByteArray xml = test::xmlPlist(test::appKeys(s("com.example.nul"), s("Nul")))
+                               .replace("com.example.nul", QByteArray("com.exa\0mple.nul", 16));
+    const std::optional<BundleInfo> info = AppBundle::parseInfo(xml);
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->identifier, std::nullopt);
+    EXPECT_EQ(info->name, s("Nul"));
+}
+
 TEST_F(AppBundleTest, FinderSearchesEveryDepthAndLinkedFoldersButNotInsideBundles) {
     const QString keys = s("com.example.a");
     const QString top =

@@ -1,5 +1,6 @@
 #include "archive/SSHArchiveService.h"
 
+#include "archive/RemoteTree.h"
 #include "platform/Locations.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
@@ -46,7 +47,8 @@ TEST(SSHArchiveCounts, ReadsThreeTrimmedWholeNumbersOrNothing) {
 
     for (const char* output :
          {"", "1\n2\n", "1\n5.4e+09\n2\n", "1\n0x10\n2", "1\n\n2\n3", "1\n2\n+\n",
-          "Welcome!\n1\n2\n3", "1\n99999999999999999999\n2", "1\n2\n3\nstat: illegal option -- c"})
+          "Welcome!\n1\n2\n3", "1\n99999999999999999999\n2", "1\n2\n3\nstat: illegal option -- c",
+          "+1\r\n-8\r\n2\r\n", "-1\n0\n0", "1\n2\n3\n4"})
         EXPECT_EQ(SSHArchiveService::parseCounts(output), std::nullopt) << output;
 }
 
@@ -128,3 +130,9 @@ TEST(SSHArchiveTestConnection, RunsOneBatchSshAndSaysWhatCameOfIt) {
 
 } // namespace
 } // namespace corvane
+
+TEST(RemoteTreeManifest, AnEntryWithoutANameIsRefused) {
+    EXPECT_TRUE(corvane::RemoteTree::parseManifest(QByteArray("d.\0d./a\0=\0", 10)).has_value());
+    EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0d\0=\0", 7)).has_value());
+    EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0f./\0=\0", 9)).has_value());
+}

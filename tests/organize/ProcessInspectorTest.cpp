@@ -30,6 +30,10 @@ TEST(ProcessInspector, ReadsBothFieldFormsAndDropsWhatNamesNoFolder) {
                                   {13185, s("sh"), s("/Users/me/back\\slash\nnl\ttab")}};
     EXPECT_EQ(ProcessInspector::parse(output), expected);
     EXPECT_TRUE(ProcessInspector::parse("garbage\n\x01\x02").isEmpty());
+    // A process id that is not a plain positive number names no process.
+    EXPECT_TRUE(ProcessInspector::parse("p-7712\ncclaude\nn/Users/me\np+5\ncsh\nn/w\n"
+                                        "p0\nczsh\nn/w\n")
+                    .isEmpty());
 }
 
 TEST(ProcessInspector, NamesAgentsShellsAndOtherProcesses) {

@@ -1,5 +1,6 @@
 #include "platform/OwnFile.h"
 
+#include "platform/InputLimits.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -156,4 +157,29 @@ TEST(OwnFile, KeyedListsAndMembersKeepWhatSurroundsThem) {
     EXPECT_EQ(outcome.error, QString());
     EXPECT_EQ(QJsonDocument::fromJson(contentsOf(membersPath)).object(),
               (QJsonObject{{s("known"), s("/a")}, {s("odd"), 5}, {s("added"), s("/b")}}));
+}
+
+TEST(OwnFile, AFileLargerThanTheLimitIsUnreadableAndKeptWholeBeforeItIsReplaced) {
+    const QString folder = test::makeTempDir();
+    const QString path = folder + s("/list.json");
+    // Valid JSON, only far larger than any list of ours can grow.
+    QByteArray huge(InputLimits::fileBytes + 1, ' ');
+    huge[0] = '[';
+    huge[huge.size() - 1] = ']';
+    test::writeFile(path, huge);
+    const OwnFile file = catalogAt(path);
+
+    const OwnFile::Contents contents = file.load();
+    EXPECT_EQ(contents.state, OwnFile::State::unreadable);
+    ASSERT_TRUE(contents.problem);
+    EXPECT_TRUE(contents.problem->contains(s("larger than 64 MB")))
+        << contents.problem->toStdString();
+    EXPECT_TRUE(contents.problem->contains(path));
+
+    // The bytes it never read are still kept, all of them, before the list begins again.
+    ASSERT_EQ(file.update(appending(s("a"))).error, QString());
+    const QStringList copies = asideCopies(folder);
+    ASSERT_EQ(copies.size(), 1);
+    EXPECT_TRUE(contentsOf(folder + u'/' + copies.first()) == huge);
+    EXPECT_EQ(file.load().records, QList<QJsonValue>{named(s("a"))});
 }

@@ -48,26 +48,26 @@ const QString hash(40, u'0');
 
 TEST(GitStatusParsing, TrickyPathsAndRecordsThatOnlyLookLikeOthers) {
     const QByteArray stream = records({
-        "# branch.oid (initial)",
-        "# branch.head (detached)",
-        "# stash 2",
+        "# branch.oid (initial)", "# branch.head (detached)", "# stash 2",
         "2 R. N... 100644 100644 100644 aaaa bbbb R100 moved.txt",
         "1 .M N... 1 1 1 a b c.txt", // the old path of the rename, not a change
         "2 C. N... 100644 100644 100644 aaaa bbbb C75 copy.txt",
         "? x", // the old path again: a file may be named like any record
         "1 .M S.M. 160000 160000 160000 aaaa bbbb vendor/sub module",
-        "1 AD N... 000000 100644 000000 aaaa bbbb added then removed.txt",
-        "? line\nbreak.txt",
+        "1 AD N... 000000 100644 000000 aaaa bbbb added then removed.txt", "? line\nbreak.txt",
         "? folder/",
-        "x future record type",
+        "x future record type", // may be a change all the same
     });
     const GitStatusReport report = GitInspector::parseStatus(stream);
     EXPECT_EQ(report.branch, std::nullopt);
     EXPECT_FALSE(report.hasUpstream);
-    const QList<GitChange> expected{
-        {s("moved.txt"), Kind::renamed},          {s("copy.txt"), Kind::renamed},
-        {s("vendor/sub module"), Kind::modified}, {s("added then removed.txt"), Kind::deleted},
-        {s("line\nbreak.txt"), Kind::untracked},  {s("folder/"), Kind::untracked}};
+    const QList<GitChange> expected{{s("moved.txt"), Kind::renamed},
+                                    {s("copy.txt"), Kind::renamed},
+                                    {s("vendor/sub module"), Kind::modified},
+                                    {s("added then removed.txt"), Kind::deleted},
+                                    {s("line\nbreak.txt"), Kind::untracked},
+                                    {s("folder/"), Kind::untracked},
+                                    {s("x future record type"), Kind::modified}};
     EXPECT_EQ(report.changes, expected);
 }
 
@@ -107,6 +107,17 @@ TEST(GitStatusParsing, StatusFollowsItsPriorityOrder) {
     const GitStatusReport garbled =
         GitInspector::parseStatus(records({"# branch.upstream origin/main", "# branch.ab +x -0"}));
     EXPECT_EQ(GitInspector::decideStatus(garbled, true), GitStatus::upstreamGone());
+
+    // A change record cut short, or of a kind this version does not know, still means there is
+    // work in the tree; only ignored files are no change.
+    const QByteArray synced = records({"# branch.upstream origin/main", "# branch.ab +0 -0"});
+    for (const char* record : {"1 .M N... 100644", "u UU", "2 R. N...", "3 new kind of record"}) {
+        const GitStatusReport report = GitInspector::parseStatus(synced + records({record}));
+        EXPECT_EQ(GitInspector::decideStatus(report, true), GitStatus::dirty(1)) << record;
+    }
+    const GitStatusReport ignoredOnly =
+        GitInspector::parseStatus(synced + records({"! debug.log"}));
+    EXPECT_EQ(GitInspector::decideStatus(ignoredOnly, true), GitStatus::fullySynced());
 }
 
 TEST(GitLocalOnlyWork, AnythingThatMayExistOnlyHereCounts) {
