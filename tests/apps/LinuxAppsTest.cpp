@@ -25,11 +25,14 @@ const InstalledApp* find(const QList<InstalledApp>& apps, const QString& name) {
     return nullptr;
 }
 
-QStringList dataPaths(const InstalledApp& app) {
+// "kind path", the path relative to the fixture's XDG homes, or to "~" in the home.
+QStringList dataPaths(const InstalledApp& app, const QString& xdg) {
     QStringList paths;
     for (const AppDataItem& item : app.data)
         paths.append(caseName(item.kind) + u' ' +
-                     QDir(test::fakeHome()).relativeFilePath(item.url));
+                     QString(item.url)
+                         .replace(xdg + u'/', QString())
+                         .replace(test::fakeHome() + u'/', s("~/")));
     return paths;
 }
 
@@ -81,20 +84,20 @@ TEST_F(LinuxAppsTest, ListsEveryKindOfAppWithItsInstallerAndOnlyItsExactlyNamedD
     EXPECT_EQ(editor->bundleIdentifier, s("org.example.Editor"));
     EXPECT_GT(editor->sizeBytes, 0);
     // Found by the desktop file id and StartupWMClass; "~/.config/Editor" only looks like it.
-    EXPECT_EQ(dataPaths(*editor), (QStringList{s("config .config/org.example.Editor"),
-                                               s("caches .cache/editor-window")}));
+    EXPECT_EQ(dataPaths(*editor, dir), (QStringList{s("config .config/org.example.Editor"),
+                                                    s("caches .cache/editor-window")}));
 
     const InstalledApp* obsidianApp = find(apps, s("Obsidian"));
     EXPECT_EQ(obsidianApp->url, obsidian);
     EXPECT_EQ(obsidianApp->version, s("1.4.16"));
     EXPECT_EQ(obsidianApp->sizeBytes, SizeCalculator::size(obsidian));
-    EXPECT_EQ(dataPaths(*obsidianApp),
+    EXPECT_EQ(dataPaths(*obsidianApp, dir),
               (QStringList{s("config .config/obsidian"), s("caches .cache/obsidian"),
                            s("state .local/state/obsidian")}));
 
     const InstalledApp* firefox = find(apps, s("Firefox"));
     EXPECT_EQ(firefox->version, s("123.0-2"));
-    EXPECT_EQ(dataPaths(*firefox), QStringList{s("data snap/firefox")});
+    EXPECT_EQ(dataPaths(*firefox, dir), QStringList{s("data ~/snap/firefox")});
     EXPECT_TRUE(find(apps, s("Tool"))->data.isEmpty());
 
     // The tool's configuration belongs to no app: it is never listed, whoever asks.
@@ -133,8 +136,8 @@ TEST_F(LinuxAppsTest,
     EXPECT_EQ(removed.appMethod, AppRemovalOutcome::Method::trash);
     EXPECT_FALSE(QFileInfo::exists(obsidian));
     EXPECT_FALSE(QFileInfo::exists(user + s("/appimagekit-obsidian.desktop")));
-    EXPECT_FALSE(QFileInfo::exists(test::fakeHome() + s("/.cache/obsidian")));
-    EXPECT_TRUE(QFileInfo::exists(test::fakeHome() + s("/.config/obsidian/prefs.json")));
+    EXPECT_FALSE(QFileInfo::exists(dir + s("/.cache/obsidian")));
+    EXPECT_TRUE(QFileInfo::exists(dir + s("/.config/obsidian/prefs.json")));
     ASSERT_TRUE(removed.cleanup.id);
     const PutBackOutcome back = PutBackService::putBack(history, *removed.cleanup.id);
     EXPECT_TRUE(back.failures.isEmpty());
@@ -143,15 +146,14 @@ TEST_F(LinuxAppsTest,
 
     // Data that is not directly in an XDG home, or not the app's, is never taken with it.
     InstalledApp tool = *find(apps, s("Tool"));
-    const AppDataItem deep{AppDataItem::Kind::config,
-                           test::fakeHome() + s("/.config/ripgrep/config"), 100, true};
-    const AppDataItem other{AppDataItem::Kind::config, test::fakeHome() + s("/.config/ripgrep"),
-                            100, true};
+    const AppDataItem deep{AppDataItem::Kind::config, dir + s("/.config/ripgrep/config"), 100,
+                           true};
+    const AppDataItem other{AppDataItem::Kind::config, dir + s("/.config/ripgrep"), 100, true};
     tool.data.append(deep);
     EXPECT_EQ(remover.remove(tool, {deep, other}).failures,
               (QStringList{s("config: ") + AppRemover::outsideLibraryText,
                            s("ripgrep: This data does not belong to Tool")}));
-    EXPECT_TRUE(QFileInfo::exists(test::fakeHome() + s("/.config/ripgrep/config")));
+    EXPECT_TRUE(QFileInfo::exists(dir + s("/.config/ripgrep/config")));
 
     const AppRemovalOutcome package = remover.remove(*find(apps, s("Editor")), {});
     ASSERT_EQ(package.failures.size(), 1);

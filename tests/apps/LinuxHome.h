@@ -16,11 +16,6 @@ namespace corvane::test {
 struct LinuxHome {
     LinuxHome() {
         const QString home = fakeHome();
-        QDir(home + s("/.config")).removeRecursively();
-        QDir(home + s("/.cache")).removeRecursively();
-        QDir(home + s("/.local")).removeRecursively();
-        QDir(home + s("/AppImages")).removeRecursively();
-        QDir(home + s("/snap")).removeRecursively();
         writeScript(snapTool, "printf '%s\\n' \"$@\" >> '" + dir.toUtf8() +
                                   "/snap-arguments'\ncat <<'EOF'\n"
                                   "Name      Version   Rev    Tracking       Publisher   Notes\n"
@@ -47,13 +42,22 @@ struct LinuxHome {
                   "\" --no-sandbox %U\nIcon=appimagekit-obsidian\nStartupWMClass=obsidian\n"
                   "X-AppImage-Version=1.4.16\n");
         writeFile(home + s("/AppImages/Tool.AppImage"), QByteArray(500, 'x'));
-        for (const char* path :
-             {"/.config/org.example.Editor/settings.ini", "/.cache/editor-window/tiles",
-              "/.config/obsidian/prefs.json", "/.cache/obsidian/GPUCache",
-              "/.local/state/obsidian/log", "/snap/firefox/common/profile",
-              "/.config/Editor/named-like", "/.config/ripgrep/config"})
-            writeFile(home + QString::fromLatin1(path), QByteArray(100, 'd'));
+        writeFile(home + s("/snap/firefox/common/profile"), QByteArray(100, 'd'));
+        for (const char* path : {"/.config/org.example.Editor/settings.ini",
+                                 "/.cache/editor-window/tiles", "/.config/obsidian/prefs.json",
+                                 "/.cache/obsidian/GPUCache", "/.local/state/obsidian/log",
+                                 "/.config/Editor/named-like", "/.config/ripgrep/config"})
+            writeFile(dir + QString::fromLatin1(path), QByteArray(100, 'd'));
     }
+    // What lies in the shared fake home goes, so that other tests never see these apps.
+    ~LinuxHome() {
+        const QString home = fakeHome();
+        QDir(home + s("/AppImages")).removeRecursively();
+        QDir(home + s("/snap")).removeRecursively();
+        QFile::remove(obsidian);
+    }
+    LinuxHome(const LinuxHome&) = delete;
+    LinuxHome& operator=(const LinuxHome&) = delete;
 
     static void entry(const QString& path, const QByteArray& keys) {
         writeFile(path, "# made by hand\n[Desktop Entry]\nType=Application\n" + keys +
@@ -63,7 +67,12 @@ struct LinuxHome {
     QString dir = makeTempDir(s("linux"));
     QString system = dir + s("/share");
     QString snapd = dir + s("/snapd/desktop");
-    QString user = fakeHome() + s("/.local/share/applications");
+    // The XDG homes are the fixture's own: the fake home's (git's configuration among them) stay.
+    ScopedEnvironment configHome{"XDG_CONFIG_HOME", dir + s("/.config")};
+    ScopedEnvironment cacheHome{"XDG_CACHE_HOME", dir + s("/.cache")};
+    ScopedEnvironment dataHome{"XDG_DATA_HOME", dir + s("/.local/share")};
+    ScopedEnvironment stateHome{"XDG_STATE_HOME", dir + s("/.local/state")};
+    QString user = dir + s("/.local/share/applications");
     QString snapTool = dir + s("/snap");
     QString obsidian;
     ScopedEnvironment dataDirs{"XDG_DATA_DIRS", system + u':' + snapd};

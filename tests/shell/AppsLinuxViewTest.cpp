@@ -40,7 +40,7 @@ TEST(AppsLinuxViewTest, TheDesktopsAppsShowWithTheirInstallerAndTheSheetTicksOnl
     AppRemovalSheet* sheet = view.openRemovalSheet(obsidian);
     ASSERT_TRUE(sheet);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(sheet));
-    EXPECT_EQ(sheet->tickedData(), QSet<QString>{test::fakeHome() + s("/.cache/obsidian")});
+    EXPECT_EQ(sheet->tickedData(), QSet<QString>{home.dir + s("/.cache/obsidian")});
     test::saveScreenshot(*sheet, s("apps-linux-removal"));
     sheet->reject();
     waitForBackgroundJobs();
