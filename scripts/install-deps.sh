@@ -2,7 +2,8 @@
 # Installs what building and testing need, and nothing when it is all there already.
 set -euo pipefail
 
-debian_packages=(cmake ninja-build g++ pkg-config git lsof openssh-client openssh-server tar
+# clang compile-checks the macOS Objective-C++ sources on Linux (cmake/MacCompileCheck.cmake).
+debian_packages=(cmake ninja-build g++ clang pkg-config git lsof openssh-client openssh-server tar
                  qt6-base-dev libcli11-dev
                  libgtest-dev libgmock-dev libsqlite3-dev libplist-dev clang-format qt6-qpa-plugins
                  xvfb xauth)

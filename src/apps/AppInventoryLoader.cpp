@@ -5,6 +5,7 @@
 #include "apps/FlatpakApps.h"
 #include "apps/InstalledBundles.h"
 #include "apps/LibraryMatcher.h"
+#include "apps/LinuxApps.h"
 #include "platform/Locations.h"
 #include "platform/SizeCalculator.h"
 
@@ -112,6 +113,12 @@ AppInventory AppInventoryLoader::load(const CaskMap& casks, const CancellationTo
             .append(measuredLeftover(leftover, cancellation));
 
     addFlatpaks(inventory, runner, cancellation);
+    if (!Locations::isMac()) {
+        const std::optional<SnapListing> snaps = SnapApps::list(runner, cancellation);
+        if (snaps && snaps->error)
+            inventory.errors.append(*snaps->error);
+        inventory.apps.append(LinuxApps::find(snaps, cancellation));
+    }
     sort(inventory);
     return inventory;
 }

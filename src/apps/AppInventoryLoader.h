@@ -8,8 +8,9 @@
 namespace corvane {
 
 // Builds the whole app inventory: every bundle AppFinder finds (and, where flatpak is installed,
-// every Flatpak app), each with its measured size and its Library data, and the leftovers of apps
-// that are gone. Runs on a worker thread; throws CancelledError when cancelled.
+// every Flatpak app; on Linux, the desktop's apps LinuxApps finds), each with its measured size
+// and its data, and the leftovers of apps that are gone. Runs on a worker thread; throws
+// CancelledError when cancelled.
 struct AppInventoryLoader {
     // `casks` maps bundle names to the Homebrew casks that installed them (Homebrew's side reads
     // it); `runner` starts flatpak.

@@ -2,10 +2,12 @@
 
 #include "apps/AppFinder.h"
 #include "apps/InstalledBundles.h"
+#include "apps/LinuxApps.h"
 #include "apps/RunningApps.h"
 #include "platform/Locations.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 #include "platform/ProcessRunner.h"
 #include "platform/TrashService.h"
 
@@ -31,6 +33,35 @@ std::optional<QString> identifierOfItem(const AppDataItem& item) {
     const QFileInfo info(item.url);
     const bool inByHost = info.dir().dirName() == QLatin1String("ByHost");
     return LibraryMatcher::identifierOf(item.kind, info.fileName(), inByHost);
+}
+
+// The folder an item of data is trashed inside: its XDG home, "~/.var/app" or the Library.
+QString dataRootOf(const AppDataItem& item) {
+    if (const std::optional<QString> root = LinuxApps::dataRootOf(item))
+        return *root;
+    return isFlatpakData(item) ? FlatpakApps::dataRoot() : Locations::libraryDir();
+}
+
+// Linux apps that only their owner removes: the user is told the command to run.
+std::optional<QString> ownerRefusal(const InstalledApp& app) {
+    switch (app.source) {
+    case AppSource::packageManager:
+        return QStringLiteral("%1 came with the system's package manager, which removes it: run "
+                              "it in %2 (for example: sudo apt remove <its package>).")
+            .arg(app.name, PlatformWords::here().terminal);
+    case AppSource::snap:
+        return QStringLiteral("%1 is a Snap, which snapd removes with root's rights. Run in %2: "
+                              "sudo snap remove %3")
+            .arg(app.name, PlatformWords::here().terminal, app.bundleIdentifier.value_or(app.name));
+    case AppSource::other:
+        if (app.desktopEntry && !app.flatpakInstallation)
+            return app.name + QStringLiteral(" was installed by hand; remove it where it was "
+                                             "installed.");
+        break;
+    default:
+        break;
+    }
+    return std::nullopt;
 }
 
 std::optional<QString> ownershipRefusal(const QString& prefix, const Ownership& owner) {
@@ -75,10 +106,13 @@ std::optional<QString> AppRemover::appRefusal(const InstalledApp& app) const {
                 return runningText;
         return std::nullopt;
     }
+    if (const std::optional<QString> owner = ownerRefusal(app))
+        return owner;
     if (isRunning_(app))
         return runningText;
     const QString parent = Paths::parentPath(PathIdentity::resolved(app.url));
-    const QStringList folders = applicationsFolders();
+    const QStringList folders =
+        app.source == AppSource::appImage ? LinuxApps::appImageFolders() : applicationsFolders();
     const bool inApplications =
         std::any_of(folders.cbegin(), folders.cend(),
                     [&](const QString& f) { return PathIdentity::same(f, parent); });
@@ -94,7 +128,10 @@ std::optional<QString> AppRemover::dataRefusal(const InstalledApp& app, const Ap
         app.flatpakInstallation && app.bundleIdentifier &&
         PathIdentity::same(item.url, FlatpakApps::dataFolder(*app.bundleIdentifier)) &&
         isWithin(item.url, FlatpakApps::dataRoot());
-    if (!ownFlatpakData && !isWithin(item.url, Locations::libraryDir()))
+    const bool linuxApp = app.desktopEntry || app.source == AppSource::appImage ||
+                          app.source == AppSource::snap || app.source == AppSource::packageManager;
+    const bool ownLinuxData = linuxApp && LinuxApps::dataRootOf(item).has_value();
+    if (!ownFlatpakData && !ownLinuxData && !isWithin(item.url, Locations::libraryDir()))
         return prefix + outsideLibraryText;
     if (!item.isExactMatch)
         return prefix + QStringLiteral("Only exact matches for %1 can be removed.").arg(app.name);
@@ -102,7 +139,7 @@ std::optional<QString> AppRemover::dataRefusal(const InstalledApp& app, const Ap
                                      [&](const AppDataItem& own) { return own.url == item.url; });
     if (!belongs)
         return prefix + QStringLiteral("This data does not belong to ") + app.name;
-    if (ownFlatpakData)
+    if (ownFlatpakData || ownLinuxData)
         return std::nullopt;
     // Another copy of the app, or an app whose helper has the identifier, still uses it.
     const std::optional<QString> identifier = identifierOfItem(item);
@@ -131,8 +168,7 @@ AppRemovalOutcome AppRemover::remove(const InstalledApp& app, const QList<AppDat
         if (const std::optional<QString> refusal = dataRefusal(app, item, others))
             outcome.failures.append(*refusal);
         else
-            trashData(item, isFlatpakData(item) ? FlatpakApps::dataRoot() : Locations::libraryDir(),
-                      outcome, trashed);
+            trashData(item, dataRootOf(item), outcome, trashed);
     }
     if (!dryRun_)
         outcome.cleanup = history_.record(cleanupArea, trashed);
@@ -174,8 +210,7 @@ AppRemovalOutcome AppRemover::removeLeftovers(const QList<AppDataItem>& items) c
         if (const std::optional<QString> refusal = leftoverRefusal(item, installed, flatpaks))
             outcome.failures.append(*refusal);
         else
-            trashData(item, isFlatpakData(item) ? FlatpakApps::dataRoot() : Locations::libraryDir(),
-                      outcome, trashed);
+            trashData(item, dataRootOf(item), outcome, trashed);
     }
     if (!dryRun_)
         outcome.cleanup = history_.record(cleanupArea, trashed);
@@ -202,10 +237,11 @@ bool AppRemover::uninstallCask(const InstalledApp& app, AppRemovalOutcome& outco
     } catch (const BrewError& error) {
         if (error.kind() == BrewError::Case::needsPassword) {
             outcome.terminalCommand = error.text();
-            outcome.failures.append(app.name +
-                                    QStringLiteral(" needs your Mac password. Run it in "
-                                                   "Terminal: ") +
-                                    error.text());
+            const PlatformWords& words = PlatformWords::here();
+            outcome.failures.append(
+                app.name +
+                QStringLiteral(" needs %1. Run it in %2: ").arg(words.password, words.terminal) +
+                error.text());
         } else {
             outcome.failures.append(leftAlone);
         }
@@ -269,9 +305,19 @@ bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
             return false;
         }
         trashed.append(cleanupItems(moved, {{resolved, app.sizeBytes}}));
+        trashEntry(app, trashed);
     }
     outcome.appMethod = AppRemovalOutcome::Method::trash;
     return true;
+}
+
+// An AppImage's own entry in the user's menus goes with it; it would start nothing any more.
+void AppRemover::trashEntry(const InstalledApp& app, QList<CleanupItem>& trashed) const {
+    const QString folder = LinuxApps::userEntryFolder();
+    if (!app.desktopEntry || !isWithin(*app.desktopEntry, folder))
+        return;
+    const TrashOutcome moved = TrashService::trash({*app.desktopEntry}, folder, trash_);
+    trashed.append(cleanupItems(moved, {{*app.desktopEntry, QFileInfo(*app.desktopEntry).size()}}));
 }
 
 void AppRemover::trashData(const AppDataItem& item, const QString& root, AppRemovalOutcome& outcome,
@@ -294,9 +340,7 @@ void AppRemover::trashData(const AppDataItem& item, const QString& root, AppRemo
     }
     if (message->contains(QLatin1String("permission"), Qt::CaseInsensitive) ||
         message->contains(QLatin1String("not permitted"), Qt::CaseInsensitive))
-        outcome.failures.append(QStringLiteral("macOS needs your permission to remove %1: use "
-                                               "Show in Finder and drag it to the Trash.")
-                                    .arg(itemName(item)));
+        outcome.failures.append(PlatformWords::here().permissionRefused.arg(itemName(item)));
     else
         outcome.failures.append(itemName(item) + QStringLiteral(": ") + *message);
 }

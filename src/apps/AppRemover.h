@@ -7,6 +7,7 @@
 #include "platform/Cancellation.h"
 #include "platform/CleanupHistory.h"
 #include "platform/PlatformTrash.h"
+#include "platform/PlatformWords.h"
 
 #include <QList>
 #include <QString>
@@ -31,8 +32,9 @@ public:
         QStringLiteral("Apple's apps are part of macOS and stay.");
     static inline const QString outsideApplicationsText =
         QStringLiteral("Only apps in Applications folders can be removed here.");
-    static inline const QString outsideLibraryText =
-        QStringLiteral("Only data inside your Library can be removed here.");
+    static inline const QString outsideLibraryText = QStringLiteral("Only data inside ") +
+                                                     PlatformWords::here().appDataPlace +
+                                                     QStringLiteral(" can be removed here.");
 
     // What the cleanup history calls app removals.
     static inline const QString cleanupArea = QStringLiteral("apps");
@@ -75,6 +77,7 @@ private:
     bool uninstallFlatpak(const InstalledApp& app, const CancellationToken& cancellation) const;
     std::optional<QString> leftoverRefusal(const AppDataItem& item, const InstalledSet& installed,
                                            const std::optional<FlatpakListing>& flatpaks) const;
+    void trashEntry(const InstalledApp& app, QList<CleanupItem>& trashed) const;
     void trashData(const AppDataItem& item, const QString& root, AppRemovalOutcome& outcome,
                    QList<CleanupItem>& trashed) const;
 

@@ -1,4 +1,5 @@
 #include "apps/AppSignature.h"
+#include "platform/CFText_mac.h"
 
 #include <CoreServices/CoreServices.h>
 #include <QTimeZone>
@@ -12,13 +13,6 @@ CFURLRef bundleURL(const QString& bundlePath) {
     const QByteArray path = bundlePath.toUtf8();
     return CFURLCreateFromFileSystemRepresentation(
         kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.constData()), path.size(), true);
-}
-
-QString fromCF(CFStringRef text) {
-    const CFIndex length = CFStringGetLength(text);
-    QString result(length, Qt::Uninitialized);
-    CFStringGetCharacters(text, CFRangeMake(0, length), reinterpret_cast<UniChar*>(result.data()));
-    return result;
 }
 
 } // namespace
@@ -39,7 +33,7 @@ std::optional<QString> AppSignature::teamIdentifier(const QString& bundlePath) {
         info) {
         const void* value = CFDictionaryGetValue(info, kSecCodeInfoTeamIdentifier);
         if (value && CFGetTypeID(value) == CFStringGetTypeID())
-            team = fromCF(static_cast<CFStringRef>(value));
+            team = fromCFString(static_cast<CFStringRef>(value));
         CFRelease(info);
     }
     CFRelease(code);
@@ -63,7 +57,7 @@ std::optional<QDateTime> AppSignature::lastUsedAt(const QString& bundlePath) {
         if (CFGetTypeID(value) == CFDateGetTypeID()) {
             const CFAbsoluteTime seconds = CFDateGetAbsoluteTime(static_cast<CFDateRef>(value));
             used = QDateTime::fromMSecsSinceEpoch(
-                qint64((seconds + kCFAbsoluteTimeIntervalSince1970) * 1000.0), QTimeZone::UTC);
+                qint64((seconds + kCFAbsoluteTimeIntervalSince1970) * 1000.0), QTimeZone::utc());
         }
         CFRelease(value);
     }

@@ -14,6 +14,12 @@ QString caseName(AppSource source) {
         return QStringLiteral("apple");
     case AppSource::other:
         return QStringLiteral("other");
+    case AppSource::packageManager:
+        return QStringLiteral("packageManager");
+    case AppSource::snap:
+        return QStringLiteral("snap");
+    case AppSource::appImage:
+        return QStringLiteral("appImage");
     }
     return {};
 }
@@ -64,6 +70,12 @@ KindTexts textsOf(AppDataItem::Kind kind) {
         return {"webKit", "WebKit", "WebKit data"};
     case Kind::launchAgents:
         return {"launchAgents", "LaunchAgents", "Launch agent"};
+    case Kind::config:
+        return {"config", ".config", "Configuration"};
+    case Kind::data:
+        return {"data", ".local/share", "Data"};
+    case Kind::state:
+        return {"state", ".local/state", "State"};
     }
     return {"", "", ""};
 }

@@ -18,9 +18,11 @@ namespace corvane {
 // token.
 using CaskMap = QHash<QString, QString>;
 
-enum class AppSource { appStore, homebrew, apple, other };
+// Who installed an app. On Linux: the system's package manager, Snap or an AppImage; a Flatpak
+// app is `other` with its installation; `other` with a desktop entry was installed by hand.
+enum class AppSource { appStore, homebrew, apple, other, packageManager, snap, appImage };
 
-// "appStore", "homebrew", "apple", "other".
+// "appStore", "homebrew", "apple", "other", "packageManager", "snap", "appImage".
 QString caseName(AppSource source);
 
 struct AppDataItem {
@@ -35,7 +37,12 @@ struct AppDataItem {
         logs,
         httpStorages,
         webKit,
-        launchAgents
+        launchAgents,
+        // The XDG homes of Linux (caches go to `caches`): "~/.config", "~/.local/share" (and a
+        // snap's "~/snap/<name>"), "~/.local/state".
+        config,
+        data,
+        state
     };
 
     Kind kind = Kind::applicationSupport;
@@ -67,6 +74,9 @@ struct InstalledApp {
     std::optional<QString> caskToken;
     // The Flatpak installation ("user" or "system") of a Flatpak app.
     std::optional<QString> flatpakInstallation;
+    // On Linux: the ".desktop" entry the app was found by, and the icon name it gives.
+    std::optional<QString> desktopEntry;
+    std::optional<QString> iconName;
     qint64 sizeBytes = 0;
     std::optional<QDateTime> lastUsedAt;
     QList<AppDataItem> data;

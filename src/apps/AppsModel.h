@@ -3,6 +3,7 @@
 #include "apps/AppBundle.h"
 #include "apps/AppTypes.h"
 #include "platform/InventoryModel.h"
+#include "platform/PlatformWords.h"
 
 #include <QSet>
 #include <functional>
@@ -19,8 +20,9 @@ class AppsModel : public InventoryModel {
 
 public:
     static inline const QString explanationText =
-        QStringLiteral("Every app with the data it keeps in your Library, and data left behind by "
-                       "apps you already deleted.");
+        QStringLiteral("Every app with the data it keeps in ") +
+        PlatformWords::here().appDataPlace +
+        QStringLiteral(", and data left behind by apps you already deleted.");
     static inline const QString sortingText = QStringLiteral(
         "Sorted by app and data together. Data is matched by each app's identifier; folders only "
         "named like an app are marked \"possibly related\".");
@@ -36,11 +38,9 @@ public:
     static inline const QString unknownDataText = QStringLiteral(
         "An installed app could not be read, so it is not known whether this data is still its "
         "own. It is not offered for removal.");
-    static inline const QString preselectionText = QStringLiteral(
-        "Caches, logs and window state are ticked. Application Support, containers and "
-        "preferences can hold your documents or settings, so they are not.");
+    static inline const QString preselectionText = PlatformWords::here().appDataTicked;
     static inline const QString noDataText =
-        QStringLiteral("This app keeps no data in your Library.");
+        QStringLiteral("This app keeps no data in ") + PlatformWords::here().appDataPlace + u'.';
     static inline const QString neverUsedText = QStringLiteral("never opened, or not recorded");
     // "Hide Small Entries" hides leftovers under 1 MB.
     static constexpr qint64 smallEntryBytes = 1'000'000;

@@ -2,6 +2,7 @@
 
 #include "platform/Locations.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -134,7 +135,9 @@ QStringList BrewService::upgradeArguments(const BrewOutdatedItem& item) {
 }
 
 QString BrewService::upgradePasswordText(const BrewOutdatedItem& item) {
-    return QStringLiteral("This update needs your Mac password. Run it in Terminal: ") +
+    const PlatformWords& words = PlatformWords::here();
+    return QStringLiteral("This update needs %1. Run it in %2: ")
+               .arg(words.password, words.terminal) +
            BrewStreamingRunner::commandLine(upgradeArguments(item));
 }
 

@@ -3,6 +3,7 @@
 // prefetched; volumeFrom() decides.
 
 #include "archive/ExternalVolumes.h"
+#include "platform/CFText_mac.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <QString>
@@ -46,14 +47,14 @@ std::optional<QString> stringProperty(CFURLRef url, CFStringRef key) {
     const Owned owned(value);
     if (CFGetTypeID(value) != CFStringGetTypeID())
         return std::nullopt;
-    return QString::fromCFString(static_cast<CFStringRef>(value));
+    return fromCFString(static_cast<CFStringRef>(value));
 }
 
 QString pathOf(CFURLRef url) {
     const Owned path(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle));
     if (!path.get())
         return {};
-    return QString::fromCFString(static_cast<CFStringRef>(path.get()));
+    return fromCFString(static_cast<CFStringRef>(path.get()));
 }
 
 VolumeProperties propertiesOf(CFURLRef url) {

@@ -5,6 +5,7 @@
 #include "archive/TreeManifest.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 #include "platform/ProcessPipeline.h"
 
 #include <QFile>
@@ -49,8 +50,7 @@ std::optional<QString> knownSshProblem(const QString& standardError, const QStri
         return text("SSH key authentication is not set up for ") + login +
                text(". Run: ssh-copy-id ") + login;
     if (standardError.contains(text("no route to host"), Qt::CaseInsensitive))
-        return text("Blocked by macOS Local Network privacy. Allow Corvane Clean under System "
-                    "Settings > Privacy & Security > Local Network.");
+        return PlatformWords::here().noRouteToHost;
     return std::nullopt;
 }
 
@@ -719,7 +719,8 @@ QString SSHArchiveService::testConnection(const QString& user, const QString& ho
     if (said.isEmpty())
         said = text("no response");
     if (said.contains(text("permission denied"), Qt::CaseInsensitive))
-        return text("Key auth missing. Run once in Terminal: ssh-copy-id ") + login;
+        return text("Key auth missing. Run once in ") + PlatformWords::here().terminal +
+               text(": ssh-copy-id ") + login;
     if (const std::optional<QString> known = knownSshProblem(said, login))
         return *known;
     return text("Failed: ") + said;

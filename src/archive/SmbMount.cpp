@@ -2,6 +2,7 @@
 
 #include "platform/Locations.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 
 #include <QDeadlineTimer>
 #include <QFileInfo>
@@ -119,9 +120,8 @@ Result mount(const QString& smbURL, const ProcessRunner& runner, double waitSeco
     // A tool that failed leaves one last look, for a share that was mounted meanwhile.
     if (waitForMountPoint(*mountPoint, asked ? deadline : QDeadlineTimer(0), cancellation))
         return {mountPoint, std::nullopt};
-    return {std::nullopt, QStringLiteral("Could not mount ") + smbURL +
-                              QStringLiteral(". Connect to it once in Finder (Cmd+K) so macOS "
-                                             "saves the login.")};
+    return {std::nullopt, QStringLiteral("Could not mount ") + smbURL + QStringLiteral(". ") +
+                              PlatformWords::here().saveShareLogin};
 }
 
 } // namespace corvane::SmbMount

@@ -12,6 +12,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 
 #include <QJsonArray>
 #include <memory>
@@ -78,7 +79,8 @@ int report(const AppsModel& model, const RemoveOptions& options, bool withMethod
         for (const QString& failure : outcome.failures)
             console.out << "  " << failure << '\n';
         if (outcome.terminalCommand)
-            console.out << "Run in Terminal: " << *outcome.terminalCommand << '\n';
+            console.out << "Run in " << PlatformWords::here().terminal << ": "
+                        << *outcome.terminalCommand << '\n';
         console.out << Qt::flush;
     }
     // A dry run runs every guard: an app it would leave is reported the same way.

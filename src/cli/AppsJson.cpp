@@ -24,6 +24,8 @@ QJsonObject app(const InstalledApp& app, const QList<AppDataItem>& preselected) 
             {QStringLiteral("teamIdentifier"), orNull(app.teamIdentifier)},
             {QStringLiteral("source"), caseName(app.source)},
             {QStringLiteral("caskToken"), orNull(app.caskToken)},
+            {QStringLiteral("desktopEntry"), orNull(app.desktopEntry)},
+            {QStringLiteral("iconName"), orNull(app.iconName)},
             {QStringLiteral("sizeBytes"), app.sizeBytes},
             {QStringLiteral("lastUsedAt"), isoDateOrNull(app.lastUsedAt)},
             {QStringLiteral("data"), data}};

@@ -249,12 +249,9 @@ void DockerModel::applyRemoval(const Ticked& items, const DockerBatchResult& con
     lastFreedBytes_ = freed;
     const QString summary = summaryOf(removed[0], removed[1], removed[2]);
     const QString message =
-        summary.isEmpty()
-            ? QStringLiteral("No Docker items were removed.")
-            : QStringLiteral("Removed ") + summary + QStringLiteral(", freed ") +
-                  formatBytes(freed) +
-                  QStringLiteral(
-                      ". Docker Desktop gives the space back to macOS within a few minutes.");
+        summary.isEmpty() ? QStringLiteral("No Docker items were removed.")
+                          : QStringLiteral("Removed ") + summary + QStringLiteral(", freed ") +
+                                formatBytes(freed) + u'.' + PlatformWords::here().dockerSpaceNote;
     reload();
     finishAction(message, failures);
 }
@@ -366,9 +363,9 @@ void DockerModel::stopContainer(const QString& id) {
 
 void DockerModel::startDocker() {
     if (!Locations::isMac()) {
-        toasts().post(QStringLiteral("Docker Desktop can't be started from here; start the Docker "
-                                     "service (for example: sudo systemctl start docker) and "
-                                     "reload."),
+        toasts().post(sentenceStart(PlatformWords::here().dockerEngine) +
+                          QStringLiteral(" can't be started from here; start the Docker service "
+                                         "(for example: sudo systemctl start docker) and reload."),
                       ToastStyle::info);
         return;
     }
@@ -406,7 +403,8 @@ void DockerModel::startDocker() {
             isStartingDocker_ = false;
             emit busyChanged();
             if (error)
-                toasts().post(QStringLiteral("Docker Desktop could not be opened: ") + *error,
+                toasts().post(PlatformWords::here().dockerEngine +
+                                  QStringLiteral(" could not be opened: ") + *error,
                               ToastStyle::info);
             reload();
         });

@@ -3,6 +3,7 @@
 #include "devtools/DockerService.h"
 #include "platform/InventoryModel.h"
 #include "platform/MainThreadMailbox.h"
+#include "platform/PlatformWords.h"
 
 #include <QSet>
 #include <QStringList>
@@ -25,10 +26,11 @@ public:
         "Images, containers, volumes and build cache. Removing skips the Trash: images and build "
         "cache can be pulled or built again, but a volume's data is gone for good.");
     static inline const QString notInstalledText =
-        QStringLiteral("Docker is not installed. Install Docker Desktop, OrbStack or Colima to "
-                       "manage containers here.");
-    static inline const QString notRunningText = QStringLiteral(
-        "Docker Desktop is not running, so its images and containers cannot be listed.");
+        QStringLiteral("Docker is not installed. Install ") + PlatformWords::here().dockerChoices +
+        QStringLiteral(" to manage containers here.");
+    static inline const QString notRunningText =
+        sentenceStart(PlatformWords::here().dockerEngine) +
+        QStringLiteral(" is not running, so its images and containers cannot be listed.");
     static inline const QString failuresHeading =
         QStringLiteral("Some Docker items could not be changed");
 

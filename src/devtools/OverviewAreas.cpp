@@ -171,9 +171,10 @@ QList<OverviewArea> figures(const OverviewSources& sources) {
              return total;
          },
          [m] {
-             return isSettled(m.simulators) && m.simulators.loadError()
-                        ? QStringLiteral("Xcode not installed")
-                        : QString();
+             if (!isSettled(m.simulators) || !m.simulators.loadError())
+                 return QString();
+             return m.simulators.isXcodeMissing() ? SimulatorService::xcodeMissingText
+                                                  : QStringLiteral("Simulators did not answer");
          }},
         {QStringLiteral("docker"),
          {},

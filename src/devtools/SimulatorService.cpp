@@ -2,6 +2,7 @@
 
 #include "platform/Locations.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -26,14 +27,30 @@ QString text(const char* latin) {
     return QString::fromLatin1(latin);
 }
 
+// Without Xcode there is nothing to list: there is no xcrun at all (every system but a Mac), or
+// the Mac's xcrun finds no simctl (only the command line tools) or no developer folder.
+bool saysXcodeIsMissing(const QString& detail) {
+    return detail.contains(text("unable to find utility")) ||
+           detail.contains(text("invalid active developer path"));
+}
+
+SimulatorServiceError xcodeMissing() {
+    return SimulatorServiceError(SimulatorService::xcodeMissingText,
+                                 SimulatorServiceError::Case::xcodeMissing);
+}
+
 // Runs `tool` and returns its standard output; every way it can fail becomes one sentence.
 // `label` is what the user knows the command as ("simctl" rather than the xcrun in front of it).
 QByteArray runTool(const ProcessRunner& runner, Tool tool, const QString& label,
                    const QStringList& arguments, double limit) {
+    const QString program = Locations::toolPath(tool);
     ProcessResult result;
     try {
-        result = runner.run(Locations::toolPath(tool), arguments, std::nullopt, {}, limit);
+        result = runner.run(program, arguments, std::nullopt, {}, limit);
     } catch (const ProcessRunnerError& error) {
+        if (error.kind() == ProcessRunnerError::Case::launchFailed &&
+            !QFileInfo(program).isExecutable())
+            throw xcodeMissing();
         if (error.kind() == ProcessRunnerError::Case::timedOut)
             throw SimulatorServiceError(label + text(" did not finish within ") +
                                         QString::number(limit) + text(" seconds."));
@@ -45,6 +62,8 @@ QByteArray runTool(const ProcessRunner& runner, Tool tool, const QString& label,
         QString detail = QString::fromUtf8(result.standardError).trimmed();
         if (detail.isEmpty())
             detail = QString::fromUtf8(result.standardOutput).trimmed();
+        if (saysXcodeIsMissing(detail))
+            throw xcodeMissing();
         QString message = label + text(" exited with ") + QString::number(result.exitCode);
         message += detail.isEmpty() ? text(".") : text(": ") + detail;
         throw SimulatorServiceError(message);

@@ -17,12 +17,24 @@ namespace corvane {
 // why it could not run.
 class SimulatorServiceError : public MessageError {
 public:
-    using MessageError::MessageError;
+    enum class Case { failed, xcodeMissing };
+
+    explicit SimulatorServiceError(const QString& message, Case kind = Case::failed)
+        : MessageError(message)
+        , kind_(kind) {}
+
+    Case kind() const { return kind_; }
+
+private:
+    Case kind_;
 };
 
 // Runs simctl (through xcrun) and xcodebuild with their time limits and reads their JSON.
 // Blocking; run it off the main thread. Every failure throws SimulatorServiceError.
 struct SimulatorService {
+    // The one wording of a missing Xcode, on the page, in the overview and on the command line.
+    static inline const QString xcodeMissingText = QStringLiteral("Xcode not installed");
+
     const ProcessRunner* runner = &ProcessRunner::system();
 
     QList<SimulatorRuntime> runtimes() const;

@@ -77,16 +77,19 @@ void SimulatorsModel::startLoading() {
                 devices_ = devices;
                 sdkVersions_ = sdkVersions;
                 loadError_.reset();
+                isXcodeMissing_ = false;
                 emit inventoryChanged();
                 finishLoading();
             });
         } catch (const SimulatorServiceError& error) {
             // Half a listing would offer runtimes without their devices: show nothing instead.
-            post([this, message = error.message()] {
+            post([this, message = error.message(),
+                  missing = error.kind() == SimulatorServiceError::Case::xcodeMissing] {
                 runtimes_.clear();
                 devices_.clear();
                 sdkVersions_.clear();
                 loadError_ = message;
+                isXcodeMissing_ = missing;
                 emit inventoryChanged();
                 finishLoading();
             });

@@ -30,6 +30,8 @@ public:
     const QList<SimulatorDevice>& devices() const { return devices_; }
     const QMap<SimPlatform, QString>& sdkVersions() const { return sdkVersions_; }
     const std::optional<QString>& loadError() const { return loadError_; }
+    // The load failed because there is no Xcode to ask (loadError() says so in its one wording).
+    bool isXcodeMissing() const { return isXcodeMissing_; }
 
     // Deletable and older than the SDK of its platform (none without an SDK entry).
     bool isOlderThanSDK(const SimulatorRuntime& runtime) const;
@@ -81,6 +83,7 @@ private:
     QList<SimulatorDevice> devices_;
     QMap<SimPlatform, QString> sdkVersions_;
     std::optional<QString> loadError_;
+    bool isXcodeMissing_ = false;
     QSet<QString> deletingRuntimeIDs_;
     QSet<QString> erasingDeviceIDs_;
     std::optional<RuntimeRemover::Result> lastResult_;

@@ -4,6 +4,7 @@
 #include "organize/ShellProfile.h"
 #include "organize/StandardFolders.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -178,10 +179,9 @@ std::optional<QString> refusalForManualAddition(const QString& path,
     if (!Paths::isUnder(folder, home))
         return QStringLiteral("Organize gathers projects from your home folder; ") + shown +
                QStringLiteral(" is outside it.");
-    // The wording names macOS on every system: these are the folders a Mac user knows.
     if (StandardFolders::isStandard(folder, home))
-        return shown + QStringLiteral(" is a standard macOS folder and is never moved. Choose a "
-                                      "project folder inside it.");
+        return shown + QStringLiteral(" is ") + PlatformWords::here().standardFolder +
+               QStringLiteral(" and is never moved. Choose a project folder inside it.");
     if (isInsideHiddenFolder(folder, home))
         return shown + QStringLiteral(" is inside a hidden folder, where apps keep their data.");
     if (ShellProfile::profileUsing(shell, folder))

@@ -37,10 +37,18 @@ QString sourceWords(const InstalledApp& app) {
         return QStringLiteral("Homebrew cask ") + app.caskToken.value_or(QString());
     case AppSource::apple:
         return QStringLiteral("Apple");
+    case AppSource::packageManager:
+        return QStringLiteral("Package manager");
+    case AppSource::snap:
+        return QStringLiteral("Snap");
+    case AppSource::appImage:
+        return QStringLiteral("AppImage");
     case AppSource::other:
         break;
     }
-    return app.flatpakInstallation ? QStringLiteral("Flatpak") : QString();
+    if (app.flatpakInstallation)
+        return QStringLiteral("Flatpak");
+    return app.desktopEntry ? QStringLiteral("Installed by hand") : QString();
 }
 
 QTreeWidgetItem* dataRow(QTreeWidgetItem* parent, const AppDataItem& item) {
@@ -300,10 +308,12 @@ void AppsView::showInventory() {
             detail.append(source);
         if (app.teamIdentifier)
             detail.append(QStringLiteral("team ") + *app.teamIdentifier);
-        detail.append(app.lastUsedAt ? QStringLiteral("last used ") +
-                                           QLocale().toString(app.lastUsedAt->toLocalTime(),
-                                                              QLocale::ShortFormat)
-                                     : AppsModel::neverUsedText);
+        // Only the Mac records when an app bundle was last opened.
+        if (app.lastUsedAt)
+            detail.append(QStringLiteral("last used ") +
+                          QLocale().toString(app.lastUsedAt->toLocalTime(), QLocale::ShortFormat));
+        else if (app.url.endsWith(QLatin1String(".app"), Qt::CaseInsensitive))
+            detail.append(AppsModel::neverUsedText);
         row->setText(detailColumn, detail.join(QStringLiteral(", ")));
         row->setToolTip(nameColumn, app.url);
         for (const AppDataItem& item : app.data)

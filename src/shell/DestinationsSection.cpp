@@ -3,6 +3,7 @@
 #include "archive/SSHArchiveService.h"
 #include "archive/SshLogin.h"
 #include "platform/BackgroundJobs.h"
+#include "platform/PlatformWords.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -26,9 +27,11 @@ QString addressOf(const SavedDestination& destination) {
 
 } // namespace
 
-const QString DestinationsSection::explanationText = QStringLiteral(
-    "Servers only, never passwords: SMB logins are stored by macOS in the Keychain when you first "
-    "connect in Finder, SSH uses the keys in ~/.ssh. Set up SSH once with: ssh-copy-id user@host");
+const QString DestinationsSection::explanationText =
+    QStringLiteral("Servers only, never passwords: SMB logins are stored in ") +
+    PlatformWords::here().keyring + QStringLiteral(" when you first connect in ") +
+    PlatformWords::here().fileManager +
+    QStringLiteral(", SSH uses the keys in ~/.ssh. Set up SSH once with: ssh-copy-id user@host");
 const QString DestinationsSection::emptyText =
     QStringLiteral("No destinations yet. Mounted external drives always appear in the Archive menu "
                    "automatically.");

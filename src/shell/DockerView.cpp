@@ -41,7 +41,8 @@ DockerView::DockerView(DockerModel& model, QWidget* parent)
     , prune_(new QPushButton(QStringLiteral("Clear Build Cache…"), this))
     , startStop_(new QPushButton(QStringLiteral("Stop Container"), this))
     , remove_(new QPushButton(QStringLiteral("Remove…"), this))
-    , startDocker_(new QPushButton(QStringLiteral("Start Docker Desktop"), this)) {
+    , startDocker_(
+          new QPushButton(QStringLiteral("Start ") + PlatformWords::here().dockerEngine, this)) {
     selectUnused_->setToolTip(QStringLiteral("Selects every image no container uses"));
     remove_->setObjectName(QStringLiteral("dockerRemove"));
     startDocker_->setObjectName(QStringLiteral("startDocker"));
@@ -157,8 +158,9 @@ void DockerView::showState() {
     else if (status && status->kind == DockerStatus::Case::notInstalled)
         state = DockerModel::notInstalledText;
     else if (status && status->kind == DockerStatus::Case::notRunning)
-        state = model_.isStartingDocker() ? QStringLiteral("Starting Docker Desktop…")
-                                          : DockerModel::notRunningText;
+        state = model_.isStartingDocker()
+                    ? QStringLiteral("Starting ") + PlatformWords::here().dockerEngine + u'…'
+                    : DockerModel::notRunningText;
     else if (model_.loadError())
         state = *model_.loadError();
     else if (!model_.snapshot())

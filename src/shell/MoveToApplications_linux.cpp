@@ -9,7 +9,7 @@ QString runningBundlePath() {
 
 bool moveAndRelaunch(const QString&, const QString&, QString* error) {
     if (error)
-        *error = QStringLiteral("Moving is only done on macOS.");
+        *error = QStringLiteral("Apps are not moved into Applications on this system.");
     return false;
 }
 

@@ -4,6 +4,7 @@
 #include "apps/AppInventoryLoader.h"
 #include "apps/RunningApps.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 #include "platform/PutBackService.h"
 #include "platform/TrashService.h"
 #include "support/GitFixture.h"
@@ -174,7 +175,7 @@ TEST_F(AppRemoverTest, DataGuardsRefuseLinksOutOfTheLibraryAndLooseMatches) {
     const AppRemovalOutcome outcome = remover().remove(app, {escape, related, foreign});
     EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::trash);
     EXPECT_EQ(outcome.failures,
-              (QStringList{s("escape: Only data inside your Library can be removed here."),
+              (QStringList{s("escape: ") + AppRemover::outsideLibraryText,
                            s("com.example.mail: Only exact matches for Mail can be removed."),
                            s("com.other.plist: This data does not belong to Mail")}));
     EXPECT_TRUE(outcome.trashedData.isEmpty());
@@ -190,8 +191,7 @@ TEST_F(AppRemoverTest, DataGuardsRefuseLinksOutOfTheLibraryAndLooseMatches) {
     const AppRemovalOutcome leftovers = remover().removeLeftovers({escape, orphan});
     EXPECT_EQ(leftovers.trashedData, QList<AppDataItem>{orphan});
     EXPECT_EQ(leftovers.freedBytes, 50);
-    EXPECT_EQ(leftovers.failures,
-              QStringList{s("escape: Only data inside your Library can be removed here.")});
+    EXPECT_EQ(leftovers.failures, QStringList{s("escape: ") + AppRemover::outsideLibraryText});
     EXPECT_TRUE(QFileInfo::exists(outside + s("/precious.txt")));
 }
 
@@ -229,8 +229,9 @@ TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {
     outcome = remover().remove(locked, {zoomData});
     EXPECT_FALSE(outcome.appMethod);
     EXPECT_EQ(outcome.terminalCommand, s("brew uninstall --cask -- locked"));
-    EXPECT_EQ(outcome.failures, QStringList{s("Zoom needs your Mac password. Run it in Terminal: "
-                                              "brew uninstall --cask -- locked")});
+    EXPECT_EQ(outcome.failures,
+              QStringList{s("Zoom needs ") + PlatformWords::here().password + s(". Run it in ") +
+                          PlatformWords::here().terminal + s(": brew uninstall --cask -- locked")});
     EXPECT_TRUE(QFileInfo::exists(zoomData.url));
 
     InstalledApp broken = makeApp(s("Broken"));

@@ -1,5 +1,6 @@
 #include "apps/BrewService.h"
 
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -128,8 +129,8 @@ TEST(BrewService, PasswordFailureAndMissingBrewBecomeBrewErrors) {
             EXPECT_EQ(error, BrewError::needsPassword(s("brew upgrade --cask zoom")));
         }
         EXPECT_EQ(BrewService::upgradePasswordText(cask),
-                  s("This update needs your Mac password. Run it in Terminal: brew upgrade "
-                    "--cask zoom"));
+                  s("This update needs ") + PlatformWords::here().password + s(". Run it in ") +
+                      PlatformWords::here().terminal + s(": brew upgrade --cask zoom"));
     }
     {
         test::ScopedEnvironment tool("CORVANE_TOOL_BREW",

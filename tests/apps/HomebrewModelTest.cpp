@@ -1,5 +1,6 @@
 #include "apps/HomebrewModel.h"
 
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -53,9 +54,9 @@ TEST(HomebrewModel, ListsOutdatedPackagesStreamsAnUpgradeAndStopsAtAPasswordProm
     ASSERT_TRUE(QTest::qWaitFor([&] { return !model.isUpgrading(); }, 10000));
     EXPECT_FALSE(model.lastUpgradeSucceeded());
     EXPECT_EQ(model.terminalCommand(), s("brew upgrade --cask slack"));
-    EXPECT_EQ(
-        model.lastMessage(),
-        s("This update needs your Mac password. Run it in Terminal: brew upgrade --cask slack"));
+    EXPECT_EQ(model.lastMessage(), s("This update needs ") + PlatformWords::here().password +
+                                       s(". Run it in ") + PlatformWords::here().terminal +
+                                       s(": brew upgrade --cask slack"));
 }
 
 TEST(HomebrewModel, WithoutHomebrewTheModelSaysSo) {

@@ -4,6 +4,7 @@
 #include "ArchiveTesting.h"
 #include "SshServer.h"
 #include "archive/SSHArchiveService.h"
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 #include "support/TreeFixture.h"
@@ -216,7 +217,8 @@ TEST_F(SSHArchiveOverSsh, ARefusedKeyIsReportedWithTheSshCopyIdInstruction) {
     const test::ScopedEnvironment refused("CORVANE_TOOL_SSH", server->refusedClient());
     const QString login = server->login();
     EXPECT_EQ(SSHArchiveService::testConnection(server->user(), server->host()),
-              s("Key auth missing. Run once in Terminal: ssh-copy-id ") + login);
+              s("Key auth missing. Run once in ") + PlatformWords::here().terminal +
+                  s(": ssh-copy-id ") + login);
 
     const QString keys =
         s("SSH key authentication is not set up for ") + login + s(". Run: ssh-copy-id ") + login;

@@ -2,6 +2,7 @@
 
 #include "archive/RemoteTree.h"
 #include "platform/Locations.h"
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 #include "support/TreeFixture.h"
@@ -64,8 +65,7 @@ TEST(SSHArchiveMessages, SshFailuresBecomeInstructionsForTheUser) {
     EXPECT_EQ(SSHArchiveService::sshFailureMessage(
                   255, "ssh: connect to host nas.local port 22: No Route To Host", s("ann"),
                   s("nas.local")),
-              s("Blocked by macOS Local Network privacy. Allow Corvane Clean under System "
-                "Settings > Privacy & Security > Local Network."));
+              PlatformWords::here().noRouteToHost);
     EXPECT_EQ(SSHArchiveService::sshFailureMessage(2, "\n  sh: 1: cd: can't cd to /x \n", s("ann"),
                                                    s("nas.local")),
               s("ssh failed (exit 2): sh: 1: cd: can't cd to /x"));
@@ -113,10 +113,10 @@ TEST(SSHArchiveTestConnection, RunsOneBatchSshAndSaysWhatCameOfIt) {
     EXPECT_EQ(runner.timeout, 20);
 
     EXPECT_EQ(testedWith(runner, 255, "ann@nas.local: Permission Denied (publickey)."),
-              s("Key auth missing. Run once in Terminal: ssh-copy-id ann@nas.local"));
+              s("Key auth missing. Run once in ") + PlatformWords::here().terminal +
+                  s(": ssh-copy-id ann@nas.local"));
     EXPECT_EQ(testedWith(runner, 255, "connect to host nas.local port 22: No route to host"),
-              s("Blocked by macOS Local Network privacy. Allow Corvane Clean under System "
-                "Settings > Privacy & Security > Local Network."));
+              PlatformWords::here().noRouteToHost);
     EXPECT_EQ(testedWith(runner, 255, " \n"), s("Failed: no response"));
     EXPECT_EQ(testedWith(runner, 1, "Connection refused\n"), s("Failed: Connection refused"));
 

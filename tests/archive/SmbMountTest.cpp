@@ -1,6 +1,7 @@
 #include "archive/SmbMount.h"
 
 #include "platform/Locations.h"
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -15,8 +16,7 @@ using test::s;
 namespace {
 
 const QString couldNotMount =
-    s("Could not mount smb://NAS/Media. Connect to it once in Finder (Cmd+K) so macOS saves the "
-      "login.");
+    s("Could not mount smb://NAS/Media. ") + PlatformWords::here().saveShareLogin;
 
 // Fails the test when anything is started.
 class RefusingRunner : public ProcessRunner {

@@ -3,6 +3,7 @@
 #include "agents/AgentFixtures.h"
 #include "archive/DestinationsStore.h"
 #include "cli/Command.h"
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -152,8 +153,9 @@ TEST_F(ArchiveCommandsTest, VolumesAndSavedDestinationsThroughTheCommand) {
     const test::ScopedEnvironment sshTool("CORVANE_TOOL_SSH", ssh);
     const ProcessResult tested = runCorvane({s("destinations"), s("test"), s("nas")});
     EXPECT_EQ(tested.exitCode, exitSomeFailed);
-    EXPECT_EQ(tested.standardOutput,
-              "Key auth missing. Run once in Terminal: ssh-copy-id me@nas.local\n");
+    EXPECT_EQ(QString::fromUtf8(tested.standardOutput), s("Key auth missing. Run once in ") +
+                                                            PlatformWords::here().terminal +
+                                                            s(": ssh-copy-id me@nas.local\n"));
 
     EXPECT_EQ(runCorvane({s("destinations"), s("remove"), s("nas")}).exitCode, exitOk);
     EXPECT_EQ(runCorvane({s("destinations"), s("remove"), s("nas")}).exitCode,

@@ -4,6 +4,7 @@
 #include "platform/BackgroundJobs.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
+#include "platform/PlatformWords.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -30,8 +31,7 @@ const QString apiID = s("sha256:4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a4a
 const QString anonymousVolume =
     s("0f5e9c3b2a1d4e6f8a7b9c0d1e2f3a4b5c6d7e8f9a0b1c2d3e4f5a6b7c8d9e0f");
 
-const QString spaceComesBack =
-    s(". Docker Desktop gives the space back to macOS within a few minutes.");
+const QString spaceComesBack = s(".") + PlatformWords::here().dockerSpaceNote;
 
 // The report with the first `from` changed into `to`.
 QByteArray reportWith(const QByteArray& from, const QByteArray& to) {
@@ -379,7 +379,7 @@ TEST_F(DockerModelTest, DockerDesktopIsOnlyStartedOnTheMac) {
     ASSERT_TRUE(toasts.current());
     EXPECT_EQ(toasts.current()->style, ToastStyle::info);
     EXPECT_EQ(toastText(),
-              s("Docker Desktop can't be started from here; start the Docker service (for "
+              s("The Docker engine can't be started from here; start the Docker service (for "
                 "example: sudo systemctl start docker) and reload."));
     waitForBackgroundJobs();
     EXPECT_TRUE(docker.calls().isEmpty());

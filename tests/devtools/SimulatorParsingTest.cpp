@@ -185,9 +185,8 @@ TEST_F(SimulatorServiceTest, FailuresBecomeOneSentenceNamingTheTool) {
          {},
          "xcrun: error: unable to find utility \"simctl\", not a developer tool or in PATH\n",
          0});
-    EXPECT_EQ(errorOf([this] { service.runtimes(); }),
-              s("simctl exited with 72: xcrun: error: unable to find utility \"simctl\", not a "
-                "developer tool or in PATH"));
+    // A Mac with the command line tools but no Xcode.
+    EXPECT_EQ(errorOf([this] { service.runtimes(); }), SimulatorService::xcodeMissingText);
 
     // Some refusals only reach standard output.
     runner.answers.insert(s("simctl erase ") + fx::iPhone11Pro,
@@ -210,7 +209,13 @@ TEST_F(SimulatorServiceTest, FailuresBecomeOneSentenceNamingTheTool) {
     runner.error = ProcessRunnerError::timedOut();
     EXPECT_EQ(errorOf([this] { service.deleteRuntime(fx::iOS13); }),
               s("simctl did not finish within 600 seconds."));
-    runner.error = ProcessRunnerError::launchFailed(s("No such file or directory"));
-    EXPECT_EQ(errorOf([this] { service.sdkVersions(); }),
-              s("Could not run xcodebuild: No such file or directory"));
+    runner.error = ProcessRunnerError::launchFailed(s("Permission denied"));
+    {
+        const test::ScopedEnvironment present("CORVANE_TOOL_XCODEBUILD", s("/bin/sh"));
+        EXPECT_EQ(errorOf([this] { service.sdkVersions(); }),
+                  s("Could not run xcodebuild: Permission denied"));
+    }
+    // No tool at all is one wording wherever it shows.
+    const test::ScopedEnvironment absent("CORVANE_TOOL_XCODEBUILD", s("/nonexistent/xcodebuild"));
+    EXPECT_EQ(errorOf([this] { service.sdkVersions(); }), SimulatorService::xcodeMissingText);
 }

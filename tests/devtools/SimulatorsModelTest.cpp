@@ -253,9 +253,10 @@ TEST_F(SimulatorsModelTest, ABrokenToolGivesOneClearErrorAndLeavesAnEmptyUsableM
     ASSERT_EQ(model.runtimes().size(), 7);
     model.setSelected(fx::iOS13, true);
 
-    const auto expectBroken = [this](const QString& message) {
+    const auto expectBroken = [this](const QString& message, bool xcodeMissing = false) {
         load(model);
         EXPECT_EQ(model.loadError(), message);
+        EXPECT_EQ(model.isXcodeMissing(), xcodeMissing);
         EXPECT_TRUE(model.runtimes().isEmpty());
         EXPECT_TRUE(model.devices().isEmpty());
         EXPECT_TRUE(model.sdkVersions().isEmpty());
@@ -267,8 +268,12 @@ TEST_F(SimulatorsModelTest, ABrokenToolGivesOneClearErrorAndLeavesAnEmptyUsableM
   echo 'xcrun: error: unable to find utility "simctl", not a developer tool or in PATH' >&2
   exit 72 ;;
 )sh");
-    expectBroken(s("simctl exited with 72: xcrun: error: unable to find utility \"simctl\", not a "
-                   "developer tool or in PATH"));
+    // A Mac with only the command line tools: one wording for a missing Xcode everywhere.
+    expectBroken(s("Xcode not installed"), true);
+    {
+        const test::ScopedEnvironment none("CORVANE_TOOL_XCRUN", dir + s("/no-such-xcrun"));
+        expectBroken(s("Xcode not installed"), true);
+    }
 
     writeXcrun("\"simctl list devices -j\") echo 'Segmentation fault: 11' ;;\n");
     expectBroken(s("simctl returned an unexpected device list."));

@@ -2,6 +2,7 @@
 
 #include "OrganizeFixtures.h"
 #include "organize/ShellProfile.h"
+#include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -100,8 +101,8 @@ TEST(OrganizeCandidates, AFolderAddedByHandIsRefusedWithTheFirstReasonThatApplie
     EXPECT_EQ(OrganizeCandidates::refusalForManualAddition(s("/srv/app"), finder, shell),
               s("Organize gathers projects from your home folder; /srv/app is outside it."));
     EXPECT_EQ(refusal("/Documents"),
-              home + s("/Documents is a standard macOS folder and is never moved. Choose a project "
-                       "folder inside it."));
+              home + s("/Documents is ") + PlatformWords::here().standardFolder +
+                  s(" and is never moved. Choose a project folder inside it."));
     EXPECT_EQ(refusal("/.hidden"),
               home + s("/.hidden is inside a hidden folder, where apps keep their data."));
     EXPECT_EQ(refusal("/.hidden/bin/x"),

@@ -2,6 +2,7 @@
 
 #include "apps/AppFixtures.h"
 #include "platform/BackgroundJobs.h"
+#include "platform/PlatformWords.h"
 #include "shell/ShellTesting.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
@@ -116,7 +117,8 @@ TEST_F(AppsViewTest, TheHomebrewSectionStreamsAnUpgradeAndGivesTheTerminalComman
     ASSERT_TRUE(QTest::qWaitFor([this] { return !homebrew.isUpgrading(); }, test::patience));
     QTest::qWait(50);
     EXPECT_TRUE(view.brewOutput()->toPlainText().contains(s("==> Upgrading wget")));
-    EXPECT_EQ(view.brewMessage()->text(),
-              s("This update needs your Mac password. Run it in Terminal: brew upgrade wget"));
+    EXPECT_EQ(view.brewMessage()->text(), s("This update needs ") + PlatformWords::here().password +
+                                              s(". Run it in ") + PlatformWords::here().terminal +
+                                              s(": brew upgrade wget"));
     test::saveScreenshot(view, s("apps-homebrew"));
 }

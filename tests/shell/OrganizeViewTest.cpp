@@ -1,6 +1,7 @@
 #include "shell/OrganizeView.h"
 
 #include "agents/ClaudeHistory.h"
+#include "platform/PlatformWords.h"
 #include "shell/AppModels.h"
 #include "shell/MainWindow.h"
 #include "shell/ProjectsView.h"
@@ -159,8 +160,8 @@ TEST_F(OrganizeViewTest, AFolderThatMayNotMoveIsRefusedWithTheReason) {
     QMessageBox* box = nullptr;
     ASSERT_TRUE(QTest::qWaitFor([&] { return (box = test::openBox(window, s("organizeRefusal"))); },
                                 test::patience));
-    EXPECT_EQ(box->text(), home + s("/Documents is a standard macOS folder and is never moved. "
-                                    "Choose a project folder inside it."));
+    EXPECT_EQ(box->text(), home + s("/Documents is ") + PlatformWords::here().standardFolder +
+                               s(" and is never moved. Choose a project folder inside it."));
     box->accept();
     EXPECT_TRUE(organize.manualFolders().isEmpty());
 }

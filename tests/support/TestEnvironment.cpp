@@ -45,6 +45,10 @@ bool isolateFromRealHome() {
     setVariable("XDG_DATA_HOME", home + QStringLiteral("/.local/share"));
     setVariable("XDG_CONFIG_HOME", home + QStringLiteral("/.config"));
     setVariable("XDG_CACHE_HOME", home + QStringLiteral("/.cache"));
+    setVariable("XDG_STATE_HOME", home + QStringLiteral("/.local/state"));
+    // The system's shared data too (its application entries): tests see only what they make.
+    setVariable("XDG_DATA_DIRS", home + QStringLiteral("/system/share"));
+    setVariable("CORVANE_TOOL_SNAP", home + QStringLiteral("/no-snap"));
 
     const QString real = realHome();
     const QString seenHome = qEnvironmentVariable("HOME");

@@ -13,7 +13,7 @@ inline QString s(const char* text) {
 // The temporary folder that stands in for the user's home in this test process.
 QString fakeHome();
 
-// Points HOME, XDG_DATA_HOME, XDG_CONFIG_HOME and XDG_CACHE_HOME at fresh temporary folders;
+// Points HOME, the XDG folders (XDG_DATA_DIRS too) and snap at fresh temporary folders;
 // returns false (and says why on standard error) when that could not be made safe.
 bool isolateFromRealHome();
 void removeFakeHome();

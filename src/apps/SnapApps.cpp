@@ -1,0 +1,89 @@
+#include "apps/SnapApps.h"
+
+#include "platform/Locations.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
+
+namespace corvane {
+
+QString SnapApps::toolPath() {
+    return Locations::toolPath(QStringLiteral("snap"), QStringLiteral("/usr/bin/snap"));
+}
+
+bool SnapApps::isInstalled() {
+    const QFileInfo tool(toolPath());
+    return tool.isFile() && tool.isExecutable();
+}
+
+bool SnapApps::isName(const QString& name) {
+    static const QRegularExpression pattern(QStringLiteral("^[a-z][a-z0-9-]{0,39}$"));
+    return pattern.match(name).hasMatch() && !name.endsWith(u'-') && !name.contains(u"--");
+}
+
+namespace {
+
+// The Notes of snaps that are no apps: the bases apps run on, snapd and the device's own.
+bool isPlatformSnap(const QString& notes) {
+    static const QStringList kinds{QStringLiteral("base"), QStringLiteral("core"),
+                                   QStringLiteral("snapd"), QStringLiteral("gadget"),
+                                   QStringLiteral("kernel")};
+    const QStringList tags = notes.split(u',');
+    return std::any_of(tags.cbegin(), tags.cend(),
+                       [](const QString& tag) { return kinds.contains(tag.trimmed()); });
+}
+
+} // namespace
+
+SnapListing SnapApps::parse(const QByteArray& output) {
+    SnapListing listing;
+    const QStringList lines = QString::fromUtf8(output).split(u'\n');
+    bool headingSeen = false;
+    for (const QString& line : lines) {
+        const QStringList columns = line.simplified().split(u' ', Qt::SkipEmptyParts);
+        if (columns.isEmpty())
+            continue;
+        if (!headingSeen && columns.first() == QLatin1String("Name")) {
+            headingSeen = true;
+            continue;
+        }
+        if (columns.size() < 6 || !isName(columns.first())) {
+            return {{},
+                    QStringLiteral("snap list printed a line that could not be read: %1")
+                        .arg(line.left(120))};
+        }
+        if (!isPlatformSnap(columns.last()))
+            listing.apps.append({columns.first(), columns.at(1)});
+    }
+    return listing;
+}
+
+std::optional<SnapListing> SnapApps::list(const ProcessRunner& runner,
+                                          const CancellationToken& cancellation) {
+    if (!isInstalled())
+        return std::nullopt;
+    try {
+        const ProcessResult result =
+            runner.run(toolPath(), {QStringLiteral("list")}, std::nullopt, {}, 60.0, cancellation);
+        cancellation.throwIfCancelled();
+        if (result.exitCode != 0) {
+            const QString said = QString::fromUtf8(result.standardError).trimmed();
+            return SnapListing{{},
+                               QStringLiteral("snap list failed (exit %1)%2")
+                                   .arg(result.exitCode)
+                                   .arg(said.isEmpty()
+                                            ? QString()
+                                            : QStringLiteral(": ") + said.section(u'\n', 0, 0))};
+        }
+        return parse(result.standardOutput);
+    } catch (const ProcessRunnerError& error) {
+        return SnapListing{{}, QStringLiteral("snap list could not run: ") + error.message()};
+    }
+}
+
+QString SnapApps::dataFolder(const QString& name) {
+    return QDir(Locations::homeDir()).filePath(QStringLiteral("snap/") + name);
+}
+
+} // namespace corvane
