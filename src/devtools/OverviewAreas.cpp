@@ -126,6 +126,10 @@ qint64 OverviewFigures::android(const AndroidInventory& inventory) {
     return total;
 }
 
+qint64 OverviewFigures::agents(const AgentStore& store) {
+    return store.reclaimableBytes();
+}
+
 QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
     // Copied into every reader: the references it holds outlive the areas.
     const OverviewSources m = sources;
@@ -227,6 +231,20 @@ QList<OverviewArea> overviewAreas(const OverviewSources& sources) {
              return total;
          },
          [] { return QString(); }},
+        {QStringLiteral("agents"), QStringLiteral("Coding agents"),
+         [m] { loadOnce(m.agentStorage); },
+         [m]() -> std::optional<qint64> {
+             return isSettled(m.agentStorage)
+                        ? std::optional<qint64>(OverviewFigures::agents(m.agentStorage.store()))
+                        : std::nullopt;
+         },
+         [] { return QString(); },
+         [m] {
+             if (!isSettled(m.agentStorage))
+                 return QString();
+             return inAll(OverviewFigures::agents(m.agentStorage.store()),
+                          m.agentStorage.store().totalBytes());
+         }},
     };
 }
 

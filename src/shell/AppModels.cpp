@@ -1,6 +1,7 @@
 #include "shell/AppModels.h"
 
 #include "devtools/OverviewAreas.h"
+#include "organize/OrphanFinder.h"
 #include "platform/Locations.h"
 
 namespace corvane {
@@ -9,6 +10,13 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     : session(toasts, std::move(starter))
     , caches(toasts)
     , agents(toasts)
+    , agentStorage(toasts,
+                   {{AgentLocations(),
+                     [](const AgentHistoryIndex& index) { return OrphanFinder::newPlaces(index); }},
+                    &ProcessRunner::system(),
+                    &PlatformTrash::system(),
+                    {},
+                    {}})
     , organize(toasts, OrganizeModel::Services::system())
     , archives(toasts)
     , docker(toasts, DockerService{&ProcessRunner::system(), Locations::homeDir()},
@@ -20,7 +28,8 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , homebrew(toasts)
     , cleanups(toasts)
     , navigation(session)
-    , overview(overviewAreas({session, caches, simulators, docker, aiModels, android, apps})) {
+    , overview(overviewAreas(
+          {session, caches, simulators, docker, aiModels, android, apps, agentStorage})) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {
@@ -49,9 +58,17 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     QObject::connect(&apps, &AppsModel::actionFinished, &trash, &TrashGauge::refresh);
     QObject::connect(&android, &AndroidModel::actionFinished, &trash, &TrashGauge::refresh);
     QObject::connect(&aiModels, &AIModelsModel::actionFinished, &trash, &TrashGauge::refresh);
+    QObject::connect(&agentStorage, &AgentStorageModel::trashCompleted, &trash,
+                     &TrashGauge::refresh);
     QObject::connect(&archives, &ArchivesModel::filesystemChanged, &trash, &TrashGauge::refresh);
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &trash,
                      &TrashGauge::refresh);
+    QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &agentStorage,
+                     [this](const PutBackOutcome& outcome) {
+                         const QStringList problems = agentStorage.restoreThreadRecords(outcome);
+                         if (!problems.isEmpty())
+                             toasts.post(problems.join(u'\n'), ToastStyle::info);
+                     });
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &session,
                      [this, rescan](const PutBackOutcome& outcome) {
                          if (outcome.restored.isEmpty() || outcome.wasDryRun)

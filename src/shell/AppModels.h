@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agents/AgentStorageModel.h"
 #include "agents/AgentsModel.h"
 #include "apps/AppsModel.h"
 #include "apps/HomebrewModel.h"
@@ -36,6 +37,8 @@ public:
     ScanSession session;
     GlobalCachesModel caches;
     AgentsModel agents;
+    // What the agents keep on disk, and what of it may go.
+    AgentStorageModel agentStorage;
     OrganizeModel organize;
     DestinationsStore destinations;
     ArchivesModel archives;

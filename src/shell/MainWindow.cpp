@@ -72,7 +72,7 @@ int rowOfArea(const QString& id) {
         {QStringLiteral("projects"), projectsRow},     {QStringLiteral("caches"), cachesRow},
         {QStringLiteral("simulators"), simulatorsRow}, {QStringLiteral("docker"), dockerRow},
         {QStringLiteral("aiModels"), aiModelsRow},     {QStringLiteral("android"), androidRow},
-        {QStringLiteral("appLeftovers"), appsRow}};
+        {QStringLiteral("appLeftovers"), appsRow},     {QStringLiteral("agents"), agentsRow}};
     return rows.value(id, -1);
 }
 
@@ -124,6 +124,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , session_(models.session)
     , caches_(models.caches)
     , agents_(models.agents)
+    , agentStorage_(models.agentStorage)
     , organize_(models.organize)
     , archives_(models.archives)
     , destinations_(models.destinations)
@@ -418,7 +419,7 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(overviewView_);
     pages_->addWidget(makeProjectsPage());
     pages_->addWidget(cachesView_);
-    agentsView_ = new AgentsView(agents_, session_, central);
+    agentsView_ = new AgentsView(agents_, session_, central, &agentStorage_);
     pages_->addWidget(agentsView_);
     organizeView_ = new OrganizeView(organize_, central);
     pages_->addWidget(organizeView_);

@@ -147,6 +147,7 @@ private:
     ScanSession& session_;
     GlobalCachesModel& caches_;
     AgentsModel& agents_;
+    AgentStorageModel& agentStorage_;
     OrganizeModel& organize_;
     ArchivesModel& archives_;
     DestinationsStore& destinations_;
