@@ -76,7 +76,7 @@ TEST_F(OverviewCommandTest, TheJsonHasTheDiskEveryAreaInOrderAndTheTrash) {
             << qPrintable(area[u"id"].toString());
     }
     EXPECT_EQ(ids, (QStringList{s("projects"), s("caches"), s("simulators"), s("docker"),
-                                s("aiModels"), s("android"), s("appLeftovers")}));
+                                s("aiModels"), s("android"), s("appLeftovers"), s("agents")}));
     EXPECT_EQ(overview[u"totalBytes"].toInteger(), sum);
     const QJsonArray areas = overview[u"areas"].toArray();
     EXPECT_EQ(areas[0][u"note"].toString(), s("No folder scanned yet"));
