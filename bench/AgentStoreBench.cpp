@@ -47,7 +47,8 @@ int makeHome(const QString& home, int sessions, qint64 bytes) {
         if (project % 2 == 0)
             QDir().mkpath(cwd);
         const QString folder = projects + u'/' + ClaudeHistory::encodedFolderName(cwd);
-        const QString id = QStringLiteral("%1-0000-4000-8000-000000000000").arg(index, 8, 10, u'0');
+        const QString id =
+            QStringLiteral("%1-0000-4000-8000-000000000000").arg(index, 8, 10, QChar(u'0'));
         QDir().mkpath(folder + u'/' + id + QStringLiteral("/tool-results"));
         const QByteArray head = "{\"type\":\"summary\",\"summary\":\"Session " +
                                 QByteArray::number(index) + "\"}\n{\"type\":\"user\",\"cwd\":\"" +
