@@ -2,6 +2,8 @@
 
 #include "shell/ActivityWords.h"
 #include "shell/AgentStorageView.h"
+#include "shell/FilterBar.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 #include "shell/Reveal.h"
 
@@ -64,6 +66,7 @@ void setWhen(QTreeWidgetItem* row, const std::optional<QDateTime>& date, const Q
     if (!date)
         return;
     row->setText(whenColumn, activityWords(*date, now));
+    row->setData(whenColumn, ListOrder::sortKeyRole, *date);
     row->setToolTip(whenColumn, QLocale().toString(date->toLocalTime(), QLocale::LongFormat));
 }
 
@@ -147,12 +150,17 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     footer->addStretch();
     footer->addWidget(revealButton_);
     footer->addWidget(copyResumeButton_);
+    auto* filter = new FilterBar(QStringLiteral("Filter by project, agent or session"), this);
+    ListFinder::attach(*tree_, filter, QStringLiteral("agents"));
+    auto* sessionsBody = new QVBoxLayout;
+    sessionsBody->addWidget(filter);
+    sessionsBody->addLayout(body_, 1);
     if (storage) {
         // Sessions and storage side by side: the one page of the agents' data.
         auto* sessions = new QWidget(this);
         auto* sessionsLayout = new QVBoxLayout(sessions);
         sessionsLayout->setContentsMargins(0, 0, 0, 0);
-        sessionsLayout->addLayout(body_, 1);
+        sessionsLayout->addLayout(sessionsBody, 1);
         sessionsLayout->addLayout(footer);
         storageView_ = new AgentStorageView(*storage, this);
         tabs_ = new QTabWidget(this);
@@ -169,7 +177,7 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
                 storage->reload();
         });
     } else {
-        layOutPage(*this, QStringLiteral("Coding agents"), introText, body_, footer);
+        layOutPage(*this, QStringLiteral("Coding agents"), introText, sessionsBody, footer);
     }
 
     refreshTimer_.setSingleShot(true);
