@@ -183,4 +183,7 @@ else
 fi
 
 say ""
+"$repo/bench/run-agents-bench.sh" "$build_dir/bench/corvane_agents_bench"
+
+say ""
 "$repo/bench/run-archive-bench.sh" "$build_dir/src/cli/corvane" "$workspace" "$manifest"

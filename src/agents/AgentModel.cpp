@@ -1,5 +1,8 @@
 #include "agents/AgentModel.h"
 
+#include "platform/ShellWords.h"
+
+#include <algorithm>
 #include <array>
 
 namespace corvane {
@@ -18,7 +21,34 @@ constexpr std::array<KindNames, 5> kindNames{{
     {"antigravity", "Antigravity"},
 }};
 
+// A plain identifier stays as it is, so the command reads naturally; anything else is quoted.
+QString shellWord(const QString& word) {
+    const bool plain = !word.isEmpty() && std::all_of(word.begin(), word.end(), [](QChar c) {
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') ||
+               c == u'-' || c == u'_' || c == u'.';
+    });
+    return plain && !word.startsWith(u'-') ? word : shellQuoted(word);
+}
+
 } // namespace
+
+std::optional<QString> resumeCommand(const AgentSession& session) {
+    QString resume;
+    switch (session.agent) {
+    case AgentKind::claudeCode:
+        resume = QStringLiteral("claude --resume ");
+        break;
+    case AgentKind::codex:
+        resume = QStringLiteral("codex resume ");
+        break;
+    default:
+        return std::nullopt;
+    }
+    if (session.id.isEmpty())
+        return std::nullopt;
+    return QStringLiteral("cd ") + shellQuoted(session.cwd) + QStringLiteral(" && ") + resume +
+           shellWord(session.id);
+}
 
 const QList<AgentKind>& allAgentKinds() {
     static const QList<AgentKind> kinds{AgentKind::claudeCode, AgentKind::codex, AgentKind::cursor,

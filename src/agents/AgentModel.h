@@ -27,9 +27,17 @@ struct AgentSession {
     std::optional<QString> title;
     QString cwd;
     std::optional<QDateTime> updatedAt;
+    // The session's own record on disk, when known: a Claude Code ".jsonl" file, the session log
+    // a Codex thread points at.
+    QString file;
 
     bool operator==(const AgentSession&) const = default;
 };
+
+// The command that continues `session` in a terminal: "cd '<folder>' && claude --resume <id>" for
+// Claude Code, "... && codex resume <id>" for Codex; every word from the record is quoted for the
+// shell. It is for the user to paste, never run here.
+std::optional<QString> resumeCommand(const AgentSession& session);
 
 // One editor workspace that was opened on a folder.
 struct AgentWorkspace {
@@ -38,6 +46,8 @@ struct AgentWorkspace {
     std::optional<QDateTime> lastUsedAt;
     QString appName;
     QString appBundleID;
+    // The editor's storage folder for this workspace.
+    QString storageFolder;
 
     bool operator==(const AgentWorkspace&) const = default;
 };

@@ -31,14 +31,17 @@ QList<AgentSession> read(const QString& projectsFolder, const QMap<QString, QStr
             if (isSubAgentTranscript(fileName))
                 continue;
             const QString path = folder.filePath(fileName);
-            const std::optional<QString> project = ClaudeHistory::projectPath(
-                folderName, SessionHead::firstCwd(path), ledger, macPathRules, fileName);
+            const SessionHead::Head head = SessionHead::read(path);
+            const std::optional<QString> project =
+                ClaudeHistory::projectPath(folderName, head.cwd, ledger, macPathRules, fileName);
             if (!project)
                 continue;
             AgentSession session;
             session.agent = AgentKind::claudeCode;
             session.id = fileName.chopped(sessionExtensionLength);
             session.cwd = *project;
+            session.title = head.title;
+            session.file = path;
             const QDateTime modified = QFileInfo(path).lastModified();
             if (modified.isValid())
                 session.updatedAt = modified;

@@ -2,6 +2,7 @@
 
 #include "agents/AgentPaths.h"
 #include "agents/CodexDatabase.h"
+#include "agents/SessionTitle.h"
 #include "agents/Sqlite.h"
 
 #include <QTimeZone>
@@ -10,21 +11,9 @@
 namespace corvane::CodexThreads {
 namespace {
 
-constexpr qsizetype longestWholeTitle = 90;
-constexpr qsizetype shortenedTitleLength = 89;
 // Values this large can only be milliseconds: as seconds they would lie past the year 5000.
 // One Codex migration stored some timestamps in milliseconds.
 constexpr qint64 smallestMilliseconds = 100'000'000'000;
-
-QString shortened(const QString& line) {
-    // Counted in characters, so a character outside the basic plane is never cut in half.
-    const QList<uint> characters = line.toUcs4();
-    if (characters.size() <= longestWholeTitle)
-        return line;
-    return QString::fromUcs4(reinterpret_cast<const char32_t*>(characters.constData()),
-                             shortenedTitleLength) +
-           QChar(0x2026);
-}
 
 std::optional<QDateTime> dateOf(qint64 value) {
     if (value < 1)
@@ -39,8 +28,11 @@ QString threadsQuery(sqlite3* connection) {
         Sqlite::hasColumn(connection, QStringLiteral("threads"), QStringLiteral("source"));
     const bool hasName =
         Sqlite::hasColumn(connection, QStringLiteral("threads"), QStringLiteral("name"));
+    const bool hasRollout =
+        Sqlite::hasColumn(connection, QStringLiteral("threads"), QStringLiteral("rollout_path"));
     QString sql = QStringLiteral("SELECT id, cwd, title, updated_at, ") +
                   (hasName ? QStringLiteral("name") : QStringLiteral("NULL")) +
+                  (hasRollout ? QStringLiteral(", rollout_path") : QStringLiteral(", NULL")) +
                   QStringLiteral(" FROM threads WHERE archived = 0");
     if (hasSource)
         sql += QStringLiteral(" AND source IN ('cli', 'vscode')");
@@ -55,17 +47,7 @@ std::optional<QString> threadTitle(const std::optional<QString>& name,
         return name->trimmed();
     if (!prompt)
         return std::nullopt;
-    QString text = *prompt;
-    const QString marker = QStringLiteral("## My request:");
-    const qsizetype markerAt = text.indexOf(marker);
-    if (markerAt >= 0)
-        text = text.mid(markerAt + marker.size());
-    for (const QString& rawLine : text.split(u'\n')) {
-        const QString line = rawLine.trimmed();
-        if (!line.isEmpty() && !line.startsWith(u'#'))
-            return shortened(line);
-    }
-    return std::nullopt;
+    return SessionTitle::fromPrompt(*prompt);
 }
 
 QList<AgentSession> read(const QString& codexHome, bool macPathRules) {
@@ -92,6 +74,7 @@ QList<AgentSession> read(const QString& codexHome, bool macPathRules) {
         session.title = threadTitle(Sqlite::columnText(statement.get(), 4),
                                     Sqlite::columnText(statement.get(), 2));
         session.updatedAt = dateOf(sqlite3_column_int64(statement.get(), 3));
+        session.file = Sqlite::columnText(statement.get(), 5).value_or(QString());
         sessions.append(session);
     }
     return sessions;

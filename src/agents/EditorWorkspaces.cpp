@@ -67,6 +67,7 @@ QList<AgentWorkspace> read(const EditorStorage& storage, bool macPathRules) {
         workspace.lastUsedAt = lastUsed(folder);
         workspace.appName = storage.appName;
         workspace.appBundleID = storage.appBundleID;
+        workspace.storageFolder = folder.path();
         workspaces.append(workspace);
     }
     return workspaces;

@@ -19,4 +19,19 @@ std::optional<QString> firstCwd(const QString& path);
 // The same search over text already read; a last line without a newline counts as a line.
 std::optional<QString> firstCwdIn(const QByteArray& head);
 
+// What the head of a session file tells about the session: where it started, and the title the
+// user knows it by.
+struct Head {
+    std::optional<QString> cwd;
+    // The summary Claude Code stored (a "summary" line ahead of the first prompt), else the first
+    // line of the first prompt the user typed, shortened like every session title.
+    std::optional<QString> title;
+
+    bool operator==(const Head&) const = default;
+};
+
+// Reads no further than `byteLimit` bytes, and stops as soon as both are known.
+Head read(const QString& path);
+Head readIn(const QByteArray& head);
+
 } // namespace corvane::SessionHead

@@ -7,6 +7,7 @@
 #include "platform/Paths.h"
 #include "platform/PlatformWords.h"
 #include "platform/ProcessPipeline.h"
+#include "platform/ShellWords.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -661,9 +662,7 @@ QString SSHArchiveService::remoteQuoted(const QString& path) {
 }
 
 QString SSHArchiveService::shellQuoted(const QString& text) {
-    QString quoted = text;
-    quoted.replace(u'\'', QStringLiteral("'\\''"));
-    return u'\'' + quoted + u'\'';
+    return corvane::shellQuoted(text);
 }
 
 std::optional<ArchiveCounts> SSHArchiveService::parseCounts(const QByteArray& output) {

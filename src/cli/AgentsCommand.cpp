@@ -1,5 +1,6 @@
 #include "agents/AgentPaths.h"
 #include "agents/AgentsModel.h"
+#include "cli/AgentStorageCommand.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/JsonOutput.h"
@@ -127,7 +128,11 @@ void defineAgentsCommand(CLI::App& command, int& status) {
                        "The project folder whose agent sessions and editor workspaces to list; "
                        "without it, all history grouped by folder");
     command.add_flag("--json", options->json, "Print JSON instead of text");
-    command.callback([options, &status] {
+    defineAgentStorageCommands(command, status);
+    command.require_subcommand(0, 1);
+    command.callback([&command, options, &status] {
+        if (command.get_subcommands().size() > 0)
+            return;
         run(*options);
         status = exitOk;
     });

@@ -1,5 +1,6 @@
 #include "cli/HistoryCommands.h"
 
+#include "agents/AgentStorage.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/JsonOutput.h"
@@ -292,7 +293,12 @@ int runPutBack(const PutBackRequest& request, Console& console) {
     int status = exitOk;
     if (!confirmed(console, preview, request, status))
         return status;
-    return report(console, putBackThrough(model, preview.cleanup.id, false), request.json);
+    const PutBackOutcome outcome = putBackThrough(model, preview.cleanup.id, false);
+    // Codex's rows of the sessions that came back go back into its database.
+    for (const QString& problem :
+         AgentStorage::restoreThreadRecords(outcome, CodexSessionRemoval::RecordStore()))
+        console.err << problem << '\n';
+    return report(console, outcome, request.json);
 }
 
 int runEmptyTrash(const EmptyTrashRequest& request, Console& console) {

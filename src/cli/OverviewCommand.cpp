@@ -1,5 +1,6 @@
 #include "cli/OverviewCommand.h"
 
+#include "cli/AgentStorageCommand.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/JsonOutput.h"
@@ -25,7 +26,13 @@ struct OverviewModels {
         , aiModels(toasts)
         , android(toasts)
         , apps(toasts)
-        , overview(overviewAreas({session, caches, simulators, docker, aiModels, android, apps})) {}
+        , agentStorage(toasts, {systemAgentStorageInputs(),
+                                &ProcessRunner::system(),
+                                &PlatformTrash::system(),
+                                {},
+                                {}})
+        , overview(overviewAreas(
+              {session, caches, simulators, docker, aiModels, android, apps, agentStorage})) {}
 
     ToastCenter toasts;
     ScanSession session;
@@ -35,6 +42,7 @@ struct OverviewModels {
     AIModelsModel aiModels;
     AndroidModel android;
     AppsModel apps;
+    AgentStorageModel agentStorage;
     OverviewModel overview;
 };
 

@@ -1,10 +1,10 @@
 #include "devtools/AIModelCatalog.h"
 
-#include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
 #include "platform/InputLimits.h"
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
+#include "platform/OpenFileGuard.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 #include "platform/SizeCalculator.h"

@@ -1,10 +1,10 @@
 #include "devtools/AIModelsModel.h"
 
-#include "devtools/OpenFileGuard.h"
 #include "platform/BackgroundJobs.h"
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
+#include "platform/OpenFileGuard.h"
 
 #include <chrono>
 #include <thread>

@@ -1,9 +1,9 @@
 #include "devtools/AndroidCatalog.h"
 
 #include "devtools/AndroidProperties.h"
-#include "devtools/OpenFileGuard.h"
 #include "platform/CheckedSum.h"
 #include "platform/Locations.h"
+#include "platform/OpenFileGuard.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 #include "platform/SizeCalculator.h"

@@ -127,6 +127,10 @@ qint64 OverviewFigures::android(const AndroidInventory& inventory) {
     return total;
 }
 
+qint64 OverviewFigures::agents(const AgentStore& store) {
+    return store.reclaimableBytes();
+}
+
 namespace {
 
 // What each area with an entry on the overview reads from its model, by area id; the names and
@@ -246,6 +250,21 @@ QList<OverviewArea> figures(const OverviewSources& sources) {
              return total;
          },
          [] { return QString(); }},
+        {QStringLiteral("agents"),
+         {},
+         [m] { loadOnce(m.agentStorage); },
+         [m]() -> std::optional<qint64> {
+             return isSettled(m.agentStorage)
+                        ? std::optional<qint64>(OverviewFigures::agents(m.agentStorage.store()))
+                        : std::nullopt;
+         },
+         [] { return QString(); },
+         [m] {
+             if (!isSettled(m.agentStorage))
+                 return QString();
+             return inAll(OverviewFigures::agents(m.agentStorage.store()),
+                          m.agentStorage.store().totalBytes());
+         }},
     };
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agents/AgentStorageModel.h"
 #include "apps/AppsModel.h"
 #include "devtools/AIModelsModel.h"
 #include "devtools/AndroidModel.h"
@@ -20,6 +21,7 @@ struct OverviewSources {
     AIModelsModel& aiModels;
     AndroidModel& android;
     AppsModel& apps;
+    AgentStorageModel& agentStorage;
 };
 
 // What an area could give back: only what its guards let go. Docker: no running container, no
@@ -30,6 +32,9 @@ namespace OverviewFigures {
 qint64 docker(const DockerSnapshot& snapshot);
 qint64 aiModels(const QList<AIModel>& models, const QHash<QString, QString>& openBy);
 qint64 android(const AndroidInventory& inventory);
+// Coding agents: the history nobody can reach any more and the leftovers the agents recreate;
+// never the history of a project that exists, nor anything listed and not offered.
+qint64 agents(const AgentStore& store);
 } // namespace OverviewFigures
 
 // The areas of the disk overview, in the order and with the names of the table of areas, each read

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
+#include <QSet>
 #include <algorithm>
 #include <sys/stat.h>
 
@@ -87,6 +88,28 @@ QList<OrphanedHistory> find(const AgentHistoryIndex& index, const QStringList& p
                          return isNewer(newestOf(a), newestOf(b));
                      });
     return orphans;
+}
+
+QHash<QString, QString> newPlaces(const AgentHistoryIndex& index,
+                                  const QStringList& projectFolders) {
+    QStringList candidates = projectFolders;
+    QSet<QString> seen(projectFolders.cbegin(), projectFolders.cend());
+    const auto consider = [&](const QString& folder) {
+        if (!seen.contains(folder) && QFileInfo(folder).isDir()) {
+            seen.insert(folder);
+            candidates.append(folder);
+        }
+    };
+    for (const AgentSession& session : index.sessions)
+        consider(session.cwd);
+    for (const AgentWorkspace& workspace : index.workspaces)
+        consider(workspace.folder);
+    QHash<QString, QString> places;
+    for (const OrphanedHistory& orphan : find(index, candidates)) {
+        if (orphan.suggestion)
+            places.insert(orphan.missingPath, *orphan.suggestion);
+    }
+    return places;
 }
 
 std::optional<QString> repositoryRoot(const QString& path) {

@@ -2,6 +2,7 @@
 
 #include "agents/AgentHistoryIndex.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -30,6 +31,11 @@ namespace OrphanFinder {
 // its parents with the rest of the path below it, and that lies in a repository (walking up from
 // it reaches a folder with a ".git" entry). Two equally good places give no suggestion.
 QList<OrphanedHistory> find(const AgentHistoryIndex& index, const QStringList& projectFolders);
+
+// Where each missing folder of `index` probably lives now (missing -> new place), looking among
+// `projectFolders` and among the folders the agents themselves worked in that still exist.
+QHash<QString, QString> newPlaces(const AgentHistoryIndex& index,
+                                  const QStringList& projectFolders = {});
 
 // The nearest folder at or above `path` that holds a ".git" entry.
 std::optional<QString> repositoryRoot(const QString& path);

@@ -1,16 +1,22 @@
 #include "shell/AgentsView.h"
 
 #include "shell/ActivityWords.h"
+#include "shell/AgentStorageView.h"
 #include "shell/FilterBar.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
+#include "shell/Reveal.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocale>
+#include <QMenu>
 #include <QPushButton>
 #include <QStackedLayout>
+#include <QTabWidget>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -19,6 +25,7 @@ namespace corvane {
 namespace {
 
 enum Column { nameColumn, whenColumn, sourceColumn };
+enum Role { revealRole = Qt::UserRole, resumeRole };
 
 std::optional<QDateTime> latestOf(const QList<AgentActivity>& activities) {
     std::optional<QDateTime> latest;
@@ -71,6 +78,8 @@ void addActivity(QTreeWidgetItem* project, const AgentActivity& activity, const 
         auto* row = new QTreeWidgetItem(agent);
         row->setText(nameColumn, session.title.value_or(QStringLiteral("Untitled session")));
         row->setToolTip(nameColumn, session.cwd);
+        row->setData(nameColumn, revealRole, session.file);
+        row->setData(nameColumn, resumeRole, resumeCommand(session).value_or(QString()));
         setWhen(row, session.updatedAt, now);
         QString source = sourceOf(session);
         if (activity.parentFolderSessionIDs.contains(session.id) && activity.parentFolderName)
@@ -82,6 +91,7 @@ void addActivity(QTreeWidgetItem* project, const AgentActivity& activity, const 
         auto* row = new QTreeWidgetItem(agent);
         row->setText(nameColumn, workspace.appName + QStringLiteral(" workspace"));
         row->setToolTip(nameColumn, workspace.folder);
+        row->setData(nameColumn, revealRole, workspace.storageFolder);
         setWhen(row, workspace.lastUsedAt, now);
         row->setText(sourceColumn, workspace.appName);
     }
@@ -99,14 +109,18 @@ const QString AgentsView::noScanText =
     QStringLiteral("Scan a folder to see the coding-agent history of its projects.");
 const QString AgentsView::loadingText = QStringLiteral("Reading coding-agent history…");
 
-AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget* parent)
+AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget* parent,
+                       AgentStorageModel* storage)
     : QWidget(parent)
     , agents_(agents)
     , session_(session)
     , tree_(new QTreeWidget(this))
     , state_(new QLabel(this))
     , body_(new QStackedLayout)
-    , reloadButton_(new QPushButton(QStringLiteral("Reload"), this)) {
+    , reloadButton_(new QPushButton(QStringLiteral("Reload"), this))
+    , revealButton_(new QPushButton(Reveal::actionTitle(), this))
+    , copyResumeButton_(new QPushButton(QStringLiteral("Copy Resume Command"), this))
+    , revealer_(&Reveal::show) {
 
     tree_->setObjectName(QStringLiteral("agentsTree"));
     tree_->setAccessibleName(QStringLiteral("Coding-agent sessions"));
@@ -126,15 +140,45 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     body_->addWidget(state_);
     reloadButton_->setObjectName(QStringLiteral("reloadAgents"));
 
+    revealButton_->setObjectName(QStringLiteral("revealAgentRecord"));
+    copyResumeButton_->setObjectName(QStringLiteral("copyResumeCommand"));
+    copyResumeButton_->setToolTip(
+        QStringLiteral("Copies the command that continues this session in a terminal"));
+
     auto* footer = new QHBoxLayout;
     footer->addWidget(reloadButton_);
     footer->addStretch();
+    footer->addWidget(revealButton_);
+    footer->addWidget(copyResumeButton_);
     auto* filter = new FilterBar(QStringLiteral("Filter by project, agent or session"), this);
     ListFinder::attach(*tree_, filter, QStringLiteral("agents"));
-    auto* body = new QVBoxLayout;
-    body->addWidget(filter);
-    body->addLayout(body_, 1);
-    layOutPage(*this, QStringLiteral("Coding agents"), introText, body, footer);
+    auto* sessionsBody = new QVBoxLayout;
+    sessionsBody->addWidget(filter);
+    sessionsBody->addLayout(body_, 1);
+    if (storage) {
+        // Sessions and storage side by side: the one page of the agents' data.
+        auto* sessions = new QWidget(this);
+        auto* sessionsLayout = new QVBoxLayout(sessions);
+        sessionsLayout->setContentsMargins(0, 0, 0, 0);
+        sessionsLayout->addLayout(sessionsBody, 1);
+        sessionsLayout->addLayout(footer);
+        storageView_ = new AgentStorageView(*storage, this);
+        tabs_ = new QTabWidget(this);
+        tabs_->setObjectName(QStringLiteral("agentsTabs"));
+        tabs_->setDocumentMode(true);
+        tabs_->addTab(sessions, QStringLiteral("Sessions"));
+        tabs_->addTab(storageView_, QStringLiteral("Storage"));
+        auto* body = new QVBoxLayout;
+        body->addWidget(tabs_);
+        layOutPage(*this, QStringLiteral("Coding agents"), introText, body, new QHBoxLayout);
+        connect(tabs_, &QTabWidget::currentChanged, storage, [this, storage](int index) {
+            if (tabs_->widget(index) == storageView_ && !storage->hasLoaded() &&
+                !storage->isLoading())
+                storage->reload();
+        });
+    } else {
+        layOutPage(*this, QStringLiteral("Coding agents"), introText, sessionsBody, footer);
+    }
 
     refreshTimer_.setSingleShot(true);
     refreshTimer_.setInterval(100);
@@ -144,10 +188,65 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
             refreshTimer_.start();
     };
     connect(reloadButton_, &QPushButton::clicked, &agents_, &AgentsModel::reload);
+    connect(tree_, &QTreeWidget::currentItemChanged, this, &AgentsView::updateActions);
+    connect(revealButton_, &QPushButton::clicked, this, [this] {
+        if (const QTreeWidgetItem* row = tree_->currentItem(); row && !revealPath(*row).isEmpty())
+            revealer_(revealPath(*row));
+    });
+    connect(copyResumeButton_, &QPushButton::clicked, this, [this] {
+        if (const QTreeWidgetItem* row = tree_->currentItem())
+            copyResumeCommand(*row);
+    });
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(tree_, &QWidget::customContextMenuRequested, this, [this](const QPoint& point) {
+        const QTreeWidgetItem* row = tree_->itemAt(point);
+        if (const std::unique_ptr<QMenu> menu = row ? menuFor(*row) : nullptr)
+            menu->exec(tree_->viewport()->mapToGlobal(point));
+    });
     connect(&agents_, &AgentsModel::historyChanged, this, refreshSoon);
     connect(&agents_, &InventoryModel::isLoadingChanged, this, refreshSoon);
     connect(&session_, &ScanSession::projectsChanged, this, refreshSoon);
     showHistory();
+}
+
+void AgentsView::showStorage(bool storage) {
+    if (tabs_)
+        tabs_->setCurrentIndex(storage ? 1 : 0);
+}
+
+QString AgentsView::revealPath(const QTreeWidgetItem& row) {
+    return row.data(nameColumn, revealRole).toString();
+}
+
+QString AgentsView::resumeCommandOf(const QTreeWidgetItem& row) {
+    return row.data(nameColumn, resumeRole).toString();
+}
+
+std::unique_ptr<QMenu> AgentsView::menuFor(const QTreeWidgetItem& row) {
+    const QString path = revealPath(row);
+    const QString command = resumeCommandOf(row);
+    if (path.isEmpty() && command.isEmpty())
+        return nullptr;
+    auto menu = std::make_unique<QMenu>(this);
+    if (!path.isEmpty())
+        menu->addAction(Reveal::actionTitle(), this, [this, path] { revealer_(path); });
+    // The tree may be rebuilt while the menu is open: the actions hold texts, not rows.
+    if (!command.isEmpty())
+        menu->addAction(QStringLiteral("Copy Resume Command"), this,
+                        [command] { QGuiApplication::clipboard()->setText(command); });
+    return menu;
+}
+
+void AgentsView::copyResumeCommand(const QTreeWidgetItem& row) {
+    const QString command = resumeCommandOf(row);
+    if (!command.isEmpty())
+        QGuiApplication::clipboard()->setText(command);
+}
+
+void AgentsView::updateActions() {
+    const QTreeWidgetItem* row = tree_->currentItem();
+    revealButton_->setEnabled(row && !revealPath(*row).isEmpty());
+    copyResumeButton_->setEnabled(row && !resumeCommandOf(*row).isEmpty());
 }
 
 QString AgentsView::stateText() const {
@@ -191,6 +290,7 @@ void AgentsView::showHistory() {
         project->setText(sourceColumn, summaryOf(sessions, workspaces));
     }
     tree_->expandToDepth(1);
+    updateActions();
 
     QString state;
     if (session_.projects().isEmpty() && !session_.isScanning())

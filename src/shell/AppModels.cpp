@@ -1,6 +1,7 @@
 #include "shell/AppModels.h"
 
 #include "devtools/OverviewAreas.h"
+#include "organize/OrphanFinder.h"
 #include "platform/Locations.h"
 
 namespace corvane {
@@ -10,6 +11,13 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , projects(session, toasts)
     , caches(toasts)
     , agents(toasts)
+    , agentStorage(toasts,
+                   {{AgentLocations(),
+                     [](const AgentHistoryIndex& index) { return OrphanFinder::newPlaces(index); }},
+                    &ProcessRunner::system(),
+                    &PlatformTrash::system(),
+                    {},
+                    {}})
     , organize(toasts, OrganizeModel::Services::system())
     , archives(toasts)
     , docker(toasts, DockerService{&ProcessRunner::system(), Locations::homeDir()},
@@ -21,7 +29,8 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , homebrew(toasts)
     , cleanups(toasts)
     , navigation(session)
-    , overview(overviewAreas({session, caches, simulators, docker, aiModels, android, apps})) {
+    , overview(overviewAreas(
+          {session, caches, simulators, docker, aiModels, android, apps, agentStorage})) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {
@@ -50,6 +59,8 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     QObject::connect(&apps, &AppsModel::actionFinished, &trash, &TrashGauge::refresh);
     QObject::connect(&android, &AndroidModel::actionFinished, &trash, &TrashGauge::refresh);
     QObject::connect(&aiModels, &AIModelsModel::actionFinished, &trash, &TrashGauge::refresh);
+    QObject::connect(&agentStorage, &AgentStorageModel::trashCompleted, &trash,
+                     &TrashGauge::refresh);
     QObject::connect(&archives, &ArchivesModel::filesystemChanged, &trash, &TrashGauge::refresh);
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &trash,
                      &TrashGauge::refresh);
@@ -65,6 +76,12 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     QObject::connect(&apps, &AppsModel::actionFinished, &cleanups, relist);
     QObject::connect(&android, &AndroidModel::actionFinished, &cleanups, relist);
     QObject::connect(&aiModels, &AIModelsModel::actionFinished, &cleanups, relist);
+    QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &agentStorage,
+                     [this](const PutBackOutcome& outcome) {
+                         const QStringList problems = agentStorage.restoreThreadRecords(outcome);
+                         if (!problems.isEmpty())
+                             toasts.post(problems.join(u'\n'), ToastStyle::info);
+                     });
     QObject::connect(&cleanups, &CleanupHistoryModel::putBackCompleted, &session,
                      [this, rescan](const PutBackOutcome& outcome) {
                          if (outcome.restored.isEmpty() || outcome.wasDryRun)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agents/AgentStorageModel.h"
 #include "agents/AgentsModel.h"
 #include "apps/AppsModel.h"
 #include "apps/HomebrewModel.h"
@@ -39,6 +40,8 @@ public:
     ProjectsModel projects;
     GlobalCachesModel caches;
     AgentsModel agents;
+    // What the agents keep on disk, and what of it may go.
+    AgentStorageModel agentStorage;
     OrganizeModel organize;
     DestinationsStore destinations;
     ArchivesModel archives;

@@ -38,7 +38,7 @@ const QHash<QString, Factory>& factories() {
          }},
         {QStringLiteral("agents"),
          [](AppModels& m, const AreaOpener&, QWidget* parent) {
-             return AreaPage{new AgentsView(m.agents, m.session, parent)};
+             return AreaPage{new AgentsView(m.agents, m.session, parent, &m.agentStorage)};
          }},
         {QStringLiteral("organize"),
          [](AppModels& m, const AreaOpener&, QWidget* parent) {

@@ -127,12 +127,13 @@ TEST(AgentHistoryIndex, EditorWorkspacesAreLocalFoldersOnly) {
 TEST(AgentHistoryIndex, FoldersMatchThemselvesAndWhatIsInsideNeverASiblingPrefix) {
     AgentHistoryIndex index;
     const auto session = [](const char* id, const char* cwd) {
-        return AgentSession{AgentKind::codex, QLatin1String(id), {}, {}, QLatin1String(cwd), {}};
+        return AgentSession{
+            AgentKind::codex, QLatin1String(id), {}, {}, QLatin1String(cwd), {}, {}};
     };
     index.sessions = {session("same", "/a/b"), session("inside", "/a/b/src"),
                       session("sibling", "/a/bc"), session("parent", "/a")};
-    index.workspaces = {{AgentKind::vscode, s("/a/bc"), {}, {}, {}},
-                        {AgentKind::vscode, s("/a/b/x"), {}, {}, {}}};
+    index.workspaces = {{AgentKind::vscode, s("/a/bc"), {}, {}, {}, {}},
+                        {AgentKind::vscode, s("/a/b/x"), {}, {}, {}, {}}};
     EXPECT_EQ(test::idsOf(index.sessionsIn(s("/a/b"))), (QStringList{s("same"), s("inside")}));
     EXPECT_EQ(test::idsOf(index.sessionsIn(s("/a/b/"))), (QStringList{s("same"), s("inside")}));
     EXPECT_EQ(foldersOf(index.workspacesIn(s("/a/b"))), QStringList{s("/a/b/x")});
@@ -153,7 +154,8 @@ TEST(AgentHistoryIndex, SessionsStartedInTheEnclosingFolderAreMarked) {
                             {},
                             {},
                             QLatin1String(cwd),
-                            QDateTime::fromSecsSinceEpoch(updated)};
+                            QDateTime::fromSecsSinceEpoch(updated),
+                            {}};
     };
     index.sessions = {
         session("old", "/home/me/code/app", 100), session("parent", "/home/me/code", 300),

@@ -129,3 +129,17 @@ TEST(CodexThreads, AWriteAheadLogIsReadWhileCodexKeepsWriting) {
               (QStringList{s("recent"), s("uncommitted")}));
     sqlite3_close(writer);
 }
+
+TEST(AgentSession, ResumeCommandsRunInTheSessionFolderWithEveryWordQuoted) {
+    AgentSession codex{
+        AgentKind::codex, s("0199a3c2-5d1e"), {}, {}, s("/Users/me/it's here"), {}, {}};
+    EXPECT_EQ(resumeCommand(codex),
+              s("cd '/Users/me/it'\\''s here' && codex resume 0199a3c2-5d1e"));
+    AgentSession claude = codex;
+    claude.agent = AgentKind::claudeCode;
+    claude.id = s("x; rm -rf ~");
+    EXPECT_EQ(resumeCommand(claude),
+              s("cd '/Users/me/it'\\''s here' && claude --resume 'x; rm -rf ~'"));
+    claude.agent = AgentKind::cursor;
+    EXPECT_EQ(resumeCommand(claude), std::nullopt);
+}

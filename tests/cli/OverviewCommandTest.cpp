@@ -78,11 +78,11 @@ TEST_F(OverviewCommandTest, TheJsonHasTheDiskEveryAreaInOrderAndTheTrash) {
         EXPECT_EQ(area[u"bytes"].isNull(), area.toObject().contains(u"note"))
             << qPrintable(area[u"id"].toString());
     }
-    EXPECT_EQ(ids, (QStringList{s("projects"), s("caches"), s("docker"), s("simulators"),
-                                s("android"), s("aiModels"), s("apps")}));
+    EXPECT_EQ(ids, (QStringList{s("projects"), s("caches"), s("agents"), s("docker"),
+                                s("simulators"), s("android"), s("aiModels"), s("apps")}));
     // Each names the command that lists it.
-    EXPECT_EQ(commands, (QStringList{s("scan"), s("caches"), s("docker"), s("simulators"),
-                                     s("android"), s("models"), s("apps")}));
+    EXPECT_EQ(commands, (QStringList{s("scan"), s("caches"), s("agents"), s("docker"),
+                                     s("simulators"), s("android"), s("models"), s("apps")}));
     EXPECT_EQ(overview[u"totalBytes"].toInteger(), sum);
     const QJsonArray areas = overview[u"areas"].toArray();
     EXPECT_EQ(areas[0][u"note"].toString(), s("No folder scanned yet"));

@@ -1,6 +1,8 @@
 #include "shell/AgentsView.h"
 
+#include "agents/AgentStoreFixture.h"
 #include "agents/ClaudeHistory.h"
+#include "shell/AgentStorageView.h"
 #include "shell/MainWindow.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectsView.h"
@@ -8,8 +10,15 @@
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
+#include <QClipboard>
 #include <QFile>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QListWidget>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QTreeWidget>
 #include <gtest/gtest.h>
 
@@ -36,6 +45,16 @@ void writeSession(const QString& cwd, const QString& id, qint64 seconds) {
     writeDated(test::fakeHome() + text("/.claude/projects/") +
                    ClaudeHistory::encodedFolderName(cwd) + u'/' + id + text(".jsonl"),
                "{\"type\":\"user\",\"cwd\":\"" + cwd.toUtf8() + "\"}\n", seconds);
+}
+
+// A typed prompt the way Claude Code writes it.
+QByteArray claudePrompt(const QString& cwd, const char* prompt) {
+    const QJsonObject line{{QStringLiteral("type"), QStringLiteral("user")},
+                           {QStringLiteral("cwd"), cwd},
+                           {QStringLiteral("message"),
+                            QJsonObject{{QStringLiteral("role"), QStringLiteral("user")},
+                                        {QStringLiteral("content"), QString::fromUtf8(prompt)}}}};
+    return QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n';
 }
 
 QStringList columnTexts(const QTreeWidgetItem* item, int column) {
@@ -124,4 +143,118 @@ TEST(AgentsViewTest, AScanWithoutHistorySaysSo) {
         QTest::qWaitFor([&] { return view.stateText() == AgentsView::emptyText; }, test::patience))
         << qPrintable(view.stateText());
     test::saveScreenshot(view, text("agents-empty"));
+}
+
+TEST(AgentsViewTest, SessionsShowTheirOwnTitlesAndOfferRevealAndResume) {
+    const QString root = test::makeTempDir(text("titled"));
+    const Project shop = makeProject(root + text("/shop"));
+    const QString sessions = test::fakeHome() + text("/.claude/projects/") +
+                             ClaudeHistory::encodedFolderName(shop.url) + u'/';
+    writeDated(sessions + text("resumed.jsonl"),
+               R"({"type":"summary","summary":"Checkout retries","leafUuid":"x"})"
+               "\n" +
+                   claudePrompt(shop.url, "Why does checkout fail?"),
+               1'780'000'000);
+    writeDated(sessions + text("fresh.jsonl"),
+               claudePrompt(shop.url, "Add dark mode to the settings page\nwith a toggle"),
+               1'770'000'000);
+    const QString storage = test::fakeHome() + text("/.config/Code/User/workspaceStorage/ab");
+    writeDated(storage + text("/workspace.json"),
+               "{\"folder\": \"file://" + shop.url.toUtf8() + "\"}", 1'690'000'000);
+
+    test::FakeScans scans;
+    AppModels models(scans.starter());
+    AgentsView view(models.agents, models.session);
+    QStringList revealed;
+    view.setRevealer([&revealed](const QString& path) { revealed.append(path); });
+    view.resize(900, 420);
+    view.show();
+    ASSERT_EQ(models.session.chooseFolderAndScan(root), std::nullopt);
+    scans.feed({ScanEvent::projectDiscovered(shop), ScanEvent::scanCompleted()});
+    QTreeWidget& tree = *view.tree();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return tree.topLevelItemCount() == 1; }, test::patience));
+
+    const QTreeWidgetItem* claude = tree.topLevelItem(0)->child(0);
+    EXPECT_EQ(columnTexts(claude, 0),
+              (QStringList{text("Checkout retries"), text("Add dark mode to the settings page")}));
+    const QTreeWidgetItem& resumed = *claude->child(0);
+    EXPECT_EQ(AgentsView::revealPath(resumed), sessions + text("resumed.jsonl"));
+    EXPECT_EQ(AgentsView::resumeCommandOf(resumed),
+              text("cd '") + shop.url + text("' && claude --resume resumed"));
+
+    // The menu reveals the session file and copies the command; nothing is run.
+    const std::unique_ptr<QMenu> menu = view.menuFor(resumed);
+    ASSERT_TRUE(menu);
+    ASSERT_EQ(menu->actions().size(), 2);
+    menu->actions().at(0)->trigger();
+    EXPECT_EQ(revealed, QStringList{sessions + text("resumed.jsonl")});
+    menu->actions().at(1)->trigger();
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), AgentsView::resumeCommandOf(resumed));
+
+    // A workspace reveals its storage folder and has no command to resume.
+    const QTreeWidgetItem& workspace = *tree.topLevelItem(0)->child(1)->child(0);
+    EXPECT_EQ(AgentsView::revealPath(workspace), storage);
+    EXPECT_TRUE(AgentsView::resumeCommandOf(workspace).isEmpty());
+    tree.setCurrentItem(const_cast<QTreeWidgetItem*>(&workspace));
+    auto* copy = view.findChild<QPushButton*>(text("copyResumeCommand"));
+    EXPECT_FALSE(copy->isEnabled());
+    tree.setCurrentItem(const_cast<QTreeWidgetItem*>(&resumed));
+    EXPECT_TRUE(copy->isEnabled());
+    test::saveScreenshot(view, text("agents-session-titles"));
+}
+
+TEST(AgentsViewTest, TheStorageTabTicksWhatNobodyCanUseAndMovesItAfterAskingWithPutBack) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    test::FakeScans scans;
+    AppModels models(scans.starter());
+    AgentStorageModel storage(
+        models.toasts,
+        {home.inputs(), &ProcessRunner::system(), &PlatformTrash::system(), CleanupHistory(), {}});
+    QWidget window;
+    window.resize(1100, 640);
+    AgentsView view(models.agents, models.session, &window, &storage);
+    view.resize(1100, 640);
+    window.show();
+    view.showStorage(true);
+    AgentStorageView& page = *view.storageView();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return storage.hasLoaded() && page.itemFor(home.orphan); },
+                                test::patience));
+
+    QTreeWidgetItem* orphan = page.itemFor(home.orphan);
+    QTreeWidgetItem* live = page.itemFor(home.liveSession);
+    EXPECT_EQ(orphan->checkState(0), Qt::Checked);
+    EXPECT_EQ(live->checkState(0), Qt::Unchecked);
+    EXPECT_EQ(live->text(0), text("Fix flaky checkout test"));
+    EXPECT_EQ(page.itemFor(home.moved)->checkState(0), Qt::Unchecked);
+    EXPECT_TRUE(page.itemFor(home.moved)->text(3).startsWith(text("Relink first")));
+    // Listed with its reason, and no box to tick.
+    QTreeWidgetItem* kept = page.itemFor(home.locations.codexHome + text("/auth.json"));
+    ASSERT_TRUE(kept);
+    EXPECT_FALSE(kept->data(0, Qt::CheckStateRole).isValid());
+    EXPECT_EQ(kept->text(3), text("Credentials: never removed"));
+    page.tree()->expandAll();
+    test::saveScreenshot(window, text("agents-storage"));
+
+    // A tick in the tree is a tick in the model.
+    live->setCheckState(0, Qt::Checked);
+    EXPECT_TRUE(storage.selectedIDs().contains(home.liveSession));
+    live->setCheckState(0, Qt::Unchecked);
+    EXPECT_FALSE(storage.selectedIDs().contains(home.liveSession));
+
+    QMessageBox* box = page.confirmTrash();
+    ASSERT_TRUE(box);
+    EXPECT_TRUE(box->detailedText().contains(text("Claude Code: Gone")))
+        << qPrintable(box->detailedText());
+    EXPECT_FALSE(box->detailedText().contains(text("Fix flaky checkout test")));
+    test::saveScreenshot(window, text("agents-confirmation"));
+    const QString orphanFile = storage.row(home.orphan)->paths.first();
+    const QString liveFile = storage.row(home.liveSession)->paths.first();
+    test::clickButton(*box, QMessageBox::AcceptRole);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(orphanFile); }, test::patience));
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return models.toasts.current().has_value(); }, test::patience));
+    EXPECT_TRUE(models.toasts.current()->message.startsWith(text("Reclaimed ")));
+    ASSERT_TRUE(models.toasts.current()->action);
+    EXPECT_EQ(models.toasts.current()->action->title, putBackTitle);
+    EXPECT_TRUE(QFile::exists(liveFile));
 }

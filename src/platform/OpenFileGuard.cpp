@@ -1,4 +1,4 @@
-#include "devtools/OpenFileGuard.h"
+#include "platform/OpenFileGuard.h"
 
 #include "platform/Locations.h"
 

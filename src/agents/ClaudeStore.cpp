@@ -1,0 +1,222 @@
+#include "agents/AgentStorage.h"
+#include "agents/AgentStoreRules.h"
+#include "agents/AgentStoreSources.h"
+#include "agents/ClaudeHistory.h"
+#include "platform/Paths.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QSet>
+#include <tuple>
+
+namespace corvane::AgentStoreSources {
+namespace {
+
+constexpr qsizetype sessionExtensionLength = 6; // ".jsonl"
+
+// To-do lists are named "<session id>-agent-<agent id>.json".
+QString todoSession(const QString& fileName) {
+    const qsizetype at = fileName.indexOf(QStringLiteral("-agent-"));
+    return at > 0 ? fileName.left(at) : QString();
+}
+
+struct ClaudeFolders {
+    QString home;
+    QString fileHistory;
+    QString todos;
+};
+
+class ClaudeReader {
+public:
+    explicit ClaudeReader(const Context& context)
+        : context_(context) {
+        folders_.home = Paths::parentPath(context.locations.claudeProjects);
+        folders_.fileHistory = folders_.home + QStringLiteral("/file-history");
+        folders_.todos = folders_.home + QStringLiteral("/todos");
+        for (const AgentSession& session : context.index.sessions) {
+            if (session.agent == AgentKind::claudeCode)
+                indexed_.insert(session.id, session);
+        }
+        for (const QString& name : entriesOf(folders_.todos))
+            todosBySession_[todoSession(name)].append(name);
+    }
+
+    QList<AgentStoreRow> read() {
+        for (const QString& name : entriesOf(context_.locations.claudeProjects))
+            readHistoryFolder(Paths::joined(context_.locations.claudeProjects, name));
+        addLeftovers();
+        addDesktopRecords();
+        rows_ += neverTouched(folders_.home, AgentKind::claudeCode, context_.cancellation);
+        if (QFileInfo::exists(context_.locations.claudeConfig))
+            addConfigFile();
+        return rows_;
+    }
+
+private:
+    AgentStoreRow newRow(const QString& id, const QString& name) const {
+        AgentStoreRow row;
+        row.id = id;
+        row.agent = AgentKind::claudeCode;
+        row.name = name;
+        row.root = folders_.home;
+        return row;
+    }
+
+    void readHistoryFolder(const QString& folder) {
+        if (!QFileInfo(folder).isDir())
+            return;
+        QString folderProject;
+        QStringList transcripts;
+        for (const QString& fileName : ClaudeHistory::sessionFiles(folder)) {
+            context_.cancellation.throwIfCancelled();
+            if (fileName.startsWith(QStringLiteral("agent-"))) {
+                transcripts.append(Paths::joined(folder, fileName));
+                continue;
+            }
+            const QString id = fileName.chopped(sessionExtensionLength);
+            AgentStoreRow row = sessionRow(folder, id);
+            if (folderProject.isEmpty())
+                folderProject = row.project;
+            rows_.append(row);
+        }
+        // Older versions kept sub-agent transcripts loose in the folder: they belong to the
+        // folder's sessions as a whole.
+        if (!transcripts.isEmpty()) {
+            AgentStoreRow row = newRow(folder + QStringLiteral("/agent-*.jsonl"),
+                                       QStringLiteral("Sub-agent transcripts"));
+            row.project = folderProject;
+            for (const QString& path : transcripts)
+                AgentStorage::addMeasured(row, path, context_.cancellation);
+            AgentStorage::classifyHistory(row, context_.newPlaces);
+            rows_.append(row);
+        }
+    }
+
+    AgentStoreRow sessionRow(const QString& folder, const QString& id) {
+        const AgentSession session = indexed_.value(id);
+        AgentStoreRow row = newRow(id, session.title.value_or(QStringLiteral("Untitled session")));
+        row.project = session.cwd;
+        row.updatedAt = session.updatedAt;
+        if (!row.updatedAt)
+            row.updatedAt =
+                QFileInfo(Paths::joined(folder, id + QStringLiteral(".jsonl"))).lastModified();
+        AgentStorage::addMeasured(row, Paths::joined(folder, id + QStringLiteral(".jsonl")),
+                                  context_.cancellation);
+        AgentStorage::addMeasured(row, Paths::joined(folder, id), context_.cancellation);
+        AgentStorage::addMeasured(row, Paths::joined(folders_.fileHistory, id),
+                                  context_.cancellation);
+        for (const QString& name : todosBySession_.value(id))
+            AgentStorage::addMeasured(row, Paths::joined(folders_.todos, name),
+                                      context_.cancellation);
+        sessionIDs_.insert(id);
+        AgentStorage::classifyHistory(row, context_.newPlaces);
+        return row;
+    }
+
+    // Stores the agent fills and recreates by itself, and what sessions that are gone left.
+    void addLeftovers() {
+        const auto leftover = [this](const QString& path, const QString& name,
+                                     const QString& reason) {
+            AgentStoreRow row = newRow(path, name);
+            row.kind = AgentStoreKind::leftovers;
+            row.reason = reason;
+            row.tickedByDefault = true;
+            return row;
+        };
+        for (const auto& [folder, name, reason] :
+             {std::tuple{QStringLiteral("debug"), QStringLiteral("Debug logs"),
+                         QStringLiteral("Claude Code writes a new log every session")},
+              std::tuple{QStringLiteral("shell-snapshots"), QStringLiteral("Shell snapshots"),
+                         QStringLiteral("Claude Code takes a new snapshot of the shell each "
+                                        "session")}}) {
+            AgentStoreRow row = leftover(Paths::joined(folders_.home, folder), name, reason);
+            AgentStorage::addMeasured(row, row.id, context_.cancellation);
+            if (!row.paths.isEmpty())
+                rows_.append(row);
+        }
+        AgentStoreRow orphans =
+            leftover(folders_.home + QStringLiteral("/sessions-gone"),
+                     QStringLiteral("File history and to-do lists of sessions that are gone"),
+                     QStringLiteral("Their sessions no longer exist, so nothing reads them"));
+        for (const QString& id : entriesOf(folders_.fileHistory)) {
+            if (!sessionIDs_.contains(id))
+                AgentStorage::addMeasured(orphans, Paths::joined(folders_.fileHistory, id),
+                                          context_.cancellation);
+        }
+        for (auto it = todosBySession_.cbegin(); it != todosBySession_.cend(); ++it) {
+            if (sessionIDs_.contains(it.key()))
+                continue;
+            for (const QString& name : it.value())
+                AgentStorage::addMeasured(orphans, Paths::joined(folders_.todos, name),
+                                          context_.cancellation);
+        }
+        if (!orphans.paths.isEmpty())
+            rows_.append(orphans);
+    }
+
+    // The Claude app lists its conversations from these records itself.
+    void addDesktopRecords() {
+        for (const QString& folder : context_.locations.claudeDesktopSessions) {
+            if (!QFileInfo(folder).isDir())
+                continue;
+            AgentStoreRow row = newRow(folder, QStringLiteral("Claude app session records"));
+            row.root = Paths::parentPath(folder);
+            row.reason = QStringLiteral("The Claude app lists its conversations from them");
+            row.blockedReason = QStringLiteral("Kept: the Claude app manages these itself");
+            AgentStorage::addMeasured(row, folder, context_.cancellation);
+            rows_.append(row);
+        }
+    }
+
+    void addConfigFile() {
+        AgentStoreRow row = newRow(context_.locations.claudeConfig, QStringLiteral(".claude.json"));
+        row.root = context_.locations.home;
+        row.kind = AgentStoreKind::neverTouched;
+        row.reason = QStringLiteral("Account and project settings: never removed");
+        AgentStorage::addMeasured(row, row.id, context_.cancellation);
+        rows_.append(row);
+    }
+
+    const Context& context_;
+    ClaudeFolders folders_;
+    QHash<QString, AgentSession> indexed_;
+    QHash<QString, QStringList> todosBySession_;
+    QSet<QString> sessionIDs_;
+    QList<AgentStoreRow> rows_;
+};
+
+} // namespace
+
+QList<AgentStoreRow> claude(const Context& context) {
+    return ClaudeReader(context).read();
+}
+
+QStringList entriesOf(const QString& folder) {
+    return QDir(folder).entryList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+}
+
+QList<AgentStoreRow> neverTouched(const QString& folder, AgentKind agent,
+                                  const CancellationToken& cancellation) {
+    QList<AgentStoreRow> rows;
+    for (const QString& name : entriesOf(folder)) {
+        const QString path = Paths::joined(folder, name);
+        const QFileInfo info(path);
+        const std::optional<QString> kind =
+            AgentStoreRules::protectedKind(name, info.isDir() && !info.isSymLink());
+        if (!kind)
+            continue;
+        AgentStoreRow row;
+        row.id = path;
+        row.agent = agent;
+        row.kind = AgentStoreKind::neverTouched;
+        row.name = name;
+        row.root = folder;
+        row.reason = *kind + QStringLiteral(": never removed");
+        AgentStorage::addMeasured(row, path, cancellation);
+        rows.append(row);
+    }
+    return rows;
+}
+
+} // namespace corvane::AgentStoreSources

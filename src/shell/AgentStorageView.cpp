@@ -1,0 +1,198 @@
+#include "shell/AgentStorageView.h"
+
+#include "platform/ByteFormat.h"
+#include "platform/CheckedSum.h"
+#include "platform/Paths.h"
+#include "shell/TrashConfirmation.h"
+
+#include <QAbstractButton>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QMap>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace corvane {
+namespace {
+
+enum Column { nameColumn, sizeColumn, kindColumn, whyColumn };
+constexpr int idRole = Qt::UserRole;
+
+QTreeWidgetItem* groupItem(QTreeWidgetItem* parent, QTreeWidget* tree, const QString& name,
+                           qint64 bytes, qsizetype count) {
+    auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(tree);
+    item->setText(nameColumn, name);
+    item->setText(sizeColumn, formatBytes(bytes));
+    item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+    item->setText(whyColumn,
+                  count == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(count));
+    return item;
+}
+
+QString whyOf(const AgentStoreRow& row) {
+    if (row.blockedReason)
+        return *row.blockedReason;
+    if (row.newPlace)
+        return QStringLiteral("Relink first: the project is probably now at ") + *row.newPlace;
+    return row.reason;
+}
+
+} // namespace
+
+AgentStorageView::AgentStorageView(AgentStorageModel& model, QWidget* parent)
+    : QWidget(parent)
+    , model_(model)
+    , tree_(new QTreeWidget(this))
+    , summary_(new QLabel(this))
+    , failures_(new QLabel(this))
+    , olderButton_(new QPushButton(olderThanTitle, this))
+    , trashButton_(new QPushButton(QStringLiteral("Move Ticked to Trash…"), this)) {
+    tree_->setObjectName(QStringLiteral("agentStorageTree"));
+    tree_->setAccessibleName(QStringLiteral("Coding-agent storage"));
+    tree_->setColumnCount(4);
+    tree_->setHeaderLabels({QStringLiteral("Agent, project and item"), QStringLiteral("Size"),
+                            QStringLiteral("Kind"), QStringLiteral("Why")});
+    tree_->setUniformRowHeights(true);
+    tree_->setAlternatingRowColors(true);
+    tree_->header()->setStretchLastSection(true);
+    tree_->header()->resizeSection(nameColumn, 320);
+    tree_->header()->resizeSection(sizeColumn, 80);
+    tree_->header()->resizeSection(kindColumn, 170);
+    summary_->setObjectName(QStringLiteral("agentStorageSummary"));
+    failures_->setObjectName(QStringLiteral("agentStorageFailures"));
+    failures_->setWordWrap(true);
+    failures_->hide();
+    trashButton_->setObjectName(QStringLiteral("trashAgentData"));
+    olderButton_->setToolTip(QStringLiteral(
+        "Also ticks the history of existing projects that no agent used for 90 days"));
+
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(summary_, 1);
+    footer->addWidget(olderButton_);
+    footer->addWidget(trashButton_);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(tree_, 1);
+    layout->addWidget(failures_);
+    layout->addLayout(footer);
+
+    connect(&model_, &AgentStorageModel::storeChanged, this, &AgentStorageView::showStore);
+    connect(&model_, &InventoryModel::selectedIDsChanged, this, &AgentStorageView::showTicks);
+    connect(&model_, &InventoryModel::isRemovingChanged, this, &AgentStorageView::showTicks);
+    connect(&model_, &InventoryModel::failuresChanged, this, &AgentStorageView::showFailures);
+    connect(tree_, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item, int column) {
+        const QString id = item->data(nameColumn, idRole).toString();
+        if (filling_ || column != nameColumn || id.isEmpty())
+            return;
+        model_.setSelected(id, item->checkState(nameColumn) == Qt::Checked);
+    });
+    connect(olderButton_, &QPushButton::clicked, this,
+            [this] { model_.selectOlderThan(olderThanDays); });
+    connect(trashButton_, &QPushButton::clicked, this, &AgentStorageView::confirmTrash);
+    showStore();
+}
+
+void AgentStorageView::showStore() {
+    filling_ = true;
+    tree_->clear();
+    itemByID_.clear();
+    QMap<AgentKind, QMap<QString, QList<const AgentStoreRow*>>> groups;
+    for (const AgentStoreRow& row : model_.store().rows)
+        groups[row.agent][row.project].append(&row);
+    for (auto agent = groups.cbegin(); agent != groups.cend(); ++agent) {
+        qint64 agentBytes = 0;
+        qsizetype agentCount = 0;
+        auto* agentItem = groupItem(nullptr, tree_, displayName(agent.key()), 0, 0);
+        for (auto project = agent->cbegin(); project != agent->cend(); ++project) {
+            qint64 bytes = 0;
+            for (const AgentStoreRow* row : project.value())
+                bytes = checkedSum(bytes, row->bytes);
+            const QString name = project.key().isEmpty() ? QStringLiteral("Not tied to a project")
+                                                         : Paths::lastComponent(project.key());
+            auto* projectItem = groupItem(agentItem, tree_, name, bytes, project.value().size());
+            projectItem->setToolTip(nameColumn, project.key());
+            for (const AgentStoreRow* row : project.value()) {
+                auto* item = new QTreeWidgetItem(projectItem);
+                item->setText(nameColumn, row->name);
+                item->setToolTip(nameColumn, row->paths.join(u'\n'));
+                item->setText(sizeColumn, formatBytes(row->bytes));
+                item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+                item->setText(kindColumn, displayName(row->kind));
+                item->setText(whyColumn, whyOf(*row));
+                item->setToolTip(whyColumn, whyOf(*row));
+                item->setData(nameColumn, idRole, row->id);
+                if (row->isOffered())
+                    item->setCheckState(nameColumn, Qt::Unchecked);
+                else
+                    item->setForeground(whyColumn, palette().brush(QPalette::PlaceholderText));
+                itemByID_.insert(row->id, item);
+            }
+            agentBytes = checkedSum(agentBytes, bytes);
+            agentCount += project.value().size();
+        }
+        agentItem->setText(sizeColumn, formatBytes(agentBytes));
+        agentItem->setText(whyColumn, QStringLiteral("%1 items").arg(agentCount));
+        QFont bold = agentItem->font(nameColumn);
+        bold.setBold(true);
+        agentItem->setFont(nameColumn, bold);
+    }
+    tree_->expandToDepth(0);
+    filling_ = false;
+    showTicks();
+}
+
+void AgentStorageView::showTicks() {
+    filling_ = true;
+    for (auto it = itemByID_.cbegin(); it != itemByID_.cend(); ++it) {
+        if (it.value()->data(nameColumn, Qt::CheckStateRole).isValid())
+            it.value()->setCheckState(
+                nameColumn, model_.selectedIDs().contains(it.key()) ? Qt::Checked : Qt::Unchecked);
+    }
+    filling_ = false;
+    const qsizetype ticked = model_.selectedIDs().size();
+    summary_->setText(QStringLiteral("%1 of %2 ticked; %3 can go without touching any history "
+                                     "of a project that exists")
+                          .arg(formatBytes(model_.selectedBytes()),
+                               formatBytes(model_.store().totalBytes()),
+                               formatBytes(model_.store().reclaimableBytes())));
+    trashButton_->setEnabled(ticked > 0 && !model_.isRemoving());
+}
+
+void AgentStorageView::showFailures() {
+    QStringList lines;
+    for (const ItemFailure& failure : model_.failures())
+        lines.append(failure.name + QStringLiteral(": ") + failure.message);
+    failures_->setText(lines.isEmpty()
+                           ? QString()
+                           : AgentStorageModel::failuresHeading + u'\n' + lines.join(u'\n'));
+    failures_->setVisible(!lines.isEmpty());
+}
+
+QMessageBox* AgentStorageView::confirmTrash() {
+    const AgentStorage::Plan plan = model_.plan();
+    if (plan.trash.isEmpty())
+        return nullptr;
+    QMessageBox* box = makeTrashConfirmation(window(), TrashQuestion::about(plan.trash));
+    QStringList lines;
+    for (const QString& id : plan.rowIDs) {
+        const AgentStoreRow* row = model_.row(id);
+        lines.append(formatBytes(row->bytes) + QStringLiteral("  ") + displayName(row->agent) +
+                     QStringLiteral(": ") + row->name);
+    }
+    for (const ItemFailure& refused : plan.refused)
+        lines.append(QStringLiteral("Stays: ") + refused.name + QStringLiteral(" (") +
+                     refused.message + u')');
+    box->setDetailedText(lines.join(u'\n'));
+    connect(box, &QMessageBox::buttonClicked, this,
+            [this, box, trash = plan.trash](QAbstractButton* button) {
+                if (box->buttonRole(button) == QMessageBox::AcceptRole)
+                    model_.trash(trash);
+            });
+    box->open();
+    return box;
+}
+
+} // namespace corvane

@@ -1,0 +1,138 @@
+#include "agents/AgentStorage.h"
+
+#include "AgentFixtures.h"
+#include "AgentStoreFixture.h"
+#include "agents/AgentStoreRules.h"
+#include "platform/Paths.h"
+#include "support/TestEnvironment.h"
+
+#include <QFile>
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using test::s;
+
+namespace {
+
+QStringList allIDs(const AgentStore& store) {
+    QStringList ids;
+    for (const AgentStoreRow& row : store.rows)
+        ids.append(row.id);
+    return ids;
+}
+
+// The planned item that is or holds `path`, if any.
+std::optional<QString> planItemHolding(const TrashPlan& plan, const QString& path) {
+    for (const QString& url : plan.urls()) {
+        if (Paths::isUnder(path, url))
+            return url;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+TEST(AgentStorage, NothingThatMustStayIsEverInAPlanWhateverIsAskedFor) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const AgentStore store = AgentStorage::measure(home.inputs());
+    // Every row named, never-touched and blocked ones too, as `--session` would.
+    const AgentStorage::Plan plan = AgentStorage::plan(store, allIDs(store) << s("no-such-row"));
+    ASSERT_FALSE(plan.trash.isEmpty());
+    for (const QString& path : home.neverTouched)
+        EXPECT_EQ(planItemHolding(plan.trash, path), std::nullopt) << path.toStdString();
+    // The session whose companion folder holds memory is refused as a whole, with the reason.
+    const auto refused =
+        std::find_if(plan.refused.cbegin(), plan.refused.cend(),
+                     [&](const ItemFailure& f) { return f.itemID == home.withMemory; });
+    ASSERT_NE(refused, plan.refused.cend());
+    EXPECT_TRUE(refused->message == s("Never removed: it holds memory") ||
+                refused->message == s("Never removed: it holds database"))
+        << refused->message.toStdString();
+    EXPECT_FALSE(plan.rowIDs.contains(home.withMemory));
+    EXPECT_TRUE(plan.refused.last().message.contains(s("No such")));
+    // Its own state database goes with a workspace folder: it is part of that folder.
+    EXPECT_TRUE(plan.trash.urls().contains(home.goneWorkspace));
+}
+
+TEST(AgentStorage, RowsAreOfTheirKindForAReasonAndOnlyWhatNobodyCanUseIsTicked) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const AgentStore store = AgentStorage::measure(home.inputs());
+    const auto row = [&](const QString& id) {
+        const AgentStoreRow* found = store.row(id);
+        EXPECT_TRUE(found) << id.toStdString();
+        return found ? *found : AgentStoreRow();
+    };
+
+    const AgentStoreRow live = row(home.liveSession);
+    EXPECT_EQ(live.kind, AgentStoreKind::projectHistory);
+    EXPECT_EQ(live.name, s("Fix flaky checkout test"));
+    EXPECT_EQ(live.project, home.work + s("/shop"));
+    EXPECT_FALSE(live.tickedByDefault);
+    // The session file, its companion folder, its file history and its to-do list, measured in
+    // allocated bytes (at least a block for each of the five files).
+    EXPECT_EQ(live.paths.size(), 4);
+    EXPECT_GE(live.bytes, 5 * 512);
+    EXPECT_GE(live.bytes, 5000 + 9000);
+
+    // The two projects of one shared history folder keep apart.
+    EXPECT_EQ(row(home.sharedA).kind, AgentStoreKind::projectHistory);
+    EXPECT_EQ(row(home.sharedB).kind, AgentStoreKind::unreachable);
+    EXPECT_EQ(row(home.sharedB).project, home.work + s("/w-a"));
+
+    const AgentStoreRow orphan = row(home.orphan);
+    EXPECT_EQ(orphan.kind, AgentStoreKind::unreachable);
+    EXPECT_TRUE(orphan.tickedByDefault);
+    EXPECT_EQ(orphan.reason, home.work + s("/gone no longer exists"));
+    // A folder that was moved offers relinking first and is not ticked.
+    const AgentStoreRow moved = row(home.moved);
+    EXPECT_EQ(moved.newPlace, home.work + s("/new-name"));
+    EXPECT_FALSE(moved.tickedByDefault);
+    EXPECT_TRUE(moved.isOffered());
+
+    EXPECT_EQ(row(home.liveWorkspace).kind, AgentStoreKind::projectHistory);
+    EXPECT_EQ(row(home.goneWorkspace).kind, AgentStoreKind::unreachable);
+    EXPECT_TRUE(row(home.goneWorkspace).tickedByDefault);
+
+    const AgentStoreRow debug = row(home.locations.home + s("/.claude/debug"));
+    EXPECT_EQ(debug.kind, AgentStoreKind::leftovers);
+    EXPECT_TRUE(debug.tickedByDefault);
+    EXPECT_GE(debug.bytes, 20'000);
+    EXPECT_EQ(row(home.locations.codexHome + s("/log")).kind, AgentStoreKind::leftovers);
+
+    const AgentStoreRow codex = row(home.codexThread);
+    EXPECT_EQ(codex.name, s("Fix the flaky checkout test"));
+    EXPECT_TRUE(codex.isOffered());
+    EXPECT_EQ(codex.threadID, home.codexThread);
+    EXPECT_EQ(codex.kind, AgentStoreKind::unreachable);
+    EXPECT_EQ(row(home.locations.codexHome + s("/auth.json")).kind, AgentStoreKind::neverTouched);
+    EXPECT_EQ(row(home.locations.claudeConfig).kind, AgentStoreKind::neverTouched);
+
+    // What can go without a question: the unreachable history and the leftovers.
+    qint64 ticked = 0;
+    for (const AgentStoreRow& each : store.rows) {
+        if (each.tickedByDefault && each.isOffered())
+            ticked += each.bytes;
+    }
+    EXPECT_EQ(store.reclaimableBytes(), ticked);
+    EXPECT_GT(store.totalBytes(), store.reclaimableBytes());
+}
+
+TEST(AgentStoreRules, KnowsWhatStaysByNameAndLooksInsideFoldersWithoutFollowingLinks) {
+    EXPECT_EQ(AgentStoreRules::protectedKind(s("auth.json"), false), s("Credentials"));
+    EXPECT_EQ(AgentStoreRules::protectedKind(s("state_5.sqlite-wal"), false), s("Database"));
+    EXPECT_EQ(AgentStoreRules::protectedKind(s("plugins"), true), s("Plugins"));
+    EXPECT_EQ(AgentStoreRules::protectedKind(s("plugins"), false), std::nullopt);
+    EXPECT_EQ(AgentStoreRules::protectedKind(s("session.jsonl"), false), std::nullopt);
+
+    const QString folder = test::makeTempDir();
+    test::writeFile(folder + s("/keep/deep/er/settings.local.json"), "{}");
+    test::writeFile(folder + s("/plain/a.txt"), "a");
+    ASSERT_TRUE(QFile::link(folder + s("/keep"), folder + s("/plain/link")));
+    EXPECT_EQ(AgentStoreRules::refusal(folder + s("/keep")), s("Settings"));
+    // A link is a name, not a way in.
+    EXPECT_EQ(AgentStoreRules::refusal(folder + s("/plain")), std::nullopt);
+    test::writeFile(folder + s("/ws/state.vscdb"), "x");
+    EXPECT_EQ(AgentStoreRules::refusal(folder + s("/ws")), s("Database"));
+    EXPECT_EQ(AgentStoreRules::refusal(folder + s("/ws"), AgentStoreRules::workspaceStateFiles()),
+              std::nullopt);
+}
