@@ -1,6 +1,7 @@
 #include "shell/AppsView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/PageLayout.h"
 
 #include <QCheckBox>
@@ -131,6 +132,12 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
     , upgrade_(new QPushButton(QStringLiteral("Upgrade"), this))
     , output_(new QPlainTextEdit(this))
     , brewMessage_(new QLabel(this)) {
+    ItemContextMenu::attach(
+        *tree_,
+        [](const QModelIndex& row) {
+            return row.siblingAtColumn(nameColumn).data(urlRole).toString();
+        },
+        ItemContextMenu::keepFolders);
     setObjectName(QStringLiteral("appsView"));
     tree_->setObjectName(QStringLiteral("appsTree"));
     tree_->setAccessibleName(QStringLiteral("Apps and leftovers"));
