@@ -14,6 +14,8 @@
 #include "shell/CachesView.h"
 #include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
+#include "shell/FolderDrop.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/KeepMenu.h"
 #include "shell/OrganizeView.h"
 #include "shell/OverviewView.h"
@@ -47,6 +49,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QToolBar>
+#include <QToolButton>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -145,6 +148,9 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     makeMenus();
     makeToolBar();
     setCentralWidget(makeCentralArea());
+    FolderDrop::install(*this, [this](const QString& folder) { scanFolder(folder); });
+    for (ItemContextMenu* menu : findChildren<ItemContextMenu*>())
+        menu->setKeepSession(session_);
     toast_ = new ToastOverlay(toasts_, centralWidget());
     status_ = new QLabel(this);
     status_->setObjectName(QStringLiteral("scanStatus"));
@@ -362,6 +368,10 @@ void MainWindow::makeToolBar() {
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     bar->addWidget(spacer);
     bar->addAction(action(Action::archiveProject));
+    // The action itself does nothing: the button's face opens its menu of destinations too.
+    if (auto* archive =
+            qobject_cast<QToolButton*>(bar->widgetForAction(action(Action::archiveProject))))
+        archive->setPopupMode(QToolButton::InstantPopup);
     bar->addAction(action(Action::moveToTrash));
 }
 
@@ -524,6 +534,8 @@ std::unique_ptr<QMenu> MainWindow::projectMenu(const QModelIndex& index) {
     if (!project)
         return nullptr;
     auto menu = std::make_unique<QMenu>(this);
+    ItemContextMenu::addPathEntries(*menu, {project->url}, this);
+    menu->addSeparator();
     KeepMenu::addEntry(*menu, session_, project->url, KeepMenu::Subject::project, this);
     return menu;
 }
