@@ -1,5 +1,6 @@
 #include "shell/InventoryPage.h"
 
+#include "shell/FlowLayout.h"
 #include "shell/InventoryWidgets.h"
 #include "shell/PageLayout.h"
 
@@ -51,11 +52,14 @@ void InventoryPage::layOut(const QString& title, const QString& intro,
     auto* body = new QVBoxLayout;
     body->addLayout(body_, 1);
     body->addWidget(failures_);
-    auto* footer = new QHBoxLayout;
-    footer->addWidget(reload_);
+    // The buttons on the left wrap in a narrow window, so that no page holds the window wide.
+    auto* leadingGroup = new QWidget(this);
+    auto* leadingFlow = new FlowLayout(leadingGroup, 6, 6);
+    leadingFlow->addWidget(reload_);
     for (QPushButton* button : leading)
-        footer->addWidget(button);
-    footer->addStretch();
+        leadingFlow->addWidget(button);
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(leadingGroup, 1);
     for (QPushButton* button : trailing)
         footer->addWidget(button);
     layOutPage(*this, title, intro, body, footer);

@@ -148,6 +148,9 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     makeMenus();
     makeToolBar();
     setCentralWidget(makeCentralArea());
+    // Every page fits in this; the pages' wrapped words would otherwise ask for the height they
+    // need at the narrowest width any page allows, not at the width the window has.
+    setMinimumSize(800, 560);
     FolderDrop::install(*this, [this](const QString& folder) { scanFolder(folder); });
     for (ItemContextMenu* menu : findChildren<ItemContextMenu*>())
         menu->setKeepSession(session_);

@@ -1,5 +1,6 @@
 #include "shell/FolderDrop.h"
 #include "shell/MainWindow.h"
+#include "shell/OverviewView.h"
 #include "shell/ProjectTreeModel.h"
 #include "shell/ShellTesting.h"
 #include "shell/SummaryStrip.h"
@@ -10,6 +11,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
+#include <QStackedWidget>
 #include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
@@ -126,7 +128,8 @@ TEST_F(WindowHabitsTest, TheArchiveButtonsFaceOpensItsMenu) {
 }
 
 TEST_F(WindowHabitsTest, ASmallWindowTakesOneLineForTheSummaryAndTheLegendWraps) {
-    scanProjectOfEveryKind();
+    const Project project = scanProjectOfEveryKind();
+    window.projectView()->setCurrentIndex(window.projectModel().indexOf(project.id));
     SummaryStrip& strip = *window.summary();
     const auto entriesInside = [&strip] {
         for (const QLabel* words : strip.findChildren<QLabel*>()) {
@@ -157,9 +160,22 @@ TEST_F(WindowHabitsTest, ASmallWindowTakesOneLineForTheSummaryAndTheLegendWraps)
 
     window.resize(800, 560);
     ASSERT_TRUE(QTest::qWaitFor([&] { return strip.isCompact(); }, test::patience));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.size() == QSize(800, 560); }, test::patience))
+        << window.width() << "×" << window.height();
     const int oneLine = strip.fontMetrics().height() * 2;
-    EXPECT_TRUE(QTest::qWaitFor([&] { return strip.height() <= oneLine; }, test::patience))
+    // Waited for, the layout has had the window's new size then.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return strip.height() <= oneLine; }, test::patience))
         << strip.height() << " > " << oneLine;
+    // Every page fits in what the window gives it then.
+    const auto* pages = qobject_cast<QStackedWidget*>(window.overviewView()->parentWidget());
+    ASSERT_NE(pages, nullptr);
+    for (int index = 0; index < pages->count(); ++index) {
+        const QWidget* page = pages->widget(index);
+        const int height = page->hasHeightForWidth() ? page->heightForWidth(pages->width())
+                                                     : page->minimumSizeHint().height();
+        EXPECT_LE(page->minimumSizeHint().width(), pages->width()) << index;
+        EXPECT_LE(height, pages->height()) << index;
+    }
     EXPECT_TRUE(strip.bar().toolTip().contains(strip.legendTexts().value(0)));
     test::saveScreenshot(window, QStringLiteral("window-small"));
 
