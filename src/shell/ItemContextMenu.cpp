@@ -58,8 +58,9 @@ void ItemContextMenu::addPathEntries(QMenu& menu, const QStringList& paths, QWid
     if (paths.isEmpty())
         return;
     QObject::connect(addEntry(menu, PlatformWords::revealInFileManager, "revealAction"),
-                     &QAction::triggered, alertParent,
-                     [paths, alertParent] { showFailure(Workspace::reveal(paths), alertParent); });
+                     &QAction::triggered, alertParent, [path = paths.first(), alertParent] {
+                         showFailure(Workspace::reveal({path}), alertParent);
+                     });
     QObject::connect(addEntry(menu, PlatformWords::copyPath, "copyPathAction"), &QAction::triggered,
                      alertParent,
                      [paths] { QGuiApplication::clipboard()->setText(paths.join(u'\n')); });

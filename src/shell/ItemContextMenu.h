@@ -29,8 +29,9 @@ struct KeepOffer {
 //
 //     ItemContextMenu::attach(*view, [](const QModelIndex& row) { return row.data(urlRole)... });
 //
-// Right-clicking a selected row acts on every selected row (Reveal and Terminal on the one
-// clicked); any other row acts on itself. Rows without a path (headings) get no menu.
+// Right-clicking a selected row copies the paths of every selected row (Reveal and Terminal act on
+// the one clicked, so that a large selection opens no flood of windows); any other row acts on
+// itself. Rows without a path (headings) get no menu.
 class ItemContextMenu : public QObject {
     Q_OBJECT
 
