@@ -1,8 +1,10 @@
 // Scans a folder in the real main window, drawn on Qt's offscreen platform, and reports how long
 // the window could not have answered the user: the longest gap between two ticks of a 10 ms
 // timer on the main thread while the scan runs. With --overview the window shows the overview,
-// which loads every area at once over a fake home (see OverviewFixtures) while the scan runs.
+// which loads every area at once over a fake home (see OverviewFixtures) while the scan runs. With
+// --filter it types into the project list's filter over 2,000 projects instead (FilterBench).
 
+#include "FilterBench.h"
 #include "OverviewFixtures.h"
 #include "platform/ByteFormat.h"
 #include "scanning/ScanEngine.h"
@@ -47,6 +49,8 @@ struct Gaps {
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (argc > 1 && qstrcmp(argv[1], "--filter") == 0)
+        return corvane::bench::runFilterBench(argc, argv);
     const bool withOverview = argc > 1 && qstrcmp(argv[1], "--overview") == 0;
     if (withOverview) {
         --argc;

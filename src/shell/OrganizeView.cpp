@@ -1,7 +1,9 @@
 #include "shell/OrganizeView.h"
 
 #include "platform/Paths.h"
+#include "shell/FilterBar.h"
 #include "shell/ItemContextMenu.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QComboBox>
@@ -140,6 +142,9 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
 
     auto* body = new QVBoxLayout;
     body->addLayout(choices);
+    auto* filter = new FilterBar(QStringLiteral("Filter projects by name or path"), this);
+    ListFinder::attach(*plan_, filter, QStringLiteral("organize"));
+    body->addWidget(filter);
     body->addWidget(plan_, 1);
     body->addWidget(state_);
     body->addWidget(progress_);

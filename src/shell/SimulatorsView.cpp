@@ -71,8 +71,7 @@ void SimulatorsView::fillInventory() {
             name += QStringLiteral("  — current Xcode SDK");
         row->setText(nameColumn, name);
         row->setData(nameColumn, idRole, runtime.id);
-        row->setText(sizeColumn, formatBytes(runtime.sizeBytes));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, runtime.sizeBytes);
         const qsizetype devices = model_.devicesOn(runtime).size();
         QString detail = QStringLiteral("last used %1, %2 device%3")
                              .arg(lastUsed(runtime.lastUsedAt, "never"))
@@ -95,8 +94,7 @@ void SimulatorsView::fillInventory() {
         row->setText(nameColumn, device.name);
         row->setData(nameColumn, deviceRole, device.id);
         row->setData(nameColumn, dataPathRole, device.dataPath);
-        row->setText(sizeColumn, formatBytes(device.dataSizeBytes));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, device.dataSizeBytes);
         QString detail =
             model_.erasingDeviceIDs().contains(device.id)
                 ? QStringLiteral("Erasing…")
