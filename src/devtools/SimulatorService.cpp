@@ -162,6 +162,7 @@ QList<SimulatorDevice> SimulatorService::parseDevices(const QByteArray& json) {
             device.runtimeIdentifier = it.key();
             device.isAvailable = entry.value(QLatin1String("isAvailable")).toBool(false);
             device.isBooted = entry.value(QLatin1String("state")).toString() == u"Booted";
+            device.dataPath = entry.value(QLatin1String("dataPath")).toString();
             device.dataSizeBytes = bytes(entry.value(QLatin1String("dataPathSize")));
             device.lastBootedAt = isoDate(entry.value(QLatin1String("lastBootedAt")));
             devices.append(device);

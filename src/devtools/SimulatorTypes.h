@@ -38,6 +38,8 @@ struct SimulatorDevice {
     QString runtimeIdentifier;
     bool isAvailable = false;
     bool isBooted = false;
+    // The folder of the device's data, as simctl reports it; empty when it does not.
+    QString dataPath;
     qint64 dataSizeBytes = 0;
     std::optional<QDateTime> lastBootedAt;
 

@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "shell/InventoryWidgets.h"
+#include "shell/ItemContextMenu.h"
 
 #include <QPushButton>
 #include <QTreeWidget>
@@ -26,6 +27,14 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
     , model_(model)
     , startOllama_(new QPushButton(QStringLiteral("Start Ollama"), this))
     , remove_(new QPushButton(QStringLiteral("Remove…"), this)) {
+    ItemContextMenu::attach(*tree_, [this](const QModelIndex& row) {
+        const QString id = row.siblingAtColumn(nameColumn).data(idRole).toString();
+        for (const AIModel& item : model_.models()) {
+            if (item.id == id)
+                return item.url;
+        }
+        return QString();
+    });
     remove_->setObjectName(QStringLiteral("aiModelsRemove"));
     layOut(QStringLiteral("AI models"), AIModelsModel::explanationText, {startOllama_}, {remove_});
 

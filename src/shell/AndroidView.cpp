@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "shell/InventoryWidgets.h"
+#include "shell/ItemContextMenu.h"
 
 #include <QPushButton>
 #include <QTreeWidget>
@@ -25,6 +26,13 @@ AndroidView::AndroidView(AndroidModel& model, QWidget* parent)
                     parent)
     , model_(model)
     , trash_(new QPushButton(QStringLiteral("Move to Trash…"), this)) {
+    // A row's identifier is its folder.
+    ItemContextMenu::attach(
+        *tree_,
+        [](const QModelIndex& row) {
+            return row.siblingAtColumn(nameColumn).data(idRole).toString();
+        },
+        ItemContextMenu::keepFolders);
     trash_->setObjectName(QStringLiteral("androidTrash"));
     layOut(QStringLiteral("Android"), AndroidModel::explanationText, {}, {trash_});
 

@@ -1,5 +1,6 @@
 #include "shell/AppController.h"
 
+#include "shell/JobNotifier.h"
 #include "shell/MainWindow.h"
 #include "shell/MenuBarExtra.h"
 #include "shell/WelcomeDialog.h"
@@ -21,6 +22,7 @@ AppController::AppController(const LaunchOptions& options, ScanStarter starter, 
     connect(menuBarExtra_.get(), &MenuBarExtra::openRequested, this, &AppController::showWindow);
     connect(menuBarExtra_.get(), &MenuBarExtra::quitRequested, qApp, &QCoreApplication::quit,
             Qt::QueuedConnection);
+    followLongJobs();
 }
 
 // Quitting from the menu-bar extra closes no window, so the place is kept when the app ends.
@@ -52,6 +54,25 @@ void AppController::start() {
         welcome_ = WelcomeDialog::present(window_.get());
         connect(welcome_, &WelcomeDialog::folderChosen, window_.get(), &MainWindow::scanFolder);
     }
+}
+
+void AppController::followLongJobs() {
+    jobNotifier_ = std::make_unique<JobNotifier>(
+        models_.toasts, [this] { return window_->isActiveWindow(); },
+        JobNotifier::desktopSink(*menuBarExtra_));
+    jobNotifier_->follow(models_.session);
+    const std::pair<const InventoryModel*, const char*> jobs[] = {
+        {&models_.caches, "The developer caches have been moved to the Trash."},
+        {&models_.archives, "The archive has finished."},
+        {&models_.organize, "Organizing has finished."},
+        {&models_.docker, "The Docker cleanup has finished."},
+        {&models_.simulators, "The simulator cleanup has finished."},
+        {&models_.android, "The Android cleanup has finished."},
+        {&models_.aiModels, "The AI models have been removed."},
+        {&models_.apps, "The app removal has finished."},
+    };
+    for (const auto& [model, finished] : jobs)
+        jobNotifier_->follow(*model, QString::fromUtf8(finished));
 }
 
 void AppController::rememberFolder() {

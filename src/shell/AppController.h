@@ -10,6 +10,7 @@
 
 namespace corvane {
 
+class JobNotifier;
 class MainWindow;
 class MenuBarExtra;
 
@@ -41,17 +42,20 @@ public:
     ScanSession& session() { return models_.session; }
     MainWindow& window() { return *window_; }
     MenuBarExtra& menuBarExtra() { return *menuBarExtra_; }
+    JobNotifier& jobNotifier() { return *jobNotifier_; }
     // The welcome while it is shown.
     WelcomeDialog* welcome() const { return welcome_; }
 
 private:
     void rememberFolder();
     void showWindow();
+    void followLongJobs();
 
     LaunchOptions options_;
     AppModels models_;
     std::unique_ptr<MainWindow> window_;
     std::unique_ptr<MenuBarExtra> menuBarExtra_;
+    std::unique_ptr<JobNotifier> jobNotifier_;
     QPointer<WelcomeDialog> welcome_;
 };
 

@@ -5,6 +5,7 @@
 #include "shell/ConfirmationSheet.h"
 #include "shell/FilterBar.h"
 #include "shell/InventoryWidgets.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
@@ -143,6 +144,12 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
     , upgrade_(new QPushButton(QStringLiteral("Upgrade"), this))
     , output_(new QPlainTextEdit(this))
     , brewMessage_(new QLabel(this)) {
+    ItemContextMenu::attach(
+        *tree_,
+        [](const QModelIndex& row) {
+            return row.siblingAtColumn(nameColumn).data(urlRole).toString();
+        },
+        ItemContextMenu::keepFolders);
     setObjectName(QStringLiteral("appsView"));
     tree_->setObjectName(QStringLiteral("appsTree"));
     tree_->setAccessibleName(QStringLiteral("Apps and leftovers"));

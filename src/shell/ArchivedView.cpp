@@ -1,6 +1,7 @@
 #include "shell/ArchivedView.h"
 
 #include "shell/FilterBar.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
@@ -42,6 +43,14 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     , restore_(new QPushButton(QStringLiteral("Restore"), this))
     , restoreElsewhere_(new QPushButton(QStringLiteral("Restore to Another Folder…"), this))
     , removePartial_(new QPushButton(QStringLiteral("Remove Partial Copy and Restore"), this)) {
+    ItemContextMenu::attach(*list_, [this](const QModelIndex& row) {
+        const QUuid id = row.siblingAtColumn(nameColumn).data(Qt::UserRole).toUuid();
+        for (const ArchiveRecord& record : model_.records()) {
+            if (record.id == id && record.location.kind == ArchiveLocation::Case::folder)
+                return record.location.path;
+        }
+        return QString();
+    });
     setObjectName(QStringLiteral("archivedView"));
     list_->setObjectName(QStringLiteral("archivedList"));
     list_->setAccessibleName(QStringLiteral("Archived projects"));

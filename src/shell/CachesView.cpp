@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "shell/FailuresPanel.h"
 #include "shell/FilterBar.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 #include "shell/TrashFlow.h"
@@ -35,6 +36,18 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     , rescanButton_(new QPushButton(QStringLiteral("Rescan caches"), this))
     , trashButton_(new QPushButton(QStringLiteral("Move to Trash"), this))
     , failures_(new FailuresPanel(this)) {
+    auto* menu = ItemContextMenu::attach(
+        *list_,
+        [this](const QModelIndex& row) {
+            const QString id = row.siblingAtColumn(CachesTableModel::nameColumn)
+                                   .data(CachesTableModel::cacheIDRole)
+                                   .toString();
+            const std::optional<GlobalCacheItem> cache = caches_.cache(id);
+            return cache ? cache->entry.url : QString();
+        },
+        ItemContextMenu::keepFolders);
+    // A cache's kept state is read when the caches are listed.
+    connect(menu, &ItemContextMenu::keepChanged, &caches_, &GlobalCachesModel::reload);
 
     list_->setObjectName(QStringLiteral("cachesView"));
     list_->setAccessibleName(QStringLiteral("Developer caches"));

@@ -4,7 +4,10 @@
 #include "shell/InventoryWidgets.h"
 #include "shell/ListOrder.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLocale>
+#include <QMenu>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -66,6 +69,11 @@ DockerView::DockerView(DockerModel& model, QWidget* parent)
         }
     });
     connect(tree_, &QTreeWidget::currentItemChanged, this, &DockerView::showState);
+    tree_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(tree_, &QWidget::customContextMenuRequested, this, [this](const QPoint& point) {
+        if (const std::unique_ptr<QMenu> menu = objectMenu(tree_->indexAt(point)))
+            menu->exec(tree_->viewport()->mapToGlobal(point));
+    });
     connect(&model_, &DockerModel::snapshotChanged, this, &DockerView::showSnapshot);
     connect(&model_, &DockerModel::busyChanged, this, &DockerView::showSnapshot);
     connect(&model_, &InventoryModel::selectedIDsChanged, this, &DockerView::showSnapshot);
@@ -78,6 +86,21 @@ void DockerView::showSnapshot() {
                                 ? tree_->currentItem()->data(nameColumn, idRole).toString()
                                 : QString();
     refill([this, &current] { fillSnapshot(current); });
+}
+
+std::unique_ptr<QMenu> DockerView::objectMenu(const QModelIndex& row) const {
+    const QString key = row.siblingAtColumn(nameColumn).data(idRole).toString();
+    const QString kind = key.section(u':', 0, 0);
+    const QString value = key.section(u':', 1);
+    if (value.isEmpty())
+        return nullptr;
+    auto menu = std::make_unique<QMenu>();
+    QAction* copy = menu->addAction(kind == u"volume" ? QStringLiteral("Copy Name")
+                                                      : QStringLiteral("Copy ID"));
+    copy->setObjectName(QStringLiteral("copyDockerName"));
+    connect(copy, &QAction::triggered, this,
+            [value] { QGuiApplication::clipboard()->setText(value); });
+    return menu;
 }
 
 void DockerView::fillSnapshot(const QString& current) {

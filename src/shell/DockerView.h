@@ -3,6 +3,7 @@
 #include "devtools/DockerModel.h"
 #include "shell/InventoryPage.h"
 
+class QMenu;
 class QPushButton;
 
 namespace corvane {
@@ -22,6 +23,9 @@ public:
     // Asks before removing what is ticked, then removes it.
     void confirmRemove();
     void confirmPrune();
+    // The context menu of a container, image or volume: Docker keeps them inside its own machine,
+    // not in folders of this one, so it copies what the docker command knows them by.
+    std::unique_ptr<QMenu> objectMenu(const QModelIndex& row) const;
 
 private:
     void showSnapshot();

@@ -1,6 +1,7 @@
 #include "shell/InventoryPage.h"
 
 #include "shell/FilterBar.h"
+#include "shell/FlowLayout.h"
 #include "shell/InventoryWidgets.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
@@ -57,11 +58,14 @@ void InventoryPage::layOut(const QString& title, const QString& intro,
     body->addWidget(filter_);
     body->addLayout(body_, 1);
     body->addWidget(failures_);
-    auto* footer = new QHBoxLayout;
-    footer->addWidget(reload_);
+    // The buttons on the left wrap in a narrow window, so that no page holds the window wide.
+    auto* leadingGroup = new QWidget(this);
+    auto* leadingFlow = new FlowLayout(leadingGroup, 6, 6);
+    leadingFlow->addWidget(reload_);
     for (QPushButton* button : leading)
-        footer->addWidget(button);
-    footer->addStretch();
+        leadingFlow->addWidget(button);
+    auto* footer = new QHBoxLayout;
+    footer->addWidget(leadingGroup, 1);
     for (QPushButton* button : trailing)
         footer->addWidget(button);
     layOutPage(*this, title, intro, body, footer);

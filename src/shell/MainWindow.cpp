@@ -4,6 +4,8 @@
 #include "platform/Paths.h"
 #include "shell/AppIcon.h"
 #include "shell/AreaPages.h"
+#include "shell/FolderDrop.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/ProjectsView.h"
 #include "shell/ToastOverlay.h"
 #include "shell/UpdatePrompt.h"
@@ -41,6 +43,12 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     setWindowIcon(appIcon());
     setCentralWidget(makeCentralArea());
     makeMenus();
+    // Every page fits in this; the pages' wrapped words would otherwise ask for the height they
+    // need at the narrowest width any page allows, not at the width the window has.
+    setMinimumSize(800, 560);
+    FolderDrop::install(*this, [this](const QString& folder) { scanFolder(folder); });
+    for (ItemContextMenu* menu : findChildren<ItemContextMenu*>())
+        menu->setKeepSession(models.session);
     toast_ = new ToastOverlay(models.toasts, centralWidget());
     connect(&navigation_, &Navigation::selectionChanged, this, &MainWindow::followSelection);
     connect(&models.session, &ScanSession::rootURLChanged, this, &MainWindow::updateTitle);

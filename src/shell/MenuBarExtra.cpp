@@ -47,6 +47,13 @@ MenuBarExtra::MenuBarExtra(ScanSession& session, QObject* parent)
 
 MenuBarExtra::~MenuBarExtra() = default;
 
+bool MenuBarExtra::showMessage(const QString& title, const QString& message) {
+    if (!icon_ || !QSystemTrayIcon::supportsMessages())
+        return false;
+    icon_->showMessage(title, message, QSystemTrayIcon::Information);
+    return true;
+}
+
 void MenuBarExtra::refresh() {
     refreshTimer_.stop();
     reclaimable_->setText(QStringLiteral("Reclaimable: ") +

@@ -24,6 +24,8 @@ public:
 
     QMenu& menu() { return menu_; }
     bool hasIcon() const { return icon_ != nullptr; }
+    // Shows a desktop notification from the icon; false where there is no icon to show it.
+    bool showMessage(const QString& title, const QString& message);
     // Updates the totals now (otherwise shortly after the session changes).
     void refresh();
     // Also shows what every area could give back and what sits in the Trash, as `overview`

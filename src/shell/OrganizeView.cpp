@@ -3,6 +3,7 @@
 #include "platform/Paths.h"
 #include "shell/ConfirmationSheet.h"
 #include "shell/FilterBar.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
@@ -104,6 +105,9 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     , stopButton_(new QPushButton(QStringLiteral("Stop"), this))
     , relinkSuggestedButton_(new QPushButton(QStringLiteral("Relink to Suggested Folder"), this))
     , relinkToButton_(new QPushButton(QStringLiteral("Relink To…"), this)) {
+    ItemContextMenu::attach(*plan_, [](const QModelIndex& row) {
+        return row.siblingAtColumn(projectColumn).data(Qt::UserRole).toString();
+    });
     setObjectName(QStringLiteral("organizeView"));
     destination_->setObjectName(QStringLiteral("organizeDestination"));
     destination_->setTextInteractionFlags(Qt::TextSelectableByMouse);

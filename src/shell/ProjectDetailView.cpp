@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "scanning/ScanWording.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/KeepMenu.h"
 #include "shell/ListFinder.h"
 #include "shell/StateBadge.h"
@@ -340,6 +341,8 @@ std::unique_ptr<QMenu> ProjectDetailView::itemMenu(const QModelIndex& index) {
     auto menu = std::make_unique<QMenu>(this);
     const QString url = index.siblingAtColumn(0).data(ProjectItemsModel::urlRole).toString();
     const bool whole = project() && url == project()->url;
+    ItemContextMenu::addPathEntries(*menu, {url}, this);
+    menu->addSeparator();
     KeepMenu::addEntry(*menu, session_, url,
                        whole ? KeepMenu::Subject::project : KeepMenu::Subject::folder, this);
     return menu;

@@ -6,6 +6,7 @@
 #include "shell/ArchiveFlow.h"
 #include "shell/FailuresPanel.h"
 #include "shell/FilterBar.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/KeepMenu.h"
 #include "shell/ListFinder.h"
 #include "shell/ProjectDetailView.h"
@@ -298,6 +299,8 @@ std::unique_ptr<QMenu> ProjectsView::projectMenu(const QModelIndex& index) {
     if (!project)
         return nullptr;
     auto menu = std::make_unique<QMenu>(this);
+    ItemContextMenu::addPathEntries(*menu, {project->url}, this);
+    menu->addSeparator();
     KeepMenu::addEntry(*menu, session_, project->url, KeepMenu::Subject::project, this);
     return menu;
 }

@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "shell/ActivityWords.h"
 #include "shell/InventoryWidgets.h"
+#include "shell/ItemContextMenu.h"
 
 #include <QPushButton>
 #include <QTreeWidget>
@@ -12,6 +13,7 @@ namespace {
 
 enum Column { nameColumn, sizeColumn, detailColumn };
 constexpr int deviceRole = Qt::UserRole + 1;
+constexpr int dataPathRole = Qt::UserRole + 2;
 
 QString lastUsed(const std::optional<QDateTime>& date, const char* never) {
     return date ? activityWords(*date, QDateTime::currentDateTime()) : QString::fromLatin1(never);
@@ -33,6 +35,10 @@ SimulatorsView::SimulatorsView(SimulatorsModel& model, QWidget* parent)
     , selectOlder_(new QPushButton(this))
     , erase_(new QPushButton(QStringLiteral("Erase Device…"), this))
     , delete_(new QPushButton(QStringLiteral("Delete…"), this)) {
+    // Runtimes have no folder of their own to show; devices have their data.
+    ItemContextMenu::attach(*tree_, [](const QModelIndex& row) {
+        return row.siblingAtColumn(nameColumn).data(dataPathRole).toString();
+    });
     selectOlder_->setToolTip(QStringLiteral(
         "Selects every runtime older than the SDK your current Xcode builds against"));
     delete_->setObjectName(QStringLiteral("deleteRuntimes"));
@@ -87,6 +93,7 @@ void SimulatorsView::fillInventory() {
         auto* row = new QTreeWidgetItem(devices);
         row->setText(nameColumn, device.name);
         row->setData(nameColumn, deviceRole, device.id);
+        row->setData(nameColumn, dataPathRole, device.dataPath);
         InventoryWidgets::setSize(*row, sizeColumn, device.dataSizeBytes);
         QString detail =
             model_.erasingDeviceIDs().contains(device.id)

@@ -4,11 +4,13 @@
 #include "platform/CheckedSum.h"
 #include "platform/OverviewModel.h"
 #include "scanning/ScanWording.h"
+#include "shell/FlowLayout.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 #include <QPainterPath>
+#include <QResizeEvent>
 #include <QVBoxLayout>
 
 namespace corvane {
@@ -16,11 +18,12 @@ namespace {
 
 constexpr int refreshDelay = 100;
 constexpr int barHeight = 10;
+constexpr qreal figureScale = 1.6;
 
 QLabel* figureLabel(QWidget* parent) {
     auto* label = new QLabel(parent);
     QFont font = label->font();
-    font.setPointSizeF(font.pointSizeF() * 1.6);
+    font.setPointSizeF(font.pointSizeF() * figureScale);
     font.setWeight(QFont::DemiBold);
     label->setFont(font);
     return label;
@@ -116,31 +119,30 @@ SummaryStrip::SummaryStrip(const ScanSession& session, TrashGauge& trash, QWidge
     , reclaimable_(figureLabel(this))
     , ticked_(figureLabel(this))
     , bar_(new KindBar(this))
-    , legend_(new QHBoxLayout)
+    , legend_(new FlowLayout)
+    , legendLine_(new QWidget(this))
     , trashLine_(captionLabel(QString(), this))
     , trash_(trash) {
     reclaimable_->setObjectName(QStringLiteral("reclaimableTotal"));
     ticked_->setObjectName(QStringLiteral("tickedTotal"));
     trashLine_->setObjectName(QStringLiteral("trashSize"));
     // The legend keeps its line while empty, so the strip does not jump when sizes arrive.
-    auto* legendLine = new QWidget(this);
-    legendLine->setLayout(legend_);
-    legend_->setContentsMargins(0, 0, 0, 0);
-    legendLine->setMinimumHeight(fontMetrics().height() + 4);
+    legendLine_->setLayout(legend_);
+    legendLine_->setMinimumHeight(fontMetrics().height() + 4);
     auto* breakdown = new QVBoxLayout;
     breakdown->addStretch();
     breakdown->addWidget(bar_);
-    breakdown->addWidget(legendLine);
+    breakdown->addWidget(legendLine_);
     breakdown->addWidget(trashLine_);
     breakdown->addStretch();
-    legend_->setSpacing(12);
-    legend_->addStretch();
 
+    figures_ = {figure(QStringLiteral("Reclaimable"), reclaimable_, this),
+                figure(QStringLiteral("Ticked"), ticked_, this)};
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(16, 10, 16, 10);
     layout->setSpacing(28);
-    layout->addWidget(figure(QStringLiteral("Reclaimable"), reclaimable_, this));
-    layout->addWidget(figure(QStringLiteral("Ticked"), ticked_, this));
+    for (QWidget* box : figures_)
+        layout->addWidget(box);
     layout->addLayout(breakdown, 1);
 
     refreshTimer_.setSingleShot(true);
@@ -171,6 +173,35 @@ void SummaryStrip::showTrash() {
                                                "the Trash")
                                     .arg(formatBytes(*bytes))
                               : QString());
+    // One line has no room for it: the strip's tooltip says it then.
+    setToolTip(compact_ ? trashLine_->text() : QString());
+}
+
+void SummaryStrip::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    setCompact(event->size().width() < compactWidth);
+}
+
+void SummaryStrip::setCompact(bool compact) {
+    if (compact == compact_)
+        return;
+    compact_ = compact;
+    const qreal base = font().pointSizeF();
+    for (QWidget* box : figures_)
+        static_cast<QBoxLayout*>(box->layout())
+            ->setDirection(compact ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
+    for (QWidget* box : figures_)
+        box->layout()->setSpacing(compact ? 6 : 0);
+    for (QLabel* value : {reclaimable_, ticked_}) {
+        QFont figureFont = value->font();
+        figureFont.setPointSizeF(compact ? base : base * figureScale);
+        value->setFont(figureFont);
+    }
+    legendLine_->setVisible(!compact);
+    trashLine_->setVisible(!compact);
+    const int margin = compact ? 5 : 10;
+    this->layout()->setContentsMargins(16, margin, 16, margin);
+    showTrash();
 }
 
 QString SummaryStrip::reclaimableText() const {
@@ -197,6 +228,7 @@ void SummaryStrip::refresh() {
     const QMap<ArtifactKind, qint64> shares = session_.reclaimableBytesByKind();
     updateLegend(shares);
     bar_->setShares(shares);
+    bar_->setToolTip(legendTexts().join(u'\n'));
 }
 
 void SummaryStrip::updateLegend(const QMap<ArtifactKind, qint64>& bytesByKind) {

@@ -9,9 +9,10 @@
 #include <QWidget>
 
 class QLabel;
-class QHBoxLayout;
 
 namespace corvane {
+
+class FlowLayout;
 
 // The colour of a kind in the summary bar and its legend.
 QColor kindColor(ArtifactKind kind);
@@ -36,7 +37,9 @@ private:
 
 // The strip above the lists: what trashing the scan's reclaimable and ticked items would free,
 // how that splits by kind, with a legend, and what already waits in the Trash. It follows the
-// session as sizes arrive, and measures the Trash again after each trash action.
+// session as sizes arrive, and measures the Trash again after each trash action. In a narrow window
+// it collapses to one line (the figures beside their captions, and the bar, whose tooltip keeps the
+// legend), and the legend wraps before it would be cut off.
 class SummaryStrip : public QWidget {
     Q_OBJECT
 
@@ -53,16 +56,26 @@ public:
     const KindBar& bar() const { return *bar_; }
     // The legend's entries as shown, e.g. "Dependencies  1.2 GB", in kind order.
     QStringList legendTexts() const;
+    // Narrower than this, the strip takes one line.
+    static constexpr int compactWidth = 820;
+    bool isCompact() const { return compact_; }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void updateLegend(const QMap<ArtifactKind, qint64>& bytesByKind);
     void showTrash();
+    void setCompact(bool compact);
 
     const ScanSession& session_;
     QLabel* reclaimable_;
     QLabel* ticked_;
     KindBar* bar_;
-    QHBoxLayout* legend_;
+    QList<QWidget*> figures_;
+    FlowLayout* legend_;
+    QWidget* legendLine_;
+    bool compact_ = false;
     QMap<ArtifactKind, QLabel*> legendWords_;
     QLabel* trashLine_;
     TrashGauge& trash_;

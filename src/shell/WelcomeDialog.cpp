@@ -1,6 +1,8 @@
 #include "shell/WelcomeDialog.h"
 
+#include "platform/Locations.h"
 #include "shell/AppIcon.h"
+#include "shell/ProjectFolderOffer.h"
 
 #include <QDesktopServices>
 #include <QDir>
@@ -117,18 +119,27 @@ QWidget* WelcomeDialog::makeIntroStep() {
 }
 
 QWidget* WelcomeDialog::makeFolderStep() {
-    auto* choose = new QPushButton(QStringLiteral("Choose Folder…"));
+    folderOffer_ = new ProjectFolderOffer(Locations::homeDir());
+    connect(folderOffer_, &ProjectFolderOffer::folderChosen, this, &WelcomeDialog::setFolder);
+    const bool offered = !folderOffer_->isEmpty();
+    auto* choose = new QPushButton(offered ? QStringLiteral("Choose Another Folder…")
+                                           : QStringLiteral("Choose Folder…"));
     choose->setObjectName(QStringLiteral("chooseFolder"));
     choose->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     connect(choose, &QPushButton::clicked, this, &WelcomeDialog::chooseFolder);
     folderLabel_ = new QLabel(QStringLiteral("No folder chosen yet."));
     folderLabel_->setObjectName(QStringLiteral("folderLabel"));
     folderLabel_->setWordWrap(true);
-    return makeStep(QStringLiteral("folderStep"), QStringLiteral("Your Projects"),
-                    QStringLiteral("<p>Choose the folder that holds your projects. Corvane Clean "
-                                   "scans it right away and shows what each project can give "
-                                   "back; you can choose another folder at any time.</p>"),
-                    {choose, folderLabel_});
+    const QString words =
+        offered ? QStringLiteral("<p>Choose the folder that holds your projects. These folders in "
+                                 "your home folder look like they do; pick one and Corvane Clean "
+                                 "scans it right away and shows what each project can give "
+                                 "back. You can choose another folder at any time.</p>")
+                : QStringLiteral("<p>Choose the folder that holds your projects. Corvane Clean "
+                                 "scans it right away and shows what each project can give "
+                                 "back; you can choose another folder at any time.</p>");
+    return makeStep(QStringLiteral("folderStep"), QStringLiteral("Your Projects"), words,
+                    {folderOffer_, choose, folderLabel_});
 }
 
 QWidget* WelcomeDialog::makeAccessStep() {

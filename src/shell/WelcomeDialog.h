@@ -11,6 +11,8 @@ class QStackedWidget;
 
 namespace corvane {
 
+class ProjectFolderOffer;
+
 // The first-run onboarding, one step at a time: what the app does and never does, the folder of
 // the user's projects and, where the system guards parts of the Library, Full Disk Access.
 // Shown once on its own; closing it in any way counts as seen. The Help menu opens it again:
@@ -41,6 +43,8 @@ public:
     int currentStep() const;
     // The folder chosen in the folder step; empty until then.
     QString chosenFolder() const { return chosenFolder_; }
+    // The usual project folders found in the home folder, offered in the folder step.
+    ProjectFolderOffer* folderOffer() const { return folderOffer_; }
 
 public slots:
     void goForward();
@@ -68,6 +72,7 @@ private:
     QStackedWidget* steps_ = nullptr;
     QLabel* stepLabel_ = nullptr;
     QLabel* folderLabel_ = nullptr;
+    ProjectFolderOffer* folderOffer_ = nullptr;
     QLabel* accessLabel_ = nullptr;
     QPushButton* accessButton_ = nullptr;
     QPushButton* backButton_ = nullptr;

@@ -4,7 +4,10 @@
 #include "shell/ShellTesting.h"
 #include "support/TestEnvironment.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLabel>
+#include <QMenu>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <gtest/gtest.h>
@@ -77,6 +80,27 @@ TEST_F(DockerViewTest, ItemsInUseCannotBeTickedAndRemovingAsksWithThePermanentTe
     box->reject();
     QTest::qWait(50);
     EXPECT_EQ(docker.changingCalls(), QStringList());
+}
+
+TEST_F(DockerViewTest, AnObjectsMenuCopiesWhatTheDockerCommandKnowsItBy) {
+    showLoaded();
+    const QList<QTreeWidgetItem*> containers = rowsOf(s("Containers"));
+    const QList<QTreeWidgetItem*> volumes = rowsOf(s("Volumes"));
+    ASSERT_FALSE(containers.isEmpty());
+    ASSERT_FALSE(volumes.isEmpty());
+    EXPECT_EQ(view.objectMenu(view.tree()->indexFromItem(view.tree()->topLevelItem(0))), nullptr);
+    for (const auto& [row, words, prefix] :
+         {std::tuple{containers.first(), s("Copy ID"), s("container:")},
+          std::tuple{volumes.first(), s("Copy Name"), s("volume:")}}) {
+        const std::unique_ptr<QMenu> menu = view.objectMenu(view.tree()->indexFromItem(row, 2));
+        ASSERT_NE(menu, nullptr);
+        ASSERT_EQ(menu->actions().size(), 1);
+        EXPECT_EQ(menu->actions().first()->text(), words);
+        menu->actions().first()->trigger();
+        EXPECT_EQ(prefix + QGuiApplication::clipboard()->text(),
+                  row->data(0, Qt::UserRole).toString())
+            << row->text(0).toStdString();
+    }
 }
 
 TEST_F(DockerViewTest, EmptyNotRunningAndNotInstalledEachSaySo) {

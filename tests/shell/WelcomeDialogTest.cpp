@@ -1,6 +1,10 @@
 #include "shell/WelcomeDialog.h"
 
+#include "platform/ByteFormat.h"
+#include "platform/SizeCalculator.h"
+#include "shell/ProjectFolderOffer.h"
 #include "shell/ShellTesting.h"
+#include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
 #include <QDesktopServices>
@@ -138,6 +142,36 @@ TEST_F(WelcomeDialogTest, WhereNoAccessIsNeededThereIsNoAccessStep) {
     WelcomeDialog dialog(nullptr, probe);
     EXPECT_EQ(dialog.stepCount(), 2);
     EXPECT_EQ(dialog.findChild<QWidget*>(QStringLiteral("accessStep")), nullptr);
+}
+
+TEST_F(WelcomeDialogTest, TheFolderStepOffersTheUsualProjectFoldersWithTheirSizes) {
+    const QString home = test::makeTempDir(QStringLiteral("home"));
+    test::ScopedEnvironment homeFolder("HOME", home);
+    test::writeFile(home + QStringLiteral("/Code/shop/node_modules/blob"), QByteArray(90'000, 'x'));
+    test::writeFile(home + QStringLiteral("/Projects/site/index.html"), "<p>");
+    // The same folder under a second name is offered once; a file of a usual name is no folder.
+    ASSERT_TRUE(QFile::link(home + QStringLiteral("/Code"), home + QStringLiteral("/code")));
+    test::writeFile(home + QStringLiteral("/src"), "notes");
+
+    WelcomeDialog dialog(nullptr, probe);
+    dialog.show();
+    dialog.goForward();
+    const ProjectFolderOffer& offer = *dialog.folderOffer();
+    EXPECT_EQ(offer.folders(),
+              QStringList({home + QStringLiteral("/Code"), home + QStringLiteral("/Projects")}));
+    EXPECT_EQ(button(dialog, "chooseFolder").text(), QStringLiteral("Choose Another Folder…"));
+    for (const QString& folder : offer.folders()) {
+        const QString size = formatBytes(SizeCalculator::size(folder));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return offer.sizeText(folder) == size; }, test::patience))
+            << qPrintable(offer.sizeText(folder)) << " is not " << qPrintable(size);
+    }
+    test::saveScreenshot(dialog, QStringLiteral("first-run-folders"));
+
+    QSignalSpy chosen(&dialog, &WelcomeDialog::folderChosen);
+    offer.button(home + QStringLiteral("/Projects"))->click();
+    ASSERT_EQ(chosen.count(), 1);
+    EXPECT_EQ(chosen.first().first().toString(), home + QStringLiteral("/Projects"));
+    EXPECT_EQ(dialog.chosenFolder(), home + QStringLiteral("/Projects"));
 }
 
 #include "WelcomeDialogTest.moc"
