@@ -110,7 +110,9 @@ void DiskMapModel::addBytes(FolderID id, qint64 bytes) {
 void DiskMapModel::keepLargest(FolderID id) {
     Node& node = nodes_.at(id);
     std::vector<FolderID>& children = node.children;
-    const qint64 threshold = std::max<qint64>(1, node.bytes / keptShareDivisor);
+    const qint64 whole = nodes_.at(rootFolder).bytes;
+    const qint64 threshold =
+        std::max({qint64(1), node.bytes / keptShareDivisor, whole / keptShareOfWholeDivisor});
     std::sort(children.begin(), children.end(),
               [this](FolderID a, FolderID b) { return nodes_.at(a).bytes > nodes_.at(b).bytes; });
     std::size_t kept = 0;

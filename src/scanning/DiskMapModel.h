@@ -16,8 +16,9 @@ namespace corvane {
 // The disk map of one folder: a tree of folder sizes that grows as a walk in the background
 // reports it, and moving one of its folders to the Trash. Files are never nodes: each folder
 // sums its own. To keep the tree small on a home folder of millions of files, a measured folder
-// keeps only the subfolders that weigh at least a thousandth of it (at most `maxChildren`); the
-// rest collapse into its "rest", together with its files.
+// keeps only the subfolders that weigh at least a thousandth of it and a fifty-thousandth of the
+// mapped folder so far (at most `maxChildren`); the rest collapse into its "rest", together with
+// its files.
 class DiskMapModel : public InventoryModel {
     Q_OBJECT
 
@@ -36,6 +37,7 @@ public:
 
     static constexpr FolderID rootFolder = 0;
     static constexpr qint64 keptShareDivisor = 1000;
+    static constexpr qint64 keptShareOfWholeDivisor = 50'000;
     static constexpr std::size_t maxChildren = 200;
 
     explicit DiskMapModel(ToastCenter& toasts, QObject* parent = nullptr,

@@ -13,6 +13,7 @@
 #include "platform/CleanupHistoryModel.h"
 #include "platform/OverviewModel.h"
 #include "platform/ToastCenter.h"
+#include "scanning/DiskMapModel.h"
 #include "scanning/GlobalCachesModel.h"
 #include "scanning/RulesStore.h"
 #include "scanning/ScanSession.h"
@@ -45,6 +46,7 @@ public:
     AIModelsModel aiModels;
     AppsModel apps;
     HomebrewModel homebrew;
+    DiskMapModel diskMap;
     // Answers the "Put Back" button of every cleanup's toast.
     CleanupHistoryModel cleanups;
     Navigation navigation;

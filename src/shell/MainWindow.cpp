@@ -3,6 +3,7 @@
 #include "archive/ExternalVolumes.h"
 #include "archive/SmbMount.h"
 #include "platform/ByteFormat.h"
+#include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
 #include "shell/AIModelsView.h"
@@ -12,6 +13,7 @@
 #include "shell/AppsView.h"
 #include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
+#include "shell/DiskMapView.h"
 #include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
 #include "shell/KeepMenu.h"
@@ -65,6 +67,7 @@ constexpr int simulatorsRow = 7;
 constexpr int androidRow = 8;
 constexpr int aiModelsRow = 9;
 constexpr int appsRow = 10;
+constexpr int diskMapRow = 11;
 
 // The sidebar row of each overview area.
 int rowOfArea(const QString& id) {
@@ -101,6 +104,8 @@ int rowOf(const std::optional<SidebarSelection>& selection) {
         return aiModelsRow;
     case SidebarSelection::Kind::apps:
         return appsRow;
+    case SidebarSelection::Kind::diskMap:
+        return diskMapRow;
     default:
         return projectsRow;
     }
@@ -133,6 +138,7 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     , aiModels_(models.aiModels)
     , apps_(models.apps)
     , homebrew_(models.homebrew)
+    , diskMap_(models.diskMap)
     , overview_(models.overview)
     , navigation_(models.navigation)
     , toasts_(models.toasts)
@@ -397,6 +403,8 @@ QWidget* MainWindow::makeCentralArea() {
                                           QStringLiteral("AI models")));
     sidebar_->addItem(
         new QListWidgetItem(style()->standardIcon(QStyle::SP_DesktopIcon), QStringLiteral("Apps")));
+    sidebar_->addItem(new QListWidgetItem(style()->standardIcon(QStyle::SP_FileDialogContentsView),
+                                          QStringLiteral("Disk Map")));
     sidebar_->insertItem(overviewRow,
                          new QListWidgetItem(style()->standardIcon(QStyle::SP_DriveHDIcon),
                                              QStringLiteral("Overview")));
@@ -434,6 +442,10 @@ QWidget* MainWindow::makeCentralArea() {
     pages_->addWidget(aiModelsView_);
     appsView_ = new AppsView(apps_, homebrew_, central);
     pages_->addWidget(appsView_);
+    diskMapView_ = new DiskMapView(diskMap_, central);
+    pages_->addWidget(diskMapView_);
+    connect(overviewView_, &OverviewView::diskMapRequested, this,
+            [this] { showDiskMap(Locations::homeDir()); });
 
     auto* split = new QSplitter(Qt::Horizontal, central);
     split->addWidget(sidebar_);
@@ -675,6 +687,15 @@ void MainWindow::showApps() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::apps));
 }
 
+void MainWindow::showDiskMap(const QString& folder) {
+    navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::diskMap));
+    const QString shown = !folder.isEmpty()              ? folder
+                          : session_.rootURL()           ? *session_.rootURL()
+                          : !diskMap_.folder().isEmpty() ? diskMap_.folder()
+                                                         : Locations::homeDir();
+    diskMapView_->showFolderOnce(shown);
+}
+
 void MainWindow::showArchived() {
     navigation_.setSelection(SidebarSelection::of(SidebarSelection::Kind::archived));
     archives_.reload();
@@ -861,6 +882,8 @@ void MainWindow::onSidebarRowChanged(int row) {
         showAIModels();
     else if (row == appsRow)
         showApps();
+    else if (row == diskMapRow)
+        showDiskMap();
     else
         showProjects();
 }

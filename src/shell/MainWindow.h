@@ -23,6 +23,7 @@ namespace corvane {
 
 class AgentsView;
 class ArchivedView;
+class DiskMapView;
 class CachesView;
 class AIModelsView;
 class AppsView;
@@ -91,6 +92,9 @@ public:
     void showAIModels();
     void showApps();
     void showOverview();
+    // The disk map of `folder`; without one, of the scanned folder (or the home folder before a
+    // scan). A folder mapped already is not measured again.
+    void showDiskMap(const QString& folder = {});
     // Asks (in a sheet) to archive the selected project to `target`, then archives it with the
     // progress sheet on show.
     void confirmArchive(const ArchiveTarget& target);
@@ -115,6 +119,7 @@ public:
     AndroidView* androidView() const { return androidView_; }
     AIModelsView* aiModelsView() const { return aiModelsView_; }
     AppsView* appsView() const { return appsView_; }
+    DiskMapView* diskMapView() const { return diskMapView_; }
     OverviewView* overviewView() const { return overviewView_; }
     QListWidget* sidebar() const { return sidebar_; }
     UpdateChecker& updateChecker() { return updateChecker_; }
@@ -156,6 +161,7 @@ private:
     AIModelsModel& aiModels_;
     AppsModel& apps_;
     HomebrewModel& homebrew_;
+    DiskMapModel& diskMap_;
     OverviewModel& overview_;
     Navigation& navigation_;
     ToastCenter& toasts_;
@@ -172,6 +178,7 @@ private:
     AgentsView* agentsView_ = nullptr;
     OrganizeView* organizeView_ = nullptr;
     ArchivedView* archivedView_ = nullptr;
+    DiskMapView* diskMapView_ = nullptr;
     DockerView* dockerView_ = nullptr;
     SimulatorsView* simulatorsView_ = nullptr;
     AndroidView* androidView_ = nullptr;

@@ -20,7 +20,8 @@ struct SidebarSelection {
         apps,
         agents,
         organize,
-        archived
+        archived,
+        diskMap
     };
 
     static SidebarSelection forProject(const Project& project) { return {Kind::project, project}; }
