@@ -78,7 +78,7 @@ TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
 
     // The sidebar lists every area, with the caches' size beside it.
     const QListWidget* sidebar = window.sidebar();
-    EXPECT_EQ(sidebar->count(), 11);
+    EXPECT_EQ(sidebar->count(), 12);
     EXPECT_EQ(sidebar->item(0)->text(), s("Overview"));
     EXPECT_TRUE(sidebar->item(2)->text().startsWith(s("Developer caches   ")))
         << sidebar->item(2)->text().toStdString();
@@ -98,7 +98,7 @@ TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
     EXPECT_EQ(models.navigation.selection(),
               SidebarSelection::of(SidebarSelection::Kind::overview));
     QTest::keyClick(window.sidebar(), Qt::Key_End);
-    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::apps));
+    EXPECT_EQ(models.navigation.selection(), SidebarSelection::of(SidebarSelection::Kind::diskMap));
 }
 
 namespace {
