@@ -51,7 +51,7 @@ QString padded(const QString& text, qsizetype width) {
 void writeGitLines(QTextStream& out, const InspectReport& report) {
     const GitDetails& details = report.details;
     out << "Repository:   " << report.workingTree.value_or(QStringLiteral("none")) << '\n';
-    out << "Git:          " << ScanWording::gitStateWords(details.status) << '\n';
+    out << "Git:          " << ScanWording::gitDetailsWords(details) << '\n';
     if (details.status.kind() == GitStatus::Case::notARepo)
         return;
     out << "Branch:       " << details.branch.value_or(QStringLiteral("none (detached HEAD)"))

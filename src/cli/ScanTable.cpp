@@ -6,13 +6,13 @@ namespace corvane::cli {
 namespace {
 
 using ScanWording::confidenceWords;
-using ScanWording::gitStateWords;
+using ScanWording::gitDetailsWords;
 using ScanWording::kindWords;
 
 QString projectLine(const ScanSession& session, const Project& project) {
     const auto details = session.gitDetailsByProject().constFind(project.id);
     const bool known = details != session.gitDetailsByProject().cend();
-    QString state = known ? gitStateWords(details->status) : QStringLiteral("git not inspected");
+    QString state = known ? gitDetailsWords(*details) : QStringLiteral("git not inspected");
     if (known && details->lastCommitDate)
         state += QStringLiteral(", last commit ") +
                  details->lastCommitDate->toUTC().toString(QStringLiteral("yyyy-MM-dd"));

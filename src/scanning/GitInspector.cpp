@@ -208,6 +208,9 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
 
     GitDetails details;
     details.status = decideStatus(report, remote.has_value());
+    GitStatusReport committed = report;
+    committed.changes.clear();
+    details.pushState = decideStatus(committed, remote.has_value());
     details.branch = report.branch;
     details.changes = report.changes;
     if (remote)

@@ -123,6 +123,10 @@ struct GitDetails {
     std::optional<QString> remoteURL;
     std::optional<QDateTime> lastCommitDate;
     QList<GitChange> changes;
+    // Where the commits stand against the upstream whatever the working tree holds (fully
+    // synced, ahead, no upstream, no remote, upstream gone), so that a dirty repository can
+    // still say that it has commits not pushed; absent when git was not asked.
+    std::optional<GitStatus> pushState;
 
     // A short owner/repository label from `remoteURL` ("team/tool"), or nothing.
     std::optional<QString> repoDisplayName() const;

@@ -67,6 +67,17 @@ QString gitStateWords(const GitStatus& status) {
     return QString();
 }
 
+QString gitDetailsWords(const GitDetails& details) {
+    const QString words = gitStateWords(details.status);
+    const std::optional<GitStatus>& push = details.pushState;
+    if (details.status.kind() != GitStatus::Case::dirty || !push ||
+        push->kind() == GitStatus::Case::fullySynced || push->kind() == GitStatus::Case::notARepo)
+        return words;
+    QString more = gitStateWords(*push);
+    more[0] = more[0].toLower();
+    return words + QStringLiteral(" · ") + more;
+}
+
 QString changeWords(GitChange::Kind kind) {
     return rawValue(kind);
 }

@@ -15,6 +15,8 @@ QString kindWords(ArtifactKind kind);
 QString confidenceWords(CleanConfidence confidence);
 // A short sentence for a repository's state, e.g. "3 uncommitted changes".
 QString gitStateWords(const GitStatus& status);
+// Every state of a repository that applies, e.g. "3 uncommitted changes · 1 commit not pushed".
+QString gitDetailsWords(const GitDetails& details);
 // "modified", "renamed", ...: the change kinds read as they are named.
 QString changeWords(GitChange::Kind kind);
 // "Size" or "Activity".

@@ -61,8 +61,7 @@ void AIModelsView::fillModels() {
             row->setToolTip(nameColumn, item.url);
             row->setData(nameColumn, idRole, item.id);
             // What it takes, and beside it what removing it alone gives back.
-            row->setText(sizeColumn, formatBytes(item.sizeBytes));
-            row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+            InventoryWidgets::setSize(*row, sizeColumn, item.sizeBytes);
             QStringList details{QStringLiteral("frees ") + formatBytes(item.freesBytes)};
             const std::optional<QString> holder = model_.openBy(item.id);
             if (holder)

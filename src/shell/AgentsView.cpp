@@ -1,6 +1,8 @@
 #include "shell/AgentsView.h"
 
 #include "shell/ActivityWords.h"
+#include "shell/FilterBar.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
@@ -10,6 +12,7 @@
 #include <QPushButton>
 #include <QStackedLayout>
 #include <QTreeWidget>
+#include <QVBoxLayout>
 #include <algorithm>
 
 namespace corvane {
@@ -56,6 +59,7 @@ void setWhen(QTreeWidgetItem* row, const std::optional<QDateTime>& date, const Q
     if (!date)
         return;
     row->setText(whenColumn, activityWords(*date, now));
+    row->setData(whenColumn, ListOrder::sortKeyRole, *date);
     row->setToolTip(whenColumn, QLocale().toString(date->toLocalTime(), QLocale::LongFormat));
 }
 
@@ -125,7 +129,12 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     auto* footer = new QHBoxLayout;
     footer->addWidget(reloadButton_);
     footer->addStretch();
-    layOutPage(*this, QStringLiteral("Coding agents"), introText, body_, footer);
+    auto* filter = new FilterBar(QStringLiteral("Filter by project, agent or session"), this);
+    ListFinder::attach(*tree_, filter, QStringLiteral("agents"));
+    auto* body = new QVBoxLayout;
+    body->addWidget(filter);
+    body->addLayout(body_, 1);
+    layOutPage(*this, QStringLiteral("Coding agents"), introText, body, footer);
 
     refreshTimer_.setSingleShot(true);
     refreshTimer_.setInterval(100);

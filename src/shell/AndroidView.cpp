@@ -45,8 +45,7 @@ void AndroidView::fillInventory() {
         item->setText(nameColumn, name);
         item->setToolTip(nameColumn, id);
         item->setData(nameColumn, idRole, id);
-        item->setText(sizeColumn, formatBytes(bytes));
-        item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*item, sizeColumn, bytes);
         const std::optional<QString> blocked = model_.removalBlockedReason(id);
         item->setText(detailColumn, blocked ? *blocked : detail);
         InventoryWidgets::setTickable(*item, nameColumn, model_.selectedIDs().contains(id),

@@ -1,6 +1,9 @@
 #include "shell/AppsView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/FilterBar.h"
+#include "shell/InventoryWidgets.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QCheckBox>
@@ -41,8 +44,7 @@ QString sourceWords(const InstalledApp& app) {
 QTreeWidgetItem* dataRow(QTreeWidgetItem* parent, const AppDataItem& item) {
     auto* row = new QTreeWidgetItem(parent);
     row->setText(nameColumn, label(item.kind));
-    row->setText(sizeColumn, formatBytes(item.sizeBytes));
-    row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+    InventoryWidgets::setSize(*row, sizeColumn, item.sizeBytes);
     row->setText(detailColumn, item.isExactMatch
                                    ? item.url
                                    : item.url + QStringLiteral("  (possibly related: ") +
@@ -170,6 +172,9 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
     brewRow->addWidget(upgrade_);
 
     auto* body = new QVBoxLayout;
+    auto* filter = new FilterBar(QStringLiteral("Filter apps by name or path"), this);
+    ListFinder::attach(*tree_, filter, QStringLiteral("apps"));
+    body->addWidget(filter);
     auto* sorting = new QLabel(AppsModel::sortingText, this);
     sorting->setWordWrap(true);
     sorting->setForegroundRole(QPalette::PlaceholderText);
@@ -281,8 +286,7 @@ void AppsView::showInventory() {
         row->setText(nameColumn, app.name);
         row->setData(nameColumn, urlRole, app.url);
         row->setData(nameColumn, kindRole, appRow);
-        row->setText(sizeColumn, formatBytes(app.sizeBytes + app.dataBytes()));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, app.sizeBytes + app.dataBytes());
         QStringList detail;
         if (app.version)
             detail.append(QStringLiteral("version ") + *app.version);
@@ -303,6 +307,7 @@ void AppsView::showInventory() {
     if (!orphans.isEmpty()) {
         auto* heading = new QTreeWidgetItem(tree_);
         heading->setText(nameColumn, QStringLiteral("Leftovers of deleted apps"));
+        heading->setData(nameColumn, ListOrder::headingRole, true);
         heading->setText(detailColumn, AppsModel::leftoversText);
         heading->setToolTip(detailColumn, AppsModel::leftoversText);
         QFont bold = heading->font(nameColumn);
@@ -311,7 +316,7 @@ void AppsView::showInventory() {
         for (const OrphanedAppData& orphan : orphans) {
             auto* group = new QTreeWidgetItem(heading);
             group->setText(nameColumn, orphan.bundleIdentifier);
-            group->setText(sizeColumn, formatBytes(orphan.sizeBytes()));
+            InventoryWidgets::setSize(*group, sizeColumn, orphan.sizeBytes());
             for (const AppDataItem& item : orphan.items) {
                 QTreeWidgetItem* row = dataRow(group, item);
                 row->setData(nameColumn, kindRole, leftoverRow);
@@ -331,12 +336,13 @@ void AppsView::showUnknownData() {
         return;
     auto* heading = new QTreeWidgetItem(tree_);
     heading->setText(nameColumn, QStringLiteral("Data of an app that could not be read"));
+    heading->setData(nameColumn, ListOrder::headingRole, true);
     heading->setText(detailColumn, AppsModel::unknownDataText);
     heading->setToolTip(detailColumn, AppsModel::unknownDataText);
     for (const OrphanedAppData& data : unknown) {
         auto* group = new QTreeWidgetItem(heading);
         group->setText(nameColumn, data.bundleIdentifier);
-        group->setText(sizeColumn, formatBytes(data.sizeBytes()));
+        InventoryWidgets::setSize(*group, sizeColumn, data.sizeBytes());
         group->setText(
             detailColumn,
             QStringLiteral("may be %1's").arg(data.unreadableBundle.value_or(QString())));

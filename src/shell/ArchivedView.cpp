@@ -1,5 +1,7 @@
 #include "shell/ArchivedView.h"
 
+#include "shell/FilterBar.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QFileDialog>
@@ -71,6 +73,9 @@ ArchivedView::ArchivedView(ArchivesModel& model, QWidget* parent)
     removePartial_->setVisible(false);
 
     auto* body = new QVBoxLayout;
+    auto* filter = new FilterBar(QStringLiteral("Filter by name or path"), this);
+    ListFinder::attach(*list_, filter, QStringLiteral("archived"));
+    body->addWidget(filter);
     body->addWidget(list_, 1);
     body->addWidget(state_);
     body->addWidget(hint_);
@@ -130,10 +135,12 @@ void ArchivedView::showRecords() {
         auto* row = new QTreeWidgetItem(list_);
         row->setText(nameColumn, record->name);
         row->setToolTip(nameColumn, QStringLiteral("Was at ") + record->originalPath);
+        row->setData(nameColumn, ListOrder::pathRole, record->originalPath);
         row->setData(nameColumn, Qt::UserRole, record->id);
         row->setText(whereColumn, record->locationDescription());
         row->setText(whenColumn,
                      QLocale().toString(record->archivedAt.toLocalTime(), QLocale::ShortFormat));
+        row->setData(whenColumn, ListOrder::sortKeyRole, record->archivedAt);
         row->setText(stateColumn, stateOf(*record));
         // Counting is all a server without a digest tool allowed; the user should know which.
         row->setText(verifiedColumn, record->verifiedBy == Verification::content

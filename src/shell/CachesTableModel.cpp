@@ -1,6 +1,7 @@
 #include "shell/CachesTableModel.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/ListOrder.h"
 
 namespace corvane {
 
@@ -54,7 +55,7 @@ QString CachesTableModel::sizeText(const GlobalCacheItem& cache) const {
     const auto size = caches_.cacheSizeByID().constFind(cache.id());
     if (size != caches_.cacheSizeByID().cend())
         return formatBytes(*size);
-    return caches_.isLoading() ? QStringLiteral("Measuring sizes...") : QString();
+    return caches_.isLoading() ? QStringLiteral("Measuring…") : QString();
 }
 
 QVariant CachesTableModel::data(const QModelIndex& index, int role) const {
@@ -85,6 +86,14 @@ QVariant CachesTableModel::data(const QModelIndex& index, int role) const {
         if (index.column() == sizeColumn)
             return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
         return {};
+    case ListOrder::sortKeyRole: {
+        const auto size = caches_.cacheSizeByID().constFind(cache.id());
+        if (index.column() != sizeColumn || size == caches_.cacheSizeByID().cend())
+            return {};
+        return QVariant::fromValue(*size);
+    }
+    case ListOrder::pathRole:
+        return cache.entry.url;
     case cacheIDRole:
         return cache.id();
     }
@@ -111,6 +120,8 @@ Qt::ItemFlags CachesTableModel::flags(const QModelIndex& index) const {
 }
 
 QVariant CachesTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation == Qt::Horizontal && role == Qt::InitialSortOrderRole)
+        return static_cast<int>(section == sizeColumn ? Qt::DescendingOrder : Qt::AscendingOrder);
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
     switch (section) {

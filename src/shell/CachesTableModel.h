@@ -7,7 +7,7 @@
 namespace corvane {
 
 // The developer caches the caches model lists, in catalog order, with tick boxes and their sizes as
-// the measurements come in.
+// the measurements come in ("Measuring…" until then).
 class CachesTableModel : public QAbstractTableModel {
     Q_OBJECT
 

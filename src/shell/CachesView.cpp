@@ -1,6 +1,8 @@
 #include "shell/CachesView.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/FilterBar.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QHBoxLayout>
@@ -9,6 +11,7 @@
 #include <QPushButton>
 #include <QStackedLayout>
 #include <QTreeView>
+#include <QVBoxLayout>
 
 namespace corvane {
 
@@ -55,7 +58,13 @@ CachesView::CachesView(GlobalCachesModel& caches, QWidget* parent)
     footer->addWidget(rescanButton_);
     footer->addWidget(ticked_, 1, Qt::AlignRight);
     footer->addWidget(trashButton_);
-    layOutPage(*this, QStringLiteral("Developer caches"), introText, body_, footer);
+    auto* filter = new FilterBar(QStringLiteral("Filter caches by name or path"), this);
+    ListFinder::attach(*list_, filter, QStringLiteral("caches"),
+                       {CachesTableModel::sizeColumn, Qt::DescendingOrder});
+    auto* body = new QVBoxLayout;
+    body->addWidget(filter);
+    body->addLayout(body_, 1);
+    layOutPage(*this, QStringLiteral("Developer caches"), introText, body, footer);
 
     connect(rescanButton_, &QPushButton::clicked, &caches_, &GlobalCachesModel::reload);
     connect(trashButton_, &QPushButton::clicked, this, &CachesView::trashRequested);

@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "shell/InventoryWidgets.h"
+#include "shell/ListOrder.h"
 
 #include <QLocale>
 #include <QPushButton>
@@ -87,8 +88,7 @@ void DockerView::fillSnapshot(const QString& current) {
             auto* item = new QTreeWidgetItem(parent);
             item->setText(nameColumn, name);
             item->setData(nameColumn, idRole, key);
-            item->setText(sizeColumn, formatBytes(bytes));
-            item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+            InventoryWidgets::setSize(*item, sizeColumn, bytes);
             item->setText(detailColumn,
                           blocked ? detail + QStringLiteral(" — ") + *blocked : detail);
             InventoryWidgets::setTickable(*item, nameColumn, model_.selectedIDs().contains(key),
@@ -137,10 +137,12 @@ void DockerView::fillSnapshot(const QString& current) {
         }
         auto* cache = new QTreeWidgetItem(tree_);
         cache->setText(nameColumn, QStringLiteral("Build cache"));
+        // It stands among the headings, and stays last with them.
+        cache->setData(nameColumn, ListOrder::headingRole, true);
         QFont bold = cache->font(nameColumn);
         bold.setBold(true);
         cache->setFont(nameColumn, bold);
-        cache->setText(sizeColumn, formatBytes(snapshot.buildCache.totalBytes));
+        InventoryWidgets::setSize(*cache, sizeColumn, snapshot.buildCache.totalBytes);
         cache->setText(detailColumn, QStringLiteral("%1 entries, %2 reclaimable")
                                          .arg(snapshot.buildCache.entryCount)
                                          .arg(formatBytes(snapshot.buildCache.reclaimableBytes)));

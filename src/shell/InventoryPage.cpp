@@ -1,6 +1,8 @@
 #include "shell/InventoryPage.h"
 
+#include "shell/FilterBar.h"
 #include "shell/InventoryWidgets.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QLabel>
@@ -19,10 +21,13 @@ InventoryPage::InventoryPage(InventoryModel& model, const Parts& parts, QWidget*
     , inventory_(model)
     , failures_(new QLabel(this))
     , body_(new QStackedLayout)
-    , reload_(new QPushButton(QStringLiteral("Reload"), this)) {
+    , reload_(new QPushButton(QStringLiteral("Reload"), this))
+    , filter_(new FilterBar(QStringLiteral("Filter by name or path"), this)) {
     setObjectName(parts.pageName);
     InventoryWidgets::setUpTree(*tree_, parts.listName, parts.listAccessibleName, parts.headers,
                                 parts.nameWidth);
+    // The page's own order (largest first under each heading) until the user picks a column.
+    ListFinder::attach(*tree_, filter_, parts.listName);
     InventoryWidgets::setUpStateLabel(*state_, parts.stateName);
     InventoryWidgets::setUpFailuresLabel(*failures_, parts.failuresName);
 
@@ -49,6 +54,7 @@ void InventoryPage::layOut(const QString& title, const QString& intro,
                            const QList<QPushButton*>& leading,
                            const QList<QPushButton*>& trailing) {
     auto* body = new QVBoxLayout;
+    body->addWidget(filter_);
     body->addLayout(body_, 1);
     body->addWidget(failures_);
     auto* footer = new QHBoxLayout;

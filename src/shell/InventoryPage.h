@@ -15,6 +15,8 @@ class QVBoxLayout;
 
 namespace corvane {
 
+class FilterBar;
+
 // The frame every inventory page (Docker, simulators, AI models, Android) shares: a list of items
 // under headings whose tick boxes tick the model's items, a line that stands in for the list while
 // there is nothing to show, the failures of the last removal, a Reload button, and the question
@@ -24,6 +26,7 @@ class InventoryPage : public QWidget {
 
 public:
     QTreeWidget* tree() const { return tree_; }
+    FilterBar* filterBar() const { return filter_; }
     // The line shown in place of the list; empty while the list shows.
     QString stateText() const;
 
@@ -76,6 +79,7 @@ private:
     QLabel* failures_;
     QStackedLayout* body_;
     QPushButton* reload_;
+    FilterBar* filter_;
     bool filling_ = false;
 };
 

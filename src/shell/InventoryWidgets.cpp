@@ -1,5 +1,8 @@
 #include "shell/InventoryWidgets.h"
 
+#include "platform/ByteFormat.h"
+#include "shell/ListOrder.h"
+
 #include <QHeaderView>
 #include <QLabel>
 #include <QTreeWidget>
@@ -16,6 +19,8 @@ void setUpTree(QTreeWidget& tree, const QString& objectName, const QString& acce
     tree.header()->setSectionResizeMode(0, QHeaderView::Interactive);
     tree.header()->resizeSection(0, nameWidth);
     tree.header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
+    // The size column sorts largest first on its first click.
+    tree.headerItem()->setData(1, Qt::InitialSortOrderRole, static_cast<int>(Qt::DescendingOrder));
 }
 
 void setUpStateLabel(QLabel& label, const QString& objectName) {
@@ -40,7 +45,14 @@ QTreeWidgetItem* addHeading(QTreeWidget* tree, const QString& title, const QStri
     bold.setBold(true);
     item->setFont(0, bold);
     item->setFlags(Qt::ItemIsEnabled);
+    item->setData(0, ListOrder::headingRole, true);
     return item;
+}
+
+void setSize(QTreeWidgetItem& row, int column, qint64 bytes) {
+    row.setText(column, formatBytes(bytes));
+    row.setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
+    row.setData(column, ListOrder::sortKeyRole, QVariant::fromValue(bytes));
 }
 
 void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable) {

@@ -23,6 +23,8 @@ void setUpFailuresLabel(QLabel& label, const QString& objectName);
 
 // A bold heading row (not tickable) with `detail` in the last column.
 QTreeWidgetItem* addHeading(QTreeWidget* tree, const QString& title, const QString& detail = {});
+// Shows `bytes` in `column` of `row`, aligned as sizes are and sorted by the number.
+void setSize(QTreeWidgetItem& row, int column, qint64 bytes);
 // A row that can be ticked only when `tickable`; `ticked` is its tick.
 void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable);
 

@@ -16,7 +16,9 @@
 #include "shell/DiskMapView.h"
 #include "shell/DockerView.h"
 #include "shell/FailuresPanel.h"
+#include "shell/FilterBar.h"
 #include "shell/KeepMenu.h"
+#include "shell/ListFinder.h"
 #include "shell/OrganizeView.h"
 #include "shell/OverviewView.h"
 #include "shell/ProjectDetailView.h"
@@ -493,7 +495,8 @@ QWidget* MainWindow::makeProjectsPage() {
     header->setStretchLastSection(false);
     header->setSectionResizeMode(ProjectTreeModel::nameColumn, QHeaderView::Stretch);
     header->setMinimumSectionSize(60);
-    header->resizeSection(ProjectTreeModel::stateColumn, 175);
+    // Room for "3 uncommitted changes · 1 commit not pushed"; the tooltip has what is cut.
+    header->resizeSection(ProjectTreeModel::stateColumn, 230);
     header->resizeSection(ProjectTreeModel::activityColumn, 100);
     header->resizeSection(ProjectTreeModel::sizeColumn, 165);
     connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -515,14 +518,26 @@ QWidget* MainWindow::makeProjectsPage() {
         selectProjectRow();
     });
 
+    auto* list = new QWidget(this);
+    auto* filter = new FilterBar(QStringLiteral("Filter projects by name or path"), list);
+    projectFinder_ = ListFinder::attach(*projectView_, filter, QStringLiteral("projects"));
+    connect(projectFinder_, &ListFinder::countsChanged, this, &MainWindow::updateStatus);
+    // The toolbar's order takes over from a column the user clicked.
+    connect(&session_, &ScanSession::sortModeChanged, projectFinder_, &ListFinder::clearSort);
+    auto* listLayout = new QVBoxLayout(list);
+    listLayout->setContentsMargins(6, 6, 0, 0);
+    listLayout->addWidget(filter);
+    listLayout->addWidget(projectView_, 1);
+
     detailView_ = new ProjectDetailView(session_, agents_, this);
     connect(detailView_, &ProjectDetailView::trashRequested, this, &MainWindow::confirmTrash);
     auto* split = new QSplitter(Qt::Horizontal, this);
-    split->addWidget(projectView_);
+    split->addWidget(list);
     split->addWidget(detailView_);
-    split->setStretchFactor(0, 3);
-    split->setStretchFactor(1, 2);
-    split->setSizes({610, 410});
+    // Names get the room they need; the detail gives way.
+    split->setStretchFactor(0, 1);
+    split->setStretchFactor(1, 0);
+    split->setSizes({700, 380});
     split->setChildrenCollapsible(false);
 
     projectsPage_ = new QStackedWidget(this);
@@ -979,6 +994,10 @@ void MainWindow::updateStatus() {
         const QString path =
             status_->fontMetrics().elidedText(session_.currentPath(), Qt::ElideMiddle, room);
         status_->setText(QStringLiteral("Scanning ") + path + counts);
+    } else if (projectFinder_ && projectFinder_->isFiltering()) {
+        status_->setText(QStringLiteral("%1 of %2 in %3")
+                             .arg(projectFinder_->shownRowCount())
+                             .arg(counted(projects, "project", "projects"), *root));
     } else {
         status_->setText(
             QStringLiteral("%1 in %2").arg(counted(projects, "project", "projects"), *root));

@@ -33,6 +33,7 @@ class SimulatorsView;
 class OrganizeView;
 class OverviewView;
 class FailuresPanel;
+class ListFinder;
 class ProjectDetailView;
 class ProjectTreeModel;
 class SummaryStrip;
@@ -173,6 +174,7 @@ private:
     QStackedWidget* pages_ = nullptr;
     QStackedWidget* projectsPage_ = nullptr;
     QTreeView* projectView_ = nullptr;
+    ListFinder* projectFinder_ = nullptr;
     ProjectDetailView* detailView_ = nullptr;
     CachesView* cachesView_ = nullptr;
     AgentsView* agentsView_ = nullptr;

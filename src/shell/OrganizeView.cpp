@@ -1,6 +1,8 @@
 #include "shell/OrganizeView.h"
 
 #include "platform/Paths.h"
+#include "shell/FilterBar.h"
+#include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
 #include <QComboBox>
@@ -136,6 +138,9 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
 
     auto* body = new QVBoxLayout;
     body->addLayout(choices);
+    auto* filter = new FilterBar(QStringLiteral("Filter projects by name or path"), this);
+    ListFinder::attach(*plan_, filter, QStringLiteral("organize"));
+    body->addWidget(filter);
     body->addWidget(plan_, 1);
     body->addWidget(state_);
     body->addWidget(progress_);

@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "scanning/ScanWording.h"
 #include "shell/KeepMenu.h"
+#include "shell/ListFinder.h"
 #include "shell/StateBadge.h"
 
 #include <QFormLayout>
@@ -103,6 +104,9 @@ QWidget* ProjectDetailView::makeContent() {
     big.setWeight(QFont::DemiBold);
     title_->setFont(big);
     path_ = secondaryLabel(content_);
+    // A long path or name must not hold the pane wide: the project list beside it needs the room.
+    for (QLabel* label : {title_, path_})
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     keptNote_ = new QLabel(content_);
     keptNote_->setObjectName(QStringLiteral("keptNote"));
     keptNote_->setWordWrap(true);
@@ -122,18 +126,21 @@ QWidget* ProjectDetailView::makeContent() {
     itemsView_->setAlternatingRowColors(true);
     itemsView_->setTextElideMode(Qt::ElideMiddle);
     itemsView_->header()->setStretchLastSection(false);
-    // The folder keeps room for its name; what brings it back takes what is left (its tooltip has
-    // all of a long clone URL).
-    itemsView_->header()->resizeSection(ProjectItemsModel::folderColumn, 140);
+    // The folder keeps room for its name and the sizes follow it, so they show in a narrow pane;
+    // what brings it back takes what is left (its tooltip has all of a long clone URL).
+    itemsView_->header()->resizeSection(ProjectItemsModel::folderColumn, 150);
     itemsView_->header()->setSectionResizeMode(ProjectItemsModel::hintColumn, QHeaderView::Stretch);
     itemsView_->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(itemsView_, &QWidget::customContextMenuRequested, this, [this](const QPoint& point) {
         if (const std::unique_ptr<QMenu> menu = itemMenu(itemsView_->indexAt(point)))
             menu->exec(itemsView_->viewport()->mapToGlobal(point));
     });
-    for (const int column : {ProjectItemsModel::kindColumn, ProjectItemsModel::confidenceColumn,
-                             ProjectItemsModel::sizeColumn})
+    for (const int column : {ProjectItemsModel::sizeColumn, ProjectItemsModel::freesColumn,
+                             ProjectItemsModel::kindColumn, ProjectItemsModel::confidenceColumn})
         itemsView_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
+    // A project has a handful of items: sorting, but no filter field beside the project list's.
+    ListFinder::attach(*itemsView_, nullptr, QStringLiteral("projectItems"),
+                       {ProjectItemsModel::sizeColumn, Qt::DescendingOrder});
 
     warning_ = new QLabel(wholeProjectWarning, content_);
     warning_->setObjectName(QStringLiteral("wholeProjectWarning"));
@@ -220,6 +227,7 @@ void ProjectDetailView::setProject(const std::optional<Project>& project) {
         return;
     title_->setText(project->name);
     path_->setText(project->url);
+    path_->setToolTip(project->url);
     shownGit_.reset();
     showGit();
     showItemsState();
@@ -261,7 +269,7 @@ void ProjectDetailView::showGit() {
         return;
     shownGit_ = current;
     const GitDetails details = current.value_or(GitDetails());
-    state_->setText(known ? ScanWording::gitStateWords(details.status)
+    state_->setText(known ? ScanWording::gitDetailsWords(details)
                           : QStringLiteral("Checking git…"));
     stateIcon_->setPixmap(known ? stateIcon(details.status).pixmap(16, 16) : QPixmap());
     branch_->setText(details.branch.value_or(QStringLiteral("—")));

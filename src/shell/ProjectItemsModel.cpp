@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
+#include "shell/ListOrder.h"
 
 namespace corvane {
 
@@ -11,7 +12,7 @@ ProjectItemsModel::ProjectItemsModel(ScanSession& session, QObject* parent)
     , session_(session) {
     connect(&session_, &ScanSession::itemsByProjectChanged, this, &ProjectItemsModel::reloadItems);
     connect(&session_, &ScanSession::sizeByItemChanged, this,
-            [this] { columnChanged(sizeColumn, {Qt::DisplayRole}); });
+            [this] { columnsChanged(sizeColumn, freesColumn); });
     connect(&session_, &ScanSession::selectedItemIDsChanged, this,
             [this] { columnChanged(folderColumn, {Qt::CheckStateRole}); });
     connect(&session_, &ScanSession::keptPathsChanged, this,
@@ -43,6 +44,11 @@ void ProjectItemsModel::columnChanged(int column, const QList<int>& roles) {
                          roles);
 }
 
+void ProjectItemsModel::columnsChanged(int first, int last) {
+    if (!items_.isEmpty())
+        emit dataChanged(index(0, first), index(static_cast<int>(items_.size()) - 1, last));
+}
+
 int ProjectItemsModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(items_.size());
 }
@@ -72,18 +78,26 @@ QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const
         return ScanWording::confidenceWords(item.confidence);
     case hintColumn:
         return item.restoreHint.text;
-    case sizeColumn: {
-        // Short in the column ("330 MB, frees 12 MB"); the tooltip says with what the rest is
-        // shared.
+    case sizeColumn:
+    case freesColumn: {
+        // The tooltip says with what the rest is shared when trashing frees less.
         const auto space = session_.spaceByItem().constFind(item.id);
         if (space == session_.spaceByItem().cend())
-            return QStringLiteral("Measuring…");
-        if (space->freesBytes >= space->sizeBytes)
-            return formatBytes(space->sizeBytes);
-        return QStringLiteral("%1, frees %2")
-            .arg(formatBytes(space->sizeBytes), formatBytes(space->freesBytes));
+            return column == sizeColumn ? QStringLiteral("Measuring…") : QString();
+        return formatBytes(column == sizeColumn ? space->sizeBytes : space->freesBytes);
     }
     }
+    return {};
+}
+
+QVariant ProjectItemsModel::sortKey(const CleanableItem& item, int column) const {
+    const auto space = session_.spaceByItem().constFind(item.id);
+    if (space == session_.spaceByItem().cend())
+        return {};
+    if (column == sizeColumn)
+        return QVariant::fromValue(space->sizeBytes);
+    if (column == freesColumn)
+        return QVariant::fromValue(space->freesBytes);
     return {};
 }
 
@@ -109,13 +123,17 @@ QVariant ProjectItemsModel::data(const QModelIndex& index, int role) const {
     case Qt::ToolTipRole:
         if (index.column() == folderColumn && session_.isKept(item))
             return item.url + QStringLiteral("\nKept: never ticked, never moved to the Trash.");
-        if (index.column() == sizeColumn)
+        if (index.column() == sizeColumn || index.column() == freesColumn)
             return sizeTip(item);
         return index.column() == folderColumn ? item.url : display(item, index.column());
     case Qt::TextAlignmentRole:
-        if (index.column() == sizeColumn)
+        if (index.column() == sizeColumn || index.column() == freesColumn)
             return QVariant::fromValue(Qt::Alignment(Qt::AlignRight | Qt::AlignVCenter));
         return {};
+    case ListOrder::sortKeyRole:
+        return sortKey(item, index.column());
+    case ListOrder::pathRole:
+        return item.url;
     case itemIDRole:
         return QVariant::fromValue(item.id);
     case urlRole:
@@ -149,6 +167,10 @@ Qt::ItemFlags ProjectItemsModel::flags(const QModelIndex& index) const {
 }
 
 QVariant ProjectItemsModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation == Qt::Horizontal && role == Qt::InitialSortOrderRole)
+        return static_cast<int>(section == sizeColumn || section == freesColumn
+                                    ? Qt::DescendingOrder
+                                    : Qt::AscendingOrder);
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
     switch (section) {
@@ -162,6 +184,8 @@ QVariant ProjectItemsModel::headerData(int section, Qt::Orientation orientation,
         return QStringLiteral("Comes back with");
     case sizeColumn:
         return QStringLiteral("Size");
+    case freesColumn:
+        return QStringLiteral("Frees");
     }
     return {};
 }

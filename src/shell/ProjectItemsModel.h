@@ -8,14 +8,22 @@
 namespace corvane {
 
 // The items of one project as a table with tick boxes: the folder (relative to the project), its
-// kind, how sure the scan is, what brings it back, and its size with what trashing it frees when
-// that is less. Ticking a row ticks the item in the session, and the session's ticks are what the
-// boxes show. A kept item says so and its box cannot be ticked.
+// size and what trashing it frees (less when its files are shared), its kind, how sure the scan
+// is and what brings it back. Ticking a row ticks the item in the session, and the session's ticks
+// are what the boxes show. A kept item says so and its box cannot be ticked.
 class ProjectItemsModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    enum Column { folderColumn, kindColumn, confidenceColumn, hintColumn, sizeColumn, columnTotal };
+    enum Column {
+        folderColumn,
+        sizeColumn,
+        freesColumn,
+        kindColumn,
+        confidenceColumn,
+        hintColumn,
+        columnTotal
+    };
     enum Role {
         itemIDRole = Qt::UserRole + 1,
         // The item's folder (a string).
@@ -39,8 +47,10 @@ public:
 private:
     void reloadItems();
     void columnChanged(int column, const QList<int>& roles);
+    void columnsChanged(int first, int last);
     QString folderText(const CleanableItem& item) const;
     QVariant display(const CleanableItem& item, int column) const;
+    QVariant sortKey(const CleanableItem& item, int column) const;
     QString sizeTip(const CleanableItem& item) const;
 
     ScanSession& session_;

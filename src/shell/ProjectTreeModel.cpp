@@ -3,6 +3,8 @@
 #include "platform/ByteFormat.h"
 #include "scanning/ScanWording.h"
 #include "shell/ActivityWords.h"
+#include "shell/ProjectNames.h"
+#include "shell/ProjectTreeShape.h"
 #include "shell/StateBadge.h"
 
 #include <QFileIconProvider>
@@ -14,6 +16,9 @@ namespace {
 
 // Long enough to gather a burst of scan batches into one update, short enough to look live.
 constexpr int refreshDelay = 50;
+// A key typed in the filter that takes or brings back more rows than this resets the list: a view
+// relays out all its rows for each run of removed rows, and matches lie scattered.
+constexpr int bulkFindChange = 64;
 
 using ParentMap = QHash<QUuid, std::optional<QUuid>>;
 
@@ -24,6 +29,17 @@ void collectParents(const QList<ProjectNode>& nodes, const std::optional<QUuid>&
         if (node.children)
             collectParents(*node.children, node.project.id, parentOf);
     }
+}
+
+// Whether the scan has still to classify the project or to measure one of the items it could
+// give back.
+bool isMeasuring(const ScanSession& session, const QUuid& projectID) {
+    const auto items = session.itemsByProject().constFind(projectID);
+    if (items == session.itemsByProject().cend())
+        return true;
+    return std::any_of(items->cbegin(), items->cend(), [&session](const CleanableItem& item) {
+        return item.confidence == CleanConfidence::safe && !session.sizeByItem().contains(item.id);
+    });
 }
 
 QIcon folderIcon() {
@@ -39,8 +55,12 @@ const QList<ProjectNode>& childrenOf(const ProjectNode& node) {
 } // namespace
 
 struct ProjectTreeModel::Values {
+    QString name;
     qint64 bytes = 0;
+    // Some of what it could give back is not measured yet.
+    bool measuring = false;
     std::optional<GitStatus> status;
+    QString gitWords;
     std::optional<QDateTime> lastCommit;
     bool kept = false;
 
@@ -87,22 +107,37 @@ ProjectTreeModel::ProjectTreeModel(const ScanSession& session, QObject* parent)
           &ScanSession::sortModeChanged, &ScanSession::showOnlyUnsyncedChanged,
           &ScanSession::isScanningChanged, &ScanSession::keptPathsChanged})
         connect(&session_, signal, this, &ProjectTreeModel::scheduleRefresh);
+    connect(&session_, &ScanSession::projectsChanged, this, [this] { namesStale_ = true; });
     refresh();
 }
 
 ProjectTreeModel::~ProjectTreeModel() = default;
 
 void ProjectTreeModel::scheduleRefresh() {
+    sessionStale_ = true;
     if (!refreshTimer_.isActive())
         refreshTimer_.start();
 }
 
 void ProjectTreeModel::refresh() {
     refreshTimer_.stop();
-    const QList<ProjectNode> tree = session_.projectTree();
+    if (namesStale_) {
+        distinguishedNames_ = ProjectNames::distinguished(session_.projects());
+        namesStale_ = false;
+    }
+    // Typing in the filter or choosing a column changes nothing in the session: its tree and the
+    // values worked out for it stay good.
+    if (sessionStale_) {
+        sessionTree_ = session_.projectTree();
+        valuesCache_.clear();
+        sessionStale_ = false;
+    }
+    const QList<ProjectNode> tree = shaped(sessionTree_);
     ParentMap parentOf;
     collectParents(tree, std::nullopt, parentOf);
-    if (!keepsEveryParent(parentOf)) {
+    const bool bulk = findChanged_ && rowsComingAndGoing(parentOf) > bulkFindChange;
+    findChanged_ = false;
+    if (bulk || !keepsEveryParent(parentOf)) {
         resetTo(tree);
         return;
     }
@@ -110,6 +145,79 @@ void ProjectTreeModel::refresh() {
     insertNew(*root_, tree);
     reorder(tree);
     updateValues();
+}
+
+QList<ProjectNode> ProjectTreeModel::shaped(QList<ProjectNode> tree) {
+    if (!findText_.isEmpty())
+        tree = ProjectTreeShape::narrowed(tree, findText_);
+    if (order_.column >= 0) {
+        ProjectTreeShape::sortLevels(tree, [this](const Project& a, const Project& b) {
+            const Values& first = cachedValues(a);
+            const Values& second = cachedValues(b);
+            const QVariant firstKey = sortKey(first, order_.column);
+            const QVariant secondKey = sortKey(second, order_.column);
+            const QString firstText = display(first, order_.column);
+            const QString secondText = display(second, order_.column);
+            return order_.order == Qt::AscendingOrder
+                       ? ListOrder::lessThan(firstKey, firstText, secondKey, secondText)
+                       : ListOrder::lessThan(secondKey, secondText, firstKey, firstText);
+        });
+    }
+    return tree;
+}
+
+const ProjectTreeModel::Values& ProjectTreeModel::cachedValues(const Project& project) {
+    auto found = valuesCache_.find(project.id);
+    if (found == valuesCache_.end())
+        found = valuesCache_.insert(project.id, valuesOf(project));
+    return *found;
+}
+
+QVariant ProjectTreeModel::sortKey(const Values& values, int column) const {
+    switch (column) {
+    case stateColumn:
+        // The states that hold work nobody else has come first.
+        return values.status ? QVariant(static_cast<int>(values.status->kind())) : QVariant();
+    case activityColumn:
+        return values.lastCommit ? QVariant(*values.lastCommit) : QVariant();
+    case sizeColumn:
+        return QVariant::fromValue(values.kept ? qint64(-1) : values.bytes);
+    }
+    return {};
+}
+
+void ProjectTreeModel::sort(int column, Qt::SortOrder order) {
+    const ListOrder::Choice choice{column < 0 || column >= columnTotal ? -1 : column, order};
+    if (choice == order_)
+        return;
+    order_ = choice;
+    refresh();
+}
+
+void ProjectTreeModel::setFindText(const QString& text) {
+    const QString needle = text.trimmed();
+    if (needle == findText_)
+        return;
+    findText_ = needle;
+    findChanged_ = true;
+    refresh();
+}
+
+int ProjectTreeModel::shownRowCount() const {
+    return static_cast<int>(nodeByID_.size());
+}
+
+int ProjectTreeModel::allRowCount() const {
+    return static_cast<int>(session_.projects().size());
+}
+
+int ProjectTreeModel::rowsComingAndGoing(const ParentMap& parentOf) const {
+    int count = 0;
+    for (auto wanted = parentOf.cbegin(); wanted != parentOf.cend(); ++wanted)
+        count += nodeByID_.contains(wanted.key()) ? 0 : 1;
+    for (auto shown = nodeByID_.cbegin(); shown != nodeByID_.cend(); ++shown)
+        count += parentOf.contains(shown.key()) ? 0 : 1;
+    return count;
 }
 
 bool ProjectTreeModel::keepsEveryParent(const ParentMap& parentOf) const {
@@ -213,7 +321,7 @@ void ProjectTreeModel::applyOrder(Node& parent, const QList<ProjectNode>& wanted
 void ProjectTreeModel::updateValues() {
     qint64 largest = 0;
     for (Node* node : std::as_const(nodeByID_)) {
-        const Values values = valuesOf(node->project);
+        const Values values = cachedValues(node->project);
         node->changed = values != node->values;
         node->values = values;
         largest = std::max(largest, values.bytes);
@@ -234,7 +342,7 @@ void ProjectTreeModel::updateValues() {
             announce(*child);
         }
         if (first >= 0)
-            emit dataChanged(index(first, stateColumn, indexFor(parent)),
+            emit dataChanged(index(first, nameColumn, indexFor(parent)),
                              index(last, sizeColumn, indexFor(parent)));
     };
     announce(*root_);
@@ -261,11 +369,14 @@ void ProjectTreeModel::forget(const Node& node) {
 
 ProjectTreeModel::Values ProjectTreeModel::valuesOf(const Project& project) const {
     Values values;
+    values.name = distinguishedNames_.value(project.id, project.name);
     values.bytes = session_.reclaimableBytes(project.id);
+    values.measuring = session_.isScanning() && isMeasuring(session_, project.id);
     values.kept = session_.isKept(project);
     const auto details = session_.gitDetailsByProject().constFind(project.id);
     if (details != session_.gitDetailsByProject().cend()) {
         values.status = details->status;
+        values.gitWords = ScanWording::gitDetailsWords(*details);
         values.lastCommit = details->lastCommitDate;
     }
     return values;
@@ -317,21 +428,22 @@ std::optional<Project> ProjectTreeModel::projectAt(const QModelIndex& index) con
     return nodeAt(index)->project;
 }
 
-QVariant ProjectTreeModel::display(const Node& node, int column) const {
-    const Values& values = node.values;
+QString ProjectTreeModel::display(const Values& values, int column) const {
     switch (column) {
     case nameColumn:
-        return node.project.name;
+        return values.name;
     case stateColumn:
         if (values.status)
-            return ScanWording::gitStateWords(*values.status);
+            return values.gitWords;
         return session_.isScanning() ? QStringLiteral("Checking git…") : QString();
     case activityColumn: {
         const bool inGit = values.status && values.status->kind() != GitStatus::Case::notARepo;
         return activityWords(inGit, values.lastCommit, clock_());
     }
     case sizeColumn:
-        return values.kept ? QStringLiteral("Kept") : formatBytes(values.bytes);
+        if (values.kept)
+            return QStringLiteral("Kept");
+        return values.measuring ? QStringLiteral("Measuring…") : formatBytes(values.bytes);
     }
     return {};
 }
@@ -342,11 +454,16 @@ QVariant ProjectTreeModel::data(const QModelIndex& index, int role) const {
     const Node& node = *nodeAt(index);
     switch (role) {
     case Qt::DisplayRole:
-        return display(node, index.column());
+        return display(node.values, index.column());
     case Qt::ToolTipRole:
         if (index.column() == activityColumn && node.values.lastCommit)
             return QLocale().toString(node.values.lastCommit->toLocalTime(), QLocale::LongFormat);
-        return index.column() == nameColumn ? node.project.url : display(node, index.column());
+        return index.column() == nameColumn ? node.project.url
+                                            : display(node.values, index.column());
+    case ListOrder::sortKeyRole:
+        return sortKey(node.values, index.column());
+    case ListOrder::pathRole:
+        return node.project.url;
     case Qt::DecorationRole:
         if (index.column() == nameColumn)
             return folderIcon();
@@ -370,6 +487,8 @@ QVariant ProjectTreeModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ProjectTreeModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation == Qt::Horizontal && role == Qt::InitialSortOrderRole)
+        return static_cast<int>(section == sizeColumn ? Qt::DescendingOrder : Qt::AscendingOrder);
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
     switch (section) {

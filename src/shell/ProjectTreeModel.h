@@ -1,6 +1,8 @@
 #pragma once
 
 #include "scanning/ScanSession.h"
+#include "shell/FindableModel.h"
+#include "shell/ListOrder.h"
 
 #include <QAbstractItemModel>
 #include <QDateTime>
@@ -16,8 +18,11 @@ namespace corvane {
 // scan the session changes many times a second; the model gathers those changes and applies them
 // shortly after as row insertions, removals, a reordering and value updates, so views keep their
 // selection, expansion and scroll position while rows arrive. Only a project that changes its
-// parent (its parent found after it) makes the model reset.
-class ProjectTreeModel : public QAbstractItemModel {
+// parent (its parent found after it) makes the model reset. A find text narrows the rows to the
+// projects whose name or path holds it (with the projects around them), and a column chosen in
+// the header orders each level instead of the session; both work through the same moves.
+// Projects that share a name show as much of their folders as tells them apart.
+class ProjectTreeModel : public QAbstractItemModel, public FindableModel {
     Q_OBJECT
 
 public:
@@ -42,6 +47,12 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation,
                         int role = Qt::DisplayRole) const override;
+    // Orders each level by `column`; -1 goes back to the session's order.
+    void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+
+    void setFindText(const QString& text) override;
+    int shownRowCount() const override;
+    int allRowCount() const override;
 
     // The row of a listed project, or an invalid index.
     QModelIndex indexOf(const QUuid& projectID, int column = nameColumn) const;
@@ -57,7 +68,11 @@ private:
     struct Values;
 
     void scheduleRefresh();
+    QList<ProjectNode> shaped(QList<ProjectNode> tree);
+    const Values& cachedValues(const Project& project);
+    QVariant sortKey(const Values& values, int column) const;
     bool keepsEveryParent(const QHash<QUuid, std::optional<QUuid>>& parentOf) const;
+    int rowsComingAndGoing(const QHash<QUuid, std::optional<QUuid>>& parentOf) const;
     void resetTo(const QList<ProjectNode>& tree);
     void removeMissing(Node& parent, const QHash<QUuid, std::optional<QUuid>>& parentOf);
     void insertNew(Node& parent, const QList<ProjectNode>& wanted);
@@ -69,11 +84,20 @@ private:
     QModelIndex indexFor(const Node& node, int column = nameColumn) const;
     Node* nodeAt(const QModelIndex& index) const;
     Values valuesOf(const Project& project) const;
-    QVariant display(const Node& node, int column) const;
+    QString display(const Values& values, int column) const;
 
     const ScanSession& session_;
     std::unique_ptr<Node> root_;
     QHash<QUuid, Node*> nodeByID_;
+    // What each project shows in this refresh, worked out once for ordering and for the rows.
+    QHash<QUuid, Values> valuesCache_;
+    QList<ProjectNode> sessionTree_;
+    bool sessionStale_ = true;
+    bool findChanged_ = false;
+    QHash<QUuid, QString> distinguishedNames_;
+    bool namesStale_ = true;
+    QString findText_;
+    ListOrder::Choice order_;
     qint64 largestBytes_ = 0;
     bool shownScanning_ = false;
     QTimer refreshTimer_;

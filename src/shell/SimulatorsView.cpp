@@ -65,8 +65,7 @@ void SimulatorsView::fillInventory() {
             name += QStringLiteral("  — current Xcode SDK");
         row->setText(nameColumn, name);
         row->setData(nameColumn, idRole, runtime.id);
-        row->setText(sizeColumn, formatBytes(runtime.sizeBytes));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, runtime.sizeBytes);
         const qsizetype devices = model_.devicesOn(runtime).size();
         QString detail = QStringLiteral("last used %1, %2 device%3")
                              .arg(lastUsed(runtime.lastUsedAt, "never"))
@@ -88,8 +87,7 @@ void SimulatorsView::fillInventory() {
         auto* row = new QTreeWidgetItem(devices);
         row->setText(nameColumn, device.name);
         row->setData(nameColumn, deviceRole, device.id);
-        row->setText(sizeColumn, formatBytes(device.dataSizeBytes));
-        row->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
+        InventoryWidgets::setSize(*row, sizeColumn, device.dataSizeBytes);
         QString detail =
             model_.erasingDeviceIDs().contains(device.id)
                 ? QStringLiteral("Erasing…")

@@ -2,6 +2,7 @@
 
 #include "scanning/GitClient.h"
 #include "scanning/GitIgnoreEvaluator.h"
+#include "scanning/ScanWording.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
@@ -282,6 +283,27 @@ TEST(GitInspection, SyncStatesAgainstARealRemote) {
     const GitDetails gone = GitInspector::inspect(repo);
     EXPECT_EQ(gone.status, GitStatus::upstreamGone());
     EXPECT_EQ(gone.branch, s("topic"));
+}
+
+TEST(GitInspection, ADirtyTreeStillSaysWhatItsCommitsAreMissing) {
+    const test::SyncedRepo synced = test::makeSyncedRepo();
+    const QString repo = synced.repo;
+    test::commitFiles(repo, {{s("a.txt"), "a\n"}});
+    for (const char* name : {"x.txt", "y.txt", "z.txt"})
+        test::writeFile(repo + u'/' + QLatin1String(name), "new\n");
+    const GitDetails ahead = GitInspector::inspect(repo);
+    EXPECT_EQ(ahead.status, GitStatus::dirty(3));
+    EXPECT_EQ(ahead.pushState, GitStatus::aheadOfRemote(1));
+    EXPECT_EQ(ScanWording::gitDetailsWords(ahead),
+              s("3 uncommitted changes · 1 commit not pushed"));
+
+    test::git(repo, {s("checkout"), s("-q"), s("-b"), s("topic")});
+    EXPECT_EQ(ScanWording::gitDetailsWords(GitInspector::inspect(repo)),
+              s("3 uncommitted changes · branch has no upstream"));
+    // Pushed work adds nothing to what the tree says.
+    test::pushWithUpstream(repo);
+    EXPECT_EQ(ScanWording::gitDetailsWords(GitInspector::inspect(repo)),
+              s("3 uncommitted changes"));
 }
 
 TEST(GitInspection, DetachedHeadHasNoBranchAndNoUpstream) {

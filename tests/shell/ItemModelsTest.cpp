@@ -125,7 +125,7 @@ TEST(CachesTableModelTest, ListsTheCachesOfTheHomeFolderWithTicksAndSizesAndLose
     ASSERT_EQ(test::dumpTree(model), QStringLiteral("Yarn cache,npm cache,Cargo registry"));
     EXPECT_FALSE(model.index(0, CachesTableModel::sizeColumn).data().toString().isEmpty());
     EXPECT_NE(model.index(0, CachesTableModel::sizeColumn).data().toString(),
-              QStringLiteral("Measuring sizes..."));
+              QStringLiteral("Measuring…"));
     EXPECT_EQ(model.index(1, CachesTableModel::detailColumn).data().toString(),
               QStringLiteral("Package cache. Downloaded again on the next install."));
     EXPECT_EQ(model.index(0, 0).data(Qt::CheckStateRole).value<Qt::CheckState>(), Qt::Unchecked);

@@ -167,3 +167,52 @@ TEST_F(ProjectTreeModelTest, SessionChangesReachTheRowsWithoutBeingAskedFor) {
         QTest::qWaitFor([this] { return dump() == QStringLiteral("app,other"); }, test::patience))
         << qPrintable(dump());
 }
+
+TEST_F(ProjectTreeModelTest, ASizeStillBeingMeasuredSaysSoUntilTheScanEnds) {
+    const Project app = project(QStringLiteral("app"));
+    const Project lib = project(QStringLiteral("lib"));
+    const CleanableItem modules = makeItem(app, QStringLiteral("node_modules"));
+    const CleanableItem dist = makeItem(app, QStringLiteral("dist"), ArtifactKind::buildOutput);
+    scans.feed({ScanEvent::projectDiscovered(app), ScanEvent::projectDiscovered(lib)});
+    model.refresh();
+    const auto size = [this](const Project& project) {
+        return model.indexOf(project.id, ProjectTreeModel::sizeColumn).data().toString();
+    };
+    // Not classified yet, then classified with one item of two measured.
+    EXPECT_EQ(size(app), QStringLiteral("Measuring…"));
+    scans.feed({ScanEvent::itemsClassified(app.id, {modules, dist}),
+                ScanEvent::itemsClassified(lib.id, {}), ScanEvent::sizeUpdated(modules.id, 4000)});
+    model.refresh();
+    EXPECT_EQ(size(app), QStringLiteral("Measuring…"));
+    EXPECT_EQ(size(lib), QStringLiteral("Zero KB"));
+    scans.feed({ScanEvent::sizeUpdated(dist.id, 2000)});
+    model.refresh();
+    EXPECT_EQ(size(app), QStringLiteral("6 KB"));
+}
+
+TEST_F(ProjectTreeModelTest,
+       TheFindTextKeepsMatchesWithTheProjectsAroundThemAndAColumnOrdersEachLevel) {
+    const Project mono = project(QStringLiteral("mono"));
+    const Project web = makeProject(mono.url + QStringLiteral("/web"), mono.id);
+    const Project api = makeProject(mono.url + QStringLiteral("/Api"), mono.id);
+    const Project site = project(QStringLiteral("site"));
+    scans.feed(measured(mono, 10) + measured(web, 30) + measured(api, 70) + measured(site, 50) +
+               QList<ScanEvent>{ScanEvent::scanCompleted()});
+    model.refresh();
+    ASSERT_EQ(dump(), QStringLiteral("site,mono(Api,web)"));
+
+    model.setFindText(QStringLiteral(" api "));
+    EXPECT_EQ(dump(), QStringLiteral("mono(Api)"));
+    EXPECT_EQ(model.shownRowCount(), 2);
+    EXPECT_EQ(model.allRowCount(), 4);
+    model.setFindText(QStringLiteral("MONO"));
+    EXPECT_EQ(dump(), QStringLiteral("mono(Api,web)"));
+    model.setFindText({});
+
+    model.sort(ProjectTreeModel::nameColumn, Qt::AscendingOrder);
+    EXPECT_EQ(dump(), QStringLiteral("mono(Api,web),site"));
+    model.sort(ProjectTreeModel::sizeColumn, Qt::AscendingOrder);
+    EXPECT_EQ(dump(), QStringLiteral("mono(web,Api),site"));
+    model.sort(-1);
+    EXPECT_EQ(dump(), QStringLiteral("site,mono(Api,web)"));
+}

@@ -153,7 +153,7 @@ TEST_F(WindowScanTest, ScansTicksAndTrashesThroughTheConfirmationSheet) {
     const Project site = *projectAt(workspace.site);
     EXPECT_EQ(
         window.projectModel().indexOf(site.id, ProjectTreeModel::stateColumn).data().toString(),
-        QStringLiteral("1 uncommitted change"));
+        QStringLiteral("1 uncommitted change · no remote"));
     EXPECT_EQ(window.statusText(), QStringLiteral("3 projects in ") + workspace.root);
     test::saveScreenshot(window, QStringLiteral("scan-finished"));
 
@@ -347,7 +347,7 @@ TEST_F(WindowScanTest, MarksThatCannotBeReadAreShownAndTickNothing) {
     select(workspace.app);
     EXPECT_TRUE(
         QTest::qWaitFor([&] { return window.detailView()->showsKeptNote(); }, test::patience));
-    EXPECT_TRUE(window.detailView()->keptNoteText().contains(
-        KeepStore().url() + QStringLiteral(" could not be read")));
+    EXPECT_TRUE(window.detailView()->keptNoteText().contains(KeepStore().url() +
+                                                             QStringLiteral(" could not be read")));
     test::saveScreenshot(window, QStringLiteral("keep-unreadable"));
 }
