@@ -3,11 +3,14 @@
 // timer on the main thread while the scan runs. With --overview the window shows the overview,
 // which loads every area at once over a fake home (see OverviewFixtures) while the scan runs. With
 // --filter it types into the project list's filter over 2,000 projects instead (FilterBench).
+// With --disk-map the window shows the disk map of the same folder, which fills in from its own
+// walk while the scan runs.
 
 #include "FilterBench.h"
 #include "OverviewFixtures.h"
 #include "platform/ByteFormat.h"
 #include "scanning/ScanEngine.h"
+#include "shell/DiskMapView.h"
 #include "shell/MainWindow.h"
 
 #include <QApplication>
@@ -16,6 +19,7 @@
 #include <QTimer>
 #include <algorithm>
 #include <cstdio>
+#include <sys/resource.h>
 
 namespace {
 
@@ -44,6 +48,17 @@ struct Gaps {
     }
 };
 
+// The most memory the process ever held, in MiB.
+double peakMemoryMiB() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+#ifdef Q_OS_MACOS
+    return static_cast<double>(usage.ru_maxrss) / (1024.0 * 1024.0);
+#else
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+#endif
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -52,6 +67,11 @@ int main(int argc, char** argv) {
     if (argc > 1 && qstrcmp(argv[1], "--filter") == 0)
         return corvane::bench::runFilterBench(argc, argv);
     const bool withOverview = argc > 1 && qstrcmp(argv[1], "--overview") == 0;
+    const bool withDiskMap = argc > 1 && qstrcmp(argv[1], "--disk-map") == 0;
+    if (withDiskMap) {
+        --argc;
+        ++argv;
+    }
     if (withOverview) {
         --argc;
         ++argv;
@@ -67,7 +87,8 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("Corvane Clean UI bench"));
     const QStringList arguments = QApplication::arguments();
     if (arguments.size() < 2 || arguments.size() > 3 || !QFileInfo(arguments[1]).isDir()) {
-        std::fprintf(stderr, "usage: corvane_ui_bench [--overview] FOLDER [SCREENSHOT.png]\n");
+        std::fprintf(stderr,
+                     "usage: corvane_ui_bench [--overview | --disk-map] FOLDER [SCREENSHOT.png]\n");
         return 2;
     }
     const QString folder = QFileInfo(arguments[1]).absoluteFilePath();
@@ -85,15 +106,20 @@ int main(int argc, char** argv) {
     QElapsedTimer scanClock;
     qint64 overviewMs = -1;
     corvane::OverviewModel& overview = models.overview;
+    corvane::DiskMapModel& diskMap = models.diskMap;
+    qint64 diskMapMs = -1;
     const auto quitWhenDone = [&] {
         const bool overviewDone =
             !withOverview || (overview.isComplete() && overview.trashBytes().has_value());
+        const bool diskMapDone = !withDiskMap || (diskMap.hasLoaded() && !diskMap.isLoading());
+        if (withDiskMap && diskMapDone && diskMapMs < 0 && scanClock.isValid())
+            diskMapMs = scanClock.elapsed();
         // Nothing is done before the scan has started.
         if (!scanClock.isValid())
             return;
         if (overviewDone && overviewMs < 0 && withOverview)
             overviewMs = scanClock.elapsed();
-        if (session.isScanning() || !overviewDone)
+        if (session.isScanning() || !overviewDone || !diskMapDone)
             return;
         // A moment more, so the views' last updates after the end are measured too.
         QTimer::singleShot(500, &application, &QCoreApplication::quit);
@@ -101,6 +127,8 @@ int main(int argc, char** argv) {
     QObject::connect(&session, &corvane::ScanSession::isScanningChanged, &application,
                      quitWhenDone);
     QObject::connect(&overview, &corvane::OverviewModel::changed, &application, quitWhenDone);
+    QObject::connect(&diskMap, &corvane::InventoryModel::isLoadingChanged, &application,
+                     quitWhenDone);
 
     // Let the window settle before the clock starts.
     QTimer::singleShot(200, &application, [&] {
@@ -110,6 +138,8 @@ int main(int argc, char** argv) {
         if (withOverview)
             window.showOverview();
         window.scanFolder(folder);
+        if (withDiskMap)
+            window.showDiskMap(folder);
         if (!session.isScanning())
             QCoreApplication::quit();
     });
@@ -126,6 +156,13 @@ int main(int argc, char** argv) {
         std::printf("ui bench: the overview had every area after %.1f s: %s\n",
                     static_cast<double>(overviewMs) / 1000.0, qPrintable(areas.join(u", ")));
         corvane::bench::removeOverviewHome();
+    }
+    if (withDiskMap) {
+        const corvane::DiskMapModel::Node* root = diskMap.node(corvane::DiskMapModel::rootFolder);
+        std::printf("ui bench: the disk map measured %s in %.1f s and keeps %zu folders; peak "
+                    "memory %.0f MiB\n",
+                    qPrintable(corvane::formatBytes(root ? root->bytes : 0)),
+                    static_cast<double>(diskMapMs) / 1000.0, diskMap.nodeCount(), peakMemoryMiB());
     }
     if (!session.rootURL()) {
         std::fprintf(stderr, "corvane_ui_bench: %s was not scanned\n", qPrintable(folder));

@@ -38,6 +38,7 @@ const QList<AreaRow>& Areas::all() {
          QStringLiteral("AI models"), QStringLiteral("models")},
         {QStringLiteral("apps"), QStringLiteral("Apps"), QStringLiteral("desktop"),
          QStringLiteral("App leftovers"), QStringLiteral("apps")},
+        {QStringLiteral("diskMap"), QStringLiteral("Disk map"), QStringLiteral("contents"), {}, {}},
         {QStringLiteral("cleanups"),
          QStringLiteral("Cleanups"),
          QStringLiteral("trash"),

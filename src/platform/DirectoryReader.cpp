@@ -117,6 +117,13 @@ bool DirectoryReader::next(Entry& entry) {
     return false;
 }
 
+std::optional<quint64> DirectoryReader::device() const {
+    struct stat info {};
+    if (fd_ < 0 || ::fstat(fd_, &info) != 0)
+        return std::nullopt;
+    return static_cast<quint64>(info.st_dev);
+}
+
 bool DirectoryReader::describe(const char* name, Entry& entry) const {
     struct stat info {};
     if (::fstatat(fd_, name, &info, AT_SYMLINK_NOFOLLOW) != 0)

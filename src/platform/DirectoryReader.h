@@ -60,6 +60,8 @@ public:
     // the listing and a metadata call are passed over.
     bool next(Entry& entry);
     bool failed() const { return failed_; }
+    // The device the open folder lies on, or nothing when it is not open.
+    std::optional<quint64> device() const;
 
     // Whether the platform treats the folder at `path` as a package (an application or document
     // bundle shown as a single file). Never true on Linux.

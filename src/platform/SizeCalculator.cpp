@@ -5,6 +5,8 @@
 #include "platform/Paths.h"
 
 #include <QFile>
+#include <cerrno>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <unordered_set>
@@ -31,17 +33,23 @@ using Exclusions = std::unordered_set<std::string>;
 
 class TreeMeasurement {
 public:
-    TreeMeasurement(const CancellationToken& cancellation, const Exclusions& excluded)
+    TreeMeasurement(const CancellationToken& cancellation, const Exclusions& excluded,
+                    FolderVisitor* visitor = nullptr)
         : cancellation_(cancellation)
-        , excluded_(excluded) {}
+        , excluded_(excluded)
+        , visitor_(visitor) {}
 
     SpaceUse run(DirectoryReader root) {
+        if (visitor_)
+            device_ = root.device();
         std::vector<Level> stack;
-        stack.push_back(list(std::move(root)));
+        stack.push_back(list(std::move(root), {}));
         while (!stack.empty()) {
             Level& top = stack.back();
             if (top.subfolders.empty()) {
                 stack.pop_back();
+                if (visitor_)
+                    visitor_->folderLeft();
                 continue;
             }
             const std::string name = std::move(top.subfolders.back());
@@ -53,11 +61,20 @@ public:
                     continue;
             }
             DirectoryReader child(top.reader, name.c_str());
-            // A folder that vanished or refuses to open simply counts nothing.
-            if (child.isOpen()) {
-                stack.push_back(list(std::move(child)));
-                stack.back().relativePath = std::move(relativePath);
+            // A folder that vanished or refuses to open simply counts nothing. The reader's only
+            // call is the open, so errno still says why.
+            if (!child.isOpen()) {
+                const int error = errno;
+                if (visitor_)
+                    visitor_->folderSkipped(name, error);
+                continue;
             }
+            if (visitor_ && child.device() != device_) {
+                visitor_->folderSkipped(name, EXDEV);
+                continue;
+            }
+            stack.push_back(list(std::move(child), name));
+            stack.back().relativePath = std::move(relativePath);
         }
         SpaceUse use{total_, unlinkedTotal_, nullptr};
         links_.finish(use);
@@ -65,17 +82,26 @@ public:
     }
 
 private:
-    Level list(DirectoryReader reader) {
+    Level list(DirectoryReader reader, std::string_view name) {
         Level level{std::move(reader), {}, {}};
+        qint64 fileBytes = 0;
+        noted_.clear();
         DirectoryReader::Entry entry;
         while (level.reader.next(entry)) {
             if (++entries_ % cancellationCheckInterval == 0)
                 cancellation_.throwIfCancelled();
-            if (entry.kind == EntryKind::regularFile)
+            if (entry.kind == EntryKind::regularFile) {
                 count(entry);
-            else if (entry.kind == EntryKind::directory)
+                if (visitor_)
+                    fileBytes = checkedSum(fileBytes, firstLinkBytes(entry));
+            } else if (entry.kind == EntryKind::directory) {
                 level.subfolders.emplace_back(entry.name);
+            }
+            if (visitor_ && visitor_->notedNames().count(entry.name))
+                noted_.emplace_back(entry.name);
         }
+        if (visitor_)
+            visitor_->folderEntered(name, fileBytes, noted_);
         return level;
     }
 
@@ -87,13 +113,37 @@ private:
             links_.meet(entry.device, entry.inode, entry.links, entry.allocatedBytes);
     }
 
+    // A file's bytes at the first of its links the walk meets, nothing at the others.
+    qint64 firstLinkBytes(const DirectoryReader::Entry& entry) {
+        if (entry.links <= 1)
+            return entry.allocatedBytes;
+        return linksMet_.insert({entry.device, entry.inode}).second ? entry.allocatedBytes : 0;
+    }
+
+    struct FileKey {
+        quint64 device;
+        quint64 inode;
+        bool operator==(const FileKey&) const = default;
+    };
+    struct FileKeyHash {
+        size_t operator()(const FileKey& key) const noexcept {
+            return std::hash<quint64>()(key.inode * 0x9e3779b97f4a7c15ULL ^ key.device);
+        }
+    };
+
     const CancellationToken& cancellation_;
     const Exclusions& excluded_;
+    FolderVisitor* visitor_;
     qint64 total_ = 0;
     // Files with a single link: freed with the tree, no bookkeeping needed.
     qint64 unlinkedTotal_ = 0;
     LinkCounter links_;
     qint64 entries_ = 0;
+    // Only for a visitor: the volume the walk stays on, the linked files met, and the noted
+    // names of the folder being listed.
+    std::optional<quint64> device_;
+    std::unordered_set<FileKey, FileKeyHash> linksMet_;
+    std::vector<std::string> noted_;
 };
 
 } // namespace
@@ -129,6 +179,17 @@ SpaceUse SizeCalculator::measure(const QString& path, const CancellationToken& c
     }
     DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes);
     return TreeMeasurement(cancellation, excluded).run(std::move(root));
+}
+
+void SizeCalculator::walk(const QString& path, FolderVisitor& visitor,
+                          const CancellationToken& cancellation) {
+    // The folder the user picked may be a link to the real one; below it, none is followed.
+    DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes,
+                         DirectoryReader::RootLinks::followed);
+    if (!root.isOpen())
+        return;
+    const Exclusions none;
+    TreeMeasurement(cancellation, none, &visitor).run(std::move(root));
 }
 
 } // namespace corvane

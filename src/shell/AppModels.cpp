@@ -27,6 +27,7 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , aiModels(toasts, options.aiModelsDryRun)
     , apps(toasts)
     , homebrew(toasts)
+    , diskMap(toasts)
     , cleanups(toasts)
     , navigation(session)
     , overview(overviewAreas(

@@ -14,6 +14,7 @@
 #include "platform/CleanupHistoryModel.h"
 #include "platform/OverviewModel.h"
 #include "platform/ToastCenter.h"
+#include "scanning/DiskMapModel.h"
 #include "scanning/GlobalCachesModel.h"
 #include "scanning/ProjectsModel.h"
 #include "scanning/RulesStore.h"
@@ -51,6 +52,7 @@ public:
     AIModelsModel aiModels;
     AppsModel apps;
     HomebrewModel homebrew;
+    DiskMapModel diskMap;
     // Answers the "Put Back" button of every cleanup's toast.
     CleanupHistoryModel cleanups;
     Navigation navigation;

@@ -1,5 +1,6 @@
 #include "shell/AreaPages.h"
 
+#include "platform/Locations.h"
 #include "shell/AIModelsView.h"
 #include "shell/AgentsView.h"
 #include "shell/AndroidView.h"
@@ -7,6 +8,7 @@
 #include "shell/ArchivedView.h"
 #include "shell/CachesView.h"
 #include "shell/CleanupsView.h"
+#include "shell/DiskMapView.h"
 #include "shell/DockerView.h"
 #include "shell/OrganizeView.h"
 #include "shell/OverviewView.h"
@@ -74,6 +76,17 @@ const QHash<QString, Factory>& factories() {
          [](AppModels& m, const AreaOpener&, QWidget* parent) {
              return AreaPage{new AppsView(m.apps, m.homebrew, parent)};
          }},
+        {QStringLiteral("diskMap"),
+         [](AppModels& m, const AreaOpener&, QWidget* parent) {
+             auto* view = new DiskMapView(m.diskMap, parent);
+             // The scanned folder by default; a map already drawn stays until the user asks.
+             return AreaPage{view, [view, &m] {
+                                 if (!m.diskMap.folder().isEmpty())
+                                     return;
+                                 const std::optional<QString>& root = m.session.rootURL();
+                                 view->showFolder(root ? *root : Locations::homeDir());
+                             }};
+         }},
         {QStringLiteral("cleanups"),
          [](AppModels& m, const AreaOpener&, QWidget* parent) {
              return AreaPage{new CleanupsView(m.cleanups, parent)};
@@ -103,6 +116,7 @@ QIcon areaIcon(const QString& iconKey, const QStyle& style) {
         {QStringLiteral("optical"), QStyle::SP_DriveCDIcon},
         {QStringLiteral("details"), QStyle::SP_FileDialogDetailedView},
         {QStringLiteral("trash"), QStyle::SP_TrashIcon},
+        {QStringLiteral("contents"), QStyle::SP_FileDialogContentsView},
     };
     return style.standardIcon(pictures.value(iconKey, QStyle::SP_FileIcon));
 }

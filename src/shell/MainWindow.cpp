@@ -1,11 +1,14 @@
 #include "shell/MainWindow.h"
 
 #include "platform/ByteFormat.h"
+#include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "shell/AppIcon.h"
 #include "shell/AreaPages.h"
+#include "shell/DiskMapView.h"
 #include "shell/FolderDrop.h"
 #include "shell/ItemContextMenu.h"
+#include "shell/OverviewView.h"
 #include "shell/ProjectsView.h"
 #include "shell/ToastOverlay.h"
 #include "shell/UpdatePrompt.h"
@@ -47,6 +50,11 @@ MainWindow::MainWindow(AppModels& models, QWidget* parent)
     // need at the narrowest width any page allows, not at the width the window has.
     setMinimumSize(800, 560);
     FolderDrop::install(*this, [this](const QString& folder) { scanFolder(folder); });
+    // The overview maps the home folder.
+    connect(page<OverviewView>(), &OverviewView::diskMapRequested, this, [this] {
+        page<DiskMapView>()->showFolder(Locations::homeDir());
+        showArea(QStringLiteral("diskMap"));
+    });
     for (ItemContextMenu* menu : findChildren<ItemContextMenu*>())
         menu->setKeepSession(models.session);
     toast_ = new ToastOverlay(models.toasts, centralWidget());

@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -92,7 +93,8 @@ OverviewView::OverviewView(OverviewModel& model, QWidget* parent)
     , model_(model)
     , disk_(new QLabel(this))
     , bar_(new SpaceBar(this))
-    , list_(new QTreeWidget(this)) {
+    , list_(new QTreeWidget(this))
+    , diskMapButton_(new QPushButton(QStringLiteral("Map Home Folder"), this)) {
     setObjectName(QStringLiteral("overviewView"));
     disk_->setObjectName(QStringLiteral("diskSummary"));
     list_->setObjectName(QStringLiteral("overviewList"));
@@ -109,6 +111,9 @@ OverviewView::OverviewView(OverviewModel& model, QWidget* parent)
     body->addWidget(bar_);
     body->addWidget(list_, 1);
     auto* footer = new QHBoxLayout;
+    diskMapButton_->setObjectName(QStringLiteral("mapHomeFolder"));
+    footer->addStretch(1);
+    footer->addWidget(diskMapButton_);
     layOutPage(*this, QStringLiteral("Overview"),
                QStringLiteral("Your disk, and what every area could give back. Click an area to "
                               "open it."),
@@ -116,6 +121,7 @@ OverviewView::OverviewView(OverviewModel& model, QWidget* parent)
 
     connect(&model_, &OverviewModel::changed, this, &OverviewView::showOverview);
     connect(bar_, &SpaceBar::areaClicked, this, &OverviewView::areaRequested);
+    connect(diskMapButton_, &QPushButton::clicked, this, &OverviewView::diskMapRequested);
     connect(list_, &QTreeWidget::itemActivated, this, [this](QTreeWidgetItem* item) {
         const QString id = item->data(nameColumn, idRole).toString();
         if (!id.isEmpty())

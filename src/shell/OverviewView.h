@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QLabel;
+class QPushButton;
 class QTreeWidget;
 
 namespace corvane {
@@ -44,9 +45,12 @@ public:
     QTreeWidget* list() const { return list_; }
     SpaceBar* bar() const { return bar_; }
     QLabel* diskLabel() const { return disk_; }
+    QPushButton* diskMapButton() const { return diskMapButton_; }
 
 signals:
     void areaRequested(const QString& id);
+    // The map of the whole home folder.
+    void diskMapRequested();
 
 protected:
     // Every area is asked the first time the page is shown.
@@ -59,6 +63,7 @@ private:
     QLabel* disk_;
     SpaceBar* bar_;
     QTreeWidget* list_;
+    QPushButton* diskMapButton_;
     bool loaded_ = false;
 };
 
