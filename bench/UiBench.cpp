@@ -138,8 +138,10 @@ int main(int argc, char** argv) {
         if (withOverview)
             window.showOverview();
         window.scanFolder(folder);
-        if (withDiskMap)
-            window.showDiskMap(folder);
+        if (withDiskMap) {
+            window.page<corvane::DiskMapView>()->showFolder(folder);
+            window.showArea(QStringLiteral("diskMap"));
+        }
         if (!session.isScanning())
             QCoreApplication::quit();
     });

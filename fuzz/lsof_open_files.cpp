@@ -1,6 +1,6 @@
 // lsof's field output ("p<pid>" lines) and ps's "comm" column, as the open-file guard reads them.
 #include "FuzzSupport.h"
-#include "devtools/OpenFileGuard.h"
+#include "platform/OpenFileGuard.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using corvane::OpenFileGuard;

@@ -23,7 +23,8 @@ const PlatformWords& PlatformWords::forMac() {
         QStringLiteral(" Docker Desktop gives the space back to macOS within a few minutes."),
         QStringLiteral("Blocked by macOS Local Network privacy. Allow Corvane Clean under System "
                        "Settings > Privacy & Security > Local Network."),
-        QStringLiteral("Connect to it once in Finder (Cmd+K) so macOS saves the login.")};
+        QStringLiteral("Connect to it once in Finder (Cmd+K) so macOS saves the login."),
+        QStringLiteral("Reveal in Finder")};
     return words;
 }
 
@@ -47,7 +48,8 @@ const PlatformWords& PlatformWords::forLinux() {
         QStringLiteral("No route to the server: check that it is on and on a network this "
                        "computer reaches."),
         QStringLiteral("Connect to it once in the file manager so the system's keyring saves the "
-                       "login.")};
+                       "login."),
+        QStringLiteral("Show in Files")};
     return words;
 }
 

@@ -42,6 +42,8 @@ struct PlatformWords {
     QString noRouteToHost;
     // How a share's login gets saved once, after a mount failed.
     QString saveShareLogin;
+    // The menu entry that shows an item where it lies: "Reveal in Finder" / "Show in Files".
+    QString revealInFileManager;
 
     static const PlatformWords& forMac();
     static const PlatformWords& forLinux();

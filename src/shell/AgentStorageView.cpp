@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 #include "platform/Paths.h"
+#include "shell/ConfirmationSheet.h"
 #include "shell/TrashConfirmation.h"
 
 #include <QAbstractButton>
@@ -171,28 +172,30 @@ void AgentStorageView::showFailures() {
     failures_->setVisible(!lines.isEmpty());
 }
 
-QMessageBox* AgentStorageView::confirmTrash() {
+ConfirmationSheet* AgentStorageView::confirmTrash() {
     const AgentStorage::Plan plan = model_.plan();
     if (plan.trash.isEmpty())
         return nullptr;
-    QMessageBox* box = makeTrashConfirmation(window(), TrashQuestion::about(plan.trash));
-    QStringList lines;
+    // What goes, under the agent that keeps it; what was ticked but stays is said beneath.
+    QMap<QString, QList<ConfirmationItem>> byAgent;
     for (const QString& id : plan.rowIDs) {
         const AgentStoreRow* row = model_.row(id);
-        lines.append(formatBytes(row->bytes) + QStringLiteral("  ") + displayName(row->agent) +
-                     QStringLiteral(": ") + row->name);
+        byAgent[displayName(row->agent)].append(
+            {row->name, row->paths.value(0), row->bytes, row->bytes});
     }
+    QList<ConfirmationGroup> groups;
+    for (auto group = byAgent.cbegin(); group != byAgent.cend(); ++group)
+        groups.append({group.key(), group.value()});
+    const TrashQuestion question = TrashQuestion::about(plan.trash);
+    QStringList explanation{question.informativeText};
     for (const ItemFailure& refused : plan.refused)
-        lines.append(QStringLiteral("Stays: ") + refused.name + QStringLiteral(" (") +
-                     refused.message + u')');
-    box->setDetailedText(lines.join(u'\n'));
-    connect(box, &QMessageBox::buttonClicked, this,
-            [this, box, trash = plan.trash](QAbstractButton* button) {
-                if (box->buttonRole(button) == QMessageBox::AcceptRole)
-                    model_.trash(trash);
-            });
-    box->open();
-    return box;
+        explanation.append(QStringLiteral("Stays: ") + refused.name + QStringLiteral(" (") +
+                           refused.message + u')');
+    return ConfirmationSheet::ask(window(),
+                                  {QStringLiteral("trashConfirmation"),
+                                   QStringLiteral("Move to Trash"), question.text,
+                                   explanation.join(u'\n'), moveToTrashTitle, false},
+                                  groups, [this, trash = plan.trash] { model_.trash(trash); });
 }
 
 } // namespace corvane

@@ -13,6 +13,8 @@ class QTreeWidgetItem;
 
 namespace corvane {
 
+class ConfirmationSheet;
+
 // What the coding agents keep on disk, per agent and per project: each session, workspace and
 // store with its size, its kind and why, ticked when nobody can use it any more. The ticked rows
 // go to the Trash after a confirmation that lists them.
@@ -29,7 +31,7 @@ public:
     // The row of the tree that stands for the store row `id`, if shown.
     QTreeWidgetItem* itemFor(const QString& id) const { return itemByID_.value(id); }
     // Asks before moving the ticked rows to the Trash; the box is returned for tests.
-    QMessageBox* confirmTrash();
+    ConfirmationSheet* confirmTrash();
 
 private:
     void showStore();

@@ -1,11 +1,12 @@
 #include "shell/AgentsView.h"
 
+#include "platform/PlatformWords.h"
+#include "platform/Workspace.h"
 #include "shell/ActivityWords.h"
 #include "shell/AgentStorageView.h"
 #include "shell/FilterBar.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
-#include "shell/Reveal.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -118,9 +119,9 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     , state_(new QLabel(this))
     , body_(new QStackedLayout)
     , reloadButton_(new QPushButton(QStringLiteral("Reload"), this))
-    , revealButton_(new QPushButton(Reveal::actionTitle(), this))
+    , revealButton_(new QPushButton(PlatformWords::here().revealInFileManager, this))
     , copyResumeButton_(new QPushButton(QStringLiteral("Copy Resume Command"), this))
-    , revealer_(&Reveal::show) {
+    , revealer_([](const QString& path) { Workspace::reveal({path}); }) {
 
     tree_->setObjectName(QStringLiteral("agentsTree"));
     tree_->setAccessibleName(QStringLiteral("Coding-agent sessions"));
@@ -229,7 +230,8 @@ std::unique_ptr<QMenu> AgentsView::menuFor(const QTreeWidgetItem& row) {
         return nullptr;
     auto menu = std::make_unique<QMenu>(this);
     if (!path.isEmpty())
-        menu->addAction(Reveal::actionTitle(), this, [this, path] { revealer_(path); });
+        menu->addAction(PlatformWords::here().revealInFileManager, this,
+                        [this, path] { revealer_(path); });
     // The tree may be rebuilt while the menu is open: the actions hold texts, not rows.
     if (!command.isEmpty())
         menu->addAction(QStringLiteral("Copy Resume Command"), this,

@@ -4,9 +4,9 @@
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "shell/DiskMapKnownFolders.h"
-#include "shell/FileManager.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/PageLayout.h"
-#include "shell/TrashConfirmation.h"
+#include "shell/TrashFlow.h"
 
 #include <QFileDialog>
 #include <QHBoxLayout>
@@ -209,8 +209,7 @@ QMenu* DiskMapView::menuFor(FolderID folder) {
     menu->setObjectName(QStringLiteral("diskMapMenu"));
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const QString path = model_.pathOf(folder);
-    menu->addAction(FileManager::revealTitle(), this, [path] { FileManager::reveal(path); });
-    menu->addAction(FileManager::copyPathTitle, this, [path] { FileManager::copyPath(path); });
+    ItemContextMenu::addPathEntries(*menu, {path}, this);
     menu->addSeparator();
     QAction* trash = menu->addAction(trashTitle, this, [this, folder] { confirmTrash(folder); });
     // Said before it is tried: a kept folder, or one of the user's own, is never offered.
@@ -227,12 +226,7 @@ void DiskMapView::confirmTrash(FolderID folder) {
     const TrashPlan plan = model_.trashPlan(folder);
     if (plan.isEmpty() || model_.isRemoving())
         return;
-    QMessageBox* box = makeTrashConfirmation(window(), TrashQuestion::about(plan));
-    connect(box, &QMessageBox::buttonClicked, this, [this, box, plan](QAbstractButton* button) {
-        if (box->buttonRole(button) == QMessageBox::AcceptRole)
-            model_.trash(plan);
-    });
-    box->open();
+    confirmThenTrash(*this, plan, [this](const TrashPlan& shown) { model_.trash(shown); });
 }
 
 } // namespace corvane

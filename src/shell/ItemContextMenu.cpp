@@ -1,7 +1,7 @@
 #include "shell/ItemContextMenu.h"
 
+#include "platform/PlatformWords.h"
 #include "platform/Workspace.h"
-#include "shell/PlatformWords.h"
 
 #include <QAbstractItemView>
 #include <QClipboard>
@@ -57,14 +57,14 @@ ItemContextMenu* ItemContextMenu::of(const QAbstractItemView& view) {
 void ItemContextMenu::addPathEntries(QMenu& menu, const QStringList& paths, QWidget* alertParent) {
     if (paths.isEmpty())
         return;
-    QObject::connect(addEntry(menu, PlatformWords::revealInFileManager, "revealAction"),
+    QObject::connect(addEntry(menu, PlatformWords::here().revealInFileManager, "revealAction"),
                      &QAction::triggered, alertParent, [path = paths.first(), alertParent] {
                          showFailure(Workspace::reveal({path}), alertParent);
                      });
-    QObject::connect(addEntry(menu, PlatformWords::copyPath, "copyPathAction"), &QAction::triggered,
+    QObject::connect(addEntry(menu, copyPathTitle, "copyPathAction"), &QAction::triggered,
                      alertParent,
                      [paths] { QGuiApplication::clipboard()->setText(paths.join(u'\n')); });
-    QObject::connect(addEntry(menu, PlatformWords::openInTerminal, "openInTerminalAction"),
+    QObject::connect(addEntry(menu, openInTerminalTitle, "openInTerminalAction"),
                      &QAction::triggered, alertParent, [path = paths.first(), alertParent] {
                          showFailure(Workspace::openTerminal(path), alertParent);
                      });

@@ -36,6 +36,9 @@ class ItemContextMenu : public QObject {
     Q_OBJECT
 
 public:
+    static inline const QString copyPathTitle = QStringLiteral("Copy Path");
+    static inline const QString openInTerminalTitle = QStringLiteral("Open in Terminal");
+
     using PathOf = std::function<QString(const QModelIndex& row)>;
 
     // Keep is offered on rows whose removal honours it; see KeepOffer.

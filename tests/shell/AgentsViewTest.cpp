@@ -3,6 +3,7 @@
 #include "agents/AgentStoreFixture.h"
 #include "agents/ClaudeHistory.h"
 #include "shell/AgentStorageView.h"
+#include "shell/ConfirmationSheet.h"
 #include "shell/MainWindow.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectsView.h"
@@ -241,19 +242,26 @@ TEST(AgentsViewTest, TheStorageTabTicksWhatNobodyCanUseAndMovesItAfterAskingWith
     live->setCheckState(0, Qt::Unchecked);
     EXPECT_FALSE(storage.selectedIDs().contains(home.liveSession));
 
-    QMessageBox* box = page.confirmTrash();
+    ConfirmationSheet* box = page.confirmTrash();
     ASSERT_TRUE(box);
-    EXPECT_TRUE(box->detailedText().contains(text("Claude Code: Gone")))
-        << qPrintable(box->detailedText());
-    EXPECT_FALSE(box->detailedText().contains(text("Fix flaky checkout test")));
+    QStringList listed;
+    for (int group = 0; group < box->list()->topLevelItemCount(); ++group) {
+        const QTreeWidgetItem* heading = box->list()->topLevelItem(group);
+        for (int item = 0; item < heading->childCount(); ++item)
+            listed.append(heading->text(0) + text(": ") + heading->child(item)->text(0));
+    }
+    EXPECT_TRUE(listed.join(u'\n').contains(text("Claude Code: Gone")))
+        << qPrintable(listed.join(u'\n'));
+    EXPECT_FALSE(listed.join(u'\n').contains(text("Fix flaky checkout test")));
+    EXPECT_TRUE(box->cancelButton()->isDefault());
     test::saveScreenshot(window, text("agents-confirmation"));
     const QString orphanFile = storage.row(home.orphan)->paths.first();
     const QString liveFile = storage.row(home.liveSession)->paths.first();
-    test::clickButton(*box, QMessageBox::AcceptRole);
+    box->acceptButton()->click();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(orphanFile); }, test::patience));
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return models.toasts.current().has_value(); }, test::patience));
-    EXPECT_TRUE(models.toasts.current()->message.startsWith(text("Reclaimed ")));
+    EXPECT_TRUE(models.toasts.current()->message.startsWith(text("Moved ")));
     ASSERT_TRUE(models.toasts.current()->action);
     EXPECT_EQ(models.toasts.current()->action->title, putBackTitle);
     EXPECT_TRUE(QFile::exists(liveFile));

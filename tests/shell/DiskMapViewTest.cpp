@@ -3,9 +3,10 @@
 #include "platform/ByteFormat.h"
 #include "platform/KeepStore.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 #include "platform/TrashService.h"
 #include "shell/AppModels.h"
-#include "shell/FileManager.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/MainWindow.h"
 #include "shell/OverviewView.h"
 #include "shell/ShellTesting.h"
@@ -169,8 +170,8 @@ TEST_F(DiskMapViewTest, TheContextMenuMovesAFolderToTheTrashButNotAKeptOne) {
     };
 
     QMenu* kept = view.menuFor(*cellNamed(s("engine"))->folder);
-    ASSERT_TRUE(actionOf(kept, FileManager::revealTitle()));
-    ASSERT_TRUE(actionOf(kept, FileManager::copyPathTitle));
+    ASSERT_TRUE(actionOf(kept, PlatformWords::here().revealInFileManager));
+    ASSERT_TRUE(actionOf(kept, ItemContextMenu::copyPathTitle));
     QAction* refused = actionOf(kept, DiskMapView::trashTitle);
     ASSERT_TRUE(refused);
     EXPECT_FALSE(refused->isEnabled());
@@ -180,7 +181,7 @@ TEST_F(DiskMapViewTest, TheContextMenuMovesAFolderToTheTrashButNotAKeptOne) {
     delete kept;
 
     QMenu* menu = view.menuFor(*cellNamed(s("dist"))->folder);
-    actionOf(menu, FileManager::copyPathTitle)->trigger();
+    actionOf(menu, ItemContextMenu::copyPathTitle)->trigger();
     EXPECT_EQ(QGuiApplication::clipboard()->text(), root + s("/storefront/dist"));
     actionOf(menu, DiskMapView::trashTitle)->trigger();
     delete menu;

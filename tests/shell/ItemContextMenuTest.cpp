@@ -1,9 +1,10 @@
 #include "shell/ItemContextMenu.h"
 
+#include "platform/PlatformWords.h"
 #include "shell/AndroidView.h"
 #include "shell/MainWindow.h"
-#include "shell/PlatformWords.h"
 #include "shell/ProjectTreeModel.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "support/FakeScan.h"
 #include "support/GitFixture.h"
@@ -95,10 +96,11 @@ TEST_F(ItemContextMenuTest, ARowOffersRevealCopyPathAndTerminalForItsOwnPath) {
     QStringList texts;
     for (const QAction* action : menu->actions())
         texts.append(action->text());
-    EXPECT_EQ(texts, QStringList({PlatformWords::revealInFileManager, QStringLiteral("Copy Path"),
-                                  QStringLiteral("Open in Terminal")}));
+    EXPECT_EQ(texts,
+              QStringList({PlatformWords::here().revealInFileManager, QStringLiteral("Copy Path"),
+                           QStringLiteral("Open in Terminal")}));
 #ifndef Q_OS_MACOS
-    EXPECT_EQ(PlatformWords::revealInFileManager, QStringLiteral("Show in Files"));
+    EXPECT_EQ(PlatformWords::here().revealInFileManager, QStringLiteral("Show in Files"));
 #endif
 
     trigger(*menu, "copyPathAction");
@@ -212,9 +214,11 @@ TEST(ItemContextMenuPages, EveryListOfTheWindowHasTheMenuAndProjectsKeepTheirKee
     const Project app = test::makeProject(root + QStringLiteral("/app"));
     window.scanFolder(root);
     scans.feed({ScanEvent::projectDiscovered(app)});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return window.projectModel().indexOf(app.id).isValid(); },
-                                test::patience));
-    const std::unique_ptr<QMenu> menu = window.projectMenu(window.projectModel().indexOf(app.id));
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return window.projectsView().projectModel().indexOf(app.id).isValid(); },
+        test::patience));
+    const std::unique_ptr<QMenu> menu =
+        window.projectsView().projectMenu(window.projectsView().projectModel().indexOf(app.id));
     ASSERT_NE(menu, nullptr);
     for (const char* entry :
          {"revealAction", "copyPathAction", "openInTerminalAction", "keepAction"})

@@ -1,7 +1,9 @@
+#include "shell/ArchiveFlow.h"
 #include "shell/FolderDrop.h"
 #include "shell/MainWindow.h"
 #include "shell/OverviewView.h"
 #include "shell/ProjectTreeModel.h"
+#include "shell/ProjectsView.h"
 #include "shell/ShellTesting.h"
 #include "shell/SummaryStrip.h"
 #include "support/FakeScan.h"
@@ -70,9 +72,10 @@ protected:
         }
         window.scanFolder(root);
         scans.feed(events);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return window.summary()->legendTexts().size() >= 4; },
-                                    test::patience))
-            << qPrintable(window.summary()->legendTexts().join(u','));
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return window.projectsView().summary()->legendTexts().size() >= 4; },
+            test::patience))
+            << qPrintable(window.projectsView().summary()->legendTexts().join(u','));
         return project;
     }
 
@@ -108,20 +111,22 @@ TEST_F(WindowHabitsTest, AFolderDroppedOnTheWindowIsScannedAndNothingElseIsTaken
 
 TEST_F(WindowHabitsTest, TheArchiveButtonsFaceOpensItsMenu) {
     const Project project = scanProjectOfEveryKind();
-    window.projectView()->setCurrentIndex(window.projectModel().indexOf(project.id));
-    QAction* archive = window.action(MainWindow::Action::archiveProject);
+    window.projectsView().projectView()->setCurrentIndex(
+        window.projectsView().projectModel().indexOf(project.id));
+    QAction* archive = window.projectsView().action(ProjectsView::Action::archiveProject);
     ASSERT_TRUE(QTest::qWaitFor([&] { return archive->isEnabled(); }, test::patience));
-    auto* button = qobject_cast<QToolButton*>(
-        window.findChild<QToolBar*>(QStringLiteral("toolbar"))->widgetForAction(archive));
+    auto* button =
+        qobject_cast<QToolButton*>(window.projectsView().toolBar()->widgetForAction(archive));
     ASSERT_NE(button, nullptr);
 
     bool opened = false;
     // The menu runs its own loop while it is open: it is looked at, and closed, from there.
     QTimer::singleShot(0, &window, [&] {
-        ASSERT_TRUE(QTest::qWaitFor([&] { return window.archiveMenu()->isVisible(); }, 5000));
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] { return window.projectsView().archiveFlow().menu()->isVisible(); }, 5000));
         opened = true;
-        EXPECT_FALSE(window.archiveMenu()->actions().isEmpty());
-        window.archiveMenu()->close();
+        EXPECT_FALSE(window.projectsView().archiveFlow().menu()->actions().isEmpty());
+        window.projectsView().archiveFlow().menu()->close();
     });
     QTest::mouseClick(button, Qt::LeftButton, Qt::NoModifier, button->rect().center());
     EXPECT_TRUE(QTest::qWaitFor([&] { return opened; }, test::patience));
@@ -129,8 +134,9 @@ TEST_F(WindowHabitsTest, TheArchiveButtonsFaceOpensItsMenu) {
 
 TEST_F(WindowHabitsTest, ASmallWindowTakesOneLineForTheSummaryAndTheLegendWraps) {
     const Project project = scanProjectOfEveryKind();
-    window.projectView()->setCurrentIndex(window.projectModel().indexOf(project.id));
-    SummaryStrip& strip = *window.summary();
+    window.projectsView().projectView()->setCurrentIndex(
+        window.projectsView().projectModel().indexOf(project.id));
+    SummaryStrip& strip = *window.projectsView().summary();
     const auto entriesInside = [&strip] {
         for (const QLabel* words : strip.findChildren<QLabel*>()) {
             if (!strip.legendTexts().contains(words->text()))
@@ -167,7 +173,7 @@ TEST_F(WindowHabitsTest, ASmallWindowTakesOneLineForTheSummaryAndTheLegendWraps)
     ASSERT_TRUE(QTest::qWaitFor([&] { return strip.height() <= oneLine; }, test::patience))
         << strip.height() << " > " << oneLine;
     // Every page fits in what the window gives it then.
-    const auto* pages = qobject_cast<QStackedWidget*>(window.overviewView()->parentWidget());
+    const auto* pages = qobject_cast<QStackedWidget*>(window.page<OverviewView>()->parentWidget());
     ASSERT_NE(pages, nullptr);
     for (int index = 0; index < pages->count(); ++index) {
         const QWidget* page = pages->widget(index);
