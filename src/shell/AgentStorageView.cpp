@@ -70,6 +70,8 @@ AgentStorageView::AgentStorageView(AgentStorageModel& model, QWidget* parent)
     olderButton_->setToolTip(QStringLiteral(
         "Also ticks the history of existing projects that no agent used for 90 days"));
 
+    // The summary wraps rather than holding a small window wide.
+    summary_->setWordWrap(true);
     auto* footer = new QHBoxLayout;
     footer->addWidget(summary_, 1);
     footer->addWidget(olderButton_);

@@ -87,8 +87,8 @@ TEST_F(OverviewCommandTest, TheJsonHasTheDiskEveryAreaInOrderAndTheTrash) {
     const QJsonArray areas = overview[u"areas"].toArray();
     EXPECT_EQ(areas[0][u"note"].toString(), s("No folder scanned yet"));
     EXPECT_EQ(areas[1][u"bytes"].toInteger(), cachesTotal);
-    EXPECT_EQ(areas[2][u"note"].toString(), s("Docker not installed"));
-    EXPECT_EQ(areas[3][u"note"].toString(), s("Xcode not installed"));
+    EXPECT_EQ(areas[3][u"note"].toString(), s("Docker not installed"));
+    EXPECT_EQ(areas[4][u"note"].toString(), s("Xcode not installed"));
 }
 
 TEST_F(OverviewCommandTest, AScannedFolderCountsItsProjectsAndTheTableSaysWhyForTheRest) {
@@ -113,6 +113,9 @@ TEST_F(OverviewCommandTest, AScannedFolderCountsItsProjectsAndTheTableSaysWhyFor
 TEST(AreaCommandsTest, EveryAreaNamesACommandTheCommandLineHas) {
     QStringList missing;
     for (const AreaRow& area : Areas::all()) {
+        // The map of the disk is a view of any folder, not an inventory a command lists.
+        if (area.id == QStringLiteral("diskMap"))
+            continue;
         const auto found = std::find_if(
             commandTable().cbegin(), commandTable().cend(),
             [&area](const Command& command) { return command.name == area.command.toStdString(); });

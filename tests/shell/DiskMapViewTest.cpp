@@ -6,6 +6,7 @@
 #include "platform/PlatformWords.h"
 #include "platform/TrashService.h"
 #include "shell/AppModels.h"
+#include "shell/ConfirmationSheet.h"
 #include "shell/ItemContextMenu.h"
 #include "shell/MainWindow.h"
 #include "shell/OverviewView.h"
@@ -185,11 +186,11 @@ TEST_F(DiskMapViewTest, TheContextMenuMovesAFolderToTheTrashButNotAKeptOne) {
     EXPECT_EQ(QGuiApplication::clipboard()->text(), root + s("/storefront/dist"));
     actionOf(menu, DiskMapView::trashTitle)->trigger();
     delete menu;
-    QMessageBox* box = nullptr;
-    ASSERT_TRUE(QTest::qWaitFor([&] { return (box = test::openBox(view, s("trashConfirmation"))); },
-                                test::patience));
+    ConfirmationSheet* box = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return (box = test::openSheet(view, s("trashConfirmation"))); }, test::patience));
     EXPECT_TRUE(box->text().contains(s("dist")));
-    test::clickButton(*box, QMessageBox::AcceptRole);
+    box->acceptButton()->click();
     ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isRemoving(); }, test::patience));
     QFile::remove(keep.url());
 

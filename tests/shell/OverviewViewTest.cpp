@@ -6,6 +6,7 @@
 #include "devtools/FakeDocker.h"
 #include "devtools/OverviewAreas.h"
 #include "devtools/SimulatorFixtures.h"
+#include "platform/AreaCatalog.h"
 #include "shell/AppModels.h"
 #include "shell/MainWindow.h"
 #include "shell/ShellTesting.h"
@@ -80,7 +81,7 @@ TEST_F(OverviewViewTest, EveryAreaGetsItsNumberOrSaysWhyAndTheTotalIsTheirSum) {
 
     // The sidebar lists every area, with the caches' size beside it.
     const QListWidget* sidebar = window.sidebar();
-    EXPECT_EQ(sidebar->count(), 12);
+    EXPECT_EQ(sidebar->count(), Areas::all().size());
     EXPECT_EQ(sidebar->item(0)->text(), s("Overview"));
     EXPECT_TRUE(sidebar->item(2)->text().startsWith(s("Developer caches   ")))
         << sidebar->item(2)->text().toStdString();
@@ -188,7 +189,7 @@ TEST_F(LoadedOverviewTest, EveryAreaHasItsNumberAndTheSumIsTheAreasOwnTotals) {
     EXPECT_EQ(byArea[s("docker")], 2'966'530'000);
     // Its row shows the whole size beside it.
     const auto dockerRow = [this] {
-        return window.page<OverviewView>()->list()->topLevelItem(2)->text(0);
+        return window.page<OverviewView>()->list()->topLevelItem(3)->text(0);
     };
     EXPECT_TRUE(QTest::qWaitFor([&] { return dockerRow() == s("Docker — 3.47 GB in all"); },
                                 test::patience))

@@ -11,6 +11,7 @@
 
 #include <QDropEvent>
 #include <QLabel>
+#include <QListWidget>
 #include <QMenu>
 #include <QMimeData>
 #include <QStackedWidget>
@@ -158,7 +159,7 @@ TEST_F(WindowHabitsTest, ASmallWindowTakesOneLineForTheSummaryAndTheLegendWraps)
     };
 
     // Too narrow for the legend on one line, wide enough for the strip in full.
-    window.resize(SummaryStrip::compactWidth + 10, 640);
+    window.resize(SummaryStrip::compactWidth + window.sidebar()->width() + 10, 640);
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return !strip.isCompact() && legendLines() > 1; }, test::patience))
         << legendLines();
