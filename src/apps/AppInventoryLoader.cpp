@@ -18,19 +18,6 @@ namespace corvane {
 
 namespace {
 
-QList<AppDataItem> measured(const QList<DataMatch>& matches,
-                            const CancellationToken& cancellation) {
-    QList<AppDataItem> items;
-    for (const DataMatch& match : matches)
-        items.append(
-            {match.kind, match.path, SizeCalculator::size(match.path, cancellation), match.exact});
-    return items;
-}
-
-} // namespace
-
-namespace {
-
 OrphanedAppData measuredLeftover(const LibraryMatcher::Leftover& leftover,
                                  const CancellationToken& cancellation) {
     return {leftover.identifier, measured(leftover.matches, cancellation),

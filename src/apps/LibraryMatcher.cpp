@@ -1,6 +1,7 @@
 #include "apps/LibraryMatcher.h"
 
 #include "platform/PathIdentity.h"
+#include "platform/SizeCalculator.h"
 
 #include <QDir>
 #include <QMap>
@@ -9,6 +10,15 @@
 #include <algorithm>
 
 namespace corvane {
+
+QList<AppDataItem> measured(const QList<DataMatch>& matches,
+                            const CancellationToken& cancellation) {
+    QList<AppDataItem> items;
+    for (const DataMatch& match : matches)
+        items.append(
+            {match.kind, match.path, SizeCalculator::size(match.path, cancellation), match.exact});
+    return items;
+}
 
 namespace {
 

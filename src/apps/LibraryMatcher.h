@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/AppTypes.h"
+#include "platform/Cancellation.h"
 
 #include <QHash>
 #include <QList>
@@ -18,6 +19,9 @@ struct DataMatch {
 
     bool operator==(const DataMatch&) const = default;
 };
+
+// The matched data with the allocated size of each.
+QList<AppDataItem> measured(const QList<DataMatch>& matches, const CancellationToken& cancellation);
 
 // The entry names of each kind's folder in the Library, read once for a whole inventory.
 // Folders that cannot be read (other apps' containers without Full Disk Access) are empty.

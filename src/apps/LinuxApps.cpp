@@ -98,15 +98,6 @@ AppSource installerOf(const DesktopEntry& entry, const QString& program) {
     return AppSource::packageManager;
 }
 
-QList<AppDataItem> measured(const QList<DataMatch>& matches,
-                            const CancellationToken& cancellation) {
-    QList<AppDataItem> items;
-    for (const DataMatch& match : matches)
-        items.append(
-            {match.kind, match.path, SizeCalculator::size(match.path, cancellation), match.exact});
-    return items;
-}
-
 InstalledApp appOf(const DesktopEntry& entry, const QString& program, AppSource source) {
     InstalledApp app;
     app.url = program;

@@ -61,6 +61,21 @@ void InventoryModel::startJob(JobKind kind, Work work) {
     });
 }
 
+void InventoryModel::trashInBackground(const TrashPlan& plan, const PlatformTrash& platform,
+                                       std::function<void(const TrashResult&)> finish) {
+    if (plan.isEmpty() || !beginRemoval())
+        return;
+    if (isDryRun()) {
+        finish(preview(plan));
+        return;
+    }
+    startJob(JobKind::removal, [plan, platform = &platform, finish = std::move(finish)](
+                                   const CancellationToken&, const MainThreadPost& post) {
+        const TrashResult result = carryOut(plan, *platform);
+        post([finish, result] { finish(result); });
+    });
+}
+
 bool InventoryModel::beginRemoval() {
     if (isRemoving_)
         return false;

@@ -3,6 +3,7 @@
 #include "platform/Cancellation.h"
 #include "platform/MainThreadMailbox.h"
 #include "platform/ToastCenter.h"
+#include "platform/TrashPlan.h"
 
 #include <QList>
 #include <QObject>
@@ -87,6 +88,11 @@ protected:
 
     // Claims the one removal a model runs at a time; false while one runs.
     bool beginRemoval();
+    // Claims the removal and moves `plan` to the Trash through `platform` in a removal job (under
+    // the dry-run switch it only looks); `finish` gets the result on the main thread. Nothing
+    // happens for an empty plan or while a removal runs.
+    void trashInBackground(const TrashPlan& plan, const PlatformTrash& platform,
+                           std::function<void(const TrashResult&)> finish);
     // Ends the removal with its failures (an empty list clears the last ones).
     void finishRemoval(const QList<ItemFailure>& failures);
 

@@ -227,17 +227,8 @@ TrashPlan DiskMapModel::trashPlan(FolderID id) const {
 }
 
 void DiskMapModel::trash(const TrashPlan& plan) {
-    if (plan.isEmpty() || !beginRemoval())
-        return;
-    if (isDryRun()) {
-        applyTrashResult(preview(plan));
-        return;
-    }
-    startJob(JobKind::removal, [this, plan, platform = &platformTrash_](
-                                   const CancellationToken&, const MainThreadPost& post) {
-        const TrashResult result = carryOut(plan, *platform);
-        post([this, result] { applyTrashResult(result); });
-    });
+    trashInBackground(plan, platformTrash_,
+                      [this](const TrashResult& result) { applyTrashResult(result); });
 }
 
 void DiskMapModel::applyTrashResult(const TrashResult& result) {

@@ -98,17 +98,8 @@ TrashPlan GlobalCachesModel::trashPlan() const {
 }
 
 void GlobalCachesModel::trash(const TrashPlan& plan) {
-    if (plan.isEmpty() || !beginRemoval())
-        return;
-    if (isDryRun()) {
-        applyTrashResult(preview(plan));
-        return;
-    }
-    startJob(JobKind::removal, [this, plan, platform = &platformTrash_](
-                                   const CancellationToken&, const MainThreadPost& post) {
-        const TrashResult result = carryOut(plan, *platform);
-        post([this, result] { applyTrashResult(result); });
-    });
+    trashInBackground(plan, platformTrash_,
+                      [this](const TrashResult& result) { applyTrashResult(result); });
 }
 
 void GlobalCachesModel::applyTrashResult(const TrashResult& result) {

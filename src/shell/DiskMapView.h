@@ -29,6 +29,8 @@ public:
     static const QString trashTitle;
     // The map is drawn again at most this often while the walk goes on.
     static constexpr int refreshInterval = 100;
+    // A change of the map waits to be drawn.
+    bool isRefreshPending() const { return refreshTimer_.isActive(); }
 
     explicit DiskMapView(DiskMapModel& model, QWidget* parent = nullptr);
 

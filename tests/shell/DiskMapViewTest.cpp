@@ -102,7 +102,9 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
         view.showFolder(root);
         ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isLoading(); }, test::patience));
-        QTest::qWait(DiskMapView::refreshInterval * 2);
+        ASSERT_TRUE(QTest::qWaitFor(
+            [this] { return !view.isRefreshPending() && !view.canvas()->cells().isEmpty(); },
+            test::patience));
     }
 
     const DiskMapCanvas::Cell* cellNamed(const QString& name) const {
@@ -196,8 +198,7 @@ TEST_F(DiskMapViewTest, TheContextMenuMovesAFolderToTheTrashButNotAKeptOne) {
 
     EXPECT_FALSE(QFileInfo::exists(root + s("/storefront/dist")));
     EXPECT_TRUE(QFileInfo::exists(root + s("/engine/target")));
-    QTest::qWait(DiskMapView::refreshInterval * 2);
-    EXPECT_FALSE(cellNamed(s("dist")));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !cellNamed(s("dist")); }, test::patience));
 }
 
 TEST(DiskMapWindowTest, TheSidebarMapsTheScannedFolderAndTheOverviewTheHomeFolder) {

@@ -60,7 +60,6 @@ protected:
     void waitForPlan() {
         ASSERT_TRUE(QTest::qWaitFor(
             [this] { return organize.hasLoaded() && !organize.isLoading(); }, test::patience));
-        QTest::qWait(50);
     }
 
     // Waits for the sheet `name`, saves it as `screenshot` when given, and accepts it.

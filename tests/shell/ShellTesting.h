@@ -41,28 +41,30 @@ inline QString dumpTree(const QAbstractItemModel& model, const QModelIndex& pare
     return parts.join(u',');
 }
 
-// Saves `widget` as build/screenshots/<name>.png, so every screen a test reaches can be seen.
-inline void saveScreenshot(QWidget& widget, const QString& name) {
+// Saves `picture` as build/screenshots/<name>.png.
+inline void savePicture(const QPixmap& picture, const QString& name) {
     const QString folder = QStringLiteral(CORVANE_SCREENSHOT_DIR);
     ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(picture.save(folder + u'/' + name + QStringLiteral(".png"))) << qPrintable(name);
+}
+
+// Saves `widget` as build/screenshots/<name>.png, so every screen a test reaches can be seen.
+inline void saveScreenshot(QWidget& widget, const QString& name) {
     // Views gather the session's changes for a moment before they show them.
     QTest::qWait(200);
-    ASSERT_TRUE(widget.grab().save(folder + u'/' + name + QStringLiteral(".png")))
-        << qPrintable(name);
+    savePicture(widget.grab(), name);
 }
 
 // Saves `window` with `sheet` drawn over its top, where a sheet shows, as
 // build/screenshots/<name>.png.
 inline void saveScreenshotWithSheet(QWidget& window, QWidget& sheet, const QString& name) {
-    const QString folder = QStringLiteral(CORVANE_SCREENSHOT_DIR);
-    ASSERT_TRUE(QDir().mkpath(folder));
-    QTest::qWait(200);
+    // The sheet is open: whatever the window shows under it is what it showed when asked.
     QPixmap shot = window.grab();
     const QPixmap over = sheet.grab();
     QPainter painter(&shot);
     painter.drawPixmap((shot.width() - over.width()) / 2, 24, over);
     painter.end();
-    ASSERT_TRUE(shot.save(folder + u'/' + name + QStringLiteral(".png"))) << qPrintable(name);
+    savePicture(shot, name);
 }
 
 // The open message box of `window` with this object name, if any.
