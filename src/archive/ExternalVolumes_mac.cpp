@@ -1,12 +1,15 @@
 // macOS listing: Core Foundation's enumerator of mounted volumes (the one NSFileManager's
-// mountedVolumeURLsIncludingResourceValuesForKeys uses), with the four volume properties
+// mountedVolumeURLsIncludingResourceValuesForKeys uses), with the volume properties
 // prefetched; volumeFrom() decides.
 
 #include "archive/ExternalVolumes.h"
 #include "platform/CFText_mac.h"
+#include "platform/Locations.h"
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <QStorageInfo>
 #include <QString>
+#include <iterator>
 
 namespace corvane::ExternalVolumes {
 namespace {
@@ -64,15 +67,22 @@ VolumeProperties propertiesOf(CFURLRef url) {
     properties.isInternal = boolProperty(url, kCFURLVolumeIsInternalKey);
     properties.isBrowsable = boolProperty(url, kCFURLVolumeIsBrowsableKey);
     properties.isLocal = boolProperty(url, kCFURLVolumeIsLocalKey);
+    properties.isReadOnly = boolProperty(url, kCFURLVolumeIsReadOnlyKey);
+    properties.isRootFileSystem = boolProperty(url, kCFURLVolumeIsRootFileSystemKey);
     return properties;
 }
 
 } // namespace
 
 QList<Volume> systemVolumes() {
-    const void* keys[] = {kCFURLVolumeNameKey, kCFURLVolumeIsInternalKey,
-                          kCFURLVolumeIsBrowsableKey, kCFURLVolumeIsLocalKey};
-    const Owned keyArray(CFArrayCreate(kCFAllocatorDefault, keys, 4, &kCFTypeArrayCallBacks));
+    const void* keys[] = {kCFURLVolumeNameKey,        kCFURLVolumeIsInternalKey,
+                          kCFURLVolumeIsBrowsableKey, kCFURLVolumeIsLocalKey,
+                          kCFURLVolumeIsReadOnlyKey,  kCFURLVolumeIsRootFileSystemKey};
+    const Owned keyArray(CFArrayCreate(
+        kCFAllocatorDefault, keys, static_cast<CFIndex>(std::size(keys)), &kCFTypeArrayCallBacks));
+    // The home folder lives on the data volume ("/System/Volumes/Data"), or on a drive of its
+    // own; either way it is the disk archiving should free, never the target.
+    const QString homeVolume = QStorageInfo(Locations::homeDir()).rootPath();
     const Owned enumerator(
         CFURLEnumeratorCreateForMountedVolumes(kCFAllocatorDefault, kCFURLEnumeratorSkipInvisibles,
                                                static_cast<CFArrayRef>(keyArray.get())));
@@ -95,7 +105,7 @@ QList<Volume> systemVolumes() {
         }
         // The enumerator keeps ownership of `url` (the Get rule).
         if (result == kCFURLEnumeratorSuccess && url) {
-            if (const std::optional<Volume> volume = volumeFrom(propertiesOf(url)))
+            if (const std::optional<Volume> volume = volumeFrom(propertiesOf(url), homeVolume))
                 volumes.append(*volume);
         }
     }
