@@ -3,6 +3,7 @@
 // prefetched; volumeFrom() decides.
 
 #include "archive/ExternalVolumes.h"
+#include "platform/CFOwned_mac.h"
 #include "platform/CFText_mac.h"
 #include "platform/Locations.h"
 
@@ -14,30 +15,12 @@
 namespace corvane::ExternalVolumes {
 namespace {
 
-// Releases a Core Foundation object obtained under the Create or Copy rule.
-class Owned {
-public:
-    explicit Owned(CFTypeRef object)
-        : object_(object) {}
-    ~Owned() {
-        if (object_)
-            CFRelease(object_);
-    }
-    Owned(const Owned&) = delete;
-    Owned& operator=(const Owned&) = delete;
-
-    CFTypeRef get() const { return object_; }
-
-private:
-    CFTypeRef object_;
-};
-
 // Nothing when the volume does not report the property.
 std::optional<bool> boolProperty(CFURLRef url, CFStringRef key) {
     CFTypeRef value = nullptr;
     if (!CFURLCopyResourcePropertyForKey(url, key, &value, nullptr) || !value)
         return std::nullopt;
-    const Owned owned(value);
+    const CFOwned owned(value);
     if (CFGetTypeID(value) != CFBooleanGetTypeID())
         return std::nullopt;
     return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
@@ -47,14 +30,14 @@ std::optional<QString> stringProperty(CFURLRef url, CFStringRef key) {
     CFTypeRef value = nullptr;
     if (!CFURLCopyResourcePropertyForKey(url, key, &value, nullptr) || !value)
         return std::nullopt;
-    const Owned owned(value);
+    const CFOwned owned(value);
     if (CFGetTypeID(value) != CFStringGetTypeID())
         return std::nullopt;
     return fromCFString(static_cast<CFStringRef>(value));
 }
 
 QString pathOf(CFURLRef url) {
-    const Owned path(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle));
+    const CFOwned path(CFURLCopyFileSystemPath(url, kCFURLPOSIXPathStyle));
     if (!path.get())
         return {};
     return fromCFString(static_cast<CFStringRef>(path.get()));
@@ -78,12 +61,12 @@ QList<Volume> systemVolumes() {
     const void* keys[] = {kCFURLVolumeNameKey,        kCFURLVolumeIsInternalKey,
                           kCFURLVolumeIsBrowsableKey, kCFURLVolumeIsLocalKey,
                           kCFURLVolumeIsReadOnlyKey,  kCFURLVolumeIsRootFileSystemKey};
-    const Owned keyArray(CFArrayCreate(
+    const CFOwned keyArray(CFArrayCreate(
         kCFAllocatorDefault, keys, static_cast<CFIndex>(std::size(keys)), &kCFTypeArrayCallBacks));
     // The home folder lives on the data volume ("/System/Volumes/Data"), or on a drive of its
     // own; either way it is the disk archiving should free, never the target.
     const QString homeVolume = QStorageInfo(Locations::homeDir()).rootPath();
-    const Owned enumerator(
+    const CFOwned enumerator(
         CFURLEnumeratorCreateForMountedVolumes(kCFAllocatorDefault, kCFURLEnumeratorSkipInvisibles,
                                                static_cast<CFArrayRef>(keyArray.get())));
     QList<Volume> volumes;
