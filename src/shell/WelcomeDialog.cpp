@@ -146,7 +146,7 @@ QWidget* WelcomeDialog::makeAccessStep() {
     accessLabel_ = new QLabel;
     accessLabel_->setObjectName(QStringLiteral("accessLabel"));
     accessLabel_->setWordWrap(true);
-    accessButton_ = new QPushButton(QStringLiteral("Open Privacy & Security…"));
+    accessButton_ = new QPushButton(QStringLiteral("Open Privacy && Security…"));
     accessButton_->setObjectName(QStringLiteral("openPrivacySettings"));
     accessButton_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     connect(accessButton_, &QPushButton::clicked, this,
