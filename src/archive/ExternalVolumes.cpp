@@ -1,6 +1,7 @@
 #include "archive/ExternalVolumes.h"
 
 #include "platform/Locations.h"
+#include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
 #include <QDir>
@@ -109,8 +110,18 @@ QString menuTitle(const Volume& volume) {
     return volume.isNetwork ? volume.name + QStringLiteral(" (network)") : volume.name;
 }
 
-std::optional<Volume> volumeFrom(const VolumeProperties& properties) {
+std::optional<Volume> volumeFrom(const VolumeProperties& properties, const QString& homeVolume) {
     if (properties.isInternal.value_or(false) || !properties.isBrowsable.value_or(true))
+        return std::nullopt;
+    // Nothing can be archived onto a volume that cannot be written: a mounted disk image, or a
+    // drive formatted for Windows, which macOS only reads.
+    if (properties.isReadOnly.value_or(false))
+        return std::nullopt;
+    // An archive on the disk it should free space on frees nothing, whatever the disk says of
+    // itself (a home folder on an external drive reports it as external).
+    if (properties.isRootFileSystem.value_or(false) ||
+        PathIdentity::same(properties.path, QStringLiteral("/")) ||
+        (!homeVolume.isEmpty() && PathIdentity::same(properties.path, homeVolume)))
         return std::nullopt;
     const QString name = properties.name.value_or(Paths::lastComponent(properties.path));
     return Volume{name, properties.path, !properties.isLocal.value_or(true)};

@@ -40,10 +40,13 @@ struct VolumeProperties {
     std::optional<bool> isInternal;
     std::optional<bool> isBrowsable;
     std::optional<bool> isLocal;
+    std::optional<bool> isReadOnly;
+    std::optional<bool> isRootFileSystem;
 };
 
-// The volume as an archive target, or nothing for an internal or hidden one.
-std::optional<Volume> volumeFrom(const VolumeProperties& properties);
+// The volume as an archive target, or nothing for an internal, hidden or read-only one, the
+// system's own, or the one mounted at `homeVolume` (the mount point of the home folder's volume).
+std::optional<Volume> volumeFrom(const VolumeProperties& properties, const QString& homeVolume);
 
 // One row of the Linux mount table, with what the listing needs to judge it.
 struct MountEntry {

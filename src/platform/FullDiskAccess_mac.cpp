@@ -2,27 +2,16 @@
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 
-#include <cerrno>
-#include <dirent.h>
-
 namespace corvane {
 
 FullDiskAccess fullDiskAccess() {
-    // There is no API to ask; the privacy layer answers EPERM where a plain permission problem
-    // answers EACCES. Several folders, since any one of them may be missing on a fresh account.
-    const char* const guarded[] = {"Safari", "Mail", "Application Support/com.apple.TCC"};
-    for (const char* folder : guarded) {
-        const QString path = Paths::joined(Locations::libraryDir(), QString::fromUtf8(folder));
-        DIR* dir = ::opendir(path.toLocal8Bit().constData());
-        if (dir) {
-            ::closedir(dir);
-            return FullDiskAccess::Granted;
-        }
-        if (errno == EPERM)
-            return FullDiskAccess::Missing;
-    }
-    // None of them exists: nothing is hidden from the app either.
-    return FullDiskAccess::Granted;
+    // There is no API to ask. The privacy database comes first: every account has one. The
+    // folders follow, since a fresh account may lack any one of them.
+    const char* const guarded[] = {"Application Support/com.apple.TCC/TCC.db", "Safari", "Mail"};
+    QList<GuardedRead> reads;
+    for (const char* item : guarded)
+        reads.append(readGuarded(Paths::joined(Locations::libraryDir(), QString::fromUtf8(item))));
+    return fullDiskAccessFrom(reads);
 }
 
 } // namespace corvane

@@ -7,10 +7,12 @@ QString runningBundlePath() {
     return {};
 }
 
-bool moveAndRelaunch(const QString&, const QString&, QString* error) {
-    if (error)
-        *error = QStringLiteral("Apps are not moved into Applications on this system.");
-    return false;
+std::optional<QString> originalOfTranslocated(const QString&) {
+    return std::nullopt;
+}
+
+MoveOutcome moveAndRelaunch(const QString&, const QString&) {
+    return {false, false, {QStringLiteral("Apps are not moved into Applications on this system.")}};
 }
 
 } // namespace corvane::MoveToApplications

@@ -146,7 +146,7 @@ QWidget* WelcomeDialog::makeAccessStep() {
     accessLabel_ = new QLabel;
     accessLabel_->setObjectName(QStringLiteral("accessLabel"));
     accessLabel_->setWordWrap(true);
-    accessButton_ = new QPushButton(QStringLiteral("Open Privacy & Security…"));
+    accessButton_ = new QPushButton(QStringLiteral("Open Privacy && Security…"));
     accessButton_->setObjectName(QStringLiteral("openPrivacySettings"));
     accessButton_->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     connect(accessButton_, &QPushButton::clicked, this,
@@ -158,6 +158,7 @@ QWidget* WelcomeDialog::makeAccessStep() {
             "which only apps with Full Disk Access may read. Without it those folders are not "
             "counted, and the Apps page shows less than the apps really use.</p>"
             "<p>Turn on Corvane Clean under Privacy &amp; Security › Full Disk Access. "
+            "macOS may apply it only after Corvane Clean is quit and opened again. "
             "Corvane Clean only measures these folders; it removes nothing there on its "
             "own.</p>"),
         {accessLabel_, accessButton_});

@@ -62,22 +62,49 @@ TEST(ExternalVolumesTest, AnArchiveGoesToTheEarlierFolderOnlyWhereItExists) {
 }
 
 TEST(ExternalVolumesTest, MacVolumePropertiesDecideWhatIsListed) {
-    const auto volumeOf = [](std::optional<bool> internal, std::optional<bool> browsable,
-                             std::optional<bool> local) {
-        return volumeFrom({s("/Volumes/Drive"), s("Drive"), internal, browsable, local});
+    const QString homeVolume = s("/System/Volumes/Data");
+    const auto volumeOf = [&](std::optional<bool> internal, std::optional<bool> browsable,
+                              std::optional<bool> local) {
+        return volumeFrom({s("/Volumes/Drive"), s("Drive"), internal, browsable, local,
+                           std::nullopt, std::nullopt},
+                          homeVolume);
     };
     EXPECT_FALSE(volumeOf(true, true, true));
     EXPECT_FALSE(volumeOf(false, false, true));
-    // Absent values: browsable and local.
+    // Absent values: browsable, local, writable and not the system's.
     EXPECT_EQ(volumeOf(std::nullopt, std::nullopt, std::nullopt),
               (Volume{s("Drive"), s("/Volumes/Drive"), false}));
 
-    const std::optional<Volume> share =
-        volumeFrom({s("/Volumes/media"), std::nullopt, false, true, false});
+    const std::optional<Volume> share = volumeFrom(
+        {s("/Volumes/media"), std::nullopt, false, true, false, false, false}, homeVolume);
     ASSERT_TRUE(share);
     EXPECT_EQ(*share, (Volume{s("media"), s("/Volumes/media"), true}));
     EXPECT_EQ(menuTitle(*share), s("media (network)"));
     EXPECT_EQ(menuTitle(*volumeOf(false, true, true)), s("Drive"));
+}
+
+TEST(ExternalVolumesTest, MacVolumesThatCannotTakeAnArchiveAreLeftOut) {
+    // As a Mac with its home folder on an external drive describes its volumes.
+    const QString homeVolume = s("/Volumes/Home");
+    const auto external = [](const char* path, std::optional<bool> readOnly = false,
+                             std::optional<bool> root = false) {
+        const QString mountPoint = s(path);
+        return VolumeProperties{
+            mountPoint, mountPoint.section(u'/', -1), false, true, true, readOnly, root};
+    };
+    for (const VolumeProperties& properties :
+         {// A mounted disk image, and a Windows drive macOS only reads.
+          external("/Volumes/Corvane Clean", true), external("/Volumes/WINDOWS", true),
+          // The system's volume, also where it does not say so.
+          external("/", false, true), external("/", false, std::nullopt),
+          // The home folder's, however its path is written.
+          external("/Volumes/Home"), external("/Volumes/Home/")})
+        EXPECT_FALSE(volumeFrom(properties, homeVolume)) << qPrintable(properties.path);
+
+    EXPECT_EQ(volumeFrom(external("/Volumes/USB Stick"), homeVolume),
+              (Volume{s("USB Stick"), s("/Volumes/USB Stick"), false}));
+    // A volume whose name only starts like the home's is another volume.
+    EXPECT_TRUE(volumeFrom(external("/Volumes/Home 2"), homeVolume));
 }
 
 TEST(ExternalVolumesTest, LinuxMountsOfTheSystemAndPseudoFileSystemsAreNeverListed) {

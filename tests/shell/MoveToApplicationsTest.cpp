@@ -15,8 +15,14 @@ std::optional<QString> destination(const QString& bundle, const QStringList& swi
                                    bool suppressed = false) {
     const LaunchOptions options =
         LaunchOptions::fromArguments(QStringList{QStringLiteral("app")} + switches);
-    return MoveToApplications::destination(bundle, home, options, suppressed);
+    return MoveToApplications::destination(bundle, home, options, suppressed,
+                                           MoveToApplications::isTranslocated(bundle));
 }
+
+// Where macOS runs a quarantined app from, as Finder's "Get Info" and `ps` show it.
+const QString translocated =
+    QStringLiteral("/private/var/folders/x7/k2m9rd3s1vq8_0lz4bnc6w2h0000gn/T/AppTranslocation/"
+                   "6C1E8D3A-93F2-4B7E-A1D5-0E2F7C9B4A18/d/Corvane Clean.app");
 
 } // namespace
 
@@ -29,6 +35,38 @@ TEST(MoveToApplicationsTest, ADiskImageOrDownloadsIsOfferedTheMoveIntoApplicatio
               QStringLiteral("/Applications/Corvane Clean.app"));
     // Mac volumes ignore case, and so does the comparison.
     EXPECT_TRUE(destination(QStringLiteral("/volumes/Corvane/") + app));
+    EXPECT_TRUE(destination(QStringLiteral("/Users/ada/downloads/") + app));
+}
+
+TEST(MoveToApplicationsTest, TheReadOnlyCopyMacOSRunsADownloadFromIsRecognised) {
+    using MoveToApplications::isTranslocated;
+    EXPECT_TRUE(isTranslocated(translocated));
+    EXPECT_TRUE(isTranslocated(QStringLiteral(
+        "/var/folders/ab/cd/T/AppTranslocation/0A1B2C3D-0000-4000-8000-000000000001/d/X.app/")));
+    EXPECT_TRUE(isTranslocated(
+        QString(translocated)
+            .replace(QStringLiteral("AppTranslocation"), QStringLiteral("apptranslocation"))));
+    // A folder of that name needs the system's identifier folder below it, and a name that only
+    // starts like it is another folder.
+    EXPECT_FALSE(isTranslocated(QStringLiteral("/Users/ada/AppTranslocation/") + app));
+    EXPECT_FALSE(isTranslocated(QStringLiteral("/Users/ada/AppTranslocationTools/a/b/") + app));
+    EXPECT_FALSE(isTranslocated(QStringLiteral("/Users/ada/Downloads/") + app));
+    EXPECT_FALSE(isTranslocated({}));
+
+    // Wherever the original was, the read-only copy is offered the move under its own name.
+    EXPECT_EQ(destination(translocated), QStringLiteral("/Applications/Corvane Clean.app"));
+    EXPECT_FALSE(destination(translocated, {}, true));
+    EXPECT_EQ(MoveToApplications::destination(QStringLiteral("/Users/ada/Desktop/") + app, home,
+                                              LaunchOptions{}, false, true),
+              QStringLiteral("/Applications/Corvane Clean.app"));
+}
+
+TEST(MoveToApplicationsTest, OnlyWhatLiesUnderVolumesIsOnAVolume) {
+    using MoveToApplications::isOnVolume;
+    EXPECT_TRUE(isOnVolume(QStringLiteral("/Volumes/Corvane Clean/") + app));
+    EXPECT_TRUE(isOnVolume(QStringLiteral("/VOLUMES/Corvane Clean/") + app));
+    EXPECT_FALSE(isOnVolume(QStringLiteral("/VolumesBackup/") + app));
+    EXPECT_FALSE(isOnVolume(QStringLiteral("/Users/ada/Volumes/") + app));
 }
 
 TEST(MoveToApplicationsTest, NoOfferWhereTheAppAlreadyLivesOrWhenDeclinedForGood) {
