@@ -36,6 +36,14 @@ function(corvane_library name)
   foreach(excluded IN LISTS ARG_EXCLUDE)
     list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/${excluded})
   endforeach()
+  if(APPLE)
+    # Objective-C++ files build with the C++ compiler and the project's flags, as Objective-C++
+    # with ARC, the same way the Linux check reads them.
+    set(objc_sources ${sources})
+    list(FILTER objc_sources INCLUDE REGEX "\\.mm$")
+    set_source_files_properties(${objc_sources} PROPERTIES LANGUAGE CXX
+                                COMPILE_OPTIONS "-xobjective-c++;-fobjc-arc")
+  endif()
   add_library(${name} STATIC ${sources})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})

@@ -8,4 +8,9 @@ namespace corvane::RunningApps {
 // process whose executable lies inside the app's folder.
 bool isRunning(const InstalledApp& app);
 
+// Whether a process whose executable is `executable` runs from inside the folder `bundle` (a
+// resolved path other than "/"). Names compare as text: the system may spell either path
+// decomposed and the other composed.
+bool runsFrom(const QString& executable, const QString& bundle);
+
 } // namespace corvane::RunningApps

@@ -10,7 +10,6 @@ bool isRunning(const InstalledApp& app) {
     const QString bundle = TrashService::canonicalPath(app.url);
     if (bundle.isEmpty() || bundle == QLatin1String("/"))
         return false;
-    const QString prefix = bundle + QLatin1Char('/');
     const QStringList pids =
         QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     for (const QString& pid : pids) {
@@ -19,7 +18,7 @@ bool isRunning(const InstalledApp& app) {
         // Unreadable for other users' processes, which cannot run this user's app anyway.
         const QString executable =
             QFile::symLinkTarget(QStringLiteral("/proc/") + pid + QStringLiteral("/exe"));
-        if (executable.startsWith(prefix))
+        if (runsFrom(executable, bundle))
             return true;
     }
     return false;

@@ -1,18 +1,19 @@
 #include "apps/RunningApps.h"
 #include "platform/TrashService.h"
 
+#include <QFile>
 #include <libproc.h>
 #include <vector>
 
 namespace corvane::RunningApps {
 
 // Every process's executable, as Activity Monitor sees it; this also counts helpers and
-// agents inside the bundle, which would be cut off mid-write by a removal as well.
+// agents inside the bundle, which would be cut off mid-write by a removal as well. The kernel
+// gives the path as the volume stores it, which for a non-ASCII name may be decomposed.
 bool isRunning(const InstalledApp& app) {
     const QString bundle = TrashService::canonicalPath(app.url);
     if (bundle.isEmpty() || bundle == QLatin1String("/"))
         return false;
-    const QByteArray prefix = (bundle + QLatin1Char('/')).toUtf8();
     const int bytes = proc_listpids(PROC_ALL_PIDS, 0, nullptr, 0);
     if (bytes <= 0)
         return false;
@@ -25,7 +26,7 @@ bool isRunning(const InstalledApp& app) {
         if (pids[static_cast<size_t>(index)] <= 0)
             continue;
         if (proc_pidpath(pids[static_cast<size_t>(index)], path, sizeof path) > 0 &&
-            QByteArray(path).startsWith(prefix))
+            runsFrom(QFile::decodeName(path), bundle))
             return true;
     }
     return false;

@@ -99,6 +99,7 @@ void DirectoryReader::close() {
 }
 
 bool DirectoryReader::next(Entry& entry) {
+    entry.error = 0;
     while (!atEnd_) {
         switch (decodeNext(entry)) {
         case Decoded::entry:
@@ -138,10 +139,27 @@ bool DirectoryReader::describe(const char* name, Entry& entry) const {
         entry.kind = EntryKind::other;
     const bool counts = entry.kind == EntryKind::regularFile && detail_ == Detail::kindsAndSizes;
     entry.allocatedBytes = counts ? static_cast<qint64>(info.st_blocks) * 512 : 0;
+    entry.privateBytes = entry.allocatedBytes;
     entry.links = static_cast<quint32>(info.st_nlink);
     entry.device = static_cast<quint64>(info.st_dev);
     entry.inode = static_cast<quint64>(info.st_ino);
     return true;
+}
+
+DirectoryReader::Decoded DirectoryReader::describeOrReport(const char* name, Entry& entry) const {
+    if (describe(name, entry))
+        return Decoded::entry;
+    const int error = errno;
+    if (error == ENOENT)
+        return Decoded::passedOver;
+    // Whatever the listing said of it may be stale or partial: it counts nothing, and the
+    // caller hears why.
+    entry.kind = EntryKind::other;
+    entry.allocatedBytes = 0;
+    entry.privateBytes = 0;
+    entry.links = 1;
+    entry.error = error;
+    return Decoded::entry;
 }
 
 std::optional<QString> DirectoryReader::canonicalPath(const QString& path) {

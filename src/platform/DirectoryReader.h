@@ -36,11 +36,17 @@ public:
         EntryKind kind = EntryKind::other;
         // Bytes allocated on disk for a regular file when sizes were asked for; 0 otherwise.
         qint64 allocatedBytes = 0;
+        // Of those, the bytes no clone or snapshot shares: what removing the file frees. APFS
+        // tells them apart; elsewhere, and wherever it cannot say, they are the allocated bytes.
+        qint64 privateBytes = 0;
         // With sizes, for a regular file: its hard-link count and the identity its links share.
         // They come from the same metadata call as the size, so they cost nothing extra.
         quint32 links = 1;
         quint64 device = 0;
         quint64 inode = 0;
+        // Non-zero when neither the listing nor a metadata call could read the entry: the
+        // system's error. Such an entry is of kind `other` and counts nothing.
+        int error = 0;
     };
 
     DirectoryReader(const QString& path, Detail detail, RootLinks links = RootLinks::notFollowed);
@@ -57,7 +63,8 @@ public:
     bool isOpen() const { return fd_ >= 0; }
     // The next entry other than "." and "..", in the order the file system lists them. False at
     // the end, or when reading failed; `failed()` tells the two apart. Entries that vanish between
-    // the listing and a metadata call are passed over.
+    // the listing and a metadata call are passed over; entries that cannot be read come with
+    // their `error`.
     bool next(Entry& entry);
     bool failed() const { return failed_; }
     // The device the open folder lies on, or nothing when it is not open.
@@ -66,6 +73,9 @@ public:
     // Whether the platform treats the folder at `path` as a package (an application or document
     // bundle shown as a single file). Never true on Linux.
     static bool isPackage(const QString& path);
+    // What removing the regular file at `path` frees of its allocated bytes, leaving out blocks
+    // it shares with clones (APFS); nothing where the file system cannot tell (never on Linux).
+    static std::optional<qint64> privateBytes(const QString& path);
     // The path with every symbolic link resolved, or nothing when it does not exist.
     static std::optional<QString> canonicalPath(const QString& path);
 
@@ -78,6 +88,9 @@ private:
     Decoded decodeNext(Entry& entry);
     // One metadata call for an entry the listing could not describe fully.
     bool describe(const char* name, Entry& entry) const;
+    // The same, and what comes of it: the entry, passed over when it is gone since the listing,
+    // or delivered with its error when it cannot be read.
+    Decoded describeOrReport(const char* name, Entry& entry) const;
     void close();
     // Listing buffers are recycled per thread (see the source for why).
     static std::unique_ptr<std::uint64_t[]> takeBuffer();

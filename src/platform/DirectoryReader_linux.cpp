@@ -57,6 +57,7 @@ DirectoryReader::Decoded DirectoryReader::decodeNext(Entry& entry) {
 
     entry.name = name;
     entry.allocatedBytes = 0;
+    entry.privateBytes = 0;
     entry.links = 1;
     switch (type) {
     case DT_DIR:
@@ -71,8 +72,7 @@ DirectoryReader::Decoded DirectoryReader::decodeNext(Entry& entry) {
             return Decoded::entry;
         [[fallthrough]];
     case DT_UNKNOWN:
-        // A file removed since the listing is simply not there any more.
-        return describe(name, entry) ? Decoded::entry : Decoded::passedOver;
+        return describeOrReport(name, entry);
     default:
         entry.kind = EntryKind::other;
         return Decoded::entry;
@@ -81,6 +81,11 @@ DirectoryReader::Decoded DirectoryReader::decodeNext(Entry& entry) {
 
 bool DirectoryReader::isPackage(const QString&) {
     return false;
+}
+
+// No Linux file system reports the blocks a file shares with its reflinked copies.
+std::optional<qint64> DirectoryReader::privateBytes(const QString&) {
+    return std::nullopt;
 }
 
 } // namespace corvane

@@ -87,6 +87,10 @@ QString volumesDir() {
     return overridden.isEmpty() ? QStringLiteral("/Volumes") : overridden;
 }
 
+QString trashStandIn() {
+    return environment("CORVANE_TRASH_DIR");
+}
+
 QString toolPath(const QString& name, const QString& defaultPath) {
     const QString variable = QStringLiteral("CORVANE_TOOL_") + name.toUpper();
     const QString overridden = qEnvironmentVariable(variable.toUtf8().constData());

@@ -17,6 +17,10 @@ QString applicationSupportRoot();
 QString applicationsDir();
 // The folder where volumes are mounted, overridable by CORVANE_VOLUMES_DIR.
 QString volumesDir();
+// The folder that stands in for the macOS Trash when CORVANE_TRASH_DIR names one (tests point it
+// into their temporary home, never at the user's Trash); empty otherwise. The freedesktop Trash
+// follows XDG_DATA_HOME instead.
+QString trashStandIn();
 
 enum class Tool { git, lsof, ssh, tar, ps, sh, xcrun, xcodebuild, codesign, mdls, open };
 

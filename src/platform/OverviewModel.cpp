@@ -28,8 +28,10 @@ OverviewModel::OverviewModel(QList<OverviewArea> areas, QObject* parent)
 OverviewModel::~OverviewModel() = default;
 
 QString OverviewModel::trashFolder() {
-    if (Locations::isMac())
-        return Locations::homeDir() + QStringLiteral("/.Trash");
+    if (Locations::isMac()) {
+        const QString standIn = Locations::trashStandIn();
+        return standIn.isEmpty() ? Locations::homeDir() + QStringLiteral("/.Trash") : standIn;
+    }
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
            QStringLiteral("/Trash");
 }

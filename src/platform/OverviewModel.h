@@ -60,7 +60,8 @@ public:
     inline static const QString trashNote =
         QStringLiteral("The space comes back when you empty the Trash");
 
-    // The user's Trash folder: ~/.Trash on macOS, the freedesktop home Trash elsewhere.
+    // The user's Trash folder: ~/.Trash on macOS (or the folder standing in for it, see
+    // Locations::trashStandIn), the freedesktop home Trash elsewhere.
     static QString trashFolder();
 
 signals:

@@ -55,6 +55,10 @@ QString withTilde(const QString& path, const QString& home) {
     return path;
 }
 
+QString composed(const QString& path) {
+    return path.normalized(QString::NormalizationForm_C);
+}
+
 QString lastComponent(const QString& path) {
     const qsizetype slash = path.lastIndexOf(u'/');
     return slash < 0 ? path : path.mid(slash + 1);

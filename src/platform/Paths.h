@@ -33,6 +33,12 @@ std::optional<QString> pathInside(const QString& path, const QString& folder);
 // `path` as people read it: "~" for `home` and "~/..." for what lies inside it, else unchanged.
 QString withTilde(const QString& path, const QString& home);
 
+// `path` with its names composed (Unicode NFC). Names compare as text, not bytes: macOS hands out
+// some names decomposed (NFD, as HFS+ stores them and some calls return them) and others
+// composed, and "Café" is one name either way. Compare paths that may come from different
+// sources in this form.
+QString composed(const QString& path);
+
 // The last path component ("" for "/").
 QString lastComponent(const QString& path);
 

@@ -63,10 +63,11 @@ struct TrashMove {
     static TrashMove movedTo(TrashLocation location) { return {std::nullopt, std::move(location)}; }
 };
 
-// The platform's Trash: NSFileManager's on macOS, the freedesktop Trash with its .trashinfo
-// record elsewhere. The real one is the default everywhere; a test hands a subclass to the code
-// under test to make one item fail the way a locked file or a full volume would, which running
-// as root or on one disk cannot produce.
+// The platform's Trash: NSFileManager's on macOS (or the folder standing in for it, see
+// Locations::trashStandIn), the freedesktop Trash with its .trashinfo record elsewhere. The
+// real one is the default everywhere; a test hands a subclass to the code under test to make
+// one item fail the way a locked file or a full volume would, which running as root or on one
+// disk cannot produce.
 class PlatformTrash {
 public:
     virtual ~PlatformTrash() = default;

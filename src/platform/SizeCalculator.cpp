@@ -5,11 +5,13 @@
 #include "platform/Paths.h"
 
 #include <QFile>
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -28,8 +30,20 @@ struct Level {
     std::string relativePath;
 };
 
-// Excluded subfolders as raw paths relative to the measured folder.
+// Excluded subfolders as paths relative to the measured folder, their names composed (see
+// Paths::composed) and encoded as the file system's names are.
 using Exclusions = std::unordered_set<std::string>;
+
+// A listed name in the form the exclusions hold: the same folder may be listed decomposed and
+// excluded composed, or the other way round. Plain ASCII names need no work.
+std::string composedName(const std::string& name) {
+    const bool ascii = std::all_of(name.begin(), name.end(),
+                                   [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    if (ascii)
+        return name;
+    const QString text = QFile::decodeName(QByteArray::fromStdString(name));
+    return QFile::encodeName(Paths::composed(text)).toStdString();
+}
 
 class TreeMeasurement {
 public:
@@ -56,7 +70,8 @@ public:
             top.subfolders.pop_back();
             std::string relativePath;
             if (!excluded_.empty()) {
-                relativePath = top.relativePath.empty() ? name : top.relativePath + '/' + name;
+                const std::string key = composedName(name);
+                relativePath = top.relativePath.empty() ? key : top.relativePath + '/' + key;
                 if (excluded_.count(relativePath))
                     continue;
             }
@@ -99,18 +114,26 @@ private:
             }
             if (visitor_ && visitor_->notedNames().count(entry.name))
                 noted_.emplace_back(entry.name);
+            if (visitor_ && entry.error != 0)
+                unreadable_.emplace_back(entry.name, entry.error);
         }
-        if (visitor_)
+        if (visitor_) {
             visitor_->folderEntered(name, fileBytes, noted_);
+            for (const auto& [entryName, error] : unreadable_)
+                visitor_->folderSkipped(entryName, error);
+            unreadable_.clear();
+        }
         return level;
     }
 
+    // A file weighs its allocated bytes; what its removal frees is its private part (blocks
+    // shared with a clone stay), and only once every hard link of it goes.
     void count(const DirectoryReader::Entry& entry) {
         total_ = checkedSum(total_, entry.allocatedBytes);
         if (entry.links <= 1)
-            unlinkedTotal_ = checkedSum(unlinkedTotal_, entry.allocatedBytes);
+            unlinkedTotal_ = checkedSum(unlinkedTotal_, entry.privateBytes);
         else
-            links_.meet(entry.device, entry.inode, entry.links, entry.allocatedBytes);
+            links_.meet(entry.device, entry.inode, entry.links, entry.privateBytes);
     }
 
     // A file's bytes at the first of its links the walk meets, nothing at the others.
@@ -140,10 +163,11 @@ private:
     LinkCounter links_;
     qint64 entries_ = 0;
     // Only for a visitor: the volume the walk stays on, the linked files met, and the noted
-    // names of the folder being listed.
+    // names and unreadable entries of the folder being listed.
     std::optional<quint64> device_;
     std::unordered_set<FileKey, FileKeyHash> linksMet_;
     std::vector<std::string> noted_;
+    std::vector<std::pair<std::string, int>> unreadable_;
 };
 
 } // namespace
@@ -160,11 +184,12 @@ SpaceUse SizeCalculator::measure(const QString& path, const CancellationToken& c
         return {};
     if (S_ISREG(info.st_mode)) {
         const qint64 bytes = static_cast<qint64>(info.st_blocks) * 512;
+        const qint64 frees = std::min(DirectoryReader::privateBytes(path).value_or(bytes), bytes);
         if (info.st_nlink <= 1)
-            return {bytes, bytes, nullptr};
+            return {bytes, frees, nullptr};
         LinkCounter links;
         links.meet(static_cast<quint64>(info.st_dev), static_cast<quint64>(info.st_ino),
-                   static_cast<quint32>(info.st_nlink), bytes);
+                   static_cast<quint32>(info.st_nlink), frees);
         SpaceUse use{bytes, 0, nullptr};
         links.finish(use);
         return use;
@@ -172,9 +197,10 @@ SpaceUse SizeCalculator::measure(const QString& path, const CancellationToken& c
     if (!S_ISDIR(info.st_mode))
         return {};
     Exclusions excluded;
-    const QString folder = Paths::standardized(path);
+    const QString folder = Paths::composed(Paths::standardized(path));
     for (const QString& excludedPath : excludedPaths) {
-        if (const std::optional<QString> relative = Paths::pathInside(excludedPath, folder))
+        const QString composedPath = Paths::composed(Paths::standardized(excludedPath));
+        if (const std::optional<QString> relative = Paths::pathInside(composedPath, folder))
             excluded.insert(QFile::encodeName(*relative).toStdString());
     }
     DirectoryReader root(path, DirectoryReader::Detail::kindsAndSizes);

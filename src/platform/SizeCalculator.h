@@ -27,9 +27,10 @@ public:
     virtual void folderEntered(std::string_view name, qint64 fileBytes,
                                const std::vector<std::string>& noted) = 0;
     virtual void folderLeft() = 0;
-    // A subfolder of the current folder that counts nothing: it could not be opened (`errorCode`
-    // is the system's error, ENOENT when it vanished since the listing) or lies on another
-    // volume (EXDEV).
+    // An entry of the current folder that counts nothing: a subfolder that could not be opened
+    // (`errorCode` is the system's error, ENOENT when it vanished since the listing) or lies on
+    // another volume (EXDEV), or an entry whose attributes could not be read. Told after the
+    // folder is entered.
     virtual void folderSkipped(std::string_view name, int errorCode) = 0;
 };
 

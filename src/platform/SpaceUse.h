@@ -15,6 +15,7 @@ struct LinkedFile {
     // The link count the file system reports, and how many of those links the measurement met.
     quint32 links = 0;
     quint32 linksMet = 0;
+    // What removing the file frees once all its links go.
     qint64 bytes = 0;
 
     bool operator==(const LinkedFile&) const = default;
@@ -26,11 +27,14 @@ using PartlyMetFiles = std::vector<LinkedFile>;
 
 // What a tree occupies and what moving it away gives back. The two differ by hard links: a
 // file whose other links live elsewhere (a pnpm store, a shared build cache) keeps its blocks
-// when this tree goes.
+// when this tree goes. On APFS they differ by clones too: blocks a file shares with a clone
+// stay while the clone does (two clones inside one tree are counted cautiously, each without
+// what it shares).
 struct SpaceUse {
     // Allocated bytes, once per link met: what the tree seems to weigh.
     qint64 sizeBytes = 0;
-    // Allocated bytes of the files whose every link lies in the tree, once per file.
+    // Private bytes (see DirectoryReader::Entry) of the files whose every link lies in the
+    // tree, once per file.
     qint64 freesBytes = 0;
     // The rest of the linked files, kept so that trees removed together can be counted together
     // (see `freedTogether`). Absent when there are none, which is the common case; shared

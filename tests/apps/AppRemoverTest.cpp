@@ -13,6 +13,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTest>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <spawn.h>
@@ -314,31 +315,55 @@ TEST_F(AppRemoverTest, FlatpakDataIsALeftoverOnlyWhileFlatpakConfirmsTheAppIsGon
     EXPECT_FALSE(QFileInfo::exists(gone.url));
 }
 
-TEST(RunningApps, AProcessRunningFromInsideTheBundleMakesTheAppRunning) {
-    const QString bundle = test::makeTempDir(s("Applications")) + s("/Sleeper.app");
-    const QString executable = bundle + s("/Contents/MacOS/Sleeper");
+namespace {
+
+// Whether the app at `asked` is seen running while a process runs from the bundle made at
+// `onDisk` (the same path, perhaps spelt in another Unicode form), and no longer once it ended.
+void expectSeenRunning(const QString& onDisk, const QString& asked) {
+    const QString executable = onDisk + s("/Contents/MacOS/Sleeper");
     QDir().mkpath(Paths::parentPath(executable));
     ASSERT_TRUE(QFile::copy(s("/bin/sleep"), executable));
     InstalledApp app;
     app.name = s("Sleeper");
-    app.url = bundle;
+    app.url = asked;
     EXPECT_FALSE(RunningApps::isRunning(app));
 
-    const QByteArray path = executable.toLocal8Bit();
+    const QByteArray path = QFile::encodeName(executable);
     char seconds[] = "30";
     char* argv[] = {const_cast<char*>(path.constData()), seconds, nullptr};
     pid_t pid = -1;
     ASSERT_EQ(::posix_spawn(&pid, path.constData(), nullptr, nullptr, argv, environ), 0);
-    bool running = false;
-    for (int attempt = 0; attempt < 50 && !running; ++attempt) {
-        running = RunningApps::isRunning(app);
-        if (!running)
-            ::usleep(20000);
-    }
+    const bool running = QTest::qWaitFor([&] { return RunningApps::isRunning(app); }, 10'000);
     ::kill(pid, SIGKILL);
     ::waitpid(pid, nullptr, 0);
-    EXPECT_TRUE(running);
-    EXPECT_FALSE(RunningApps::isRunning(app));
+    EXPECT_TRUE(running) << qPrintable(asked);
+    EXPECT_FALSE(RunningApps::isRunning(app)) << qPrintable(asked);
+}
+
+} // namespace
+
+TEST(RunningApps, AProcessRunningFromInsideTheBundleMakesTheAppRunning) {
+    const QString bundle = test::makeTempDir(s("Applications")) + s("/Sleeper.app");
+    expectSeenRunning(bundle, bundle);
+}
+
+// The kernel names an executable as the volume stores it, the app list as it was read: either
+// may be decomposed. "Café.app" is the same bundle in both forms, and still only that bundle.
+TEST(RunningApps, ABundleWithAnAccentedNameIsRecognisedInEitherUnicodeForm) {
+    const QString composed = s("Caf\u00e9.app");
+    const QString decomposed = s("Cafe\u0301.app");
+    ASSERT_EQ(composed.normalized(QString::NormalizationForm_D), decomposed);
+    const QString folder = test::makeTempDir(s("Applications"));
+    expectSeenRunning(folder + s("/stored-decomposed/") + decomposed,
+                      folder + s("/stored-decomposed/") + composed);
+    expectSeenRunning(folder + s("/stored-composed/") + composed,
+                      folder + s("/stored-composed/") + decomposed);
+
+    const QString bundle = folder + u'/' + composed;
+    EXPECT_TRUE(RunningApps::runsFrom(folder + u'/' + decomposed + s("/Contents/MacOS/x"), bundle));
+    EXPECT_FALSE(RunningApps::runsFrom(bundle, bundle)) << "the folder itself runs nothing";
+    EXPECT_FALSE(RunningApps::runsFrom(folder + s("/Cafe\u0301.app Helper/x"), bundle));
+    EXPECT_FALSE(RunningApps::runsFrom(folder + s("/Cafe.app/Contents/MacOS/x"), bundle));
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include "cli/Command.h"
 #include "cli/ScanCommands.h"
 #include "platform/AreaCatalog.h"
+#include "platform/OverviewModel.h"
 #include "support/FakeScan.h"
 #include "support/GitFixture.h"
 #include "support/JsonText.h"
@@ -11,7 +12,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStandardPaths>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -41,8 +41,7 @@ class OverviewCommandTest : public testing::Test {
 protected:
     void SetUp() override {
         test::writeFile(test::fakeHome() + s("/.m2/repository/org/lib.jar"), QByteArray(9000, 'j'));
-        test::writeFile(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-                            s("/Trash/files/old-build/blob"),
+        test::writeFile(OverviewModel::trashFolder() + s("/files/old-build/blob"),
                         QByteArray(50'000, 't'));
     }
 

@@ -1,16 +1,22 @@
 #include "platform/DirectoryReader.h"
 
+#include "platform/SizeCalculator.h"
 #include "support/TreeFixture.h"
 
 #include <QDir>
 #include <QFile>
+#include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <unordered_set>
+#include <vector>
 
 using namespace corvane;
 using testing::ElementsAre;
@@ -57,6 +63,8 @@ TEST(DirectoryReader, ListsEveryKindWithoutDotEntries) {
     EXPECT_EQ(entries["file.txt"].allocatedBytes,
               test::allocatedBytes(root + QStringLiteral("/file.txt")));
     EXPECT_GE(entries["file.txt"].allocatedBytes, 10'000);
+    EXPECT_EQ(entries["file.txt"].privateBytes, entries["file.txt"].allocatedBytes)
+        << "a file of its own frees all it holds";
     EXPECT_EQ(entries["folder"].allocatedBytes, 0);
     EXPECT_FALSE(sizes.next(entries["file.txt"])) << "the end stays the end";
 }
@@ -87,6 +95,81 @@ TEST(DirectoryReader, ChildrenOpenRelativeToTheParentAndNeverThroughLinks) {
     DirectoryReader followed(root + QStringLiteral("/alias"), DirectoryReader::Detail::kinds,
                              DirectoryReader::RootLinks::followed);
     EXPECT_EQ(list(followed).count("inside.txt"), 1u);
+}
+
+namespace {
+
+// A walk's report of the folders and entries it could not measure, as "name error" lines.
+class SkipRecorder : public FolderVisitor {
+public:
+    const std::unordered_set<std::string>& notedNames() const override { return none_; }
+    void folderEntered(std::string_view, qint64 fileBytes,
+                       const std::vector<std::string>&) override {
+        bytes += fileBytes;
+    }
+    void folderLeft() override {}
+    void folderSkipped(std::string_view name, int errorCode) override {
+        skipped.push_back(std::string(name) + ' ' + std::to_string(errorCode));
+    }
+
+    qint64 bytes = 0;
+    std::vector<std::string> skipped;
+
+private:
+    std::unordered_set<std::string> none_;
+};
+
+QByteArray sortedLines(std::vector<std::string> lines) {
+    std::sort(lines.begin(), lines.end());
+    QByteArray text;
+    for (const std::string& line : lines)
+        text += QByteArray::fromStdString(line) + '\n';
+    return text;
+}
+
+} // namespace
+
+// A folder that may be listed but not searched: its entries' names are known, their attributes
+// are not. What the listing alone tells is kept; an entry that needed a metadata call comes with
+// the system's error and no size, and a walk reports it instead of counting made-up bytes.
+TEST(DirectoryReader, EntriesThatCannotBeExaminedComeWithTheirErrorAndCountNothing) {
+    const QString root = test::makeTempDir();
+    const QString locked = root + QStringLiteral("/locked");
+    test::writeFileOfSize(locked + QStringLiteral("/data.bin"), 20'000);
+    QDir().mkpath(locked + QStringLiteral("/inner"));
+    ASSERT_EQ(::chmod(QFile::encodeName(locked).constData(), 0444), 0);
+
+    const std::optional<QByteArray> seen = test::runUnprivileged(root, [&] {
+        std::vector<std::string> lines;
+        DirectoryReader reader(locked, DirectoryReader::Detail::kindsAndSizes);
+        DirectoryReader::Entry entry;
+        while (reader.next(entry)) {
+            lines.push_back(
+                std::string(entry.name) + ' ' + std::to_string(static_cast<int>(entry.kind)) + ' ' +
+                std::to_string(entry.error) + ' ' + std::to_string(entry.allocatedBytes));
+        }
+        lines.push_back(reader.failed() ? "~failed" : "~end");
+        SkipRecorder recorder;
+        SizeCalculator::walk(locked, recorder);
+        for (const std::string& skipped : recorder.skipped)
+            lines.push_back("~skipped " + skipped);
+        lines.push_back("~walked " + std::to_string(recorder.bytes) + " measured " +
+                        std::to_string(SizeCalculator::measure(locked).sizeBytes));
+        return sortedLines(lines);
+    });
+    ::chmod(QFile::encodeName(locked).constData(), 0755);
+
+    ASSERT_TRUE(seen);
+    const int denied = EACCES;
+    const QByteArray file = "data.bin " + QByteArray::number(int(EntryKind::other)) + ' ' +
+                            QByteArray::number(denied) + " 0\n";
+    EXPECT_TRUE(seen->startsWith(file)) << seen->constData();
+    EXPECT_TRUE(seen->contains("~end\n")) << seen->constData();
+    EXPECT_TRUE(seen->contains("~skipped data.bin " + QByteArray::number(denied) + '\n'))
+        << seen->constData();
+    EXPECT_TRUE(seen->contains("~skipped inner " + QByteArray::number(denied) + '\n'))
+        << seen->constData();
+    EXPECT_TRUE(seen->endsWith("~walked 0 measured 0\n")) << seen->constData();
 }
 
 TEST(DirectoryReader, LongListingsSpanSeveralReads) {

@@ -1,11 +1,14 @@
 #include "platform/SizeCalculator.h"
 
+#include "platform/Locations.h"
+#include "platform/ProcessRunner.h"
 #include "support/TreeFixture.h"
 
 #include <QDirIterator>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <utility>
 
 using namespace corvane;
 using namespace corvane::test;
@@ -116,6 +119,57 @@ TEST(SizeCalculator, TreesDeeperThanAnyPathCanSpell) {
     EXPECT_EQ(SizeCalculator::size(root), static_cast<qint64>(info.st_blocks) * 512);
     // Removing by full paths fails this deep; rm works relative to each folder.
     EXPECT_EQ(std::system(("rm -rf '" + QFile::encodeName(root) + "'").constData()), 0);
+}
+
+// A folder measured on its own is left out of its parent's measurement, however the two paths
+// spell its name: macOS lists some names decomposed and hands out others composed. Both forms
+// lie on disk here, as two different folders, each excluded through the other spelling.
+TEST(SizeCalculator, ExcludedFoldersAreLeftOutWhicheverUnicodeFormNamesThem) {
+    const QString composed = QStringLiteral("R\u00e9sum\u00e9s");
+    const QString decomposed = composed.normalized(QString::NormalizationForm_D);
+    ASSERT_NE(composed, decomposed);
+    const std::pair<QString, QString> spellings[] = {{decomposed, composed},
+                                                     {composed, decomposed}};
+    for (const auto& [onDisk, asked] : spellings) {
+        const QString root = makeTempDir(QStringLiteral("caf\u00e9"));
+        writeFileOfSize(root + u'/' + onDisk + QStringLiteral("/draft.bin"), 8 * 1024);
+        writeFileOfSize(root + u'/' + onDisk + QStringLiteral("/old/archive.bin"), 96 * 1024);
+        writeFileOfSize(root + u'/' + onDisk + QStringLiteral("/Caf\u00e9/menu.bin"), 32 * 1024);
+        const QString folder = root + u'/' + onDisk;
+        const qint64 draft = allocatedBytes(folder + QStringLiteral("/draft.bin"));
+
+        const QString askedRoot = root.normalized(QString::NormalizationForm_D);
+        EXPECT_EQ(SizeCalculator::size(root, {},
+                                       {askedRoot + u'/' + asked + QStringLiteral("/old"),
+                                        root + u'/' + asked + QStringLiteral("/Cafe\u0301")}),
+                  draft)
+            << qPrintable(asked);
+        EXPECT_EQ(SizeCalculator::size(root, {}, {root + u'/' + asked}), 0) << qPrintable(asked);
+        EXPECT_EQ(SizeCalculator::size(root, {}, {root + QStringLiteral("/R\u00e9sum")}),
+                  expectedSize(root))
+            << "a name that only begins the same";
+    }
+}
+
+// A clone shares its blocks with the original until either changes: removing one of them frees
+// nothing of what they share, though each still weighs its full size.
+TEST(SizeCalculator, RemovingAnAPFSCloneFreesOnlyWhatItHoldsAlone) {
+    if (!Locations::isMac())
+        GTEST_SKIP() << "only APFS reports the blocks a file shares with its clones";
+    const QString root = makeTempDir(QStringLiteral("clones"));
+    writeFileOfSize(root + QStringLiteral("/original.bin"), 4 << 20);
+    const ProcessResult copied = ProcessRunner::system().run(
+        QStringLiteral("/bin/cp"),
+        {QStringLiteral("-c"), QStringLiteral("--"), root + QStringLiteral("/original.bin"),
+         root + QStringLiteral("/clone.bin")});
+    ASSERT_EQ(copied.exitCode, 0) << copied.standardError.constData();
+
+    const SpaceUse clone = SizeCalculator::measure(root + QStringLiteral("/clone.bin"));
+    EXPECT_GE(clone.sizeBytes, 4 << 20);
+    EXPECT_LT(clone.freesBytes, 1 << 20);
+    const SpaceUse both = SizeCalculator::measure(root);
+    EXPECT_EQ(both.sizeBytes, 2 * clone.sizeBytes);
+    EXPECT_LT(both.freesBytes, 2 << 20);
 }
 
 TEST(SizeCalculator, CancellationIsNoticedWithinFiveHundredTwelveEntries) {

@@ -1,5 +1,7 @@
 #include "support/TestEnvironment.h"
 
+#include "platform/Locations.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -49,14 +51,22 @@ bool isolateFromRealHome() {
     // The system's shared data too (its application entries): tests see only what they make.
     setVariable("XDG_DATA_DIRS", home + QStringLiteral("/system/share"));
     setVariable("CORVANE_TOOL_SNAP", home + QStringLiteral("/no-snap"));
+#ifdef Q_OS_MACOS
+    // NSFileManager's Trash is the runner's own whatever HOME says: every test trashes into a
+    // folder of its home instead, where the freedesktop Trash keeps its items on Linux.
+    setVariable("CORVANE_TRASH_DIR", home + QStringLiteral("/.local/share/Trash/files"));
+#endif
 
     const QString real = realHome();
     const QString seenHome = qEnvironmentVariable("HOME");
     const QString seenData = qEnvironmentVariable("XDG_DATA_HOME");
-    const bool safe = seenHome == home && seenData.startsWith(home + u'/') &&
+    const QString seenTrash = qEnvironmentVariable("CORVANE_TRASH_DIR");
+    const bool trashIsolated = !Locations::isMac() || seenTrash.startsWith(home + u'/');
+    const bool safe = seenHome == home && seenData.startsWith(home + u'/') && trashIsolated &&
                       (real.isEmpty() || (seenHome != real && !real.startsWith(seenHome + u'/')));
     if (!safe)
-        std::fprintf(stderr, "Refusing to run: HOME or XDG_DATA_HOME is not a temporary folder\n");
+        std::fprintf(stderr, "Refusing to run: HOME, XDG_DATA_HOME or the Trash is not a "
+                             "temporary folder\n");
     return safe;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QtGlobal>
 
 namespace corvane::test {
 
@@ -9,6 +10,17 @@ namespace corvane::test {
 inline QString s(const char* text) {
     return QString::fromUtf8(text);
 }
+
+// Whether trashed items land in the freedesktop Trash of the fake home, "files/<name>" with an
+// "info/<name>.trashinfo" record each (Linux). On macOS they land in the stand-in folder that
+// takes the place of "files" (CORVANE_TRASH_DIR), without any record.
+#ifdef Q_OS_MACOS
+inline constexpr bool freedesktopTrash = false;
+#else
+inline constexpr bool freedesktopTrash = true;
+#endif
+inline constexpr const char* noFreedesktopTrash =
+    "the macOS Trash keeps no .trashinfo record nor a Trash folder tests can lock";
 
 // The temporary folder that stands in for the user's home in this test process.
 QString fakeHome();
