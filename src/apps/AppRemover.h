@@ -75,7 +75,8 @@ public:
     AppRemovalOutcome remove(const InstalledApp& app, const QList<AppDataItem>& tickedData,
                              const CancellationToken& cancellation = {}) const;
     // Moves data whose app is gone to the Trash, once it is judged again against what is
-    // installed now (and, for "~/.var/app", what flatpak lists now).
+    // installed now: for "~/.var/app" and "~/snap" what flatpak and snap say now, for the XDG
+    // homes the record of apps seen (LinuxLeftovers).
     AppRemovalOutcome removeLeftovers(const QList<AppDataItem>& items) const;
 
     // What a failure line calls an item: its file name.

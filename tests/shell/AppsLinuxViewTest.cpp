@@ -111,7 +111,7 @@ TEST_F(AppsLinuxViewTest, LeftoversSayWhoKnowsTheAppIsGoneAndTheSheetListsWhatGo
         test::patience));
     EXPECT_EQ(sheet->text(), s("Move 2 leftover item(s) to the Trash?"));
     EXPECT_EQ(test::dumpTree(*sheet->list()->model()),
-              s("appimagekit-obsidian(obsidian),spotify(spotify)"));
+              s("appimagekit-obsidian,    obsidian,spotify,    spotify"));
     EXPECT_TRUE(sheet->cancelButton()->isDefault());
     test::saveScreenshotWithSheet(view, *sheet, s("apps-linux-leftovers-confirmation"));
     sheet->acceptButton()->click();
