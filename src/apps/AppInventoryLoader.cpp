@@ -6,6 +6,7 @@
 #include "apps/InstalledBundles.h"
 #include "apps/LibraryMatcher.h"
 #include "apps/LinuxApps.h"
+#include "apps/LinuxLeftovers.h"
 #include "platform/Locations.h"
 #include "platform/SizeCalculator.h"
 
@@ -21,7 +22,7 @@ namespace {
 OrphanedAppData measuredLeftover(const LibraryMatcher::Leftover& leftover,
                                  const CancellationToken& cancellation) {
     return {leftover.identifier, measured(leftover.matches, cancellation),
-            leftover.unreadableBundle};
+            leftover.unreadableBundle, std::nullopt};
 }
 
 InstalledApp flatpakApp(const FlatpakApp& flatpak, const CancellationToken& cancellation) {
@@ -40,19 +41,16 @@ InstalledApp flatpakApp(const FlatpakApp& flatpak, const CancellationToken& canc
     return app;
 }
 
-// Flatpak apps with their "~/.var/app" folders, and the folders of apps flatpak says are gone.
-// Without a list flatpak vouches for, no folder is a leftover and the reason is shown.
+// Flatpak apps with their "~/.var/app" folders, and the folders of apps flatpak says are gone:
+// an id its list leaves out is a candidate, and a leftover once `flatpak info` says it is not
+// installed. Without a list flatpak vouches for, no folder is a leftover and the reason is shown.
 void addFlatpaks(AppInventory& inventory, const ProcessRunner& runner,
                  const CancellationToken& cancellation) {
     const std::optional<FlatpakListing> listing = FlatpakApps::list(runner, cancellation);
     if (!listing)
         return;
-    const QDir dataRoot(FlatpakApps::dataRoot());
-    const QStringList folders = dataRoot.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     if (listing->error) {
-        // A flatpak without apps and without data has nothing to judge.
-        if (*listing->error != FlatpakApps::emptyListText || !folders.isEmpty())
-            inventory.errors.append(*listing->error);
+        inventory.errors.append(*listing->error);
         return;
     }
     QSet<QString> installed;
@@ -61,15 +59,39 @@ void addFlatpaks(AppInventory& inventory, const ProcessRunner& runner,
         installed.insert(flatpak.id);
         inventory.apps.append(flatpakApp(flatpak, cancellation));
     }
+    const QDir dataRoot(FlatpakApps::dataRoot());
     // Flatpak ids are case-sensitive, unlike bundle identifiers.
-    for (const QString& id : folders)
-        if (!installed.contains(id) && FlatpakApps::isAppId(id) &&
-            !LibraryMatcher::isSystemIdentifier(id))
-            inventory.orphans.append(
-                {id,
-                 measured({{AppDataItem::Kind::applicationSupport, dataRoot.filePath(id), true}},
-                          cancellation),
-                 std::nullopt});
+    const QStringList folders = dataRoot.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    for (const QString& id : folders) {
+        if (installed.contains(id) || !FlatpakApps::isAppId(id) ||
+            LibraryMatcher::isSystemIdentifier(id))
+            continue;
+        const InstallCheck check = FlatpakApps::check(id, runner, cancellation);
+        if (!check.isGone()) {
+            if (!check.reason.isEmpty())
+                inventory.errors.append(id + QStringLiteral(" stays: ") + check.reason);
+            continue;
+        }
+        inventory.orphans.append(
+            {id,
+             measured({{AppDataItem::Kind::applicationSupport, dataRoot.filePath(id), true}},
+                      cancellation),
+             std::nullopt, AppGone{AppGone::Witness::flatpak, {}, std::nullopt}});
+    }
+}
+
+// The desktop's own apps, and the data of those that are gone.
+void addLinuxApps(AppInventory& inventory, const ProcessRunner& runner,
+                  const CancellationToken& cancellation) {
+    const std::optional<SnapListing> snaps = SnapApps::list(runner, cancellation);
+    if (snaps && snaps->error)
+        inventory.errors.append(*snaps->error);
+    const QList<InstalledApp> apps = LinuxApps::find(snaps, cancellation);
+    inventory.apps.append(apps);
+    const LinuxLeftovers::Found leftovers =
+        LinuxLeftovers::find(apps, snaps, SeenApps(), runner, cancellation);
+    inventory.orphans.append(leftovers.orphans);
+    inventory.errors.append(leftovers.errors);
 }
 
 } // namespace
@@ -100,12 +122,8 @@ AppInventory AppInventoryLoader::load(const CaskMap& casks, const CancellationTo
             .append(measuredLeftover(leftover, cancellation));
 
     addFlatpaks(inventory, runner, cancellation);
-    if (!Locations::isMac()) {
-        const std::optional<SnapListing> snaps = SnapApps::list(runner, cancellation);
-        if (snaps && snaps->error)
-            inventory.errors.append(*snaps->error);
-        inventory.apps.append(LinuxApps::find(snaps, cancellation));
-    }
+    if (!Locations::isMac())
+        addLinuxApps(inventory, runner, cancellation);
     sort(inventory);
     return inventory;
 }

@@ -9,11 +9,12 @@ namespace corvane {
 
 // Builds the whole app inventory: every bundle AppFinder finds (and, where flatpak is installed,
 // every Flatpak app; on Linux, the desktop's apps LinuxApps finds), each with its measured size
-// and its data, and the leftovers of apps that are gone. Runs on a worker thread; throws
-// CancelledError when cancelled.
+// and its data, and the leftovers of apps that are gone (on Linux, those LinuxLeftovers finds,
+// and the apps it lists are recorded as seen). Runs on a worker thread; throws CancelledError
+// when cancelled.
 struct AppInventoryLoader {
     // `casks` maps bundle names to the Homebrew casks that installed them (Homebrew's side reads
-    // it); `runner` starts flatpak.
+    // it); `runner` starts flatpak and snap.
     static AppInventory load(const CaskMap& casks = {}, const CancellationToken& cancellation = {},
                              const ProcessRunner& runner = ProcessRunner::system());
 

@@ -3,8 +3,12 @@
 #include "apps/AppFinder.h"
 #include "apps/InstalledBundles.h"
 #include "apps/LinuxApps.h"
+#include "apps/LinuxLeftovers.h"
 #include "apps/RunningApps.h"
+#include "apps/SnapApps.h"
+#include "apps/SystemPackages.h"
 #include "platform/Locations.h"
+#include "platform/OpenFileGuard.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 #include "platform/PlatformWords.h"
@@ -13,6 +17,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <unistd.h>
 
 namespace corvane {
 namespace {
@@ -26,6 +31,12 @@ bool isWithin(const QString& path, const QString& folder) {
 bool isFlatpakData(const AppDataItem& item) {
     return PathIdentity::same(Paths::parentPath(Paths::absoluteStandardized(item.url)),
                               FlatpakApps::dataRoot());
+}
+
+// A snap's data folder: directly in "~/snap".
+bool isSnapData(const AppDataItem& item) {
+    return PathIdentity::same(Paths::parentPath(Paths::absoluteStandardized(item.url)),
+                              SnapApps::dataRoot());
 }
 
 // The identifier an item of the Library is named after, if it is named after one.
@@ -42,26 +53,23 @@ QString dataRootOf(const AppDataItem& item) {
     return isFlatpakData(item) ? FlatpakApps::dataRoot() : Locations::libraryDir();
 }
 
-// Linux apps that only their owner removes: the user is told the command to run.
-std::optional<QString> ownerRefusal(const InstalledApp& app) {
-    switch (app.source) {
-    case AppSource::packageManager:
-        return QStringLiteral("%1 came with the system's package manager, which removes it: run "
-                              "it in %2 (for example: sudo apt remove <its package>).")
-            .arg(app.name, PlatformWords::here().terminal);
-    case AppSource::snap:
-        return QStringLiteral("%1 is a Snap, which snapd removes with root's rights. Run in %2: "
-                              "sudo snap remove %3")
-            .arg(app.name, PlatformWords::here().terminal, app.bundleIdentifier.value_or(app.name));
-    case AppSource::other:
-        if (app.desktopEntry && !app.flatpakInstallation)
-            return app.name + QStringLiteral(" was installed by hand; remove it where it was "
-                                             "installed.");
-        break;
-    default:
-        break;
-    }
+// An app put on the desktop by hand: only the user knows what else it installed.
+std::optional<QString> byHandRefusal(const InstalledApp& app) {
+    if (app.source == AppSource::other && app.desktopEntry && !app.flatpakInstallation)
+        return app.name + QStringLiteral(" was installed by hand; remove it where it was "
+                                         "installed.");
     return std::nullopt;
+}
+
+// What the app's own tool said about it, as a reason for its data to stay; nothing when gone.
+std::optional<QString> stillInstalled(const QString& prefix, const QString& tool,
+                                      const InstallCheck& check) {
+    if (check.isGone())
+        return std::nullopt;
+    if (check.is == InstallCheck::Case::installed)
+        return prefix +
+               QStringLiteral("%1 says the app is installed, so its data stays.").arg(tool);
+    return prefix + check.reason;
 }
 
 std::optional<QString> ownershipRefusal(const QString& prefix, const Ownership& owner) {
@@ -80,11 +88,18 @@ std::optional<QString> ownershipRefusal(const QString& prefix, const Ownership& 
 } // namespace
 
 AppRemover::AppRemover(BrewService brew, const PlatformTrash& trash, RunningCheck isRunning,
-                       CleanupHistory history)
+                       CleanupHistory history, const ProcessRunner& runner)
     : brew_(std::move(brew))
     , trash_(trash)
     , isRunning_(isRunning ? std::move(isRunning) : RunningCheck(&RunningApps::isRunning))
-    , history_(std::move(history)) {}
+    , history_(std::move(history))
+    , runner_(runner)
+    , actsAsRoot_(::geteuid() == 0) {}
+
+bool AppRemover::isRemovedByCommand(const InstalledApp& app) const {
+    return app.source == AppSource::packageManager ||
+           (app.source == AppSource::snap && !actsAsRoot_);
+}
 
 QStringList AppRemover::applicationsFolders() {
     return AppFinder::search().folders;
@@ -93,11 +108,14 @@ QStringList AppRemover::applicationsFolders() {
 std::optional<QString> AppRemover::appRefusal(const InstalledApp& app) const {
     if (app.source == AppSource::apple)
         return appleText;
+    // Nothing runs for these: the removal only names the command.
+    if (isRemovedByCommand(app))
+        return std::nullopt;
     const QString runningText = app.name + QStringLiteral(" is running. Quit it first.");
     if (app.flatpakInstallation) {
         // Flatpak keeps its apps in its own installation folders; its sandbox hides their
         // processes from a look at their executables.
-        const FlatpakListing running = FlatpakApps::running();
+        const FlatpakListing running = FlatpakApps::running(runner_);
         if (running.error)
             return QStringLiteral("%1 stays: it could not be told whether it is running (%2).")
                 .arg(app.name, *running.error);
@@ -106,10 +124,13 @@ std::optional<QString> AppRemover::appRefusal(const InstalledApp& app) const {
                 return runningText;
         return std::nullopt;
     }
-    if (const std::optional<QString> owner = ownerRefusal(app))
-        return owner;
+    if (const std::optional<QString> byHand = byHandRefusal(app))
+        return byHand;
     if (isRunning_(app))
         return runningText;
+    // snapd keeps its snaps in its own folders.
+    if (app.source == AppSource::snap)
+        return std::nullopt;
     const QString parent = Paths::parentPath(PathIdentity::resolved(app.url));
     const QStringList folders =
         app.source == AppSource::appImage ? LinuxApps::appImageFolders() : applicationsFolders();
@@ -152,6 +173,10 @@ std::optional<QString> AppRemover::dataRefusal(const InstalledApp& app, const Ap
 AppRemovalOutcome AppRemover::remove(const InstalledApp& app, const QList<AppDataItem>& tickedData,
                                      const CancellationToken& cancellation) const {
     AppRemovalOutcome outcome;
+    if (isRemovedByCommand(app)) {
+        nameCommand(app, outcome, cancellation);
+        return outcome;
+    }
     if (const std::optional<QString> refusal = appRefusal(app)) {
         outcome.failures.append(*refusal);
         return outcome;
@@ -175,20 +200,19 @@ AppRemovalOutcome AppRemover::remove(const InstalledApp& app, const QList<AppDat
     return outcome;
 }
 
-std::optional<QString>
-AppRemover::leftoverRefusal(const AppDataItem& item, const InstalledSet& installed,
-                            const std::optional<FlatpakListing>& flatpaks) const {
+std::optional<QString> AppRemover::leftoverRefusal(const AppDataItem& item,
+                                                   const InstalledSet& installed) const {
     const QString prefix = itemName(item) + QStringLiteral(": ");
-    if (isFlatpakData(item)) {
-        const QString id = itemName(item);
-        if (!flatpaks)
-            return prefix + QStringLiteral("flatpak is not installed, so it cannot confirm that "
-                                           "the app is gone.");
-        if (flatpaks->error)
-            return prefix + *flatpaks->error;
-        for (const FlatpakApp& app : flatpaks->apps)
-            if (app.id == id)
-                return prefix + QStringLiteral("%1 is installed and uses this data.").arg(app.name);
+    if (isFlatpakData(item))
+        return stillInstalled(prefix, QStringLiteral("flatpak"),
+                              FlatpakApps::check(itemName(item), runner_));
+    if (isSnapData(item))
+        return stillInstalled(prefix, QStringLiteral("snap"),
+                              SnapApps::check(itemName(item), runner_));
+    if (LinuxApps::dataRootOf(item)) {
+        if (const std::optional<QString> refusal =
+                LinuxLeftovers::refusal(item.url, SeenApps(), runner_))
+            return prefix + *refusal;
         return std::nullopt;
     }
     if (!isWithin(item.url, Locations::libraryDir()))
@@ -202,12 +226,9 @@ AppRemover::leftoverRefusal(const AppDataItem& item, const InstalledSet& install
 AppRemovalOutcome AppRemover::removeLeftovers(const QList<AppDataItem>& items) const {
     AppRemovalOutcome outcome;
     const InstalledSet installed = InstalledBundles::current();
-    const bool anyFlatpak = std::any_of(items.cbegin(), items.cend(), &isFlatpakData);
-    const std::optional<FlatpakListing> flatpaks =
-        anyFlatpak ? FlatpakApps::list() : std::optional<FlatpakListing>();
     QList<CleanupItem> trashed;
     for (const AppDataItem& item : items) {
-        if (const std::optional<QString> refusal = leftoverRefusal(item, installed, flatpaks))
+        if (const std::optional<QString> refusal = leftoverRefusal(item, installed))
             outcome.failures.append(*refusal);
         else
             trashData(item, dataRootOf(item), outcome, trashed);
@@ -249,27 +270,104 @@ bool AppRemover::uninstallCask(const InstalledApp& app, AppRemovalOutcome& outco
     }
 }
 
-bool AppRemover::uninstallFlatpak(const InstalledApp& app,
+namespace {
+
+// Runs an app's own tool to remove it; nothing when it succeeded, else what it said.
+std::optional<QString> runOwner(const ProcessRunner& runner, const QString& tool,
+                                const QStringList& arguments,
+                                const CancellationToken& cancellation) {
+    const QString name = QFileInfo(tool).fileName();
+    try {
+        const ProcessResult result =
+            runner.run(tool, arguments, std::nullopt, {}, 600, cancellation);
+        if (result.exitCode == 0)
+            return std::nullopt;
+        const QString said =
+            QString::fromUtf8(result.standardError).trimmed().section(u'\n', -1).left(200);
+        return said.isEmpty() ? QStringLiteral("%1 exited with %2").arg(name).arg(result.exitCode)
+                              : name + QStringLiteral(" said: ") + said;
+    } catch (const ProcessRunnerError& error) {
+        return name + QStringLiteral(" could not run: ") + error.message();
+    }
+}
+
+QString leftAloneText(const InstalledApp& app, const QString& why) {
+    return QStringLiteral("%1 could not be removed (%2). Its data was left alone.")
+        .arg(app.name, why);
+}
+
+} // namespace
+
+bool AppRemover::uninstallFlatpak(const InstalledApp& app, AppRemovalOutcome& outcome,
                                   const CancellationToken& cancellation) const {
     if (!app.bundleIdentifier || !FlatpakApps::isAppId(*app.bundleIdentifier) ||
-        !FlatpakApps::isInstalled())
+        !FlatpakApps::isInstalled()) {
+        outcome.failures.append(leftAloneText(app, QStringLiteral("flatpak is not installed")));
         return false;
+    }
     if (dryRun_)
         return true;
     // Never --delete-data: the app's data goes to the Trash, where it can still be taken back.
     const QString scope = *app.flatpakInstallation == QLatin1String("system")
                               ? QStringLiteral("--system")
                               : QStringLiteral("--user");
-    try {
-        return ProcessRunner::system()
-                   .run(FlatpakApps::toolPath(),
-                        {QStringLiteral("uninstall"), QStringLiteral("--noninteractive"), scope,
-                         QStringLiteral("--"), *app.bundleIdentifier},
-                        std::nullopt, {}, 600, cancellation)
-                   .exitCode == 0;
-    } catch (const ProcessRunnerError&) {
+    const std::optional<QString> problem =
+        runOwner(runner_, FlatpakApps::toolPath(),
+                 {QStringLiteral("uninstall"), QStringLiteral("--noninteractive"), scope,
+                  QStringLiteral("--"), *app.bundleIdentifier},
+                 cancellation);
+    if (problem)
+        outcome.failures.append(leftAloneText(app, *problem));
+    return !problem;
+}
+
+// Only as root: snapd would otherwise ask for a password through polkit.
+bool AppRemover::uninstallSnap(const InstalledApp& app, AppRemovalOutcome& outcome,
+                               const CancellationToken& cancellation) const {
+    const QString name = app.bundleIdentifier.value_or(QString());
+    if (!SnapApps::isName(name) || !SnapApps::isInstalled()) {
+        outcome.failures.append(leftAloneText(app, QStringLiteral("snap is not installed")));
         return false;
     }
+    if (dryRun_)
+        return true;
+    const std::optional<QString> problem =
+        runOwner(runner_, SnapApps::toolPath(),
+                 {QStringLiteral("remove"), QStringLiteral("--"), name}, cancellation);
+    if (problem)
+        outcome.failures.append(leftAloneText(app, *problem));
+    return !problem;
+}
+
+// A package, or a snap without root's rights: the command that removes it, looked up but never
+// run. Its data stays while it is installed.
+void AppRemover::nameCommand(const InstalledApp& app, AppRemovalOutcome& outcome,
+                             const CancellationToken& cancellation) const {
+    const PlatformWords& words = PlatformWords::here();
+    if (app.source == AppSource::snap) {
+        const QString command =
+            QStringLiteral("sudo snap remove ") + app.bundleIdentifier.value_or(app.name);
+        outcome.terminalCommand = command;
+        outcome.failures.append(
+            QStringLiteral("%1 is a Snap, which snapd removes with root's rights. Run in %2: %3")
+                .arg(app.name, words.terminal, command));
+        return;
+    }
+    const SystemPackages::Owner owner =
+        app.desktopEntry ? SystemPackages::ownerOf(*app.desktopEntry, runner_, cancellation)
+                         : SystemPackages::Owner{{}, {}, QStringLiteral("it has no menu entry")};
+    if (!owner.command) {
+        outcome.failures.append(
+            QStringLiteral("%1 came with the system's package manager, which removes it, but its "
+                           "package could not be found: %2.")
+                .arg(app.name, owner.problem));
+        return;
+    }
+    outcome.terminalCommand = *owner.command;
+    outcome.failures.append(
+        QStringLiteral("%1 came with the system's package manager (package %2), which removes "
+                       "it. Run in %3: %4")
+            .arg(app.name, *owner.package, words.terminal, *owner.command));
 }
 
 bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
@@ -284,11 +382,15 @@ bool AppRemover::removeApp(const InstalledApp& app, AppRemovalOutcome& outcome,
         return true;
     }
     if (app.flatpakInstallation) {
-        if (!uninstallFlatpak(app, cancellation)) {
-            outcome.failures.append(leftAlone);
+        if (!uninstallFlatpak(app, outcome, cancellation))
             return false;
-        }
         outcome.appMethod = AppRemovalOutcome::Method::flatpak;
+        return true;
+    }
+    if (app.source == AppSource::snap) {
+        if (!uninstallSnap(app, outcome, cancellation))
+            return false;
+        outcome.appMethod = AppRemovalOutcome::Method::snap;
         return true;
     }
     const QString resolved = PathIdentity::resolved(app.url);
@@ -320,9 +422,27 @@ void AppRemover::trashEntry(const InstalledApp& app, QList<CleanupItem>& trashed
     trashed.append(cleanupItems(moved, {{*app.desktopEntry, QFileInfo(*app.desktopEntry).size()}}));
 }
 
+// A program holding a file of the item open may still write to it, or lose what it writes.
+std::optional<QString> AppRemover::inUse(const AppDataItem& item) const {
+    const OpenFileGuard::Holders holders = OpenFileGuard::holders({item.url}, runner_);
+    if (holders.error)
+        return itemName(item) +
+               QStringLiteral(": whether a program has it open could not be checked (%1), so it "
+                              "stays.")
+                   .arg(*holders.error);
+    if (!holders.processNames.isEmpty())
+        return itemName(item) + QStringLiteral(": %1 has it open. Quit it first.")
+                                    .arg(holders.processNames.join(QStringLiteral(", ")));
+    return std::nullopt;
+}
+
 void AppRemover::trashData(const AppDataItem& item, const QString& root, AppRemovalOutcome& outcome,
                            QList<CleanupItem>& trashed) const {
     const QString resolvedRoot = PathIdentity::resolved(root);
+    if (const std::optional<QString> busy = inUse(item)) {
+        outcome.failures.append(*busy);
+        return;
+    }
     std::optional<QString> message;
     if (dryRun_) {
         message = TrashService::refusal(item.url, resolvedRoot);

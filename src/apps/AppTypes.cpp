@@ -116,6 +116,20 @@ QString caseName(AppRemovalOutcome::Method method) {
         return QStringLiteral("homebrew");
     case AppRemovalOutcome::Method::flatpak:
         return QStringLiteral("flatpak");
+    case AppRemovalOutcome::Method::snap:
+        return QStringLiteral("snap");
+    }
+    return {};
+}
+
+QString caseName(AppGone::Witness witness) {
+    switch (witness) {
+    case AppGone::Witness::flatpak:
+        return QStringLiteral("flatpak");
+    case AppGone::Witness::snap:
+        return QStringLiteral("snap");
+    case AppGone::Witness::seenBefore:
+        return QStringLiteral("seenBefore");
     }
     return {};
 }

@@ -77,6 +77,8 @@ struct InstalledApp {
     // On Linux: the ".desktop" entry the app was found by, and the icon name it gives.
     std::optional<QString> desktopEntry;
     std::optional<QString> iconName;
+    // On Linux: the names its data is found by (desktop file id, StartupWMClass, program, snap).
+    QStringList identities;
     qint64 sizeBytes = 0;
     std::optional<QDateTime> lastUsedAt;
     QList<AppDataItem> data;
@@ -85,6 +87,23 @@ struct InstalledApp {
     bool operator==(const InstalledApp&) const = default;
 };
 
+// Who said that a Linux app is gone: the app's own tool, or this system's record of the apps it
+// listed before (the app's entry and program are no longer there).
+struct AppGone {
+    enum class Witness { flatpak, snap, seenBefore };
+
+    Witness witness = Witness::seenBefore;
+    // The app's name as it was listed; empty when only its tool knew it.
+    QString appName;
+    // When it was last listed (seenBefore).
+    std::optional<QDateTime> lastSeen;
+
+    bool operator==(const AppGone&) const = default;
+};
+
+// "flatpak", "snap", "seenBefore".
+QString caseName(AppGone::Witness witness);
+
 // Data whose app is not installed, under one identifier.
 struct OrphanedAppData {
     QString bundleIdentifier;
@@ -92,6 +111,8 @@ struct OrphanedAppData {
     // An installed bundle that could not be read and may own this data: then the data is
     // unknown, never a leftover.
     std::optional<QString> unreadableBundle;
+    // On Linux, how it is known that the app is gone, and what the app was called.
+    std::optional<AppGone> gone;
 
     qint64 sizeBytes() const;
     bool operator==(const OrphanedAppData&) const = default;
@@ -111,7 +132,7 @@ struct AppInventory {
 };
 
 struct AppRemovalOutcome {
-    enum class Method { trash, homebrew, flatpak };
+    enum class Method { trash, homebrew, flatpak, snap };
 
     // How the app itself went; absent when only data was removed or the app stayed.
     std::optional<Method> appMethod;
@@ -127,7 +148,7 @@ struct AppRemovalOutcome {
     bool operator==(const AppRemovalOutcome&) const = default;
 };
 
-// "trash", "homebrew", "flatpak".
+// "trash", "homebrew", "flatpak", "snap".
 QString caseName(AppRemovalOutcome::Method method);
 
 struct BrewOutdatedItem {

@@ -98,6 +98,31 @@ std::optional<QString> AppsModel::appRefusal(const InstalledApp& app) const {
     return AppRemover().appRefusal(app);
 }
 
+bool AppsModel::isRemovedByCommand(const InstalledApp& app) const {
+    return AppRemover().isRemovedByCommand(app);
+}
+
+QString AppsModel::goneText(const OrphanedAppData& orphan) {
+    if (!orphan.gone)
+        return {};
+    switch (orphan.gone->witness) {
+    case AppGone::Witness::flatpak:
+        return QStringLiteral("flatpak says %1 is no longer installed.")
+            .arg(orphan.bundleIdentifier);
+    case AppGone::Witness::snap:
+        return QStringLiteral("snap says %1 is no longer installed.").arg(orphan.bundleIdentifier);
+    case AppGone::Witness::seenBefore:
+        break;
+    }
+    const QString until =
+        orphan.gone->lastSeen
+            ? QStringLiteral(" until ") +
+                  orphan.gone->lastSeen->toLocalTime().toString(Qt::ISODate).left(10)
+            : QString();
+    return QStringLiteral("%1 was listed here%2; its menu entry and program are gone.")
+        .arg(orphan.gone->appName, until);
+}
+
 namespace {
 
 QString itemsWord(qsizetype count) {

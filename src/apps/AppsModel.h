@@ -69,10 +69,21 @@ public:
     // and the command line use.
     static CaskMap homebrewCasks();
 
+    // How it is known that the app of a leftover is gone: "flatpak says org.x is no longer
+    // installed.", "Obsidian was listed here until 2026-11-20; its entry and program are gone."
+    static QString goneText(const OrphanedAppData& orphan);
+    // The sheet of an app only its owner removes (the package manager, snapd).
+    static inline const QString commandRemovalText = QStringLiteral(
+        "Only its package manager (or snapd) can remove it, with root's rights. Nothing is "
+        "removed here: the command to run is looked up and shown. Its data stays while the app is "
+        "installed; once it is gone, the data is listed under leftovers.");
+
     // The listed app at `url`, if any.
     const InstalledApp* app(const QString& url) const;
     // Why the app can't be removed ("Apple's apps are part of macOS and stay.", ...), or nothing.
     std::optional<QString> appRefusal(const InstalledApp& app) const;
+    // Whether removing `app` only names the command that removes it (a package, a snap).
+    bool isRemovedByCommand(const InstalledApp& app) const;
     // Removes the app at `appURL` and, once it is gone, its data items at `dataURLs` (each
     // checked again); under the dry-run switch every guard runs and it says what would go.
     void removeApp(const QString& appURL, const QSet<QString>& dataURLs);

@@ -79,8 +79,6 @@ FlatpakListing FlatpakApps::parse(const QByteArray& output) {
         listing.apps.append({id, name.isEmpty() ? id : name, columns.value(2).trimmed(),
                              columns.value(3).trimmed()});
     }
-    if (listing.apps.isEmpty())
-        listing.error = emptyListText;
     return listing;
 }
 
@@ -115,6 +113,43 @@ FlatpakListing FlatpakApps::running(const ProcessRunner& runner,
         listing.apps.append({id, id, {}, {}});
     }
     return listing;
+}
+
+bool FlatpakApps::saysNotInstalled(const QString& id, const QByteArray& standardError) {
+    // "error: org.example.App/*unspecified*/*unspecified* not installed", or the bare id.
+    const QString line = QString::fromUtf8(standardError).trimmed().section(u'\n', -1);
+    static const QRegularExpression pattern(
+        QStringLiteral("^error: (?:app/)?([^/ ]+)(?:/\\S*)? not installed$"));
+    const QRegularExpressionMatch match = pattern.match(line);
+    return match.hasMatch() && match.captured(1) == id;
+}
+
+InstallCheck FlatpakApps::check(const QString& id, const ProcessRunner& runner,
+                                const CancellationToken& cancellation) {
+    if (!isAppId(id))
+        return {InstallCheck::Case::unknown, id + QStringLiteral(" is not a Flatpak app id")};
+    if (!isInstalled())
+        return {InstallCheck::Case::unknown,
+                QStringLiteral("flatpak is not installed, so it cannot confirm that the app is "
+                               "gone")};
+    try {
+        const ProcessResult result =
+            runner.run(toolPath(), {QStringLiteral("info"), QStringLiteral("--"), id}, std::nullopt,
+                       {}, 30.0, cancellation);
+        cancellation.throwIfCancelled();
+        if (result.exitCode == 0)
+            return {InstallCheck::Case::installed, {}};
+        if (saysNotInstalled(id, result.standardError))
+            return {InstallCheck::Case::notInstalled, {}};
+        const QString said = QString::fromUtf8(result.standardError).trimmed().section(u'\n', 0, 0);
+        return {InstallCheck::Case::unknown,
+                QStringLiteral("flatpak info failed (exit %1)%2")
+                    .arg(result.exitCode)
+                    .arg(said.isEmpty() ? QString() : QStringLiteral(": ") + said.left(160))};
+    } catch (const ProcessRunnerError& error) {
+        return {InstallCheck::Case::unknown,
+                QStringLiteral("flatpak info could not run: ") + error.message()};
+    }
 }
 
 QString FlatpakApps::dataRoot() {

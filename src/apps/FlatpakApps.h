@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/InstallCheck.h"
 #include "platform/Cancellation.h"
 #include "platform/ProcessRunner.h"
 
@@ -20,8 +21,8 @@ struct FlatpakApp {
     bool operator==(const FlatpakApp&) const = default;
 };
 
-// What `flatpak list` said: the installed apps, or why they are not known. An empty list counts as
-// not known: a flatpak that lists nothing cannot confirm that any app is gone.
+// What `flatpak list` said: the installed apps, or why they are not known. A list only ever
+// names candidates: an app missing from it is gone once `flatpak info` says so (`check`).
 struct FlatpakListing {
     QList<FlatpakApp> apps;
     std::optional<QString> error;
@@ -32,12 +33,11 @@ struct FlatpakApps {
     // Locations::toolPath("flatpak", "/usr/bin/flatpak"); CORVANE_TOOL_FLATPAK overrides it.
     static QString toolPath();
     static bool isInstalled();
-    static inline const QString emptyListText =
-        QStringLiteral("flatpak list named no apps, so no Flatpak data is offered as a leftover.");
 
     // `flatpak list --app --columns=application,name,version,installation`: one line per app of
     // four tab-separated columns; blank lines and a heading are skipped. Any other line, or an id
-    // that is not an application id, makes the whole list unreadable (`error`).
+    // that is not an application id, makes the whole list unreadable (`error`). An empty output
+    // is an empty list.
     static FlatpakListing parse(const QByteArray& output);
     // The installed apps; absent when flatpak is not installed.
     static std::optional<FlatpakListing> list(const ProcessRunner& runner = ProcessRunner::system(),
@@ -46,6 +46,14 @@ struct FlatpakApps {
     // fails or cannot be run.
     static FlatpakListing running(const ProcessRunner& runner = ProcessRunner::system(),
                                   const CancellationToken& cancellation = {});
+    // `flatpak info -- <id>`, over every installation: installed when it exits 0; not installed
+    // only when it fails saying "error: <id>... not installed" (its words in every version that
+    // has the command); anything else is unknown.
+    static InstallCheck check(const QString& id,
+                              const ProcessRunner& runner = ProcessRunner::system(),
+                              const CancellationToken& cancellation = {});
+    // `error: <ref> not installed` for `id`, as flatpak prints it on standard error.
+    static bool saysNotInstalled(const QString& id, const QByteArray& standardError);
     // Reverse-DNS with three or more parts of letters, digits, "_" and "-", none beginning with a
     // digit or "-": what flatpak accepts as an application id.
     static bool isAppId(const QString& id);

@@ -225,6 +225,23 @@ QList<DataMatch> LinuxApps::dataOf(const QStringList& identities,
     return matches;
 }
 
+QStringList LinuxApps::claimedFolders(const std::optional<SnapListing>& snaps) {
+    QList<DataMatch> matches;
+    for (const DesktopEntry& entry : entries())
+        if (entry.flatpakId.isEmpty())
+            matches.append(dataOf(identities(entry), entry.snapName.isEmpty()
+                                                         ? std::nullopt
+                                                         : std::optional(entry.snapName)));
+    if (snaps)
+        for (const SnapApp& snap : snaps->apps)
+            matches.append(dataOf({snap.name}, snap.name));
+    QStringList folders;
+    for (const DataMatch& match : matches)
+        folders.append(match.path);
+    folders.removeDuplicates();
+    return folders;
+}
+
 QList<InstalledApp> LinuxApps::find(const std::optional<SnapListing>& snaps,
                                     const CancellationToken& cancellation) {
     QList<InstalledApp> apps;
@@ -258,8 +275,9 @@ QList<InstalledApp> LinuxApps::find(const std::optional<SnapListing>& snaps,
             programs.insert(program);
             app.sizeBytes = SizeCalculator::size(program, cancellation);
         }
+        app.identities = identities(entry);
         app.data =
-            measured(dataOf(identities(entry), snap ? std::optional(entry.snapName) : std::nullopt),
+            measured(dataOf(app.identities, snap ? std::optional(entry.snapName) : std::nullopt),
                      cancellation);
         apps.append(app);
     }
@@ -274,7 +292,8 @@ QList<InstalledApp> LinuxApps::find(const std::optional<SnapListing>& snaps,
             app.bundleIdentifier = snap.name;
             app.version = snap.version;
             app.source = AppSource::snap;
-            app.data = measured(dataOf({snap.name}, snap.name), cancellation);
+            app.identities = {snap.name};
+            app.data = measured(dataOf(app.identities, snap.name), cancellation);
             apps.append(app);
         }
     }

@@ -41,6 +41,10 @@ struct LinuxApps {
     // The user's own entries ("applications" in XDG_DATA_HOME): the only ones removed with an app.
     static QString userEntryFolder();
 
+    // The folders an app of the menus or a listed snap may use: those named by any of their
+    // identities, whether or not the app's program is found. Never offered as a leftover.
+    static QStringList claimedFolders(const std::optional<SnapListing>& snaps);
+
     // The apps, measured, with their data. `snaps` is what snap listed (absent without snap).
     static QList<InstalledApp> find(const std::optional<SnapListing>& snaps,
                                     const CancellationToken& cancellation = {});

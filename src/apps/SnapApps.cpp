@@ -34,6 +34,14 @@ bool isPlatformSnap(const QString& notes) {
                        [](const QString& tag) { return kinds.contains(tag.trimmed()); });
 }
 
+// Whether a line of `snap list`'s table is the snap's (bases included).
+bool listsSnap(const QByteArray& output, const QString& name) {
+    const QStringList lines = QString::fromUtf8(output).split(u'\n');
+    return std::any_of(lines.cbegin(), lines.cend(), [&](const QString& line) {
+        return line.simplified().section(u' ', 0, 0) == name;
+    });
+}
+
 } // namespace
 
 SnapListing SnapApps::parse(const QByteArray& output) {
@@ -82,8 +90,46 @@ std::optional<SnapListing> SnapApps::list(const ProcessRunner& runner,
     }
 }
 
+InstallCheck SnapApps::check(const QString& name, const ProcessRunner& runner,
+                             const CancellationToken& cancellation) {
+    if (!isName(name))
+        return {InstallCheck::Case::unknown, name + QStringLiteral(" is not a snap's name")};
+    if (!isInstalled())
+        return {
+            InstallCheck::Case::unknown,
+            QStringLiteral("snap is not installed, so it cannot confirm that the snap is gone")};
+    try {
+        const ProcessResult result =
+            runner.run(toolPath(), {QStringLiteral("list"), QStringLiteral("--"), name},
+                       std::nullopt, {}, 30.0, cancellation);
+        cancellation.throwIfCancelled();
+        const QString said = QString::fromUtf8(result.standardError).trimmed();
+        if (result.exitCode == 0) {
+            if (!parse(result.standardOutput).error && listsSnap(result.standardOutput, name))
+                return {InstallCheck::Case::installed, {}};
+            return {InstallCheck::Case::unknown,
+                    QStringLiteral("snap list printed something that does not name ") + name};
+        }
+        if (said == QLatin1String("error: no matching snaps installed"))
+            return {InstallCheck::Case::notInstalled, {}};
+        return {InstallCheck::Case::unknown,
+                QStringLiteral("snap list failed (exit %1)%2")
+                    .arg(result.exitCode)
+                    .arg(said.isEmpty()
+                             ? QString()
+                             : QStringLiteral(": ") + said.section(u'\n', 0, 0).left(160))};
+    } catch (const ProcessRunnerError& error) {
+        return {InstallCheck::Case::unknown,
+                QStringLiteral("snap list could not run: ") + error.message()};
+    }
+}
+
+QString SnapApps::dataRoot() {
+    return QDir(Locations::homeDir()).filePath(QStringLiteral("snap"));
+}
+
 QString SnapApps::dataFolder(const QString& name) {
-    return QDir(Locations::homeDir()).filePath(QStringLiteral("snap/") + name);
+    return dataRoot() + u'/' + name;
 }
 
 } // namespace corvane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/InstallCheck.h"
 #include "platform/Cancellation.h"
 #include "platform/ProcessRunner.h"
 
@@ -36,9 +37,16 @@ struct SnapApps {
     // The installed snaps; absent when snap is not installed.
     static std::optional<SnapListing> list(const ProcessRunner& runner = ProcessRunner::system(),
                                            const CancellationToken& cancellation = {});
+    // `snap list -- <name>`: installed when it exits 0 listing the snap; not installed only when it
+    // fails saying "error: no matching snaps installed"; anything else is unknown.
+    static InstallCheck check(const QString& name,
+                              const ProcessRunner& runner = ProcessRunner::system(),
+                              const CancellationToken& cancellation = {});
     // Lower-case letters, digits and "-", at most 40, beginning with a letter: what snapd
     // accepts as a snap's name.
     static bool isName(const QString& name);
+    // "~/snap", where each snap keeps its data in a folder named after it.
+    static QString dataRoot();
     // "~/snap/<name>": the snap's data, all its revisions and "common".
     static QString dataFolder(const QString& name);
 };

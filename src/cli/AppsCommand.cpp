@@ -158,6 +158,8 @@ int runApps(bool json, Console& console) {
     for (const OrphanedAppData& orphan : inventory.orphans) {
         console.out << "  " << orphan.bundleIdentifier << "  " << formatBytes(orphan.sizeBytes())
                     << '\n';
+        if (orphan.gone)
+            console.out << "    " << AppsModel::goneText(orphan) << '\n';
         for (const AppDataItem& item : orphan.items)
             console.out << "    " << item.url << '\n';
     }
@@ -209,7 +211,9 @@ int runAppsRemove(const RemoveOptions& options, Console& console) {
         data.insert(itemPath);
     }
     int status = exitOk;
-    if (!confirmed(QStringLiteral("Remove %1 (%2) and %3 data item(s)? [y/N] ")
+    // Nothing is removed for a package or a snap: the command is looked up and printed.
+    if (!model.isRemovedByCommand(*app) &&
+        !confirmed(QStringLiteral("Remove %1 (%2) and %3 data item(s)? [y/N] ")
                        .arg(app->name, app->url)
                        .arg(data.size()),
                    options, console, status))

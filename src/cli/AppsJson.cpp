@@ -1,5 +1,6 @@
 #include "cli/AppsJson.h"
 
+#include "apps/AppsModel.h"
 #include "cli/JsonOutput.h"
 
 namespace corvane::cli::AppsJson {
@@ -39,6 +40,13 @@ QJsonObject orphan(const OrphanedAppData& orphan) {
                        {QStringLiteral("items"), items}};
     if (orphan.unreadableBundle)
         object.insert(QStringLiteral("unreadableBundle"), *orphan.unreadableBundle);
+    if (orphan.gone)
+        object.insert(
+            QStringLiteral("gone"),
+            QJsonObject{{QStringLiteral("witness"), caseName(orphan.gone->witness)},
+                        {QStringLiteral("appName"), orphan.gone->appName},
+                        {QStringLiteral("lastSeen"), isoDateOrNull(orphan.gone->lastSeen)},
+                        {QStringLiteral("text"), AppsModel::goneText(orphan)}});
     return object;
 }
 

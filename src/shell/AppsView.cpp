@@ -67,7 +67,7 @@ QTreeWidgetItem* dataRow(QTreeWidgetItem* parent, const AppDataItem& item) {
 
 } // namespace
 
-AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
+AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidget* parent)
     : QDialog(parent)
     , list_(new QTreeWidget(this)) {
     setObjectName(QStringLiteral("appRemovalSheet"));
@@ -84,8 +84,10 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
     where->setObjectName(QStringLiteral("appRemovalPath"));
     where->setTextInteractionFlags(Qt::TextSelectableByMouse);
     where->setWordWrap(true);
-    auto* explanation =
-        new QLabel(app.data.isEmpty() ? AppsModel::noDataText : AppsModel::preselectionText, this);
+    auto* explanation = new QLabel(byCommand            ? AppsModel::commandRemovalText
+                                   : app.data.isEmpty() ? AppsModel::noDataText
+                                                        : AppsModel::preselectionText,
+                                   this);
     explanation->setWordWrap(true);
     list_->setObjectName(QStringLiteral("appRemovalData"));
     list_->setHeaderLabels(
@@ -102,10 +104,14 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, QWidget* parent)
             row->setToolTip(nameColumn, AppsModel::possiblyRelatedNotRemovableText);
         }
     }
-    list_->setVisible(!app.data.isEmpty());
+    // Nothing of an app removed by its owner's command goes from here, so nothing is ticked.
+    list_->setVisible(!app.data.isEmpty() && !byCommand);
+    if (byCommand)
+        list_->clear();
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
     QPushButton* remove =
-        buttons->addButton(QStringLiteral("Remove"), QDialogButtonBox::AcceptRole);
+        buttons->addButton(byCommand ? QStringLiteral("Show Command") : QStringLiteral("Remove"),
+                           QDialogButtonBox::AcceptRole);
     // Return must never remove an app: Cancel is the default.
     remove->setAutoDefault(false);
     buttons->button(QDialogButtonBox::Cancel)->setDefault(true);
@@ -163,6 +169,9 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
     state_->setForegroundRole(QPalette::PlaceholderText);
     state_->setWordWrap(true);
     failures_->setWordWrap(true);
+    failures_->setObjectName(QStringLiteral("appsFailures"));
+    // The commands to run are copied from here.
+    failures_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     hideSmall_->setToolTip(QStringLiteral("Hides leftovers under 1 MB"));
 
     outdated_->setObjectName(QStringLiteral("brewOutdated"));
@@ -289,7 +298,7 @@ AppRemovalSheet* AppsView::openRemovalSheet(const QString& url) {
         box->open();
         return nullptr;
     }
-    auto* sheet = new AppRemovalSheet(*app, window());
+    auto* sheet = new AppRemovalSheet(*app, apps_.isRemovedByCommand(*app), window());
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->setWindowModality(Qt::WindowModal);
     connect(sheet, &QDialog::accepted, this,
@@ -340,11 +349,14 @@ void AppsView::showInventory() {
             auto* group = new QTreeWidgetItem(heading);
             group->setText(nameColumn, orphan.bundleIdentifier);
             InventoryWidgets::setSize(*group, sizeColumn, orphan.sizeBytes());
+            group->setText(detailColumn, AppsModel::goneText(orphan));
+            group->setToolTip(detailColumn, AppsModel::goneText(orphan));
             for (const AppDataItem& item : orphan.items) {
                 QTreeWidgetItem* row = dataRow(group, item);
                 row->setData(nameColumn, kindRole, leftoverRow);
                 row->setCheckState(nameColumn, Qt::Unchecked);
             }
+            group->setExpanded(true);
         }
         heading->setExpanded(true);
     }

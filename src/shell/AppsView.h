@@ -16,12 +16,13 @@ class QTreeWidgetItem;
 namespace corvane {
 
 // Asks which of an app's data goes with it: exact matches can be ticked (caches, logs and window
-// state are, to start with), "possibly related" folders cannot, and say why.
+// state are, to start with), "possibly related" folders cannot, and say why. For an app only its
+// owner removes (`byCommand`), it says that nothing goes and offers to show the command.
 class AppRemovalSheet : public QDialog {
     Q_OBJECT
 
 public:
-    AppRemovalSheet(const InstalledApp& app, QWidget* parent);
+    AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidget* parent);
 
     QTreeWidget* dataList() const { return list_; }
     // The data items ticked now.
@@ -43,6 +44,8 @@ public:
     QTreeWidget* outdatedList() const { return outdated_; }
     QPlainTextEdit* brewOutput() const { return output_; }
     QLabel* brewMessage() const { return brewMessage_; }
+    // What the last removal could not do, and the commands to run.
+    QLabel* failuresLabel() const { return failures_; }
     // Opens the removal sheet for the app at `url`.
     AppRemovalSheet* openRemovalSheet(const QString& url);
     // Asks, listing them, to move the ticked leftovers to the Trash.

@@ -283,10 +283,15 @@ TEST_F(AppRemoverTest, FlatpakDataIsALeftoverOnlyWhileFlatpakConfirmsTheAppIsGon
     const QString dir = test::makeTempDir(s("flatpak-tool"));
     const QString flatpak = dir + s("/flatpak");
     test::ScopedEnvironment tool("CORVANE_TOOL_FLATPAK", flatpak);
-    auto answer = [&](const QByteArray& list, int exitCode) {
-        test::writeFile(dir + s("/list"), list);
-        test::writeScript(flatpak, "#!/bin/sh\ncat '" + dir.toUtf8() + "/list'\nexit " +
-                                       QByteArray::number(exitCode) + "\n");
+    // `flatpak info -- <id>` answers for the apps in `installed`, and says the others are not.
+    auto answer = [&](const QByteArray& installed) {
+        test::writeScript(flatpak,
+                          "printf '%s\\n' \"$*\" >> \"$0.args\"\n"
+                          "case \" " +
+                              installed +
+                              " \" in *\" $3 \"*) exit 0;; esac\n"
+                              "echo \"error: $3/*unspecified*/*unspecified* not installed\" >&2\n"
+                              "exit 1\n");
     };
     auto leftover = [](const QString& id) {
         AppDataItem item{AppDataItem::Kind::applicationSupport,
@@ -297,22 +302,30 @@ TEST_F(AppRemoverTest, FlatpakDataIsALeftoverOnlyWhileFlatpakConfirmsTheAppIsGon
     const AppDataItem gone = leftover(s("org.example.Gone"));
     const AppDataItem back = leftover(s("org.example.Back"));
 
-    answer("", 0);
-    AppRemovalOutcome outcome = remover().removeLeftovers({gone});
-    EXPECT_TRUE(outcome.trashedData.isEmpty());
-    EXPECT_EQ(outcome.failures, QStringList{s("org.example.Gone: ") + FlatpakApps::emptyListText});
-    answer("error: broken\n", 1);
-    EXPECT_TRUE(remover().removeLeftovers({gone}).trashedData.isEmpty());
-    EXPECT_TRUE(QFileInfo::exists(gone.url));
-
     // Installed again since the list was shown: it stays.
-    answer("org.example.Back\tBack\t1.0\tuser\n", 0);
-    outcome = remover().removeLeftovers({gone, back});
+    answer("org.example.Back");
+    AppRemover dryRun = remover();
+    dryRun.setDryRun(true);
+    EXPECT_EQ(dryRun.removeLeftovers({gone, back}).trashedData, QList<AppDataItem>{gone});
+    EXPECT_TRUE(QFileInfo::exists(gone.url));
+    const AppRemovalOutcome outcome = remover().removeLeftovers({gone, back});
     EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{gone});
     EXPECT_EQ(outcome.failures,
-              QStringList{s("org.example.Back: Back is installed and uses this data.")});
+              QStringList{s("org.example.Back: flatpak says the app is installed, so its data "
+                            "stays.")});
+    EXPECT_EQ(readAll(flatpak + s(".args")),
+              s("info -- org.example.Gone\ninfo -- org.example.Back\n"
+                "info -- org.example.Gone\ninfo -- org.example.Back"));
     EXPECT_TRUE(QFileInfo::exists(back.url));
     EXPECT_FALSE(QFileInfo::exists(gone.url));
+
+    // A flatpak that fails confirms nothing.
+    test::writeScript(flatpak, "echo 'error: broken' >&2\nexit 1\n");
+    const AppRemovalOutcome failed = remover().removeLeftovers({back});
+    EXPECT_TRUE(failed.trashedData.isEmpty());
+    EXPECT_EQ(failed.failures,
+              QStringList{s("org.example.Back: flatpak info failed (exit 1): error: broken")});
+    EXPECT_TRUE(QFileInfo::exists(back.url));
 }
 
 namespace {

@@ -20,11 +20,16 @@ protected:
         QDir(test::library()).removeRecursively();
     }
 
-    // A stand-in flatpak that records its arguments and prints `output`.
-    void fakeFlatpak(const QByteArray& output, int exitCode = 0) {
+    // A stand-in flatpak that records its arguments and prints `output`; `info` runs `info`, by
+    // default flatpak's answer for an app that is not installed.
+    void
+    fakeFlatpak(const QByteArray& output, int exitCode = 0,
+                const QByteArray& info =
+                    "echo \"error: $3/*unspecified*/*unspecified* not installed\" >&2; exit 1") {
         test::writeFile(dir + s("/output"), output);
-        test::writeScript(tool, "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + dir.toUtf8() +
-                                    "/arguments'\ncat '" + dir.toUtf8() + "/output'\nexit " +
+        test::writeScript(tool, "printf '%s\\n' \"$@\" >> '" + dir.toUtf8() +
+                                    "/arguments'\nif [ \"$1\" = info ]; then " + info +
+                                    "; fi\ncat '" + dir.toUtf8() + "/output'\nexit " +
                                     QByteArray::number(exitCode) + "\n");
     }
     QStringList recordedArguments() const {
@@ -53,8 +58,7 @@ TEST_F(FlatpakAppsTest, ParsesTabSeparatedColumnsAndRefusesWhatItCannotRead) {
     // Anything but a full line of an app id makes the whole list unknown, never shorter.
     for (const QByteArray& output :
          {QByteArray("org.gimp.GIMP\tGIMP\t2.10\tsystem\nerror: No remote refs found\n"),
-          QByteArray("org.gimp.GIMP\tGIMP\t2.10\n"), QByteArray("-rf\tx\t1\tuser\n"),
-          QByteArray(""), QByteArray("\n\n")}) {
+          QByteArray("org.gimp.GIMP\tGIMP\t2.10\n"), QByteArray("-rf\tx\t1\tuser\n")}) {
         const FlatpakListing parsed = FlatpakApps::parse(output);
         EXPECT_TRUE(parsed.error) << output.toStdString();
         EXPECT_TRUE(parsed.apps.isEmpty()) << output.toStdString();
@@ -72,9 +76,11 @@ TEST_F(FlatpakAppsTest, InstalledAppsOwnTheirVarAppFolderAndOthersAreLeftovers) 
     test::writeFile(otherCase + s("/x"), "x");
 
     const AppInventory inventory = AppInventoryLoader::load();
-    EXPECT_EQ(
-        recordedArguments(),
-        (QStringList{s("list"), s("--app"), s("--columns=application,name,version,installation")}));
+    // Each folder the list leaves out is asked about, after "--".
+    EXPECT_EQ(recordedArguments(),
+              (QStringList{s("list"), s("--app"),
+                           s("--columns=application,name,version,installation"), s("info"), s("--"),
+                           s("org.example.Gone"), s("info"), s("--"), s("org.gimp.gimp")}));
     ASSERT_EQ(inventory.apps.size(), 2);
     const InstalledApp& gimp = inventory.apps[0];
     EXPECT_EQ(gimp.name, s("GIMP"));
@@ -96,19 +102,41 @@ TEST_F(FlatpakAppsTest, InstalledAppsOwnTheirVarAppFolderAndOthersAreLeftovers) 
     EXPECT_EQ(orphans, (QStringList{gone, otherCase}));
 }
 
-TEST_F(FlatpakAppsTest, AnEmptyFailingOrUnreadableListIsAnErrorAndMakesNoDataALeftover) {
-    test::writeFile(FlatpakApps::dataRoot() + s("/org.gimp.GIMP/x"), "x");
-    const QList<QPair<QByteArray, int>> answers{
-        {"error: something broke\n", 1}, {"", 0}, {"Usage: flatpak list\n", 0}};
-    for (const auto& [output, exitCode] : answers) {
-        fakeFlatpak(output, exitCode);
-        const AppInventory inventory = AppInventoryLoader::load();
-        EXPECT_TRUE(inventory.orphans.isEmpty()) << output.toStdString();
-        ASSERT_EQ(inventory.errors.size(), 1) << output.toStdString();
-        EXPECT_TRUE(inventory.errors[0].startsWith(s("flatpak list"))) << output.toStdString();
+// Waits a second for a child, where the real runner waits a minute.
+class ImpatientRunner : public ProcessRunner {
+protected:
+    ProcessResult execute(const Call& call) const override {
+        return ProcessRunner::system().run(call.executable, call.arguments, call.stdinData,
+                                           call.environmentOverrides, 1.0, call.cancellation);
+    }
+};
+
+TEST_F(FlatpakAppsTest, DataIsALeftoverOnlyWhenFlatpakSaysItsAppIsNotInstalled) {
+    const QString data = FlatpakApps::dataRoot() + s("/org.gimp.GIMP");
+    test::writeFile(data + s("/x"), "x");
+    // No app listed at all: the folder is asked about, and flatpak says it is gone.
+    fakeFlatpak("", 0);
+    AppInventory inventory = AppInventoryLoader::load();
+    ASSERT_EQ(inventory.orphans.size(), 1);
+    EXPECT_EQ(inventory.orphans[0].items[0].url, data);
+    EXPECT_EQ(inventory.orphans[0].gone->witness, AppGone::Witness::flatpak);
+
+    // A list that fails or cannot be read, or an answer to `info` that is not "not installed",
+    // a failure or a hang, makes nothing a leftover; what went wrong is said.
+    const QList<std::tuple<QByteArray, int, QByteArray>> answers{
+        {"error: something broke\n", 1, "exit 1"},
+        {"Usage: flatpak list\n", 0, "exit 1"},
+        {"", 0, "echo 'error: org.gimp.GIMP/x86_64/stable installed twice' >&2; exit 1"},
+        {"", 0, "echo 'error: Could not connect to the system bus' >&2; exit 1"},
+        {"", 0, "echo 'Ref: app/org.gimp.GIMP/x86_64/stable'; exit 0"},
+        {"", 0, "exec sleep 30"}};
+    for (const auto& [list, exitCode, info] : answers) {
+        fakeFlatpak(list, exitCode, info);
+        inventory = AppInventoryLoader::load({}, {}, ImpatientRunner());
+        EXPECT_TRUE(inventory.orphans.isEmpty()) << info.toStdString();
+        EXPECT_EQ(inventory.errors.size(), info.contains("exit 0") ? 0 : 1) << info.toStdString();
     }
     QFile::remove(tool);
-    EXPECT_FALSE(FlatpakApps::isInstalled());
     const AppInventory without = AppInventoryLoader::load();
     EXPECT_TRUE(without.orphans.isEmpty());
     EXPECT_TRUE(without.errors.isEmpty());

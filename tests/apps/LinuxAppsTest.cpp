@@ -3,6 +3,7 @@
 #include "apps/AppInventoryLoader.h"
 #include "apps/AppRemover.h"
 #include "apps/LinuxHome.h"
+#include "platform/PlatformWords.h"
 #include "platform/PutBackService.h"
 #include "platform/SizeCalculator.h"
 #include "support/GitFixture.h"
@@ -117,8 +118,9 @@ TEST_F(LinuxAppsTest,
        AnAppImageGoesWithItsEntryAndTickedDataWhilePackagesAndSnapsNameTheirCommand) {
     const QList<InstalledApp> apps = LinuxApps::find(SnapApps::list());
     const CleanupHistory history(test::makeTempDir(s("history")) + s("/cleanup-history.json"));
-    const AppRemover remover(
+    AppRemover remover(
         BrewService(), PlatformTrash::system(), [](const InstalledApp&) { return false; }, history);
+    remover.setActsAsRoot(false);
 
     const InstalledApp obsidianApp = *find(apps, s("Obsidian"));
     QList<AppDataItem> ticked;
@@ -155,11 +157,23 @@ TEST_F(LinuxAppsTest,
                            s("ripgrep: This data does not belong to Tool")}));
     EXPECT_TRUE(QFileInfo::exists(dir + s("/.config/ripgrep/config")));
 
-    const AppRemovalOutcome package = remover.remove(*find(apps, s("Editor")), {});
-    ASSERT_EQ(package.failures.size(), 1);
-    EXPECT_TRUE(package.failures[0].contains(s("package manager")))
-        << package.failures[0].toStdString();
+    // The package is looked up and its command named; neither dpkg's nor snap's removal runs.
+    const InstalledApp editor = *find(apps, s("Editor"));
+    const AppRemovalOutcome package = remover.remove(editor, editor.data);
+    EXPECT_EQ(package.failures,
+              QStringList{s("Editor came with the system's package manager (package "
+                            "example-editor), which removes it. Run in ") +
+                          PlatformWords::here().terminal + s(": sudo apt remove example-editor")});
+    EXPECT_EQ(package.terminalCommand, s("sudo apt remove example-editor"));
+    EXPECT_TRUE(package.trashedData.isEmpty());
+    EXPECT_TRUE(QFileInfo::exists(dir + s("/.config/org.example.Editor")));
+    QFile dpkgArguments(home.dpkgTool + s("-arguments"));
+    ASSERT_TRUE(dpkgArguments.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(dpkgArguments.readAll()),
+              s("-S\n--\n") + *editor.desktopEntry + u'\n');
+
     const AppRemovalOutcome snapped = remover.remove(*find(apps, s("Firefox")), {});
+    EXPECT_EQ(snapped.terminalCommand, s("sudo snap remove firefox"));
     ASSERT_EQ(snapped.failures.size(), 1);
     EXPECT_TRUE(snapped.failures[0].endsWith(s(": sudo snap remove firefox")));
     EXPECT_FALSE(package.appMethod || snapped.appMethod);

@@ -1,7 +1,8 @@
 #pragma once
 
 // A fake Linux desktop for the apps tests: system and user application entries, a snap, AppImages
-// and XDG data, with a stand-in snap that records its arguments in dir + "/snap-arguments".
+// and XDG data, with stand-ins of snap and dpkg that record their arguments in dir +
+// "/snap-arguments" and "/dpkg-arguments".
 
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
@@ -12,17 +13,33 @@ namespace corvane::test {
 
 // A Linux home with the system's entries (a packaged editor, a snap, a Flatpak export, hidden and
 // menu-less ones), the user's own (an AppImage's), AppImages in the usual folders, XDG data, and a
-// stand-in snap that records its arguments.
+// stand-in snap that records its arguments and answers `list`, `list -- <name>` and `remove`.
 struct LinuxHome {
     LinuxHome() {
         const QString home = fakeHome();
+        // Like snap: `list -- <name>` names one snap or says none matches; `remove` removes.
         writeScript(snapTool, "printf '%s\\n' \"$@\" >> '" + dir.toUtf8() +
-                                  "/snap-arguments'\ncat <<'EOF'\n"
+                                  "/snap-arguments'\ncat > '" + dir.toUtf8() +
+                                  "/snap-table' <<'EOF'\n"
                                   "Name      Version   Rev    Tracking       Publisher   Notes\n"
                                   "core22    20240111  1122   latest/stable  canonical✓  base\n"
                                   "firefox   123.0-2   3836   latest/stable  mozilla✓    -\n"
                                   "hello     2.10      42     latest/stable  canonical✓  -\n"
-                                  "EOF\n");
+                                  "EOF\n"
+                                  "case \"$1 $2\" in\n"
+                                  "'list --') grep -q \"^$3 \" \"$0-table\" && "
+                                  "grep -E \"^(Name|$3) \" \"$0-table\" && exit 0\n"
+                                  "  echo 'error: no matching snaps installed' >&2; exit 1;;\n"
+                                  "'remove --') echo \"$3 removed\"; exit 0;;\n"
+                                  "esac\ncat '" +
+                                  dir.toUtf8() + "/snap-table'\n");
+        // Like dpkg -S: the editor's entry is the example-editor package's, nothing else is.
+        writeScript(dpkgTool,
+                    "printf '%s\\n' \"$@\" >> \"$0-arguments\"\n"
+                    "case \"$2 $3\" in\n"
+                    "'-- '*/org.example.Editor.desktop) echo \"example-editor: $3\"; exit 0;;\n"
+                    "esac\n"
+                    "echo \"dpkg-query: no path found matching pattern $3\" >&2; exit 1\n");
         entry(system + s("/applications/org.example.Editor.desktop"),
               "Name=Editor\nName[de]=Bearbeiter\nExec=lsof %F\nIcon=org.example.Editor\n"
               "StartupWMClass=editor-window\n");
@@ -74,10 +91,13 @@ struct LinuxHome {
     ScopedEnvironment stateHome{"XDG_STATE_HOME", dir + s("/.local/state")};
     QString user = dir + s("/.local/share/applications");
     QString snapTool = dir + s("/snap");
+    QString dpkgTool = dir + s("/dpkg");
     QString obsidian;
     ScopedEnvironment dataDirs{"XDG_DATA_DIRS", system + u':' + snapd};
     ScopedEnvironment snap{"CORVANE_TOOL_SNAP", snapTool};
     ScopedEnvironment noFlatpak{"CORVANE_TOOL_FLATPAK", dir + s("/no-flatpak")};
+    ScopedEnvironment dpkg{"CORVANE_TOOL_DPKG", dpkgTool};
+    ScopedEnvironment noRpm{"CORVANE_TOOL_RPM", dir + s("/no-rpm")};
 };
 
 } // namespace corvane::test

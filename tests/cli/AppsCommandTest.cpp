@@ -1,12 +1,15 @@
 #include "cli/AppsCommand.h"
 
 #include "apps/AppFixtures.h"
+#include "apps/LinuxHome.h"
 #include "cli/Command.h"
+#include "platform/PlatformWords.h"
 #include "platform/ProcessRunner.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -131,4 +134,46 @@ TEST(AppsCommand, SeveralAppsOfOneNameAreNeverGuessedBetweenAndDryRunsRunEveryGu
     EXPECT_TRUE(QFileInfo::exists(second));
     EXPECT_TRUE(QFileInfo::exists(caches));
     QDir(test::fakeHome() + s("/Applications")).removeRecursively();
+}
+
+TEST(AppsCommand, OnLinuxAPackageGetsItsCommandAndLeftoversSayHowTheAppIsKnownToBeGone) {
+    const test::LinuxHome home;
+    const test::ScopedEnvironment appsDir("CORVANE_APPLICATIONS_DIR", home.dir);
+    const test::ScopedEnvironment noBrew("CORVANE_TOOL_BREW", s("/nonexistent/brew"));
+    ASSERT_EQ(runCorvane({s("apps"), s("--json")}).exitCode, cli::exitOk);
+    ASSERT_TRUE(QFile::remove(home.obsidian));
+    ASSERT_TRUE(QFile::remove(home.user + s("/appimagekit-obsidian.desktop")));
+
+    const ProcessResult table = runCorvane({s("apps")});
+    EXPECT_EQ(table.exitCode, cli::exitOk) << table.standardError.toStdString();
+    EXPECT_TRUE(table.standardOutput.contains("\n  appimagekit-obsidian  "));
+    EXPECT_TRUE(table.standardOutput.contains("    Obsidian was listed here until "));
+    const QJsonObject listed =
+        QJsonDocument::fromJson(runCorvane({s("apps"), s("--json")}).standardOutput).object();
+    const QJsonObject gone = listed[u"orphans"][0][u"gone"].toObject();
+    EXPECT_EQ(gone[u"witness"].toString(), s("seenBefore"));
+    EXPECT_EQ(gone[u"appName"].toString(), s("Obsidian"));
+
+    // Nothing is asked for a package, as nothing is removed: its command is printed.
+    QString out;
+    QString err;
+    cli::Console console(&out, &err);
+    cli::AppsRemoveOptions editor;
+    editor.targets = {"Editor"};
+    EXPECT_EQ(cli::runAppsRemove(editor, console), cli::exitSomeFailed) << err.toStdString();
+    EXPECT_TRUE(out.contains(s("Run in ") + PlatformWords::here().terminal +
+                             s(": sudo apt remove example-editor\n")))
+        << out.toStdString();
+
+    const QString config = home.dir + s("/.config/obsidian");
+    const ProcessResult dryRun =
+        runCorvane({s("apps"), s("leftovers"), s("remove"), s("appimagekit-obsidian"),
+                    s("--dry-run"), s("--json")});
+    EXPECT_EQ(dryRun.exitCode, cli::exitOk) << dryRun.standardOutput.toStdString();
+    EXPECT_EQ(QJsonDocument::fromJson(dryRun.standardOutput)[u"trashedData"].toArray().size(), 3);
+    EXPECT_TRUE(QFileInfo::exists(config));
+    EXPECT_EQ(runCorvane({s("apps"), s("leftovers"), s("remove"), config, s("--yes")}).exitCode,
+              cli::exitOk);
+    EXPECT_FALSE(QFileInfo::exists(config));
+    EXPECT_TRUE(QFileInfo::exists(home.dir + s("/.cache/obsidian")));
 }
