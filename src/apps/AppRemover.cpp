@@ -93,6 +93,9 @@ QStringList AppRemover::applicationsFolders() {
 std::optional<QString> AppRemover::appRefusal(const InstalledApp& app) const {
     if (app.source == AppSource::apple)
         return appleText;
+    // Whoever takes the app (the Trash, Homebrew or Flatpak), a kept app stays.
+    if (const std::optional<QString> kept = TrashService::keepRefusal(app.url))
+        return app.name + QStringLiteral(": ") + *kept;
     const QString runningText = app.name + QStringLiteral(" is running. Quit it first.");
     if (app.flatpakInstallation) {
         // Flatpak keeps its apps in its own installation folders; its sandbox hides their
