@@ -21,7 +21,8 @@ class AppRemovalSheet : public QDialog {
     Q_OBJECT
 
 public:
-    AppRemovalSheet(const InstalledApp& app, QWidget* parent);
+    // The data items in `kept` are listed but cannot be ticked: a Keep mark binds them.
+    AppRemovalSheet(const InstalledApp& app, QWidget* parent, const QSet<QString>& kept = {});
 
     QTreeWidget* dataList() const { return list_; }
     // The data items ticked now.
