@@ -90,6 +90,11 @@ bool AgentStorageModel::containsItem(const QString& id) const {
     return listed && listed->isOffered();
 }
 
+QStringList AgentStorageModel::pathsOfItem(const QString& id) const {
+    const AgentStoreRow* listed = row(id);
+    return listed ? listed->paths : QStringList();
+}
+
 void AgentStorageModel::startLoading() {
     startJob(JobKind::load, [this, inputs = services_.inputs](const CancellationToken& cancellation,
                                                               const MainThreadPost& post) {

@@ -62,6 +62,7 @@ signals:
 protected:
     void startLoading() override;
     bool containsItem(const QString& id) const override;
+    QStringList pathsOfItem(const QString& id) const override;
 
 private:
     void applyStore(const AgentStore& store);

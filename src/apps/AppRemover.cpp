@@ -108,6 +108,9 @@ QStringList AppRemover::applicationsFolders() {
 std::optional<QString> AppRemover::appRefusal(const InstalledApp& app) const {
     if (app.source == AppSource::apple)
         return appleText;
+    // Whoever takes the app (the Trash, Homebrew or Flatpak), a kept app stays.
+    if (const std::optional<QString> kept = TrashService::keepRefusal(app.url))
+        return app.name + QStringLiteral(": ") + *kept;
     // Nothing runs for these: the removal only names the command.
     if (isRemovedByCommand(app))
         return std::nullopt;

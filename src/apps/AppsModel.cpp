@@ -75,6 +75,11 @@ bool AppsModel::containsItem(const QString& id) const {
     return false;
 }
 
+QStringList AppsModel::pathsOfItem(const QString& id) const {
+    // An app or a data item is named by its path.
+    return containsItem(id) ? QStringList{id} : QStringList();
+}
+
 CaskMap AppsModel::homebrewCasks() {
     if (!BrewService::locate())
         return {};

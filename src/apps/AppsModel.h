@@ -103,6 +103,7 @@ protected:
     void startLoading() override;
     // Ids are urls of apps and data items.
     bool containsItem(const QString& id) const override;
+    QStringList pathsOfItem(const QString& id) const override;
 
 private:
     AppInventory inventory_;

@@ -18,6 +18,7 @@
 #include "platform/DirectoryReader.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
+#include "platform/TrashService.h"
 
 #include <QFile>
 #include <algorithm>
@@ -508,6 +509,10 @@ void Routine::run(const QString& sourceGiven, const QString& destinationGiven) {
     const QString source = Paths::absoluteStandardized(sourceGiven);
     const QString destinationFolder = Paths::absoluteStandardized(destinationGiven);
     const QString target = Paths::joined(destinationFolder, Paths::lastComponent(source));
+    if (archiving_) {
+        if (const std::optional<QString> kept = ArchiveService::keepRefusal(source))
+            return fail(*kept);
+    }
     if (exists(source) && !handledInterruptedCopy(target))
         return;
     if (const std::optional<QString> refused = refusal(source, destinationFolder, target))
@@ -538,7 +543,8 @@ void Routine::run(const QString& sourceGiven, const QString& destinationGiven) {
     if (!verify(source, target, measured, copier.copied()) || !finishCopy(source, target))
         return;
     if (archiving_) {
-        if (const std::optional<QString> problem = service_.trash->moveToTrash(source).failure)
+        if (const std::optional<QString> problem =
+                ArchiveService::trashOriginal(source, *service_.trash))
             return fail(QStringLiteral("Copy verified at %1, but the original could not be moved "
                                        "to the Trash: %2")
                             .arg(target, *problem));
@@ -638,6 +644,22 @@ bool ArchiveService::hasMarker(const QString& folder) {
     struct stat info {};
     const QByteArray path = QFile::encodeName(folder) + '/' + partialMarker;
     return ::lstat(path.constData(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+std::optional<QString> ArchiveService::keepRefusal(const QString& source) {
+    const std::optional<QString> kept = TrashService::keepRefusal(source);
+    if (kept != TrashService::keptMessage)
+        return kept;
+    return QStringLiteral("Refused: %1 is marked Keep or holds a kept folder, and archiving moves "
+                          "it to the Trash. Remove the mark first to archive it.")
+        .arg(source);
+}
+
+std::optional<QString> ArchiveService::trashOriginal(const QString& source,
+                                                     const PlatformTrash& trash) {
+    const TrashOutcome outcome = TrashService::trash({source}, Paths::parentPath(source), trash);
+    return outcome.failures.isEmpty() ? std::nullopt
+                                      : std::optional(outcome.failures.first().message);
 }
 
 QString ArchiveService::interruptedCopyMessage(const QString& where) {

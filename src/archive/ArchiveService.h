@@ -66,6 +66,13 @@ struct ArchiveService {
     // one.
     static QString interruptedCopyMessage(const QString& where);
 
+    // Why the original at `source` must not be archived because of the Keep marks (archiving
+    // ends by moving it to the Trash), or nothing. Asked before anything is copied.
+    static std::optional<QString> keepRefusal(const QString& source);
+    // Moves the verified original to the Trash through the trash step, which asks the Keep marks
+    // once more; the message of the failure, or nothing.
+    static std::optional<QString> trashOriginal(const QString& source, const PlatformTrash& trash);
+
     // What local copies are checked with (see DigestAlgorithm).
     static constexpr auto localDigest = DigestAlgorithm::blake2b512;
 

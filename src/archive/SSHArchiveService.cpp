@@ -329,6 +329,10 @@ public:
             fail(*problem);
             return;
         }
+        if (const std::optional<QString> kept = ArchiveService::keepRefusal(source_)) {
+            fail(*kept);
+            return;
+        }
         if (!measure() || !probe())
             return;
         sink_(ArchiveEvent::progress(0, local_.bytes,
@@ -448,7 +452,8 @@ private:
     }
 
     bool trashOriginal() {
-        if (const std::optional<QString> error = service_.trash->moveToTrash(source_).failure)
+        if (const std::optional<QString> error =
+                ArchiveService::trashOriginal(source_, *service_.trash))
             return fail(text("Copy verified at ") + where() +
                         text(", but the original could not be moved to the Trash: ") + *error);
         return true;

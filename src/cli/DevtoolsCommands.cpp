@@ -6,6 +6,7 @@
 #include "devtools/DockerLookup.h"
 #include "platform/ByteFormat.h"
 #include "platform/Locations.h"
+#include "platform/TrashService.h"
 
 #include <QJsonArray>
 
@@ -369,6 +370,10 @@ int runDeleteRuntimes(const QStringList& ids, const ChangeFlags& flags, Console&
         return exitSomeFailed;
     }
     for (const QString& id : ids) {
+        if (model.isKept(id)) {
+            console.err << id << ": Refused: a device marked Keep runs on it\n";
+            return exitRefusedOrBadArguments;
+        }
         model.setSelected(id, true);
         if (!model.selectedIDs().contains(id)) {
             console.err << "No deletable runtime has the id " << id
@@ -601,6 +606,10 @@ int runModelsRemove(const QStringList& ids, const ChangeFlags& flags, Console& c
     AIModelsModel model(toasts);
     load(model);
     for (const QString& id : ids) {
+        if (model.isKept(id)) {
+            console.err << id << ": " << TrashService::keptMessage << '\n';
+            return exitRefusedOrBadArguments;
+        }
         model.setSelected(id, true);
         if (!model.selectedIDs().contains(id)) {
             console.err << "No model " << id

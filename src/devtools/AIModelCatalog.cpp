@@ -577,6 +577,20 @@ std::optional<QString> openRefusal(const AIModel& model, const ProcessRunner& ru
     return std::nullopt;
 }
 
+// Why a Keep mark stops `model` from going, or nothing. Ollama deletes the manifest and the data
+// files no other model uses, so a mark on any of them binds the model as a mark on its folder
+// binds the others.
+std::optional<QString> keepRefusal(const AIModel& model) {
+    QStringList paths = filesInUse(model);
+    if (!paths.contains(model.url))
+        paths.prepend(model.url);
+    for (const QString& path : std::as_const(paths)) {
+        if (std::optional<QString> kept = TrashService::keepRefusal(path))
+            return kept;
+    }
+    return std::nullopt;
+}
+
 // Every Ollama model of the stores, for what removing some of them frees.
 QList<AIModel> ollamaListing(const Stores& stores, const CancellationToken& cancellation) {
     QList<AIModel> models;
@@ -619,10 +633,10 @@ RemovalResult remove(const QList<AIModel>& models, const Stores& stores,
             break;
         auto fail = [&](const QString& message) { result.failures.append({model.id, message}); };
         const bool isOllama = model.source == AIModelSource::ollama;
-        std::optional<QString> refusal;
-        if (isOllama)
+        std::optional<QString> refusal = keepRefusal(model);
+        if (!refusal && isOllama)
             refusal = ollamaRefusal(model, ollamaBlocked, runner, cancellation);
-        else if (!QFileInfo::exists(model.url))
+        else if (!refusal && !QFileInfo::exists(model.url))
             refusal = model.name + QStringLiteral(": its folder could not be found.");
         if (!refusal)
             refusal = openRefusal(model, runner, cancellation);

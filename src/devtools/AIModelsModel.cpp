@@ -114,6 +114,11 @@ bool AIModelsModel::containsItem(const QString& id) const {
     return listed && !listed->isReadOnly;
 }
 
+QStringList AIModelsModel::pathsOfItem(const QString& id) const {
+    const AIModel* listed = model(id);
+    return listed ? QStringList{listed->url} : QStringList();
+}
+
 QList<AIModel> AIModelsModel::ticked() const {
     QList<AIModel> result;
     for (const AIModel& listed : models_) {

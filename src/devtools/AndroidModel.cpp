@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 #include "platform/Paths.h"
+#include "platform/TrashService.h"
 
 namespace corvane {
 namespace {
@@ -58,6 +59,11 @@ bool AndroidModel::containsItem(const QString& id) const {
     return component(id) || avd(id);
 }
 
+QStringList AndroidModel::pathsOfItem(const QString& id) const {
+    // A package or an emulator is named by its folder.
+    return containsItem(id) ? QStringList{id} : QStringList();
+}
+
 std::optional<QString> AndroidModel::itemID(const QString& nameOrPath) const {
     const QString path = Paths::absoluteStandardized(nameOrPath);
     if (containsItem(path))
@@ -70,6 +76,8 @@ std::optional<QString> AndroidModel::itemID(const QString& nameOrPath) const {
 }
 
 std::optional<QString> AndroidModel::removalBlockedReason(const QString& id) const {
+    if (isKept(id))
+        return TrashService::keptMessage;
     if (const AndroidComponent* item = component(id))
         return AndroidCatalog::removalBlockedReason(*item);
     if (const AndroidAVD* item = avd(id))

@@ -38,7 +38,8 @@ public:
     const AndroidInventory& inventory() const { return inventory_; }
     // The identifier of a listed item named by its path, or of an AVD by its name.
     std::optional<QString> itemID(const QString& nameOrPath) const;
-    // Why the item cannot be removed, as the screen and the command line show it.
+    // Why the item cannot be removed (a Keep mark binds it, or Android needs it), as the screen
+    // and the command line show it.
     std::optional<QString> removalBlockedReason(const QString& id) const;
     qint64 selectedBytes() const;
 
@@ -52,6 +53,7 @@ signals:
 protected:
     void startLoading() override;
     bool containsItem(const QString& id) const override;
+    QStringList pathsOfItem(const QString& id) const override;
 
 private:
     const AndroidComponent* component(const QString& id) const;

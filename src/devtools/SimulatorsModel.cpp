@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
+#include "platform/TrashService.h"
 
 #include <algorithm>
 #include <chrono>
@@ -123,6 +124,19 @@ void SimulatorsModel::selectOlderThanSDK() {
     }
 }
 
+QStringList SimulatorsModel::pathsOfItem(const QString& id) const {
+    QStringList paths;
+    for (const SimulatorRuntime& runtime : runtimes_) {
+        if (runtime.id != id)
+            continue;
+        for (const SimulatorDevice& device : devicesOn(runtime)) {
+            if (!device.dataPath.isEmpty())
+                paths.append(device.dataPath);
+        }
+    }
+    return paths;
+}
+
 QList<SimulatorDevice> SimulatorsModel::devicesOn(const SimulatorRuntime& runtime) const {
     QList<SimulatorDevice> devices;
     if (runtime.runtimeIdentifier.isEmpty())
@@ -209,10 +223,43 @@ QString SimulatorsModel::deleteConfirmationText() const {
     return message + u' ' + permanenceText;
 }
 
+std::optional<QString> SimulatorsModel::keepRefusal(const SimulatorDevice& device) {
+    return device.dataPath.isEmpty() ? std::nullopt : TrashService::keepRefusal(device.dataPath);
+}
+
+QList<SimulatorRuntime> SimulatorsModel::sparingKeptDevices(QList<SimulatorRuntime> doomed,
+                                                            QList<ItemFailure>& refused) const {
+    // Deleting a runtime deletes the devices that boot from it, so a device whose data is kept
+    // holds back every image of its runtime.
+    QMap<QString, QString> heldBack;
+    for (const SimulatorDevice& device : devicesLosing(doomed)) {
+        if (const std::optional<QString> kept = keepRefusal(device))
+            heldBack.insert(device.runtimeIdentifier, *kept == TrashService::keptMessage
+                                                          ? text("Refused: its device ") +
+                                                                device.name +
+                                                                text(" is marked Keep")
+                                                          : *kept);
+    }
+    doomed.removeIf([&](const SimulatorRuntime& runtime) {
+        const auto reason = heldBack.constFind(runtime.runtimeIdentifier);
+        if (reason == heldBack.cend())
+            return false;
+        refused.append({runtime.id, nameOf(runtime), *reason});
+        return true;
+    });
+    return doomed;
+}
+
 void SimulatorsModel::deleteSelected() {
-    const QList<SimulatorRuntime> doomed = selectedRuntimes();
-    if (doomed.isEmpty() || !beginRemoval())
+    if (selectedRuntimes().isEmpty() || !beginRemoval())
         return;
+    QList<ItemFailure> refused;
+    const QList<SimulatorRuntime> doomed = sparingKeptDevices(selectedRuntimes(), refused);
+    if (doomed.isEmpty()) {
+        lastResult_.reset();
+        finishAction(text("No runtime was deleted."), refused);
+        return;
+    }
     QStringList ids;
     qint64 bytes = 0;
     for (const SimulatorRuntime& runtime : doomed) {
@@ -228,8 +275,9 @@ void SimulatorsModel::deleteSelected() {
         if (!devices.isEmpty())
             summary += text(" (with ") + counted(devices.size(), "device", "devices") + u')';
         lastResult_.reset();
-        finishAction(
-            text("Dry run: would delete ") + summary + text(" and free ") + formatBytes(bytes), {});
+        finishAction(text("Dry run: would delete ") + summary + text(" and free ") +
+                         formatBytes(bytes),
+                     refused);
         return;
     }
 
@@ -238,7 +286,7 @@ void SimulatorsModel::deleteSelected() {
     emit busyChanged();
 
     startJob(JobKind::removal, [this, service = service_, ids, groups = deviceGroups(doomed),
-                                interval = pollInterval_, limit = timeout_,
+                                refused, interval = pollInterval_, limit = timeout_,
                                 sleep = sleep_](const CancellationToken& cancellation,
                                                 const MainThreadPost& post) {
         RuntimeRemover remover;
@@ -258,11 +306,12 @@ void SimulatorsModel::deleteSelected() {
         remover.pollInterval = interval;
         remover.timeout = limit;
         const RuntimeRemover::Result result = remover.remove(ids, groups);
-        post([this, result] { applyRemoval(result); });
+        post([this, result, refused] { applyRemoval(result, refused); });
     });
 }
 
-void SimulatorsModel::applyRemoval(const RuntimeRemover::Result& result) {
+void SimulatorsModel::applyRemoval(const RuntimeRemover::Result& result,
+                                   const QList<ItemFailure>& refused) {
     auto runtime = [this](const QString& id) {
         const auto found = std::find_if(runtimes_.cbegin(), runtimes_.cend(),
                                         [&](const SimulatorRuntime& r) { return r.id == id; });
@@ -303,7 +352,7 @@ void SimulatorsModel::applyRemoval(const RuntimeRemover::Result& result) {
     if (sentences.isEmpty())
         sentences.append(text("No runtime was deleted."));
 
-    QList<ItemFailure> failures;
+    QList<ItemFailure> failures = refused;
     for (auto it = result.failed.cbegin(); it != result.failed.cend(); ++it)
         failures.append({it.key(), name(it.key()), it.value()});
     for (auto it = result.failedDevices.cbegin(); it != result.failedDevices.cend(); ++it) {
@@ -323,6 +372,11 @@ void SimulatorsModel::erase(const QString& udid) {
     if (found == devices_.cend() || !beginRemoval())
         return;
     const SimulatorDevice device = *found;
+    if (const std::optional<QString> kept = keepRefusal(device)) {
+        finishAction(text("Could not erase ") + device.name + u'.',
+                     {{device.id, device.name, *kept}});
+        return;
+    }
     if (isDryRun()) {
         finishAction(text("Dry run: would erase ") + device.name, {});
         return;

@@ -65,6 +65,8 @@ signals:
 protected:
     void startLoading() override;
     bool containsItem(const QString& id) const override;
+    // A runtime stands for the data of the devices that boot from it: deleting it deletes them.
+    QStringList pathsOfItem(const QString& id) const override;
 
 private:
     // The ticked runtimes, in list order.
@@ -74,7 +76,14 @@ private:
     QList<RuntimeRemover::DeviceGroup> deviceGroups(const QList<SimulatorRuntime>& doomed) const;
     QList<SimulatorDevice> devicesLosing(const QList<SimulatorRuntime>& doomed) const;
     std::optional<SimulatorDevice> device(const QString& udid) const;
-    void applyRemoval(const RuntimeRemover::Result& result);
+    // Why a Keep mark on the device's data stops it from being erased or deleted, or nothing.
+    static std::optional<QString> keepRefusal(const SimulatorDevice& device);
+    // `doomed` without the runtimes whose deletion would take a kept device; each of those is
+    // added to `refused`.
+    QList<SimulatorRuntime> sparingKeptDevices(QList<SimulatorRuntime> doomed,
+                                               QList<ItemFailure>& refused) const;
+    // `refused`: the runtimes held back before the deletion started.
+    void applyRemoval(const RuntimeRemover::Result& result, const QList<ItemFailure>& refused);
     // Posts the action's toast, lists its failures, lists the inventory again after a real change.
     void finishAction(const QString& message, const QList<ItemFailure>& failures);
 

@@ -113,8 +113,10 @@ void trashEmptyParents(const OrganizeExecutor& executor, Outcome& outcome) {
         return;
     const QString area = Paths::standardized(executor.trashArea);
     for (const QString& parent : sourceParents(outcome.run)) {
+        // A kept folder was kept on purpose, empty or not: it stays without a failure.
         if (parent == area || !Paths::isUnder(parent, area) ||
-            StandardFolders::isStandard(parent, area) || !OrganizeExecutor::isEmptyFolder(parent))
+            StandardFolders::isStandard(parent, area) || !OrganizeExecutor::isEmptyFolder(parent) ||
+            TrashService::keepRefusal(parent))
             continue;
         const TrashOutcome trashed = TrashService::trash({parent}, area, *executor.trash);
         if (!trashed.trashed.isEmpty())

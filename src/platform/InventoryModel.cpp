@@ -1,6 +1,9 @@
 #include "platform/InventoryModel.h"
 
 #include "platform/BackgroundJobs.h"
+#include "platform/KeepStore.h"
+
+#include <algorithm>
 
 namespace corvane {
 
@@ -34,6 +37,7 @@ void InventoryModel::reload() {
 }
 
 void InventoryModel::finishLoading() {
+    refreshKeepMarks();
     pruneSelection();
     setFlag(hasLoaded_, true, &InventoryModel::hasLoadedChanged);
     setFlag(isLoading_, false, &InventoryModel::isLoadingChanged);
@@ -89,8 +93,34 @@ void InventoryModel::finishRemoval(const QList<ItemFailure>& failures) {
     setFlag(isRemoving_, false, &InventoryModel::isRemovingChanged);
 }
 
+QStringList InventoryModel::pathsOfItem(const QString&) const {
+    return {};
+}
+
+bool InventoryModel::isKept(const QString& id) const {
+    if (keepMarks_.isEmpty())
+        return false;
+    const QStringList paths = pathsOfItem(id);
+    return std::any_of(paths.cbegin(), paths.cend(),
+                       [this](const QString& path) { return isKeptPath(path); });
+}
+
+bool InventoryModel::isKeptPath(const QString& path) const {
+    return !path.isEmpty() && KeepStore::protects(keepMarks_, path);
+}
+
+void InventoryModel::refreshKeepMarks() {
+    // Marks that can't be read keep nothing from view here; the removal refuses everything then.
+    QStringList marks = KeepStore().load().paths;
+    if (marks == keepMarks_)
+        return;
+    keepMarks_ = std::move(marks);
+    pruneSelection();
+    emit keptChanged();
+}
+
 void InventoryModel::setSelected(const QString& id, bool selected) {
-    if (selected == selectedIDs_.contains(id) || (selected && !containsItem(id)))
+    if (selected == selectedIDs_.contains(id) || (selected && (!containsItem(id) || isKept(id))))
         return;
     if (selected)
         selectedIDs_.insert(id);
@@ -112,7 +142,7 @@ void InventoryModel::clearSelection() {
 
 void InventoryModel::pruneSelection() {
     const qsizetype before = selectedIDs_.size();
-    selectedIDs_.removeIf([this](const QString& id) { return !containsItem(id); });
+    selectedIDs_.removeIf([this](const QString& id) { return !containsItem(id) || isKept(id); });
     if (selectedIDs_.size() != before)
         emit selectedIDsChanged();
 }

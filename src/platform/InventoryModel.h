@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QSet>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <memory>
 
@@ -48,6 +49,12 @@ public:
     // Under the dry-run switch nothing is changed and toasts begin "Dry run: would ".
     bool isDryRun() const { return isDryRun_; }
     const QSet<QString>& selectedIDs() const { return selectedIDs_; }
+    // Whether a Keep mark binds the item `id` (one of its paths is kept, lies in a kept folder or
+    // holds one): it is never ticked, and its removal is refused. As of the last reading of the
+    // marks.
+    bool isKept(const QString& id) const;
+    // The same for a path shown on the screen that is not an item of its own.
+    bool isKeptPath(const QString& path) const;
     // The failures of the last removal, one per item.
     const QList<ItemFailure>& failures() const { return failures_; }
     ToastCenter& toasts() const { return toasts_; }
@@ -60,6 +67,8 @@ public:
     void toggleSelected(const QString& id);
     void clearSelection();
     void setDryRun(bool on) { isDryRun_ = on; }
+    // Reads the Keep marks again, as every load does; kept items lose their ticks.
+    void refreshKeepMarks();
 
 signals:
     void hasLoadedChanged();
@@ -67,6 +76,7 @@ signals:
     void isRemovingChanged();
     void selectedIDsChanged();
     void failuresChanged();
+    void keptChanged();
 
 protected:
     // Posts `step` to run on the main thread after what the job posted before, unless a newer
@@ -81,6 +91,9 @@ protected:
     virtual void startLoading() = 0;
     // Whether `id` names an item listed now.
     virtual bool containsItem(const QString& id) const = 0;
+    // The folders and files the item `id` stands for, which a Keep mark binds; none for items
+    // without any.
+    virtual QStringList pathsOfItem(const QString& id) const;
 
     // Runs `work` off the main thread. A newer job of the same kind cancels this one's token.
     void startJob(JobKind kind, Work work);
@@ -120,6 +133,7 @@ private:
     bool isDryRun_ = false;
     QSet<QString> selectedIDs_;
     QList<ItemFailure> failures_;
+    QStringList keepMarks_;
 };
 
 } // namespace corvane

@@ -68,12 +68,17 @@ QString KeepStore::follow(const QString& from, const QString& to) const {
     const QString source = Paths::standardized(from);
     const QString destination = Paths::standardized(to);
     return update([&](QStringList& paths) {
+        // A folder that leaves a kept folder around it was kept by that one: it takes a mark of
+        // its own along, or the move would have quietly unkept it.
+        const bool keptAround = !paths.contains(source) && isInsideKept(paths, source);
         for (QString& path : paths) {
             if (const std::optional<QString> inside = Paths::pathInside(path, source))
                 path = Paths::joined(destination, *inside);
             else if (path == source)
                 path = destination;
         }
+        if (keptAround && !isInsideKept(paths, destination))
+            paths.append(destination);
     });
 }
 

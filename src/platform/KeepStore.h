@@ -44,7 +44,8 @@ public:
     // user reached them; they are compared by what they lead to (see below).
     QString add(const QString& path) const;
     QString remove(const QString& path) const;
-    // The marks at or inside `from` move to the same places inside `to`: a moved project stays
+    // The marks at or inside `from` move to the same places inside `to`, and a folder that was
+    // kept by a kept folder around it takes a mark of its own to `to`: a moved project stays
     // kept.
     QString follow(const QString& from, const QString& to) const;
 

@@ -27,14 +27,17 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
     , model_(model)
     , startOllama_(new QPushButton(QStringLiteral("Start Ollama"), this))
     , remove_(new QPushButton(QStringLiteral("Remove…"), this)) {
-    ItemContextMenu::attach(*tree_, [this](const QModelIndex& row) {
-        const QString id = row.siblingAtColumn(nameColumn).data(idRole).toString();
-        for (const AIModel& item : model_.models()) {
-            if (item.id == id)
-                return item.url;
-        }
-        return QString();
-    });
+    ItemContextMenu::attach(
+        *tree_,
+        [this](const QModelIndex& row) {
+            const QString id = row.siblingAtColumn(nameColumn).data(idRole).toString();
+            for (const AIModel& item : model_.models()) {
+                if (item.id == id)
+                    return item.url;
+            }
+            return QString();
+        },
+        ItemContextMenu::keepFolders);
     remove_->setObjectName(QStringLiteral("aiModelsRemove"));
     layOut(QStringLiteral("AI models"), AIModelsModel::explanationText, {startOllama_}, {remove_});
 
@@ -43,6 +46,7 @@ AIModelsView::AIModelsView(AIModelsModel& model, QWidget* parent)
     connect(&model_, &AIModelsModel::modelsChanged, this, &AIModelsView::showModels);
     connect(&model_, &AIModelsModel::ollamaChanged, this, &AIModelsView::showState);
     connect(&model_, &InventoryModel::selectedIDsChanged, this, &AIModelsView::showModels);
+    connect(&model_, &InventoryModel::keptChanged, this, &AIModelsView::showModels);
     showModels();
 }
 
@@ -84,8 +88,11 @@ void AIModelsView::fillModels() {
             const QString detail = details.join(QStringLiteral(" — "));
             row->setText(detailColumn, detail);
             row->setToolTip(detailColumn, detail);
+            const bool kept = model_.isKept(item.id);
             InventoryWidgets::setTickable(*row, nameColumn, model_.selectedIDs().contains(item.id),
-                                          !holder && !item.isReadOnly);
+                                          !holder && !item.isReadOnly && !kept);
+            if (kept)
+                InventoryWidgets::markKept(*row, nameColumn);
         }
     }
 }

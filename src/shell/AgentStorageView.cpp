@@ -4,6 +4,8 @@
 #include "platform/CheckedSum.h"
 #include "platform/Paths.h"
 #include "shell/ConfirmationSheet.h"
+#include "shell/InventoryWidgets.h"
+#include "shell/ItemContextMenu.h"
 #include "shell/TrashConfirmation.h"
 
 #include <QAbstractButton>
@@ -82,6 +84,16 @@ AgentStorageView::AgentStorageView(AgentStorageModel& model, QWidget* parent)
     layout->addWidget(failures_);
     layout->addLayout(footer);
 
+    // A row stands for the files it moves; the menu acts on the first, its folder or log.
+    ItemContextMenu::attach(
+        *tree_,
+        [this](const QModelIndex& index) {
+            const AgentStoreRow* row =
+                model_.store().row(index.siblingAtColumn(nameColumn).data(idRole).toString());
+            return row ? row->paths.value(0) : QString();
+        },
+        ItemContextMenu::keepFolders);
+    connect(&model_, &InventoryModel::keptChanged, this, &AgentStorageView::showStore);
     connect(&model_, &AgentStorageModel::storeChanged, this, &AgentStorageView::showStore);
     connect(&model_, &InventoryModel::selectedIDsChanged, this, &AgentStorageView::showTicks);
     connect(&model_, &InventoryModel::isRemovingChanged, this, &AgentStorageView::showTicks);
@@ -127,7 +139,9 @@ void AgentStorageView::showStore() {
                 item->setText(whyColumn, whyOf(*row));
                 item->setToolTip(whyColumn, whyOf(*row));
                 item->setData(nameColumn, idRole, row->id);
-                if (row->isOffered())
+                if (model_.isKept(row->id))
+                    InventoryWidgets::markKept(*item, nameColumn);
+                else if (row->isOffered())
                     item->setCheckState(nameColumn, Qt::Unchecked);
                 else
                     item->setForeground(whyColumn, palette().brush(QPalette::PlaceholderText));

@@ -39,6 +39,7 @@ AndroidView::AndroidView(AndroidModel& model, QWidget* parent)
     connect(trash_, &QPushButton::clicked, this, &AndroidView::confirmTrash);
     connect(&model_, &AndroidModel::inventoryChanged, this, &AndroidView::showInventory);
     connect(&model_, &InventoryModel::selectedIDsChanged, this, &AndroidView::showInventory);
+    connect(&model_, &InventoryModel::keptChanged, this, &AndroidView::showInventory);
     showInventory();
 }
 
@@ -54,10 +55,13 @@ void AndroidView::fillInventory() {
         item->setToolTip(nameColumn, id);
         item->setData(nameColumn, idRole, id);
         InventoryWidgets::setSize(*item, sizeColumn, bytes);
+        const bool kept = model_.isKept(id);
         const std::optional<QString> blocked = model_.removalBlockedReason(id);
-        item->setText(detailColumn, blocked ? *blocked : detail);
+        item->setText(detailColumn, blocked && !kept ? *blocked : detail);
         InventoryWidgets::setTickable(*item, nameColumn, model_.selectedIDs().contains(id),
                                       !blocked);
+        if (kept)
+            InventoryWidgets::markKept(*item, nameColumn);
     };
     const AndroidInventory& inventory = model_.inventory();
     if (!inventory.avds.isEmpty()) {

@@ -33,6 +33,11 @@ AppModels::AppModels(ScanStarter starter, const LaunchOptions& options)
     , overview(overviewAreas(
           {session, caches, simulators, docker, aiModels, android, apps, agentStorage})) {
     apps.setCaskMapProvider(&AppsModel::homebrewCasks);
+    // A Keep mark changed from any list shows at once in every list of paths.
+    for (InventoryModel* model : std::initializer_list<InventoryModel*>{
+             &aiModels, &android, &simulators, &apps, &agentStorage})
+        QObject::connect(&session, &ScanSession::keptPathsChanged, model,
+                         &InventoryModel::refreshKeepMarks);
     // The agent history is gathered for the projects each scan found, once the scan is done.
     QObject::connect(&session, &ScanSession::isScanningChanged, &agents, [this] {
         if (session.isScanning())

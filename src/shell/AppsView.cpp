@@ -67,7 +67,8 @@ QTreeWidgetItem* dataRow(QTreeWidgetItem* parent, const AppDataItem& item) {
 
 } // namespace
 
-AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidget* parent)
+AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidget* parent,
+                                 const QSet<QString>& kept)
     : QDialog(parent)
     , list_(new QTreeWidget(this)) {
     setObjectName(QStringLiteral("appRemovalSheet"));
@@ -102,6 +103,10 @@ AppRemovalSheet::AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidge
         if (!item.isExactMatch) {
             row->setFlags(Qt::ItemIsSelectable);
             row->setToolTip(nameColumn, AppsModel::possiblyRelatedNotRemovableText);
+        }
+        if (kept.contains(item.url)) {
+            InventoryWidgets::setTickable(*row, nameColumn, false, false);
+            InventoryWidgets::markKept(*row, nameColumn);
         }
     }
     // Nothing of an app removed by its owner's command goes from here, so nothing is ticked.
@@ -237,6 +242,7 @@ AppsView::AppsView(AppsModel& apps, HomebrewModel& homebrew, QWidget* parent)
             homebrew_.upgrade(homebrew_.outdated().at(index));
     });
     connect(&apps_, &AppsModel::inventoryChanged, this, &AppsView::showInventory);
+    connect(&apps_, &InventoryModel::keptChanged, this, &AppsView::showInventory);
     for (const auto signal : {&InventoryModel::isLoadingChanged, &InventoryModel::isRemovingChanged,
                               &InventoryModel::failuresChanged})
         connect(&apps_, signal, this, &AppsView::showState);
@@ -298,7 +304,12 @@ AppRemovalSheet* AppsView::openRemovalSheet(const QString& url) {
         box->open();
         return nullptr;
     }
-    auto* sheet = new AppRemovalSheet(*app, apps_.isRemovedByCommand(*app), window());
+    QSet<QString> kept;
+    for (const AppDataItem& item : app->data) {
+        if (apps_.isKept(item.url))
+            kept.insert(item.url);
+    }
+    auto* sheet = new AppRemovalSheet(*app, apps_.isRemovedByCommand(*app), window(), kept);
     sheet->setAttribute(Qt::WA_DeleteOnClose);
     sheet->setWindowModality(Qt::WindowModal);
     connect(sheet, &QDialog::accepted, this,
@@ -332,8 +343,12 @@ void AppsView::showInventory() {
             detail.append(AppsModel::neverUsedText);
         row->setText(detailColumn, detail.join(QStringLiteral(", ")));
         row->setToolTip(nameColumn, app.url);
-        for (const AppDataItem& item : app.data)
-            dataRow(row, item);
+        for (const AppDataItem& item : app.data) {
+            if (QTreeWidgetItem* data = dataRow(row, item); apps_.isKept(item.url))
+                InventoryWidgets::markKept(*data, nameColumn);
+        }
+        if (apps_.isKept(app.url))
+            InventoryWidgets::markKept(*row, nameColumn);
     }
     const QList<OrphanedAppData> orphans = apps_.visibleOrphans();
     if (!orphans.isEmpty()) {
@@ -354,7 +369,11 @@ void AppsView::showInventory() {
             for (const AppDataItem& item : orphan.items) {
                 QTreeWidgetItem* row = dataRow(group, item);
                 row->setData(nameColumn, kindRole, leftoverRow);
-                row->setCheckState(nameColumn, Qt::Unchecked);
+                // A kept leftover gets no tick box at all.
+                if (apps_.isKept(item.url))
+                    InventoryWidgets::markKept(*row, nameColumn);
+                else
+                    row->setCheckState(nameColumn, Qt::Unchecked);
             }
             group->setExpanded(true);
         }

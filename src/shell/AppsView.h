@@ -22,7 +22,10 @@ class AppRemovalSheet : public QDialog {
     Q_OBJECT
 
 public:
-    AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidget* parent);
+    // The data items in `kept` are listed but cannot be ticked: a Keep mark binds them. Nothing of
+    // an app removed `byCommand` goes from here.
+    AppRemovalSheet(const InstalledApp& app, bool byCommand, QWidget* parent,
+                    const QSet<QString>& kept = {});
 
     QTreeWidget* dataList() const { return list_; }
     // The data items ticked now.

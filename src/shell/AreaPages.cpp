@@ -79,6 +79,7 @@ const QHash<QString, Factory>& factories() {
         {QStringLiteral("diskMap"),
          [](AppModels& m, const AreaOpener&, QWidget* parent) {
              auto* view = new DiskMapView(m.diskMap, parent);
+             view->setKeepSession(m.session);
              // The scanned folder by default; a map already drawn stays until the user asks.
              return AreaPage{view, [view, &m] {
                                  if (!m.diskMap.folder().isEmpty())

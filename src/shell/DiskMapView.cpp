@@ -211,6 +211,9 @@ QMenu* DiskMapView::menuFor(FolderID folder) {
     const QString path = model_.pathOf(folder);
     ItemContextMenu::addPathEntries(*menu, {path}, this);
     menu->addSeparator();
+    // The mapped folder itself is never offered for the Trash, so Keep means nothing for it.
+    if (keepSession_ && folder != DiskMapModel::rootFolder)
+        KeepMenu::addEntry(*menu, *keepSession_, path, KeepMenu::Subject::folder, this);
     QAction* trash = menu->addAction(trashTitle, this, [this, folder] { confirmTrash(folder); });
     // Said before it is tried: a kept folder, or one of the user's own, is never offered.
     if (const std::optional<QString> refusal = model_.trashRefusal(folder)) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scanning/DiskMapModel.h"
+#include "scanning/ScanSession.h"
 #include "shell/DiskMapCanvas.h"
 #include "shell/StatusLine.h"
 
@@ -17,8 +18,8 @@ namespace corvane {
 
 // The disk map page: a treemap of one folder that fills in while it is measured. Click a folder
 // to zoom in, the path above the map to zoom out; hovering tells a folder's path and size, and
-// its context menu shows it in the file manager, copies its path or moves it to the Trash after
-// the usual confirmation.
+// its context menu shows it in the file manager, copies its path, marks it Keep or moves it to the
+// Trash after the usual confirmation.
 class DiskMapView : public QWidget {
     Q_OBJECT
 
@@ -48,6 +49,8 @@ public:
     QString statusText() const;
     // The context menu of `folder`; it deletes itself when closed.
     QMenu* menuFor(FolderID folder);
+    // The marks the menu's Keep entry changes; without them the menu offers none.
+    void setKeepSession(ScanSession& session) { keepSession_ = &session; }
 
 private:
     void scheduleRefresh();
@@ -66,6 +69,7 @@ private:
     QPushButton* rescanButton_;
     QTimer refreshTimer_;
     QString hover_;
+    ScanSession* keepSession_ = nullptr;
 };
 
 } // namespace corvane

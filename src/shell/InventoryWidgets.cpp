@@ -62,6 +62,13 @@ void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable) {
                           : Qt::ItemIsSelectable);
 }
 
+void markKept(QTreeWidgetItem& row, int column) {
+    row.setText(column, row.text(column) + QStringLiteral(" — Kept"));
+    const QString tooltip = row.toolTip(column);
+    row.setToolTip(column, (tooltip.isEmpty() ? QString() : tooltip + u'\n') +
+                               QStringLiteral("Kept: never ticked, never removed."));
+}
+
 void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading) {
     QStringList lines;
     if (!heading.isEmpty() && !failures.isEmpty())

@@ -35,6 +35,10 @@ void setSize(QTreeWidgetItem& row, int column, qint64 bytes);
 // A row that can be ticked only when `tickable`; `ticked` is its tick.
 void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable);
 
+// A row a Keep mark binds: " — Kept" after its name in `column`, and what that means in its
+// tooltip. The caller leaves it untickable.
+void markKept(QTreeWidgetItem& row, int column);
+
 // Shows each failure as "name: message" under `heading` (none when empty), or hides the label.
 void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading);
 

@@ -15,8 +15,8 @@ class QWidget;
 
 namespace corvane {
 
-// Whether a Keep mark binds what a list's rows stand for: their removal goes through the Trash,
-// which leaves kept folders alone. Keep is offered then, with the words of `subject`, once the
+// Whether a Keep mark binds what a list's rows stand for: every removal leaves kept folders alone,
+// and a move takes the mark along. Keep is offered then, with the words of `subject`, once the
 // window has handed over the session that holds the marks.
 struct KeepOffer {
     bool offered = false;

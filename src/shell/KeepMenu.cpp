@@ -1,7 +1,10 @@
 #include "shell/KeepMenu.h"
 
+#include "platform/PathIdentity.h"
+
 #include <QMenu>
 #include <QMessageBox>
+#include <algorithm>
 
 namespace corvane::KeepMenu {
 namespace {
@@ -35,7 +38,11 @@ QString dontKeepText(Subject subject) {
 
 void addEntry(QMenu& menu, ScanSession& session, const QString& path, Subject subject,
               QWidget* alertParent) {
-    const bool ownMark = session.keptPaths().contains(path);
+    // The mark may have been made under another spelling of the folder (through a link, say).
+    const QStringList& marks = session.keptPaths();
+    const bool ownMark = std::any_of(marks.cbegin(), marks.cend(), [&path](const QString& mark) {
+        return mark == path || PathIdentity::same(mark, path);
+    });
     if (!ownMark && KeepStore::isInsideKept(session.keptPaths(), path)) {
         menu.addAction(keptAroundText)->setEnabled(false);
         return;

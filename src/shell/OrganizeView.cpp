@@ -105,9 +105,13 @@ OrganizeView::OrganizeView(OrganizeModel& model, QWidget* parent)
     , stopButton_(new QPushButton(QStringLiteral("Stop"), this))
     , relinkSuggestedButton_(new QPushButton(QStringLiteral("Relink to Suggested Folder"), this))
     , relinkToButton_(new QPushButton(QStringLiteral("Relink To…"), this)) {
-    ItemContextMenu::attach(*plan_, [](const QModelIndex& row) {
-        return row.siblingAtColumn(projectColumn).data(Qt::UserRole).toString();
-    });
+    // A move is not a removal: a kept project is gathered too, and its mark follows it.
+    ItemContextMenu::attach(
+        *plan_,
+        [](const QModelIndex& row) {
+            return row.siblingAtColumn(projectColumn).data(Qt::UserRole).toString();
+        },
+        {true, KeepMenu::Subject::project});
     setObjectName(QStringLiteral("organizeView"));
     destination_->setObjectName(QStringLiteral("organizeDestination"));
     destination_->setTextInteractionFlags(Qt::TextSelectableByMouse);

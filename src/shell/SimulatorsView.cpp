@@ -14,6 +14,8 @@ namespace {
 enum Column { nameColumn, sizeColumn, detailColumn };
 constexpr int deviceRole = Qt::UserRole + 1;
 constexpr int dataPathRole = Qt::UserRole + 2;
+// A device whose data a Keep mark binds: it is never erased.
+constexpr int keptRole = Qt::UserRole + 3;
 
 QString lastUsed(const std::optional<QDateTime>& date, const char* never) {
     return date ? activityWords(*date, QDateTime::currentDateTime()) : QString::fromLatin1(never);
@@ -36,9 +38,12 @@ SimulatorsView::SimulatorsView(SimulatorsModel& model, QWidget* parent)
     , erase_(new QPushButton(QStringLiteral("Erase Device…"), this))
     , delete_(new QPushButton(QStringLiteral("Delete…"), this)) {
     // Runtimes have no folder of their own to show; devices have their data.
-    ItemContextMenu::attach(*tree_, [](const QModelIndex& row) {
-        return row.siblingAtColumn(nameColumn).data(dataPathRole).toString();
-    });
+    ItemContextMenu::attach(
+        *tree_,
+        [](const QModelIndex& row) {
+            return row.siblingAtColumn(nameColumn).data(dataPathRole).toString();
+        },
+        ItemContextMenu::keepFolders);
     selectOlder_->setToolTip(QStringLiteral(
         "Selects every runtime older than the SDK your current Xcode builds against"));
     delete_->setObjectName(QStringLiteral("deleteRuntimes"));
@@ -55,6 +60,7 @@ SimulatorsView::SimulatorsView(SimulatorsModel& model, QWidget* parent)
     connect(&model_, &SimulatorsModel::inventoryChanged, this, &SimulatorsView::showInventory);
     connect(&model_, &SimulatorsModel::busyChanged, this, &SimulatorsView::showInventory);
     connect(&model_, &InventoryModel::selectedIDsChanged, this, &SimulatorsView::showInventory);
+    connect(&model_, &InventoryModel::keptChanged, this, &SimulatorsView::showInventory);
     showInventory();
 }
 
@@ -81,9 +87,12 @@ void SimulatorsView::fillInventory() {
             detail = QStringLiteral("Deleting…");
         else if (!runtime.isDeletable)
             detail += QStringLiteral(", bundled with Xcode");
+        const bool holdsKept = model_.isKept(runtime.id);
+        if (holdsKept)
+            detail += QStringLiteral(", a kept device runs on it");
         row->setText(detailColumn, detail);
         InventoryWidgets::setTickable(*row, nameColumn, model_.selectedIDs().contains(runtime.id),
-                                      runtime.isDeletable &&
+                                      runtime.isDeletable && !holdsKept &&
                                           !model_.deletingRuntimeIDs().contains(runtime.id));
         if (!runtime.isDeletable)
             row->setToolTip(nameColumn, QStringLiteral("Bundled with Xcode; it goes with Xcode"));
@@ -104,6 +113,10 @@ void SimulatorsView::fillInventory() {
         if (!device.isAvailable)
             detail += QStringLiteral(", unavailable");
         row->setText(detailColumn, detail);
+        const bool kept = model_.isKeptPath(device.dataPath);
+        row->setData(nameColumn, keptRole, kept);
+        if (kept)
+            InventoryWidgets::markKept(*row, nameColumn);
     }
 }
 
@@ -119,7 +132,8 @@ void SimulatorsView::showState() {
     selectOlder_->setEnabled(idle && model_.hasLoaded());
     delete_->setEnabled(idle && !model_.selectedIDs().isEmpty());
     const QTreeWidgetItem* row = tree_->currentItem();
-    erase_->setEnabled(idle && row && !row->data(nameColumn, deviceRole).toString().isEmpty());
+    erase_->setEnabled(idle && row && !row->data(nameColumn, deviceRole).toString().isEmpty() &&
+                       !row->data(nameColumn, keptRole).toBool());
 }
 
 void SimulatorsView::confirmDelete() {

@@ -8,6 +8,7 @@
 #include "platform/PutBackService.h"
 #include "platform/TrashService.h"
 #include "support/GitFixture.h"
+#include "support/KeepMarks.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -206,6 +207,38 @@ TEST_F(AppRemoverTest, AppThatStaysKeepsItsData) {
               QStringList{s("Locked could not be removed. Its data was left alone.")});
     EXPECT_EQ(outcome.freedBytes, 0);
     EXPECT_TRUE(QFileInfo::exists(support.url));
+}
+
+// Homebrew deletes a cask for good, so a kept app must be refused before brew is asked; kept
+// data stays while the rest goes, and a dry run says the same as a real run.
+TEST_F(AppRemoverTest, KeptAppsAndDataStayWhoeverWouldTakeThem) {
+    const QString brew = test::makeTempDir() + s("/brew");
+    test::writeScript(brew, "#!/bin/sh\necho \"$@\" >> \"$0.args\"\nexit 0\n");
+    test::ScopedEnvironment tool("CORVANE_TOOL_BREW", brew);
+    InstalledApp cask = makeApp(s("Firefox"));
+    cask.caskToken = s("firefox");
+    InstalledApp notes = makeApp(s("Notes"));
+    const AppDataItem support = makeData(notes, s("Application Support"));
+    const AppDataItem caches = makeData(notes, s("Caches"));
+    const test::ScopedKeepMarks marks({cask.url, caches.url});
+    const QString kept = s(": ") + TrashService::keptMessage;
+
+    for (const bool dryRun : {true, false}) {
+        AppRemover removing = remover();
+        removing.setDryRun(dryRun);
+        AppRemovalOutcome outcome = removing.remove(cask, {});
+        EXPECT_FALSE(outcome.appMethod) << dryRun;
+        EXPECT_EQ(outcome.failures, QStringList{s("Firefox") + kept}) << dryRun;
+
+        outcome = removing.remove(notes, {support, caches});
+        EXPECT_EQ(outcome.appMethod, AppRemovalOutcome::Method::trash) << dryRun;
+        EXPECT_EQ(outcome.trashedData, QList<AppDataItem>{support}) << dryRun;
+        EXPECT_EQ(outcome.failures, QStringList{s("com.example.notes") + kept}) << dryRun;
+    }
+    EXPECT_FALSE(QFileInfo::exists(brew + s(".args")));
+    EXPECT_TRUE(QFileInfo::exists(cask.url));
+    EXPECT_TRUE(QFileInfo::exists(caches.url));
+    EXPECT_FALSE(QFileInfo::exists(support.url));
 }
 
 TEST_F(AppRemoverTest, CaskAppsAreUninstalledByHomebrew) {

@@ -1,6 +1,8 @@
 #include "archive/ArchiveService.h"
 
 #include "ArchiveTesting.h"
+#include "platform/TrashService.h"
+#include "support/KeepMarks.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -251,6 +253,40 @@ TEST(ArchiveService, RefusesBeforeWritingAnything) {
     EXPECT_TRUE(blocked[0].text.startsWith(s("Cannot create destination: ")))
         << qPrintable(blocked[0].text);
     EXPECT_TRUE(isPresent(source + s("/main.c")));
+}
+
+// Archiving ends by moving the original to the Trash, so a kept project, or one holding a kept
+// folder, is refused before anything is copied; a mark made while the copy runs still holds.
+TEST(ArchiveService, AKeptProjectIsRefusedBeforeTheCopyAndAMarkMadeDuringItStillHolds) {
+    const QString base = test::makeTempDir(s("archive-kept"));
+    const QString source = base + s("/code/app");
+    test::writeFile(source + s("/vendor/lib.c"), "int lib;");
+    const QString drive = base + s("/drive");
+    {
+        const test::ScopedKeepMarks marks({source + s("/vendor")});
+        EXPECT_EQ(archived(ArchiveService(), source, drive),
+                  QList<ArchiveEvent>{ArchiveEvent::failed(
+                      s("Refused: %1 is marked Keep or holds a kept folder, and archiving moves it "
+                        "to the Trash. Remove the mark first to archive it.")
+                          .arg(source))});
+        EXPECT_FALSE(isPresent(drive));
+    }
+
+    ArchiveService service;
+    std::optional<test::ScopedKeepMarks> markedDuringCopy;
+    service.beforeEntry = [&](const QString&) {
+        if (!markedDuringCopy)
+            markedDuringCopy.emplace(QStringList{source});
+    };
+    const QList<ArchiveEvent> events = archived(service, source, drive);
+    ASSERT_FALSE(events.isEmpty());
+    EXPECT_EQ(events.last(),
+              ArchiveEvent::failed(s("Copy verified at %1, but the original could not be moved to "
+                                     "the Trash: ")
+                                       .arg(drive + s("/app")) +
+                                   TrashService::keptMessage));
+    EXPECT_TRUE(isPresent(source + s("/vendor/lib.c")));
+    EXPECT_TRUE(isPresent(drive + s("/app/vendor/lib.c")));
 }
 
 TEST(ArchiveService, AFileAddedDuringTheCopyFailsVerificationAndTheCopyGoesToTheTrash) {

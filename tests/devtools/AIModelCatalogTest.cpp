@@ -3,7 +3,9 @@
 #include "devtools/AIModelStores.h"
 #include "platform/Locations.h"
 #include "platform/SizeCalculator.h"
+#include "platform/TrashService.h"
 #include "support/GitFixture.h"
+#include "support/KeepMarks.h"
 
 #include <QDir>
 #include <QFile>
@@ -435,6 +437,40 @@ TEST_F(AIModelRemovalTest, ADryRunMakesEveryCheckAndChangesNothing) {
     EXPECT_EQ(result.failures[0].second, AIModelCatalog::notRunningMessage);
     EXPECT_TRUE(QFileInfo::exists(folder));
     EXPECT_EQ(fake.calls(), QStringList{s("ps")});
+}
+
+// Ollama deletes for good, so a Keep mark must stop its models before ollama is asked, as it stops
+// the folders that would go to the Trash; the mark binds under any spelling of the path, and a
+// dry run says the same as a real run.
+TEST_F(AIModelRemovalTest, KeptModelsStayInADryRunAndForRealWhateverPathTheMarkUses) {
+    const QString kept = writeLMStudioModel(lms, s("a"), s("Mine"), {s("m.gguf")});
+    const QString other = writeLMStudioModel(lms, s("a"), s("Other"), {s("m.gguf")});
+    writeBlob(ollama, digest('a'));
+    const QString manifest =
+        writeLibraryManifest(ollama, s("gemma"), s("2b"), digest('a'), {digest('a')});
+    const QString linked = home + s("/ollama-link");
+    ASSERT_TRUE(QFile::link(ollama, linked));
+    const test::ScopedKeepMarks marks(
+        {kept, linked + s("/manifests/registry.ollama.ai/library/gemma")});
+    const QList<AIModel> models = listed();
+    ASSERT_EQ(models.size(), 3);
+
+    for (const bool dryRun : {true, false}) {
+        const AIModelCatalog::RemovalResult result =
+            AIModelCatalog::remove(models, stores(), ProcessRunner::system(), {}, dryRun);
+        EXPECT_EQ(result.removed, QStringList{s("lmStudio:a/Other")}) << dryRun;
+        QStringList refused;
+        for (const auto& [id, message] : result.failures) {
+            EXPECT_EQ(message, TrashService::keptMessage) << id.toStdString();
+            refused.append(id);
+        }
+        refused.sort();
+        EXPECT_EQ(refused, QStringList({s("lmStudio:a/Mine"), s("ollama:gemma:2b")})) << dryRun;
+    }
+    EXPECT_TRUE(QFileInfo::exists(kept));
+    EXPECT_TRUE(QFileInfo::exists(manifest));
+    EXPECT_FALSE(QFileInfo::exists(other));
+    EXPECT_TRUE(fake.calls().isEmpty());
 }
 
 TEST_F(AIModelRemovalTest, AReadOnlySystemStoreRefusesRemoval) {

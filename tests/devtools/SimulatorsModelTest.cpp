@@ -1,7 +1,9 @@
 #include "devtools/SimulatorsModel.h"
 
 #include "devtools/SimulatorFixtures.h"
+#include "platform/TrashService.h"
 #include "support/GitFixture.h"
+#include "support/KeepMarks.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>
@@ -323,4 +325,59 @@ TEST_F(SimulatorsModelTest, OnlyUUIDsReachSimctlAsDevicesOrImages) {
     // Each device is shut down on its own, so a bad one does not keep the others running.
     EXPECT_FALSE(refusal([&] { service.shutDown({s("booted"), fx::bootedIPhone11}); }).isEmpty());
     EXPECT_EQ(log(), QStringList{s("simctl shutdown ") + fx::bootedIPhone11});
+}
+
+const QString keptData =
+    s("/Users/me/Library/Developer/CoreSimulator/Devices/") + fx::bootedIPhone11 + s("/data");
+
+TEST_F(SimulatorsModelTest, ARuntimeThatAKeptDeviceRunsOnIsNeverTicked) {
+    load(model);
+    model.setSelected(fx::iOS13, true);
+    const test::ScopedKeepMarks marks({keptData});
+    model.refreshKeepMarks();
+    EXPECT_TRUE(model.isKept(fx::iOS13));
+    EXPECT_TRUE(model.selectedIDs().isEmpty());
+    model.setSelected(fx::iOS13, true);
+    model.setSelected(fx::watchOS9, true);
+    EXPECT_EQ(model.selectedIDs(), QSet<QString>{fx::watchOS9});
+}
+
+// Simulators are deleted and erased for good, so a kept device's data must stop both, and the
+// deletion of the runtime it boots from, before simctl is asked; a dry run says the same.
+TEST_F(SimulatorsModelTest, AKeptDeviceIsNeitherErasedNorDeletedWithItsRuntime) {
+    QByteArray withoutWatchOS9(fx::runtimesTail);
+    withoutWatchOS9 = fx::runtimesHead + withoutWatchOS9.mid(withoutWatchOS9.indexOf("  \"5B0C"));
+    test::writeFile(dir + s("/after-delete.json"), withoutWatchOS9);
+    load(model);
+    load(dryRunModel);
+    // Marked after the load, as by the command line meanwhile: the ticks stand, and the actions
+    // themselves refuse.
+    const test::ScopedKeepMarks marks({keptData});
+    clearLog();
+    const ItemFailure keptErase{fx::bootedIPhone11, s("iPhone 11"), TrashService::keptMessage};
+    const ItemFailure keptRuntime{fx::iOS13, s("iOS 13.1"),
+                                  s("Refused: its device iPhone 11 is marked Keep")};
+
+    for (SimulatorsModel* each : {&dryRunModel, &model}) {
+        each->setSelected(fx::iOS13, true);
+        each->setSelected(fx::watchOS9, true);
+        each->setPolling(0.5, 30, [this](double) { ++sleeps; });
+        each->deleteSelected();
+        waitForAction(*each);
+        EXPECT_EQ(each->failures(), QList<ItemFailure>{keptRuntime});
+        if (each == &model) {
+            EXPECT_EQ(toasts.current()->message, s("Deleted 1 runtime, freed 3.6 GB."));
+        }
+
+        each->erase(fx::bootedIPhone11);
+        waitForAction(*each);
+        EXPECT_EQ(each->failures(), QList<ItemFailure>{keptErase});
+        EXPECT_EQ(toasts.current()->message, s("Could not erase iPhone 11."));
+    }
+    for (const QString& line : log()) {
+        EXPECT_FALSE(line.contains(fx::iOS13) || line.contains(fx::bootedIPhone11) ||
+                     line.startsWith(s("simctl erase")))
+            << line.toStdString();
+    }
+    EXPECT_TRUE(runtime(model, fx::iOS13).has_value());
 }

@@ -1,5 +1,6 @@
 #include "OrganizeFixtures.h"
 #include "organize/OrganizeExecutor.h"
+#include "support/KeepMarks.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -42,6 +43,29 @@ TEST(OrganizeKeepMarks, AKeptProjectStaysKeptWhereOrganizeMovesItAndAgainWhereUn
     ASSERT_TRUE(undone.failures.isEmpty());
     EXPECT_TRUE(QFileInfo(app + s("/vendor")).isDir());
     EXPECT_EQ(marks.load().paths, sorted({app, app + s("/vendor"), neighbour}));
+}
+
+// Keep means "never removed"; a move takes the project whole, so a kept project, or one inside a
+// kept folder, is gathered like any other. The kept folder it leaves stays, even empty, and no
+// failure is reported for it.
+TEST(OrganizeKeepMarks, AProjectLeavesAKeptFolderThatStaysEvenWhenEmpty) {
+    const AgentLocations locations = test::makeAgentHome();
+    OrganizeExecutor executor = test::executorFor(locations);
+    executor.trashArea = locations.home;
+    const QString kept = locations.home + s("/kept");
+    const QString plain = locations.home + s("/plain");
+    test::makeProject(locations, kept + s("/app"), s("k3"));
+    test::makeProject(locations, plain + s("/site"), s("k4"));
+    const test::ScopedKeepMarks marks({kept});
+
+    const OrganizeExecutor::Outcome outcome =
+        executor.run({test::readyEntry(kept + s("/app"), locations.home + s("/Code")),
+                      test::readyEntry(plain + s("/site"), locations.home + s("/Code"))});
+    EXPECT_EQ(outcome.failures, QList<MoveFailure>());
+    EXPECT_EQ(outcome.run.moves.size(), 2);
+    EXPECT_EQ(outcome.run.trashedEmptyFolders, QStringList{plain});
+    EXPECT_TRUE(QFileInfo(kept).isDir());
+    EXPECT_FALSE(QFileInfo::exists(kept + s("/app")));
 }
 
 TEST(OrganizeKeepMarks, UnreadableMarksNeverStopAMoveAndTheRecordSaysTheyDidNotFollow) {

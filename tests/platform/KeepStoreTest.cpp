@@ -39,6 +39,15 @@ TEST(KeepStore, MarksRoundTripSortedAndStandardizedAndFollowAMovedFolder) {
     EXPECT_EQ(store.load().paths, (QStringList{s("/archive/app"), s("/archive/app/vendor"),
                                                s("/code/app-old"), s("/code/web")}));
 
+    // A folder kept by the one around it stays kept where it goes; the folder around keeps its
+    // own mark, and a move within a kept folder adds nothing.
+    ASSERT_EQ(store.follow(s("/code/web/site"), s("/code/web/www")), QString());
+    ASSERT_EQ(store.follow(s("/code/web/www"), s("/sites/www")), QString());
+    EXPECT_EQ(store.load().paths,
+              (QStringList{s("/archive/app"), s("/archive/app/vendor"), s("/code/app-old"),
+                           s("/code/web"), s("/sites/www")}));
+    ASSERT_EQ(store.remove(s("/sites/www")), QString());
+
     ASSERT_EQ(store.remove(s("/archive/app/vendor")), QString());
     ASSERT_EQ(store.remove(s("/nowhere")), QString());
     EXPECT_EQ(store.load().paths,

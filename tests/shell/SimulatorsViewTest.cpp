@@ -3,11 +3,13 @@
 #include "devtools/SimulatorFixtures.h"
 #include "shell/ShellTesting.h"
 #include "support/GitFixture.h"
+#include "support/KeepMarks.h"
 #include "support/TestEnvironment.h"
 
 #include <QFile>
 #include <QPushButton>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -91,4 +93,40 @@ TEST_F(SimulatorsViewTest, NoSimulatorsAndAMissingToolEachSaySo) {
     ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isLoading(); }, test::patience));
     EXPECT_EQ(view.stateText(), s("Xcode not installed"));
     test::saveScreenshot(view, s("simulators-no-xcode"));
+}
+
+// A kept device says so and cannot be erased; the runtime it boots from cannot be ticked, since
+// deleting the runtime would delete the device.
+TEST_F(SimulatorsViewTest, AKeptDeviceShowsItAndHoldsItsRuntimeBack) {
+    const test::ScopedKeepMarks marks({s("/Users/me/Library/Developer/CoreSimulator/Devices/") +
+                                       fx::bootedIPhone11 + s("/data")});
+    showLoaded();
+    QTreeWidgetItem* device = nullptr;
+    QTreeWidgetItem* runtime = nullptr;
+    for (QTreeWidgetItemIterator it(view.tree()); *it; ++it) {
+        if ((*it)->text(0).startsWith(s("iPhone 11 —")))
+            device = *it;
+        if ((*it)->text(0).startsWith(s("iOS 13.1")))
+            runtime = *it;
+    }
+    ASSERT_NE(device, nullptr);
+    ASSERT_NE(runtime, nullptr);
+    EXPECT_EQ(device->text(0), s("iPhone 11 — Kept"));
+    EXPECT_TRUE(runtime->text(2).endsWith(s(", a kept device runs on it")))
+        << qPrintable(runtime->text(2));
+    EXPECT_FALSE(runtime->flags() & Qt::ItemIsUserCheckable);
+
+    QPushButton* erase = nullptr;
+    for (QPushButton* button : view.findChildren<QPushButton*>()) {
+        if (button->text() == s("Erase Device…"))
+            erase = button;
+    }
+    ASSERT_NE(erase, nullptr);
+    view.tree()->setCurrentItem(device);
+    EXPECT_FALSE(erase->isEnabled());
+    for (QTreeWidgetItemIterator it(view.tree()); *it; ++it) {
+        if ((*it)->text(0) == s("iPhone 11 Pro"))
+            view.tree()->setCurrentItem(*it);
+    }
+    EXPECT_TRUE(erase->isEnabled());
 }
