@@ -1,22 +1,14 @@
-#include "OverviewFixtures.h"
+#include "support/OverviewHome.h"
 
 #include "devtools/AIModelStores.h"
 #include "devtools/DockerFixtures.h"
 #include "devtools/SimulatorFixtures.h"
-#include "support/TestEnvironment.h"
 
 #include <QDir>
 #include <cstdlib>
 
-namespace corvane::bench {
+namespace corvane::test {
 namespace {
-
-using test::writeFile;
-using test::writeScript;
-
-void setVariable(const char* name, const QString& value) {
-    ::setenv(name, QFile::encodeName(value).constData(), 1);
-}
 
 // `folders` folders of `files` files of 2 KB each under `root`.
 void writeTree(const QString& root, int folders, int files) {
@@ -45,19 +37,21 @@ exit 0
         writeFile(folder + QStringLiteral("/answers/") + QString::fromLatin1(key), output);
     };
     answer("version --format {{.Server.Version}}", "28.2.2\n");
-    answer("system df -v --format {{json .}}", test::docker::report28);
-    answer("image ls --no-trunc --format {{json .}}", test::docker::imageListing);
-    answer("system df --format {{json .}}", test::docker::totals);
+    answer("system df -v --format {{json .}}", docker::report28);
+    answer("image ls --no-trunc --format {{json .}}", docker::imageListing);
+    answer("system df --format {{json .}}", docker::totals);
 }
 
 void writeOllama(const QString& tools, const QString& store) {
     writeScript(tools + QStringLiteral("/ollama"),
                 "echo 'NAME    ID    SIZE    PROCESSOR    CONTEXT    UNTIL'\n");
-    for (int model = 0; model < 20; ++model) {
-        const QString layer = test::ai::digest(static_cast<char>('a' + model));
-        test::ai::writeBlob(store, layer, 200'000);
-        test::ai::writeLibraryManifest(store, QStringLiteral("model%1").arg(model),
-                                       QStringLiteral("latest"), layer, {layer});
+    // A digest is hexadecimal: one model for each digit.
+    const char digits[] = "0123456789abcdef";
+    for (int model = 0; model < 16; ++model) {
+        const QString layer = ai::digest(digits[model]);
+        ai::writeBlob(store, layer, 200'000);
+        ai::writeLibraryManifest(store, QStringLiteral("model%1").arg(model),
+                                 QStringLiteral("latest"), layer, {layer});
     }
 }
 
@@ -72,37 +66,32 @@ void writeAndroidSdk(const QString& sdk) {
 
 } // namespace
 
-bool makeOverviewHome() {
-    if (!test::isolateFromRealHome())
-        return false;
-    const QString home = test::fakeHome();
-    const QString tools = test::makeTempDir(QStringLiteral("tools"));
-
+OverviewHome::OverviewHome(const QString& home) {
+    const QString tools = makeTempDir(QStringLiteral("tools"));
     writeTree(home + QStringLiteral("/.npm/_cacache"), 200, 100);
     writeTree(home + QStringLiteral("/go/pkg/mod/cache/download"), 50, 100);
     for (int app = 0; app < 40; ++app)
         writeTree(home + QStringLiteral("/Library/Caches/com.example.gone%1").arg(app), 2, 50);
 
     writeDocker(tools);
-    test::simfixtures::writeFakeTools(tools);
+    simfixtures::writeFakeTools(tools);
     writeOllama(tools, home + QStringLiteral("/.ollama/models"));
     writeAndroidSdk(home + QStringLiteral("/Android/Sdk"));
 
-    setVariable("CORVANE_TOOL_DOCKER", tools + QStringLiteral("/docker"));
-    setVariable("CORVANE_TOOL_XCRUN", tools + QStringLiteral("/xcrun"));
-    setVariable("CORVANE_TOOL_XCODEBUILD", tools + QStringLiteral("/xcodebuild"));
-    setVariable("CORVANE_TOOL_OLLAMA", tools + QStringLiteral("/ollama"));
-    setVariable("OLLAMA_MODELS", home + QStringLiteral("/.ollama/models"));
-    setVariable("ANDROID_HOME", home + QStringLiteral("/Android/Sdk"));
+    point("CORVANE_TOOL_DOCKER", tools + QStringLiteral("/docker"));
+    point("CORVANE_TOOL_XCRUN", tools + QStringLiteral("/xcrun"));
+    point("CORVANE_TOOL_XCODEBUILD", tools + QStringLiteral("/xcodebuild"));
+    point("CORVANE_TOOL_OLLAMA", tools + QStringLiteral("/ollama"));
+    point("OLLAMA_MODELS", home + QStringLiteral("/.ollama/models"));
+    point("ANDROID_HOME", home + QStringLiteral("/Android/Sdk"));
     // No Homebrew, no Flatpak and no installed apps: the leftovers above belong to nobody.
-    setVariable("CORVANE_TOOL_BREW", tools + QStringLiteral("/no-brew"));
-    setVariable("CORVANE_TOOL_FLATPAK", tools + QStringLiteral("/no-flatpak"));
-    setVariable("CORVANE_APPLICATIONS_DIR", test::makeTempDir(QStringLiteral("Applications")));
-    return true;
+    point("CORVANE_TOOL_BREW", tools + QStringLiteral("/no-brew"));
+    point("CORVANE_TOOL_FLATPAK", tools + QStringLiteral("/no-flatpak"));
+    point("CORVANE_APPLICATIONS_DIR", makeTempDir(QStringLiteral("Applications")));
 }
 
-void removeOverviewHome() {
-    test::removeFakeHome();
+void OverviewHome::point(const char* name, const QString& value) {
+    variables_.push_back(std::make_unique<ScopedEnvironment>(name, value));
 }
 
-} // namespace corvane::bench
+} // namespace corvane::test
