@@ -172,6 +172,8 @@ void ArchivedView::showRecords() {
     state_->setVisible(empty);
     list_->setVisible(!empty);
     state_->setAlignment(empty ? Qt::AlignCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    state_->setSizePolicy(QSizePolicy::Preferred,
+                          empty ? QSizePolicy::Expanding : QSizePolicy::Preferred);
     updateSelection();
 }
 

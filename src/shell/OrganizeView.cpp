@@ -281,6 +281,8 @@ void OrganizeView::showState() {
     const bool nothing = model_.entries().isEmpty();
     plan_->setVisible(!nothing);
     state_->setAlignment(nothing ? Qt::AlignCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    state_->setSizePolicy(QSizePolicy::Preferred,
+                          nothing ? QSizePolicy::Expanding : QSizePolicy::Preferred);
     updateButtons();
 }
 

@@ -55,28 +55,29 @@ void writeOllama(const QString& tools, const QString& store) {
     }
 }
 
-void writeAndroidSdk(const QString& sdk) {
+void writeAndroidSdk(const QString& sdk, int filesPerFolder) {
     for (int level = 20; level < 50; ++level) {
         const QString package = sdk + QStringLiteral("/platforms/android-%1").arg(level);
         writeFile(package + QStringLiteral("/source.properties"),
                   "AndroidVersion.ApiLevel=" + QByteArray::number(level) + '\n');
-        writeTree(package + QStringLiteral("/data"), 4, 50);
+        writeTree(package + QStringLiteral("/data"), 4, filesPerFolder);
     }
 }
 
 } // namespace
 
-OverviewHome::OverviewHome(const QString& home) {
+OverviewHome::OverviewHome(const QString& home, int filesPerFolder) {
     const QString tools = makeTempDir(QStringLiteral("tools"));
-    writeTree(home + QStringLiteral("/.npm/_cacache"), 200, 100);
-    writeTree(home + QStringLiteral("/go/pkg/mod/cache/download"), 50, 100);
+    writeTree(home + QStringLiteral("/.npm/_cacache"), 200, filesPerFolder);
+    writeTree(home + QStringLiteral("/go/pkg/mod/cache/download"), 50, filesPerFolder);
     for (int app = 0; app < 40; ++app)
-        writeTree(home + QStringLiteral("/Library/Caches/com.example.gone%1").arg(app), 2, 50);
+        writeTree(home + QStringLiteral("/Library/Caches/com.example.gone%1").arg(app), 2,
+                  filesPerFolder / 2);
 
     writeDocker(tools);
     simfixtures::writeFakeTools(tools);
     writeOllama(tools, home + QStringLiteral("/.ollama/models"));
-    writeAndroidSdk(home + QStringLiteral("/Android/Sdk"));
+    writeAndroidSdk(home + QStringLiteral("/Android/Sdk"), filesPerFolder / 2);
 
     point("CORVANE_TOOL_DOCKER", tools + QStringLiteral("/docker"));
     point("CORVANE_TOOL_XCRUN", tools + QStringLiteral("/xcrun"));

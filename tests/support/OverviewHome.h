@@ -15,8 +15,9 @@ namespace corvane::test {
 class OverviewHome {
 public:
     // Fills `home` and points every tool, OLLAMA_MODELS and ANDROID_HOME at what it made there,
-    // until it is destroyed. HOME itself is the caller's to set.
-    explicit OverviewHome(const QString& home);
+    // until it is destroyed. HOME itself is the caller's to set. The caches and app leftovers hold
+    // `filesPerFolder` files in each of their folders: many for a bench, few for a test.
+    explicit OverviewHome(const QString& home, int filesPerFolder = 100);
     OverviewHome(const OverviewHome&) = delete;
     OverviewHome& operator=(const OverviewHome&) = delete;
 
