@@ -1,17 +1,18 @@
 // Scans a folder in the real main window, drawn on Qt's offscreen platform, and reports how long
 // the window could not have answered the user: the longest gap between two ticks of a 10 ms
 // timer on the main thread while the scan runs. With --overview the window shows the overview,
-// which loads every area at once over a fake home (see OverviewFixtures) while the scan runs. With
+// which loads every area at once over a fake home (see tests/support/OverviewHome) while the scan
+// runs. With
 // --filter it types into the project list's filter over 2,000 projects instead (FilterBench).
 // With --disk-map the window shows the disk map of the same folder, which fills in from its own
 // walk while the scan runs.
 
 #include "FilterBench.h"
-#include "OverviewFixtures.h"
 #include "platform/ByteFormat.h"
 #include "scanning/ScanEngine.h"
 #include "shell/DiskMapView.h"
 #include "shell/MainWindow.h"
+#include "support/OverviewHome.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -19,6 +20,7 @@
 #include <QTimer>
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <sys/resource.h>
 
 namespace {
@@ -68,6 +70,7 @@ int main(int argc, char** argv) {
         return corvane::bench::runFilterBench(argc, argv);
     const bool withOverview = argc > 1 && qstrcmp(argv[1], "--overview") == 0;
     const bool withDiskMap = argc > 1 && qstrcmp(argv[1], "--disk-map") == 0;
+    std::optional<corvane::test::OverviewHome> overviewHome;
     if (withDiskMap) {
         --argc;
         ++argv;
@@ -76,10 +79,11 @@ int main(int argc, char** argv) {
         --argc;
         ++argv;
         // Before the application reads where its folders are.
-        if (!corvane::bench::makeOverviewHome()) {
+        if (!corvane::test::isolateFromRealHome()) {
             std::fprintf(stderr, "corvane_ui_bench: could not make a fake home\n");
             return 2;
         }
+        overviewHome.emplace(corvane::test::fakeHome());
     }
     QApplication application(argc, argv);
     // Its own settings name: the bench never reads or changes the app's settings.
@@ -157,7 +161,8 @@ int main(int argc, char** argv) {
                          (area.bytes() ? corvane::formatBytes(*area.bytes()) : area.note()));
         std::printf("ui bench: the overview had every area after %.1f s: %s\n",
                     static_cast<double>(overviewMs) / 1000.0, qPrintable(areas.join(u", ")));
-        corvane::bench::removeOverviewHome();
+        overviewHome.reset();
+        corvane::test::removeFakeHome();
     }
     if (withDiskMap) {
         const corvane::DiskMapModel::Node* root = diskMap.node(corvane::DiskMapModel::rootFolder);

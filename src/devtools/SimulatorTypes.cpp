@@ -37,7 +37,10 @@ SimPlatform simPlatformFrom(const QString& platformIdentifier) {
 }
 
 QString SimulatorRuntime::displayName() const {
-    return corvane::displayName(platform) + u' ' + version;
+    // A runtime the tools cannot describe (a broken download) still gets a name a person reads.
+    if (platform == SimPlatform::other && version.isEmpty())
+        return QStringLiteral("Unknown runtime");
+    return (corvane::displayName(platform) + u' ' + version).trimmed();
 }
 
 int compareVersions(const QString& a, const QString& b) {

@@ -167,7 +167,13 @@ void ArchivedView::showRecords() {
                                                                "a drive, a share or a server.")
                                               : QStringLiteral("Reading the archive list…"))
                         : QString());
-    state_->setVisible(!state_->text().isEmpty());
+    // Nothing archived: the sentence takes the list's place instead of sitting under an empty one.
+    const bool empty = !state_->text().isEmpty();
+    state_->setVisible(empty);
+    list_->setVisible(!empty);
+    state_->setAlignment(empty ? Qt::AlignCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    state_->setSizePolicy(QSizePolicy::Preferred,
+                          empty ? QSizePolicy::Expanding : QSizePolicy::Preferred);
     updateSelection();
 }
 

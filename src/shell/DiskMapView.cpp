@@ -65,7 +65,7 @@ DiskMapView::DiskMapView(DiskMapModel& model, QWidget* parent)
     footer->addWidget(status_, 1);
     footer->addWidget(chooseButton_);
     footer->addWidget(rescanButton_);
-    layOutPage(*this, QStringLiteral("Disk Map"), introText, body, footer);
+    layOutPage(*this, QStringLiteral("Disk map"), introText, body, footer);
 
     connect(&refreshTimer_, &QTimer::timeout, this, &DiskMapView::refresh);
     connect(&model_, &DiskMapModel::mapChanged, this, &DiskMapView::scheduleRefresh);

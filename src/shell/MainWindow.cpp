@@ -21,6 +21,7 @@
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace corvane {
 namespace {
@@ -81,15 +82,15 @@ QWidget* MainWindow::makeCentralArea() {
     }
     projectsView_ = qobject_cast<ProjectsView*>(page(Areas::projects));
 
-    auto* split = new QSplitter(Qt::Horizontal, central);
-    split->addWidget(sidebar_);
-    split->addWidget(pages_);
-    split->setStretchFactor(1, 1);
-    split->setSizes({220, 960});
-    split->setChildrenCollapsible(false);
+    split_ = new QSplitter(Qt::Horizontal, central);
+    split_->addWidget(sidebar_);
+    split_->addWidget(pages_);
+    split_->setStretchFactor(1, 1);
+    split_->setSizes({sidebarWidth, 960});
+    split_->setChildrenCollapsible(false);
     auto* layout = new QVBoxLayout(central);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(split);
+    layout->addWidget(split_);
     return central;
 }
 
@@ -101,7 +102,7 @@ void MainWindow::makeSidebar(QWidget* parent) {
     sidebar_->setAttribute(Qt::WA_MacShowFocusRect, false);
     sidebar_->setIconSize(QSize(18, 18));
     sidebar_->setSpacing(2);
-    sidebar_->setMinimumWidth(210);
+    sidebar_->setMinimumWidth(sidebarWidth - 10);
     for (const AreaRow& area : Areas::all())
         sidebar_->addItem(new QListWidgetItem(areaIcon(area.iconKey, *style()), area.name));
     connect(sidebar_, &QListWidget::currentRowChanged, this, &MainWindow::onSidebarRowChanged);
@@ -234,9 +235,33 @@ void MainWindow::updateSidebarSizes() {
             continue;
         const QString name = Areas::all().at(row).name;
         const std::optional<qint64> bytes = figure.bytes();
-        sidebar_->item(row)->setText(
-            bytes && *bytes > 0 ? name + QStringLiteral("   ") + formatBytes(*bytes) : name);
+        const QString size = bytes && *bytes > 0 ? formatBytes(*bytes) : QString();
+        QListWidgetItem* item = sidebar_->item(row);
+        item->setText(size.isEmpty() || sidebarNarrow_ ? name
+                                                       : name + QStringLiteral("   ") + size);
+        if (figure.id != Areas::projects)
+            item->setToolTip(size.isEmpty() ? QString() : name + QStringLiteral(": ") + size);
     }
+}
+
+void MainWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    if (std::exchange(sidebarNarrow_, width() < narrowSidebarBelow) != sidebarNarrow_)
+        fitSidebar();
+}
+
+void MainWindow::fitSidebar() {
+    int width = sidebarWidth;
+    if (sidebarNarrow_) {
+        int longest = 0;
+        for (const AreaRow& area : Areas::all())
+            longest = std::max(longest, sidebar_->fontMetrics().horizontalAdvance(area.name));
+        // The icon, its gap and the row's margins on either side of the name.
+        width = std::min(sidebarWidth, longest + sidebar_->iconSize().width() + 32);
+    }
+    sidebar_->setMinimumWidth(width - (sidebarNarrow_ ? 0 : 10));
+    split_->setSizes({width, std::max(0, split_->width() - width - split_->handleWidth())});
+    updateSidebarSizes();
 }
 
 } // namespace corvane

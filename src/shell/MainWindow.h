@@ -10,6 +10,7 @@
 #include <functional>
 
 class QListWidget;
+class QSplitter;
 class QStackedWidget;
 
 namespace corvane {
@@ -48,6 +49,14 @@ public:
     UpdateChecker& updateChecker() { return updateChecker_; }
     ToastOverlay* toastOverlay() const { return toast_; }
     SettingsDialog* settingsDialog() const { return settings_; }
+    // Below this width the sidebar gives the page its room: it narrows to the longest area name
+    // and leaves the sizes to its tooltips.
+    static constexpr int narrowSidebarBelow = 1000;
+    static constexpr int sidebarWidth = 220;
+    bool isSidebarNarrow() const { return sidebarNarrow_; }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void makeMenus();
@@ -58,11 +67,14 @@ private:
     void followSelection();
     void updateTitle();
     void updateSidebarSizes();
+    void fitSidebar();
 
     AppModels& models_;
     Navigation& navigation_;
     QListWidget* sidebar_ = nullptr;
     QStackedWidget* pages_ = nullptr;
+    QSplitter* split_ = nullptr;
+    bool sidebarNarrow_ = false;
     QHash<QString, QWidget*> pageByArea_;
     QHash<QString, std::function<void()>> onShown_;
     ProjectsView* projectsView_ = nullptr;

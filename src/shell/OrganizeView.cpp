@@ -280,6 +280,13 @@ void OrganizeView::showState() {
                     .arg(projectsWord(model_.readyEntries().size()).toLower())
                     .arg(model_.entries().size());
     state_->setText(state);
+    // With nothing to move the sentence takes the plan's place instead of sitting under an empty
+    // list.
+    const bool nothing = model_.entries().isEmpty();
+    plan_->setVisible(!nothing);
+    state_->setAlignment(nothing ? Qt::AlignCenter : Qt::AlignLeft | Qt::AlignVCenter);
+    state_->setSizePolicy(QSizePolicy::Preferred,
+                          nothing ? QSizePolicy::Expanding : QSizePolicy::Preferred);
     updateButtons();
 }
 

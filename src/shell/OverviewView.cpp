@@ -165,7 +165,11 @@ void OverviewView::showOverview() {
         segments.append({area.id, bytes.value_or(0)});
     }
     auto* trash = new QTreeWidgetItem(list_);
-    trash->setText(nameColumn, QStringLiteral("In the Trash — ") + OverviewModel::trashNote);
+    // An empty Trash has nothing to give back when it is emptied.
+    const bool trashHolds = model_.trashBytes().value_or(1) > 0;
+    trash->setText(nameColumn, trashHolds
+                                   ? QStringLiteral("In the Trash — ") + OverviewModel::trashNote
+                                   : QStringLiteral("In the Trash"));
     trash->setText(sizeColumn, model_.trashBytes() ? formatBytes(*model_.trashBytes())
                                                    : QStringLiteral("Measuring…"));
     trash->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);

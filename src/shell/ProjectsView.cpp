@@ -18,6 +18,7 @@
 #include <QAbstractButton>
 #include <QActionGroup>
 #include <QComboBox>
+#include <QEvent>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
@@ -36,6 +37,8 @@ namespace corvane {
 namespace {
 
 constexpr int statusInterval = 150;
+// Below this width the project list has no room for the last activity.
+constexpr int narrowListWidth = 520;
 
 QString counted(qsizetype count, const char* one, const char* many) {
     return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
@@ -241,12 +244,14 @@ QWidget* ProjectsView::makeList() {
         new SizeBarDelegate(ProjectTreeModel::barFractionRole, projectView_));
     QHeaderView* header = projectView_->header();
     header->setStretchLastSection(false);
+    // Names and git states share what the numbers leave, so no column needs a sideways scroll;
+    // the tooltip has what is cut.
     header->setSectionResizeMode(ProjectTreeModel::nameColumn, QHeaderView::Stretch);
+    header->setSectionResizeMode(ProjectTreeModel::stateColumn, QHeaderView::Stretch);
     header->setMinimumSectionSize(60);
-    // Room for "3 uncommitted changes · 1 commit not pushed"; the tooltip has what is cut.
-    header->resizeSection(ProjectTreeModel::stateColumn, 230);
     header->resizeSection(ProjectTreeModel::activityColumn, 100);
-    header->resizeSection(ProjectTreeModel::sizeColumn, 165);
+    header->resizeSection(ProjectTreeModel::sizeColumn, 140);
+    projectView_->installEventFilter(this);
     connect(projectView_->selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &ProjectsView::onProjectRowSelected);
     projectView_->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -289,9 +294,17 @@ QWidget* ProjectsView::makeList() {
     // Names get the room they need; the detail gives way.
     split->setStretchFactor(0, 1);
     split->setStretchFactor(1, 0);
-    split->setSizes({700, 380});
+    split->setSizes({760, 320});
     split->setChildrenCollapsible(false);
     return split;
+}
+
+bool ProjectsView::eventFilter(QObject* watched, QEvent* event) {
+    // A narrow list keeps the name, the git state and the size; the last activity waits for room.
+    if (watched == projectView_ && event->type() == QEvent::Resize)
+        projectView_->header()->setSectionHidden(ProjectTreeModel::activityColumn,
+                                                 projectView_->width() < narrowListWidth);
+    return QWidget::eventFilter(watched, event);
 }
 
 std::unique_ptr<QMenu> ProjectsView::projectMenu(const QModelIndex& index) {

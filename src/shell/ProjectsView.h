@@ -85,6 +85,9 @@ public:
     std::unique_ptr<QMenu> projectMenu(const QModelIndex& index);
     QString statusText() const;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void makeActions();
     void makeToolBar();

@@ -72,7 +72,9 @@ void SimulatorsView::fillInventory() {
     QTreeWidgetItem* runtimes = InventoryWidgets::addHeading(tree_, QStringLiteral("Runtimes"));
     for (const SimulatorRuntime& runtime : model_.runtimes()) {
         auto* row = new QTreeWidgetItem(runtimes);
-        QString name = runtime.displayName() + QStringLiteral(" (") + runtime.build + u')';
+        QString name = runtime.displayName();
+        if (!runtime.build.isEmpty())
+            name += QStringLiteral(" (") + runtime.build + u')';
         if (model_.isCurrentSDK(runtime))
             name += QStringLiteral("  — current Xcode SDK");
         row->setText(nameColumn, name);

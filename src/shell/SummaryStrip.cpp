@@ -169,10 +169,13 @@ QString SummaryStrip::trashText() const {
 
 void SummaryStrip::showTrash() {
     const std::optional<qint64>& bytes = trash_.bytes();
-    trashLine_->setText(bytes ? QStringLiteral("Trash: %1 — the space comes back when you empty "
-                                               "the Trash")
-                                    .arg(formatBytes(*bytes))
-                              : QString());
+    QString line;
+    if (bytes)
+        line = QStringLiteral("Trash: ") + formatBytes(*bytes);
+    // An empty Trash has nothing to give back when it is emptied.
+    if (bytes && *bytes > 0)
+        line += QStringLiteral(" — the space comes back when you empty the Trash");
+    trashLine_->setText(line);
     // One line has no room for it: the strip's tooltip says it then.
     setToolTip(compact_ ? trashLine_->text() : QString());
 }

@@ -12,8 +12,8 @@
 
 namespace corvane::test {
 
-AgentLocations makeAgentHome() {
-    const QString home = makeTempDir(QStringLiteral("home"));
+AgentLocations makeAgentHome(const QString& folder) {
+    const QString home = folder.isEmpty() ? makeTempDir(QStringLiteral("home")) : folder;
     AgentLocations locations(home);
     locations.claudeFolderLedger.url = home + QStringLiteral("/ledger/claude-folder-paths.json");
     locations.macPathRules = false;

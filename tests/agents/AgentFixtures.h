@@ -21,8 +21,9 @@ inline void PrintTo(const QByteArray& bytes, std::ostream* out) {
 
 namespace corvane::test {
 
-// Agent locations under a fresh temporary home, with the ledger beside it.
-AgentLocations makeAgentHome();
+// Agent locations under `home`, or a fresh temporary home when none is given, with the ledger
+// beside it.
+AgentLocations makeAgentHome(const QString& home = {});
 
 // A Claude Code message line with the given working folder, the way Claude Code writes it.
 QByteArray claudeLine(const QString& cwd, const QString& sessionID = QStringLiteral("s"));

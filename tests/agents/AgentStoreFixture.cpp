@@ -127,9 +127,9 @@ AgentStorage::Inputs FakeAgentHome::inputs() const {
     return {locations, [places](const AgentHistoryIndex&) { return places; }};
 }
 
-FakeAgentHome makeFakeAgentHome() {
+FakeAgentHome makeFakeAgentHome(const QString& folder) {
     FakeAgentHome home;
-    home.locations = makeAgentHome();
+    home.locations = makeAgentHome(folder);
     home.work = makeTempDir(QStringLiteral("work"));
     writeClaude(home);
     writeCodex(home);

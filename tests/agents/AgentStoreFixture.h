@@ -37,6 +37,7 @@ struct FakeAgentHome {
     AgentStorage::Inputs inputs() const;
 };
 
-FakeAgentHome makeFakeAgentHome();
+// In `home`, or in a fresh temporary home when none is given.
+FakeAgentHome makeFakeAgentHome(const QString& home = {});
 
 } // namespace corvane::test

@@ -48,10 +48,24 @@ inline void savePicture(const QPixmap& picture, const QString& name) {
     ASSERT_TRUE(picture.save(folder + u'/' + name + QStringLiteral(".png"))) << qPrintable(name);
 }
 
+// Delivers what the window has asked of itself so far: layouts, repaints, deferred deletions.
+// Handling one posted event may post the next (a layout asks for a repaint), so the queue is
+// drained a few rounds; the test has already waited for what it wants to see.
+inline void flushPendingEvents() {
+    for (int round = 0; round < 4; ++round) {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+}
+
 // Saves `widget` as build/screenshots/<name>.png, so every screen a test reaches can be seen.
 inline void saveScreenshot(QWidget& widget, const QString& name) {
-    // Views gather the session's changes for a moment before they show them.
-    QTest::qWait(200);
+    QWidget& window = *widget.window();
+    if (window.isVisible()) {
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&window)) << qPrintable(name);
+    }
+    flushPendingEvents();
     savePicture(widget.grab(), name);
 }
 

@@ -184,8 +184,23 @@ TEST_F(WindowHabitsTest, ASmallWindowTakesOneLineForTheSummaryAndTheLegendWraps)
         EXPECT_LE(height, pages->height()) << index;
     }
     EXPECT_TRUE(strip.bar().toolTip().contains(strip.legendTexts().value(0)));
+    // The sidebar narrows to its longest name, each name whole, and the page takes the rest.
+    const QListWidget& sidebar = *window.sidebar();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return sidebar.width() < MainWindow::sidebarWidth - 40; },
+                                test::patience))
+        << sidebar.width();
+    for (int row = 0; row < sidebar.count(); ++row) {
+        const QRect place = sidebar.visualItemRect(sidebar.item(row));
+        EXPECT_LE(sidebar.fontMetrics().horizontalAdvance(sidebar.item(row)->text()) +
+                      sidebar.iconSize().width(),
+                  place.width())
+            << qPrintable(sidebar.item(row)->text());
+    }
     test::saveScreenshot(window, QStringLiteral("window-small"));
 
     window.resize(1280, 800);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !strip.isCompact(); }, test::patience));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return sidebar.width() >= MainWindow::sidebarWidth - 10; },
+                                test::patience))
+        << sidebar.width();
 }

@@ -123,18 +123,4 @@ SyncedRepo makeSyncedRepo() {
     return synced;
 }
 
-ScopedEnvironment::ScopedEnvironment(const char* name, const QString& value)
-    : name_(name) {
-    if (const char* old = std::getenv(name))
-        previous_ = QByteArray(old);
-    ::setenv(name, QFile::encodeName(value).constData(), 1);
-}
-
-ScopedEnvironment::~ScopedEnvironment() {
-    if (previous_)
-        ::setenv(name_.constData(), previous_->constData(), 1);
-    else
-        ::unsetenv(name_.constData());
-}
-
 } // namespace corvane::test

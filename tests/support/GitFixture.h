@@ -47,19 +47,6 @@ struct SyncedRepo {
 // A repository with one commit on "main", pushed to a bare "origin" that it tracks.
 SyncedRepo makeSyncedRepo();
 
-// Sets an environment variable for one scope and puts the old value back afterwards.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const QString& value);
-    ~ScopedEnvironment();
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    QByteArray name_;
-    std::optional<QByteArray> previous_;
-};
-
 // A machine without developer tools for one scope: docker, xcrun, brew, ollama and flatpak point
 // where nothing is, and the applications folder is empty.
 struct NoDeveloperTools {

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
+#include <optional>
 
 namespace corvane::test {
 
@@ -38,5 +39,18 @@ void writeFile(const QString& path, const QByteArray& contents = {});
 
 // Writes an executable shell script (for stand-ins of tools that cannot run here).
 void writeScript(const QString& path, const QByteArray& body);
+
+// Sets an environment variable for one scope and puts the old value back afterwards.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(const char* name, const QString& value);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    QByteArray name_;
+    std::optional<QByteArray> previous_;
+};
 
 } // namespace corvane::test
