@@ -5,7 +5,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using corvane::OpenFileGuard;
     const QByteArray input = corvane::fuzz::bytes(data, size);
-    for (const qint64 pid : OpenFileGuard::pidsFromLsof(input)) {
+    for (const qint64 pid : OpenFileGuard::pidsFromLsof(input).value_or(QList<qint64>())) {
         if (pid <= 0)
             __builtin_trap();
     }

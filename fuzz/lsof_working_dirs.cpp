@@ -4,7 +4,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using corvane::ProcessInspector;
-    const auto processes = ProcessInspector::parse(corvane::fuzz::bytes(data, size));
+    const auto processes = ProcessInspector::parse(corvane::fuzz::bytes(data, size))
+                               .value_or(QList<ProcessInspector::WorkingProcess>());
     for (const ProcessInspector::WorkingProcess& process : processes) {
         if (process.pid <= 0 || process.cwd.isEmpty())
             __builtin_trap();

@@ -58,7 +58,8 @@ AgentHistoryIndex AgentHistoryIndex::build(const AgentLocations& locations) {
     index.sessions = claude + CodexThreads::read(locations.codexHome, locations.macPathRules);
 
     for (const EditorStorage& storage : locations.editorStorages)
-        index.workspaces += EditorWorkspaces::read(storage, locations.macPathRules);
+        index.workspaces +=
+            EditorWorkspaces::read(storage, locations.macPathRules, &index.problems);
     return index;
 }
 

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 namespace corvane {
@@ -29,6 +30,9 @@ struct AgentHistoryIndex {
 
     QList<AgentSession> sessions;
     QList<AgentWorkspace> workspaces;
+    // The records there that could not be read, one message each, naming the file: what they
+    // hold is missing from the snapshot.
+    QStringList problems;
     // The home folder and path rule the snapshot was built with; queries use them too.
     QString home;
     bool macPathRules = false;

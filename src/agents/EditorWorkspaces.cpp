@@ -2,6 +2,7 @@
 
 #include "agents/AgentPaths.h"
 #include "platform/InputLimits.h"
+#include "platform/JsonFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,12 +14,23 @@
 namespace corvane::EditorWorkspaces {
 namespace {
 
-std::optional<QString> folderURLIn(const QString& workspaceFile) {
+std::optional<QString> folderURLIn(const QString& workspaceFile, QStringList* problems) {
+    const auto refuse = [&](const QString& why) -> std::optional<QString> {
+        if (problems)
+            problems->append(InputLimits::refusal(workspaceFile, why));
+        return std::nullopt;
+    };
+    // A storage folder of a window without a folder has no "workspace.json" at all.
+    if (!QFileInfo::exists(workspaceFile))
+        return std::nullopt;
     const InputLimits::FileRead file =
         InputLimits::readFile(workspaceFile, InputLimits::smallFileBytes);
     if (!file.bytes)
-        return std::nullopt;
-    const QJsonDocument document = QJsonDocument::fromJson(*file.bytes);
+        return refuse(file.problem);
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(*file.bytes, &error);
+    if (error.error != QJsonParseError::NoError)
+        return refuse(JsonFile::parseProblem(error));
     const QJsonValue folder = document.object().value(QStringLiteral("folder"));
     if (!folder.isString())
         return std::nullopt;
@@ -49,7 +61,7 @@ std::optional<QString> localFolder(const QString& folderURL) {
     return path;
 }
 
-QList<AgentWorkspace> read(const EditorStorage& storage, bool macPathRules) {
+QList<AgentWorkspace> read(const EditorStorage& storage, bool macPathRules, QStringList* problems) {
     QList<AgentWorkspace> workspaces;
     const QDir root(storage.url);
     const QStringList folders =
@@ -57,7 +69,7 @@ QList<AgentWorkspace> read(const EditorStorage& storage, bool macPathRules) {
     for (const QString& name : folders) {
         const QDir folder(root.filePath(name));
         const std::optional<QString> url =
-            folderURLIn(folder.filePath(QStringLiteral("workspace.json")));
+            folderURLIn(folder.filePath(QStringLiteral("workspace.json")), problems);
         const std::optional<QString> path = url ? localFolder(*url) : std::nullopt;
         if (!path)
             continue;

@@ -108,6 +108,23 @@ std::optional<BundleInfo> AppBundle::parseInfo(const QByteArray& raw) {
                       stringValue(root.get(), "CFBundleShortVersionString")};
 }
 
+std::optional<BundleInfo> AppBundle::readInfo(const QString& plistPath, QString* problem) {
+    const auto refuse = [&](const QString& why) -> std::optional<BundleInfo> {
+        if (problem)
+            *problem = InputLimits::refusal(plistPath, why);
+        return std::nullopt;
+    };
+    // An Info.plist holds some kilobytes, the largest some hundred; a larger file is no app's.
+    const InputLimits::FileRead file =
+        InputLimits::readFile(plistPath, InputLimits::smallFileBytes);
+    if (!file.bytes)
+        return refuse(file.problem);
+    std::optional<BundleInfo> info = parseInfo(*file.bytes);
+    if (!info)
+        return refuse(QStringLiteral("it is not a property list of an app"));
+    return info;
+}
+
 AppSource AppBundle::sourceOf(const QString& bundlePath, const std::optional<QString>& identifier,
                               const CaskMap& casks, std::optional<QString>* caskToken) {
     if ((identifier && identifier->startsWith(QStringLiteral("com.apple."), Qt::CaseInsensitive)) ||
@@ -126,14 +143,12 @@ AppSource AppBundle::sourceOf(const QString& bundlePath, const std::optional<QSt
     return AppSource::other;
 }
 
-std::optional<InstalledApp> AppBundle::read(const QString& bundlePath, const CaskMap& casks) {
+std::optional<InstalledApp> AppBundle::read(const QString& bundlePath, const CaskMap& casks,
+                                            QString* problem) {
     const std::optional<QString> plistPath = infoPlistPath(bundlePath);
     if (!plistPath)
         return std::nullopt;
-    const InputLimits::FileRead file = InputLimits::readFile(*plistPath);
-    if (!file.bytes)
-        return std::nullopt;
-    const std::optional<BundleInfo> info = parseInfo(*file.bytes);
+    const std::optional<BundleInfo> info = readInfo(*plistPath, problem);
     if (!info)
         return std::nullopt;
 

@@ -26,6 +26,9 @@ struct AppBundle {
     // Parses a property list in XML or binary form; absent when it is not a dictionary.
     // Values of the wrong type count as missing.
     static std::optional<BundleInfo> parseInfo(const QByteArray& contents);
+    // The Info.plist at `plistPath` read and parsed; absent when it cannot be, and `problem` then
+    // says why, naming the file: "Could not read …/Info.plist: it is larger than 1 MB, …".
+    static std::optional<BundleInfo> readInfo(const QString& plistPath, QString* problem = nullptr);
 
     // Where the app came from, the first rule that fits: apple (identifier "com.apple." or a
     // bundle under "/System"), appStore ("Contents/_MASReceipt"), homebrew (a cask's record says
@@ -36,8 +39,10 @@ struct AppBundle {
                               const CaskMap& casks, std::optional<QString>* caskToken = nullptr);
 
     // The app's fields, without sizes, data, team or last use; absent when the bundle has no
-    // readable Info.plist.
-    static std::optional<InstalledApp> read(const QString& bundlePath, const CaskMap& casks = {});
+    // readable Info.plist. When it has one that cannot be read (too large, not a property list,
+    // no permission), `problem` says so, naming the file.
+    static std::optional<InstalledApp> read(const QString& bundlePath, const CaskMap& casks = {},
+                                            QString* problem = nullptr);
 };
 
 } // namespace corvane

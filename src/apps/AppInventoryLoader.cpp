@@ -104,9 +104,13 @@ AppInventory AppInventoryLoader::load(const CaskMap& casks, const CancellationTo
 
     for (const QString& bundle : bundles) {
         cancellation.throwIfCancelled();
-        std::optional<InstalledApp> app = AppBundle::read(bundle, casks);
-        if (!app)
+        QString problem;
+        std::optional<InstalledApp> app = AppBundle::read(bundle, casks, &problem);
+        if (!app) {
+            if (!problem.isEmpty())
+                inventory.errors.append(problem);
             continue;
+        }
         app->teamIdentifier = AppSignature::teamIdentifier(bundle);
         app->lastUsedAt = AppSignature::lastUsedAt(bundle);
         app->sizeBytes = SizeCalculator::size(bundle, cancellation);

@@ -1,5 +1,6 @@
 #include "apps/BrewService.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "platform/PlatformWords.h"
@@ -22,9 +23,18 @@ QJsonObject parseObject(const QByteArray& json, const char* command) {
     return document.object();
 }
 
-void appendOutdated(QList<BrewOutdatedItem>& items, const QJsonValue& list,
+// The entries of one list of brew's answer; more than InputLimits allows refuse the answer whole.
+QJsonArray entries(const QJsonObject& root, const char* key, const char* command) {
+    const QJsonArray list = root.value(QLatin1String(key)).toArray();
+    if (const std::optional<QString> problem = InputLimits::tooManyRecords(list.size()))
+        throw BrewError::failed(
+            InputLimits::refusal(QStringLiteral("brew %1").arg(QLatin1String(command)), *problem));
+    return list;
+}
+
+void appendOutdated(QList<BrewOutdatedItem>& items, const QJsonArray& list,
                     BrewOutdatedItem::Kind kind) {
-    for (const QJsonValue& value : list.toArray()) {
+    for (const QJsonValue& value : list) {
         const QJsonObject entry = value.toObject();
         BrewOutdatedItem item;
         item.kind = kind;
@@ -144,15 +154,15 @@ QString BrewService::upgradePasswordText(const BrewOutdatedItem& item) {
 QList<BrewOutdatedItem> BrewService::parseOutdated(const QByteArray& json) {
     const QJsonObject root = parseObject(json, "outdated");
     QList<BrewOutdatedItem> items;
-    appendOutdated(items, root.value(QLatin1String("formulae")), BrewOutdatedItem::Kind::formula);
-    appendOutdated(items, root.value(QLatin1String("casks")), BrewOutdatedItem::Kind::cask);
+    appendOutdated(items, entries(root, "formulae", "outdated"), BrewOutdatedItem::Kind::formula);
+    appendOutdated(items, entries(root, "casks", "outdated"), BrewOutdatedItem::Kind::cask);
     return items;
 }
 
 CaskMap BrewService::parseInstalledCaskApps(const QByteArray& json, const QString& appDir) {
     const QJsonObject root = parseObject(json, "info");
     CaskMap apps;
-    for (const QJsonValue& value : root.value(QLatin1String("casks")).toArray()) {
+    for (const QJsonValue& value : entries(root, "casks", "info")) {
         const QJsonObject cask = value.toObject();
         const QString token = cask.value(QLatin1String("token")).toString();
         if (token.isEmpty())

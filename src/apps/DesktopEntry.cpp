@@ -1,6 +1,7 @@
 #include "apps/DesktopEntry.h"
 
-#include <QFile>
+#include "platform/InputLimits.h"
+
 #include <QHash>
 #include <QStringList>
 
@@ -133,12 +134,16 @@ std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray& text, const QS
     return entry;
 }
 
-std::optional<DesktopEntry> DesktopEntry::read(const QString& path, const QString& id) {
-    QFile file(path);
+std::optional<DesktopEntry> DesktopEntry::read(const QString& path, const QString& id,
+                                               QString* problem) {
     // Desktop entries are a few kilobytes; a large file is not one.
-    if (!file.open(QIODevice::ReadOnly) || file.size() > 1024 * 1024)
+    const InputLimits::FileRead file = InputLimits::readFile(path, InputLimits::smallFileBytes);
+    if (!file.bytes) {
+        if (problem)
+            *problem = InputLimits::refusal(path, file.problem);
         return std::nullopt;
-    return parse(file.readAll(), path, id);
+    }
+    return parse(*file.bytes, path, id);
 }
 
 } // namespace corvane

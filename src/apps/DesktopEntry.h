@@ -35,7 +35,10 @@ struct DesktopEntry {
     // or no Name (a Hidden entry is read whatever else it lacks).
     static std::optional<DesktopEntry> parse(const QByteArray& text, const QString& path,
                                              const QString& id);
-    static std::optional<DesktopEntry> read(const QString& path, const QString& id);
+    // Also nothing when the file cannot be read or is over InputLimits::smallFileBytes; then
+    // `problem` says why, naming the file.
+    static std::optional<DesktopEntry> read(const QString& path, const QString& id,
+                                            QString* problem = nullptr);
     // Exec's program: the first word, quotes and backslash escapes removed, after `env` and its
     // assignments.
     static QString programOf(const QString& exec);

@@ -1,5 +1,6 @@
 #include "apps/FlatpakApps.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 
 #include <QDir>
@@ -29,6 +30,18 @@ namespace {
 bool isHeading(const QString& firstColumn) {
     return firstColumn == QLatin1String("Application ID") ||
            firstColumn == QLatin1String("Application");
+}
+
+// The lines of flatpak's output, or the refusal of output over the limits.
+std::variant<QStringList, QString> linesOf(const QByteArray& output, const QString& command) {
+    const InputLimits::Records lines = InputLimits::split(output);
+    if (!lines.records)
+        return InputLimits::refusal(QStringLiteral("flatpak ") + command, lines.problem);
+    QStringList texts;
+    texts.reserve(lines.records->size());
+    for (const QByteArray& line : *lines.records)
+        texts.append(QString::fromUtf8(line));
+    return texts;
 }
 
 QString unreadableLine(const QString& command, const QString& line) {
@@ -62,8 +75,10 @@ std::variant<QByteArray, QString> runFlatpak(const ProcessRunner& runner,
 
 FlatpakListing FlatpakApps::parse(const QByteArray& output) {
     FlatpakListing listing;
-    const QStringList lines = QString::fromUtf8(output).split(QLatin1Char('\n'));
-    for (const QString& line : lines) {
+    const auto lines = linesOf(output, QStringLiteral("list"));
+    if (const QString* refused = std::get_if<QString>(&lines))
+        return {{}, *refused};
+    for (const QString& line : std::get<QStringList>(lines)) {
         if (line.trimmed().isEmpty())
             continue;
         const QStringList columns = line.split(QLatin1Char('\t'));
@@ -103,8 +118,10 @@ FlatpakListing FlatpakApps::running(const ProcessRunner& runner,
     if (const QString* error = std::get_if<QString>(&output))
         return {{}, *error};
     FlatpakListing listing;
-    const QStringList lines = QString::fromUtf8(std::get<QByteArray>(output)).split(u'\n');
-    for (const QString& line : lines) {
+    const auto lines = linesOf(std::get<QByteArray>(output), QStringLiteral("ps"));
+    if (const QString* refused = std::get_if<QString>(&lines))
+        return {{}, *refused};
+    for (const QString& line : std::get<QStringList>(lines)) {
         const QString id = line.trimmed();
         if (id.isEmpty() || (listing.apps.isEmpty() && isHeading(id)))
             continue;

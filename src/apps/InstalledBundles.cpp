@@ -2,7 +2,6 @@
 
 #include "apps/AppBundle.h"
 #include "apps/AppFinder.h"
-#include "platform/InputLimits.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -15,10 +14,7 @@ std::optional<QString> identifierOf(const QString& bundle) {
     const std::optional<QString> plist = AppBundle::infoPlistPath(bundle);
     if (!plist)
         return std::nullopt;
-    const InputLimits::FileRead file = InputLimits::readFile(*plist);
-    if (!file.bytes)
-        return std::nullopt;
-    const std::optional<BundleInfo> info = AppBundle::parseInfo(*file.bytes);
+    const std::optional<BundleInfo> info = AppBundle::readInfo(*plist);
     return info ? info->identifier : std::nullopt;
 }
 

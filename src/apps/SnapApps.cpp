@@ -1,5 +1,6 @@
 #include "apps/SnapApps.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 
 #include <QDir>
@@ -46,9 +47,12 @@ bool listsSnap(const QByteArray& output, const QString& name) {
 
 SnapListing SnapApps::parse(const QByteArray& output) {
     SnapListing listing;
-    const QStringList lines = QString::fromUtf8(output).split(u'\n');
+    const InputLimits::Records lines = InputLimits::split(output);
+    if (!lines.records)
+        return {{}, InputLimits::refusal(QStringLiteral("snap list"), lines.problem)};
     bool headingSeen = false;
-    for (const QString& line : lines) {
+    for (const QByteArray& raw : *lines.records) {
+        const QString line = QString::fromUtf8(raw);
         const QStringList columns = line.simplified().split(u' ', Qt::SkipEmptyParts);
         if (columns.isEmpty())
             continue;

@@ -1,5 +1,7 @@
 #include "archive/RemoteTree.h"
 
+#include "platform/InputLimits.h"
+
 #include <QList>
 #include <algorithm>
 #include <vector>
@@ -19,9 +21,14 @@ QByteArray withoutDotSlash(const QByteArray& path) {
 
 // Reads the digest lines: "<hex>  <name>", or "\<hex>  <escaped name>" for a name that holds a
 // newline or a backslash. Only the digest is taken; the order is that of the sorted list.
-std::optional<std::vector<QByteArray>> digestsIn(const QByteArray& text) {
+std::optional<std::vector<QByteArray>> digestsIn(const QByteArray& text, QString& problem) {
+    const InputLimits::Records lines = InputLimits::split(text);
+    if (!lines.records) {
+        problem = lines.problem;
+        return std::nullopt;
+    }
     std::vector<QByteArray> digests;
-    for (const QByteArray& line : text.split('\n')) {
+    for (const QByteArray& line : *lines.records) {
         if (line.isEmpty())
             continue;
         QByteArray hex = line.startsWith('\\') ? line.mid(1) : line;
@@ -72,13 +79,22 @@ QString RemoteTree::manifestCommand(const RemoteTools& tools) {
            tools.digestCommand + QStringLiteral(" --");
 }
 
-std::optional<TreeManifest> RemoteTree::parseManifest(const QByteArray& output) {
+std::optional<TreeManifest> RemoteTree::parseManifest(const QByteArray& output, QString* problem) {
+    // Set when the answer is over a limit; any other answer that is not a manifest has none.
+    std::optional<QString> refused;
+    const auto refuse = [&]() -> std::optional<TreeManifest> {
+        if (problem && refused)
+            *problem = *refused;
+        return std::nullopt;
+    };
     TreeManifest manifest;
     std::vector<QByteArray> files;
     qsizetype at = 0;
     auto field = [&](QByteArray& into) {
         const qsizetype end = output.indexOf('\0', at);
         if (end < 0)
+            return false;
+        if ((refused = InputLimits::tooLong(end - at)))
             return false;
         into = output.mid(at, end - at);
         at = end + 1;
@@ -92,7 +108,7 @@ std::optional<TreeManifest> RemoteTree::parseManifest(const QByteArray& output) 
             break;
         }
         if (!field(path))
-            return std::nullopt;
+            return refuse();
         path = withoutDotSlash(path);
         // find names every entry, the top as "."; an empty name is no entry of the tree.
         if (path.isEmpty())
@@ -100,6 +116,8 @@ std::optional<TreeManifest> RemoteTree::parseManifest(const QByteArray& output) 
         if (path == ".")
             continue;
         TreeEntry& entry = manifest.entries[path];
+        if ((refused = InputLimits::tooManyRecords(qsizetype(manifest.entries.size()))))
+            return refuse();
         switch (kind) {
         case 'd':
             entry.kind = TreeEntry::Kind::folder;
@@ -114,16 +132,19 @@ std::optional<TreeManifest> RemoteTree::parseManifest(const QByteArray& output) 
         case 'l':
             entry.kind = TreeEntry::Kind::link;
             if (!field(entry.linkTarget))
-                return std::nullopt;
+                return refuse();
             break;
         default:
             return std::nullopt;
         }
     }
-    const std::optional<std::vector<QByteArray>> digests = digestsIn(output.mid(at));
+    QString digestProblem;
+    const std::optional<std::vector<QByteArray>> digests = digestsIn(output.mid(at), digestProblem);
+    if (!digestProblem.isEmpty())
+        refused = digestProblem;
     // With no files, xargs still runs the tool once, on its empty input.
     if (!digests || (!files.empty() && digests->size() != files.size()))
-        return std::nullopt;
+        return refuse();
     std::sort(files.begin(), files.end());
     for (size_t index = 0; index < files.size(); ++index)
         manifest.entries[files[index]].digest = (*digests)[index];

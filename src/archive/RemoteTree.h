@@ -37,8 +37,11 @@ struct RemoteTree {
     // with its kind, every link's target and the digest of every regular file; the marker at the
     // top is left out.
     static QString manifestCommand(const RemoteTools& tools);
-    // The manifest the command printed, or nothing when the answer is not one.
-    static std::optional<TreeManifest> parseManifest(const QByteArray& output);
+    // The manifest the command printed, or nothing when the answer is not one. An answer over a
+    // limit of InputLimits (a name, a digest line, the number of entries) is refused as a whole,
+    // and then `problem` says which.
+    static std::optional<TreeManifest> parseManifest(const QByteArray& output,
+                                                     QString* problem = nullptr);
 
     // Shell text run in the copy's folder that prints the number of regular files, the sum of
     // their sizes and the number of top-level entries, one per line, the marker left out.

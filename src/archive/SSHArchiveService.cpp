@@ -3,6 +3,7 @@
 #include "archive/RemoteTree.h"
 #include "archive/SshLogin.h"
 #include "archive/TreeManifest.h"
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "platform/PlatformWords.h"
@@ -178,9 +179,13 @@ struct Server {
                    cancellation, problem);
         if (!output)
             return std::nullopt;
-        std::optional<TreeManifest> manifest = RemoteTree::parseManifest(*output);
+        QString refused;
+        std::optional<TreeManifest> manifest = RemoteTree::parseManifest(*output, &refused);
         if (!manifest)
-            problem = text("unexpected answer from the server");
+            problem = refused.isEmpty()
+                          ? text("unexpected answer from the server")
+                          : InputLimits::refusal(text("the server's listing of ") + remoteFolder,
+                                                 refused);
         return manifest;
     }
 

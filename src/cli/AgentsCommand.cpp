@@ -76,7 +76,16 @@ void printActivities(QTextStream& out, const QList<AgentActivity>& activities) {
     }
 }
 
-void run(const AgentsOptions& options) {
+// Each record that could not be read, on the error stream (which leaves the JSON whole): the
+// history shown lacks what it holds.
+int reportProblems(const AgentsModel& model) {
+    QTextStream err(stderr);
+    for (const QString& problem : model.index().problems)
+        err << problem << '\n';
+    return model.index().problems.isEmpty() ? exitOk : exitSomeFailed;
+}
+
+int run(const AgentsOptions& options) {
     QTextStream out(stdout);
     ToastCenter toasts;
     AgentsModel model(toasts);
@@ -96,13 +105,14 @@ void run(const AgentsOptions& options) {
         const QList<AgentActivity> activities = model.activities(folder);
         if (options.json) {
             out << QJsonDocument(folderJson(folder, activities)).toJson();
-            return;
+            return reportProblems(model);
         }
         out << "Agent history for " << folder << '\n';
         if (activities.isEmpty())
             out << "  none\n";
         printActivities(out, activities);
-        return;
+        out.flush();
+        return reportProblems(model);
     }
     const QMap<QString, QList<AgentActivity>> folders = model.historyByFolder();
     if (options.json) {
@@ -110,7 +120,8 @@ void run(const AgentsOptions& options) {
         for (auto entry = folders.begin(); entry != folders.end(); ++entry)
             list.append(folderJson(entry.key(), entry.value()));
         out << QJsonDocument(QJsonObject{{QStringLiteral("folders"), list}}).toJson();
-        return;
+        out.flush();
+        return reportProblems(model);
     }
     if (folders.isEmpty())
         out << "No agent history found.\n";
@@ -118,6 +129,8 @@ void run(const AgentsOptions& options) {
         out << entry.key() << '\n';
         printActivities(out, entry.value());
     }
+    out.flush();
+    return reportProblems(model);
 }
 
 } // namespace
@@ -133,8 +146,7 @@ void defineAgentsCommand(CLI::App& command, int& status) {
     command.callback([&command, options, &status] {
         if (command.get_subcommands().size() > 0)
             return;
-        run(*options);
-        status = exitOk;
+        status = run(*options);
     });
 }
 

@@ -461,6 +461,8 @@ int runAndroid(bool json, Console& console) {
     AndroidModel model(toasts);
     load(model);
     const AndroidInventory& inventory = model.inventory();
+    // A file that could not be read leaves the listing short of what it would say.
+    const int status = inventory.problems.isEmpty() ? exitOk : exitSomeFailed;
     if (json) {
         QJsonArray components;
         for (const AndroidComponent& component : inventory.components)
@@ -487,8 +489,10 @@ int runAndroid(bool json, Console& console) {
                                     {QStringLiteral("removalBlockedReason"),
                                      orNull(model.removalBlockedReason(avd.url))}});
         printJson(console,
-                  {{QStringLiteral("components"), components}, {QStringLiteral("avds"), avds}});
-        return exitOk;
+                  {{QStringLiteral("components"), components},
+                   {QStringLiteral("avds"), avds},
+                   {QStringLiteral("problems"), QJsonArray::fromStringList(inventory.problems)}});
+        return status;
     }
     if (inventory.components.isEmpty() && inventory.avds.isEmpty())
         console.out << "No Android SDK packages or emulators found.\n";
@@ -507,7 +511,9 @@ int runAndroid(bool json, Console& console) {
             console.out << "    " << *reason << '\n';
     }
     console.out << Qt::flush;
-    return exitOk;
+    for (const QString& problem : inventory.problems)
+        console.err << problem << '\n';
+    return status;
 }
 
 int runAndroidRemove(const QStringList& items, const ChangeFlags& flags, Console& console) {
@@ -564,6 +570,8 @@ int runModels(bool json, Console& console) {
     ToastCenter toasts;
     AIModelsModel model(toasts);
     load(model);
+    // A store or manifest that could not be read leaves the listing short, and says so.
+    const int status = model.problems().isEmpty() ? exitOk : exitSomeFailed;
     if (json) {
         QJsonArray models;
         for (const AIModel& item : model.models())
@@ -579,9 +587,11 @@ int runModels(bool json, Console& console) {
                             {QStringLiteral("modifiedAt"), isoDateOrNull(item.modifiedAt)},
                             {QStringLiteral("isIncomplete"), item.isIncomplete},
                             {QStringLiteral("openBy"), orNull(model.openBy(item.id))}});
-        printJson(console, {{QStringLiteral("models"), models},
-                            {QStringLiteral("isOllamaRunning"), model.isOllamaRunning()}});
-        return exitOk;
+        printJson(console,
+                  {{QStringLiteral("models"), models},
+                   {QStringLiteral("isOllamaRunning"), model.isOllamaRunning()},
+                   {QStringLiteral("problems"), QJsonArray::fromStringList(model.problems())}});
+        return status;
     }
     if (model.models().isEmpty())
         console.out << AIModelsModel::emptyText << '\n';
@@ -598,7 +608,9 @@ int runModels(bool json, Console& console) {
         console.out << '\n';
     }
     console.out << Qt::flush;
-    return exitOk;
+    for (const QString& problem : model.problems())
+        console.err << problem << '\n';
+    return status;
 }
 
 int runModelsRemove(const QStringList& ids, const ChangeFlags& flags, Console& console) {

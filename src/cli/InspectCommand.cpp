@@ -52,6 +52,8 @@ void writeGitLines(QTextStream& out, const InspectReport& report) {
     const GitDetails& details = report.details;
     out << "Repository:   " << report.workingTree.value_or(QStringLiteral("none")) << '\n';
     out << "Git:          " << ScanWording::gitDetailsWords(details) << '\n';
+    if (details.problem)
+        out << "              " << *details.problem << '\n';
     if (details.status.kind() == GitStatus::Case::notARepo)
         return;
     out << "Branch:       " << details.branch.value_or(QStringLiteral("none (detached HEAD)"))

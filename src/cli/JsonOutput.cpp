@@ -45,6 +45,8 @@ QJsonObject gitDetailsJson(const GitDetails& details) {
         changes.append(QJsonObject{{QStringLiteral("path"), change.path},
                                    {QStringLiteral("kind"), rawValue(change.kind)}});
     object.insert(QStringLiteral("changes"), changes);
+    if (details.problem)
+        object.insert(QStringLiteral("problem"), *details.problem);
     return object;
 }
 

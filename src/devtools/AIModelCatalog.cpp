@@ -44,8 +44,12 @@ std::optional<QString> existingFolder(const QString& path) {
     return QDir::cleanPath(path);
 }
 
-std::optional<QString> downloadsFolderIn(const QString& settingsPath, const QString& home) {
-    const std::optional<QJsonValue> settings = JsonFile::read(settingsPath);
+std::optional<QString> downloadsFolderIn(const QString& settingsPath, const QString& home,
+                                         QStringList* problems) {
+    QString problem;
+    const std::optional<QJsonValue> settings = JsonFile::read(settingsPath, &problem);
+    if (!problem.isEmpty() && problems)
+        problems->append(problem);
     if (!settings || !settings->isObject())
         return std::nullopt;
     const QString folder = settings->toObject().value(QStringLiteral("downloadsFolder")).toString();
@@ -88,8 +92,11 @@ bool isDigest(const QString& digest) {
     });
 }
 
-std::optional<QStringList> manifestDigestsAt(const QString& path) {
+// A file that is no manifest is passed over; one that cannot be read is added to `problems`.
+std::optional<QStringList> manifestDigestsAt(const QString& path, QStringList* problems = nullptr) {
     const InputLimits::FileRead file = InputLimits::readFile(path);
+    if (!file.bytes && problems)
+        problems->append(InputLimits::refusal(path, file.problem));
     return file.bytes ? manifestDigests(*file.bytes) : std::nullopt;
 }
 
@@ -127,8 +134,9 @@ std::optional<QStringList> manifestDigests(const QByteArray& manifest) {
     return digests;
 }
 
-std::optional<QString> lmStudioModelsFolder(const QString& home) {
-    if (auto folder = downloadsFolderIn(home + QStringLiteral("/.lmstudio/settings.json"), home))
+std::optional<QString> lmStudioModelsFolder(const QString& home, QStringList* problems) {
+    if (auto folder =
+            downloadsFolderIn(home + QStringLiteral("/.lmstudio/settings.json"), home, problems))
         return existingFolder(*folder);
     const QString pointerPath = home + QStringLiteral("/.lmstudio-home-pointer");
     const InputLimits::FileRead pointer =
@@ -137,7 +145,8 @@ std::optional<QString> lmStudioModelsFolder(const QString& home) {
         const QString firstLine = QString::fromUtf8(*pointer.bytes).section(u'\n', 0, 0);
         const QString lmHome = expandHome(firstLine.trimmed(), home);
         if (!lmHome.isEmpty()) {
-            if (auto folder = downloadsFolderIn(lmHome + QStringLiteral("/settings.json"), home))
+            if (auto folder =
+                    downloadsFolderIn(lmHome + QStringLiteral("/settings.json"), home, problems))
                 return existingFolder(*folder);
             return existingFolder(lmHome + QStringLiteral("/models"));
         }
@@ -168,9 +177,9 @@ QString huggingFaceHubFolder(const QString& home) {
     return home + QStringLiteral("/.cache/huggingface/hub");
 }
 
-Stores locateStores(const QString& home) {
+Stores locateStores(const QString& home, QStringList* problems) {
     Stores stores;
-    stores.lmStudio = lmStudioModelsFolder(home);
+    stores.lmStudio = lmStudioModelsFolder(home, problems);
     if (auto ollama = existingFolder(ollamaModelsFolder(home)))
         stores.ollama.append({*ollama, false});
     if (!Locations::isMac()) {
@@ -283,7 +292,8 @@ QList<AIModel> listLMStudio(const QString& modelsFolder, const CancellationToken
     return models;
 }
 
-QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation) {
+QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation,
+                          QStringList* problems) {
     struct Manifest {
         QString path;
         QString name;
@@ -301,7 +311,7 @@ QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& can
                 for (const QString& tag : QDir(modelFolder).entryList(QDir::Files | QDir::Hidden)) {
                     cancellation.throwIfCancelled();
                     const QString path = modelFolder + u'/' + tag;
-                    if (auto digests = manifestDigestsAt(path))
+                    if (auto digests = manifestDigestsAt(path, problems))
                         manifests.append({path, ollamaDisplayName(host, nameSpace, model, tag),
                                           nameSpace, *digests});
                 }
@@ -395,12 +405,13 @@ QList<AIModel> listHuggingFace(const QString& hubFolder, const CancellationToken
     return models;
 }
 
-QList<AIModel> list(const Stores& stores, const CancellationToken& cancellation) {
+QList<AIModel> list(const Stores& stores, const CancellationToken& cancellation,
+                    QStringList* problems) {
     QList<AIModel> models;
     if (stores.lmStudio)
         models += listLMStudio(*stores.lmStudio, cancellation);
     for (const OllamaStore& store : stores.ollama)
-        models += listOllama(store, cancellation);
+        models += listOllama(store, cancellation, problems);
     if (stores.huggingFace)
         models += listHuggingFace(*stores.huggingFace, cancellation);
     std::sort(models.begin(), models.end(), lessThan);

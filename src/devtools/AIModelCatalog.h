@@ -62,13 +62,15 @@ struct Stores {
 
 // LM Studio's models folder: a "downloadsFolder" from ".lmstudio/settings.json", then from the
 // settings of the home ".lmstudio-home-pointer" names, then that home's "models", then
-// ".lmstudio/models". Only an existing folder is returned.
-std::optional<QString> lmStudioModelsFolder(const QString& home);
+// ".lmstudio/models". Only an existing folder is returned. A settings file that is there but
+// cannot be read is added to `problems`.
+std::optional<QString> lmStudioModelsFolder(const QString& home, QStringList* problems = nullptr);
 // OLLAMA_MODELS (trimmed of spaces and quotes) or ".ollama/models"; may not exist.
 QString ollamaModelsFolder(const QString& home);
 // HF_HUB_CACHE, else HF_HOME + "hub", else ".cache/huggingface/hub"; may not exist.
 QString huggingFaceHubFolder(const QString& home);
-Stores locateStores(const QString& home);
+// Settings that are there but cannot be read are added to `problems`, one message each.
+Stores locateStores(const QString& home, QStringList* problems = nullptr);
 
 // "GGUF" when any file is a gguf; else "MLX" for ".mlx" weights, or for safetensors when the
 // folder's name says mlx; otherwise "safetensors" with safetensors, and nothing without weights.
@@ -92,10 +94,14 @@ QString ollamaDisplayName(const QString& host, const QString& nameSpace, const Q
 std::optional<QStringList> manifestDigests(const QByteArray& manifest);
 
 QList<AIModel> listLMStudio(const QString& modelsFolder, const CancellationToken& cancellation);
-QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation);
+// A manifest that cannot be read (or is over InputLimits::fileBytes) is added to `problems`.
+QList<AIModel> listOllama(const OllamaStore& store, const CancellationToken& cancellation,
+                          QStringList* problems = nullptr);
 QList<AIModel> listHuggingFace(const QString& hubFolder, const CancellationToken& cancellation);
-// Every model of every store, by source, then name.
-QList<AIModel> list(const Stores& stores, const CancellationToken& cancellation = {});
+// Every model of every store, by source, then name; what could not be read is added to
+// `problems`, one message each.
+QList<AIModel> list(const Stores& stores, const CancellationToken& cancellation = {},
+                    QStringList* problems = nullptr);
 
 // The files and folders an app would hold open while using the model.
 QStringList filesInUse(const AIModel& model);

@@ -78,8 +78,9 @@ void AIModelsModel::startLoading() {
     startJob(JobKind::load, [this, &runner = runner_](const CancellationToken& cancellation,
                                                       const MainThreadPost& post) {
         Loaded loaded;
-        const AIModelCatalog::Stores stores = AIModelCatalog::locateStores(Locations::homeDir());
-        loaded.models = AIModelCatalog::list(stores, cancellation);
+        const AIModelCatalog::Stores stores =
+            AIModelCatalog::locateStores(Locations::homeDir(), &loaded.problems);
+        loaded.models = AIModelCatalog::list(stores, cancellation, &loaded.problems);
         loaded.isOllamaInstalled = AIModelCatalog::ollamaPath().has_value();
         loaded.isOllamaRunning = loaded.isOllamaInstalled && answers(runner, cancellation);
         for (const AIModel& model : loaded.models) {
@@ -98,6 +99,7 @@ void AIModelsModel::startLoading() {
 
 void AIModelsModel::applyLoad(const Loaded& loaded) {
     models_ = loaded.models;
+    problems_ = loaded.problems;
     openBy_ = loaded.openBy;
     emit modelsChanged();
     if (isOllamaInstalled_ != loaded.isOllamaInstalled ||

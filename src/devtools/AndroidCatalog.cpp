@@ -82,9 +82,9 @@ QString withVersion(const QString& name, const std::optional<QString>& version) 
     return version ? name + u' ' + *version : name;
 }
 
-AndroidComponent component(AndroidComponentKind kind, const QString& url) {
+AndroidComponent component(AndroidComponentKind kind, const QString& url, QStringList& problems) {
     const QString propertiesPath = Paths::joined(url, QStringLiteral("source.properties"));
-    const Properties properties = AndroidProperties::read(propertiesPath);
+    const Properties properties = AndroidProperties::read(propertiesPath, &problems);
     AndroidComponent item;
     item.kind = kind;
     item.url = url;
@@ -166,16 +166,16 @@ bool naturalLess(const QString& a, const QString& b) {
     return a.size() - i < b.size() - j;
 }
 
-QList<AndroidComponent> listComponents(const QString& sdk) {
+QList<AndroidComponent> listComponents(const QString& sdk, QStringList& problems) {
     QList<AndroidComponent> found;
     auto addEach = [&](AndroidComponentKind kind, const QStringList& urls) {
         for (const QString& url : urls)
-            found.append(component(kind, url));
+            found.append(component(kind, url, problems));
     };
     auto addOne = [&](AndroidComponentKind kind, const char* name) {
         const QString url = Paths::joined(sdk, QString::fromLatin1(name));
         if (isRealFolder(url))
-            found.append(component(kind, url));
+            found.append(component(kind, url, problems));
     };
     // system-images/android-<API>/<tag>/<abi>
     for (const QString& api : subfolders(Paths::joined(sdk, QStringLiteral("system-images")))) {
@@ -229,14 +229,14 @@ std::optional<QDateTime> lastUsed(const QString& folder) {
     return latest.isValid() ? std::optional(latest) : std::nullopt;
 }
 
-QList<AndroidAVD> listAVDs(const QString& sdk) {
+QList<AndroidAVD> listAVDs(const QString& sdk, QStringList& problems) {
     QList<AndroidAVD> found;
     const QString home = avdHome();
     const QFileInfoList registrations = QDir(home).entryInfoList(
         {QStringLiteral("*.ini")}, QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Name);
     for (const QFileInfo& registrationFile : registrations) {
         const Properties registration =
-            AndroidProperties::read(registrationFile.absoluteFilePath());
+            AndroidProperties::read(registrationFile.absoluteFilePath(), &problems);
         const std::optional<QString> folder = registeredFolder(registration);
         if (!folder)
             continue;
@@ -245,8 +245,8 @@ QList<AndroidAVD> listAVDs(const QString& sdk) {
         avd.url = *folder;
         avd.iniURL = Paths::joined(home, registrationFile.fileName());
         avd.isRemovable = isRealFolder(avd.url);
-        const Properties config =
-            AndroidProperties::read(Paths::joined(avd.url, QStringLiteral("config.ini")));
+        const Properties config = AndroidProperties::read(
+            Paths::joined(avd.url, QStringLiteral("config.ini")), &problems);
         avd.deviceName = value(config, "hw.device.name");
         avd.target = value(config, "target");
         if (!avd.target)
@@ -266,8 +266,8 @@ QList<AndroidAVD> listAVDs(const QString& sdk) {
 AndroidInventory listing() {
     const QString sdk = sdkRoot();
     AndroidInventory inventory;
-    inventory.components = listComponents(sdk);
-    inventory.avds = listAVDs(sdk);
+    inventory.components = listComponents(sdk, inventory.problems);
+    inventory.avds = listAVDs(sdk, inventory.problems);
     for (AndroidComponent& image : inventory.components) {
         if (image.kind != AndroidComponentKind::systemImage)
             continue;

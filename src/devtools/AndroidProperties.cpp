@@ -2,7 +2,7 @@
 
 #include "platform/InputLimits.h"
 
-#include <QFile>
+#include <QFileInfo>
 #include <QList>
 
 namespace corvane::AndroidProperties {
@@ -26,9 +26,16 @@ Properties parse(const QByteArray& text) {
     return properties;
 }
 
-Properties read(const QString& path) {
+Properties read(const QString& path, QStringList* problems) {
+    if (!QFileInfo::exists(path))
+        return {};
     const InputLimits::FileRead file = InputLimits::readFile(path, InputLimits::smallFileBytes);
-    return file.bytes ? parse(*file.bytes) : Properties();
+    if (!file.bytes) {
+        if (problems)
+            problems->append(InputLimits::refusal(path, file.problem));
+        return {};
+    }
+    return parse(*file.bytes);
 }
 
 } // namespace corvane::AndroidProperties

@@ -81,6 +81,10 @@ struct AndroidInventory {
     QList<AndroidComponent> components;
     // By name.
     QList<AndroidAVD> avds;
+    // The files that could not be read, one message each ("Could not read …/source.properties:
+    // …"); a component is listed without what its file would say, an AVD without its
+    // registration is not.
+    QStringList problems;
 
     bool operator==(const AndroidInventory&) const = default;
 };

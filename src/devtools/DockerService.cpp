@@ -1,6 +1,7 @@
 #include "devtools/DockerService.h"
 
 #include "platform/CheckedSum.h"
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 
 #include <QFileInfo>
@@ -103,7 +104,11 @@ std::optional<QString> composeProject(const QHash<QString, QString>& labels) {
 // The rows of one report array; a row that is not an object means this is no report.
 QList<QJsonObject> rows(const QJsonObject& report, const char* key) {
     QList<QJsonObject> result;
-    for (const QJsonValue& row : report.value(QLatin1String(key)).toArray()) {
+    const QJsonArray array = report.value(QLatin1String(key)).toArray();
+    if (const std::optional<QString> problem = InputLimits::tooManyRecords(array.size()))
+        throw DockerServiceError::commandFailed(
+            InputLimits::refusal(QStringLiteral("docker system df -v"), *problem));
+    for (const QJsonValue& row : array) {
         if (!row.isObject())
             throw DockerServiceError::commandFailed(unexpectedReport);
         result.append(row.toObject());
@@ -111,10 +116,14 @@ QList<QJsonObject> rows(const QJsonObject& report, const char* key) {
     return result;
 }
 
-// The objects of a listing with one JSON object per line; blank lines are skipped.
-QList<QJsonObject> listingRows(const QByteArray& listing) {
+// The objects of a listing with one JSON object per line; blank lines are skipped. `command`
+// names the listing in the refusal of one over its limits.
+QList<QJsonObject> listingRows(const QByteArray& listing, const QString& command) {
+    const InputLimits::Records lines = InputLimits::split(listing);
+    if (!lines.records)
+        throw DockerServiceError::commandFailed(InputLimits::refusal(command, lines.problem));
     QList<QJsonObject> result;
-    for (const QByteArray& line : listing.split('\n')) {
+    for (const QByteArray& line : *lines.records) {
         if (line.trimmed().isEmpty())
             continue;
         const QJsonDocument document = QJsonDocument::fromJson(line);
@@ -381,7 +390,7 @@ QHash<QString, QStringList> DockerService::parseImageReferences(const QByteArray
     // Throws like parseReport: a listing that is not one would make a multi-name image look like
     // it had one name, and removing that name alone would leave the image behind.
     QHash<QString, QStringList> references;
-    for (const QJsonObject& row : listingRows(jsonLines)) {
+    for (const QJsonObject& row : listingRows(jsonLines, QStringLiteral("docker image ls"))) {
         // An untagged image is listed too, with no name to add.
         QStringList& names = references[text(row, "ID")];
         DockerImage named;
@@ -401,7 +410,7 @@ QHash<QString, QStringList> DockerService::parseImageReferences(const QByteArray
 
 std::optional<qint64> DockerService::parseImageTotal(const QByteArray& jsonLines) {
     try {
-        for (const QJsonObject& row : listingRows(jsonLines)) {
+        for (const QJsonObject& row : listingRows(jsonLines, QStringLiteral("docker system df"))) {
             if (text(row, "Type") == QStringLiteral("Images"))
                 return parseSize(text(row, "Size"));
         }
@@ -413,14 +422,18 @@ std::optional<qint64> DockerService::parseImageTotal(const QByteArray& jsonLines
 
 std::optional<qint64> DockerService::parsePrunedBytes(const QByteArray& output) {
     // "Total reclaimed space: 746.5MB" from the legacy builder, "Total:\t746.5MB" from buildx.
-    const QStringList lines = QString::fromUtf8(output).split(u'\n');
-    for (auto line = lines.crbegin(); line != lines.crend(); ++line) {
-        if (!line->startsWith(QStringLiteral("Total")))
+    // A summary over the limits says no figure to trust.
+    const InputLimits::Records lines = InputLimits::split(output);
+    if (!lines.records)
+        return std::nullopt;
+    for (auto raw = lines.records->crbegin(); raw != lines.records->crend(); ++raw) {
+        const QString line = QString::fromUtf8(*raw);
+        if (!line.startsWith(QStringLiteral("Total")))
             continue;
-        const qsizetype colon = line->indexOf(u':');
+        const qsizetype colon = line.indexOf(u':');
         if (colon < 0)
             return std::nullopt;
-        return parseSize(line->mid(colon + 1).trimmed());
+        return parseSize(line.mid(colon + 1).trimmed());
     }
     return std::nullopt;
 }

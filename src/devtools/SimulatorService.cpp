@@ -1,5 +1,6 @@
 #include "devtools/SimulatorService.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 
 #include <QFileInfo>
@@ -95,6 +96,12 @@ std::optional<QJsonDocument> parseJson(const QByteArray& json) {
     return document;
 }
 
+// A listing of more entries than InputLimits allows is refused as a whole.
+void refuseIfTooMany(qsizetype count, const QString& command) {
+    if (const std::optional<QString> problem = InputLimits::tooManyRecords(count))
+        throw SimulatorServiceError(InputLimits::refusal(command, *problem));
+}
+
 std::optional<QDateTime> isoDate(const QJsonValue& value) {
     const QDateTime date = QDateTime::fromString(value.toString(), Qt::ISODate);
     return date.isValid() ? std::optional(date) : std::nullopt;
@@ -111,6 +118,7 @@ QList<SimulatorRuntime> SimulatorService::parseRuntimes(const QByteArray& json) 
     if (!document || !document->isObject())
         throw SimulatorServiceError(text("simctl returned an unexpected runtime list."));
     const QJsonObject images = document->object();
+    refuseIfTooMany(images.size(), text("xcrun simctl runtime list"));
     QList<SimulatorRuntime> runtimes;
     for (auto it = images.begin(); it != images.end(); ++it) {
         if (!it.value().isObject())
@@ -152,6 +160,7 @@ QList<SimulatorDevice> SimulatorService::parseDevices(const QByteArray& json) {
         if (!it.key().startsWith(QLatin1String("com.apple.CoreSimulator.SimRuntime.")))
             continue;
         const QJsonArray list = it.value().toArray();
+        refuseIfTooMany(devices.size() + list.size(), text("xcrun simctl list devices"));
         for (const QJsonValue& value : list) {
             const QJsonObject entry = value.toObject();
             SimulatorDevice device;
@@ -177,6 +186,7 @@ QMap<SimPlatform, QString> SimulatorService::parseSdkVersions(const QByteArray& 
         throw SimulatorServiceError(text("xcodebuild returned an unexpected SDK list."));
     QMap<SimPlatform, QString> versions;
     const QJsonArray sdks = document->array();
+    refuseIfTooMany(sdks.size(), text("xcodebuild -showsdks"));
     for (const QJsonValue& value : sdks) {
         const QJsonObject sdk = value.toObject();
         // Device SDKs ("iphoneos") share the simulators' names but not always their versions.

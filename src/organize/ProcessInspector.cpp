@@ -1,6 +1,7 @@
 #include "organize/ProcessInspector.h"
 
 #include "agents/AgentPaths.h"
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 
 #include <QCoreApplication>
@@ -91,7 +92,9 @@ QList<ProcessInspector::WorkingProcess> ProcessInspector::workingProcesses() con
                          std::nullopt, {}, lsofTimeoutSeconds);
         // lsof exits with 1 when some process could not be read, yet lists the others. This
         // process and lsof itself work wherever the user started them; neither holds a folder.
-        QList<WorkingProcess> processes = parse(result.standardOutput);
+        // A listing over its limits is one lsof could not give, as when it fails.
+        QList<WorkingProcess> processes =
+            parse(result.standardOutput).value_or(QList<WorkingProcess>());
         processes.removeIf([](const WorkingProcess& process) {
             return process.pid == QCoreApplication::applicationPid() ||
                    process.command == QStringLiteral("lsof");
@@ -102,10 +105,17 @@ QList<ProcessInspector::WorkingProcess> ProcessInspector::workingProcesses() con
     }
 }
 
-QList<ProcessInspector::WorkingProcess> ProcessInspector::parse(const QByteArray& output) {
+std::optional<QList<ProcessInspector::WorkingProcess>>
+ProcessInspector::parse(const QByteArray& output, QString* problem) {
+    const InputLimits::Records lines = InputLimits::split(output);
+    if (!lines.records) {
+        if (problem)
+            *problem = lines.problem;
+        return std::nullopt;
+    }
     QList<WorkingProcess> processes;
     PartialProcess current;
-    for (const QByteArray& line : output.split('\n')) {
+    for (const QByteArray& line : *lines.records) {
         if (line.isEmpty())
             continue;
         const QString value = QString::fromUtf8(unescaped(line.mid(1)));

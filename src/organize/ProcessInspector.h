@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <optional>
 
 namespace corvane {
 
@@ -32,8 +33,10 @@ public:
 
     // Reads "-F pcn" output: "p" starts a process, "c" names it, "n" gives its directory; a
     // process counts once all three are known. Helpers that only wrap terminal sessions
-    // ("disclaimer") are left out.
-    static QList<WorkingProcess> parse(const QByteArray& output);
+    // ("disclaimer") are left out. Nothing when the output is over a limit of InputLimits, and
+    // then `problem` says which.
+    static std::optional<QList<WorkingProcess>> parse(const QByteArray& output,
+                                                      QString* problem = nullptr);
 
     // Those of `processes` whose directory is `folder` or lies inside it (paths compared as
     // agent history compares them).

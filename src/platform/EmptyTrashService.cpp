@@ -40,12 +40,15 @@ std::optional<QString> obstacle(const CleanupItem& item) {
         return EmptyTrashService::unknownEntryMessage;
     if (!isInsideATrash(item.location.path))
         return EmptyTrashService::outsideTrashMessage;
-    switch (item.location.entry(item.originalPath)) {
+    QString unreadableRecord;
+    switch (item.location.entry(item.originalPath, &unreadableRecord)) {
     case TrashLocation::Entry::same:
         return std::nullopt;
     case TrashLocation::Entry::gone:
         return EmptyTrashService::goneMessage;
     case TrashLocation::Entry::another:
+        if (!unreadableRecord.isEmpty())
+            return unreadableRecord;
         return EmptyTrashService::anotherItemMessage;
     case TrashLocation::Entry::unknown:
         return EmptyTrashService::unknownEntryMessage;

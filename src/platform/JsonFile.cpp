@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -62,17 +63,30 @@ QString write(const QString& path, const QJsonValue& value) {
     return writeAtomically(path, serialized(value));
 }
 
-std::optional<QJsonValue> read(const QString& path) {
+std::optional<QJsonValue> read(const QString& path, QString* problem) {
+    const auto refuse = [&](const QString& why) -> std::optional<QJsonValue> {
+        if (problem)
+            *problem = InputLimits::refusal(path, why);
+        return std::nullopt;
+    };
+    if (!QFileInfo::exists(path))
+        return std::nullopt;
     const InputLimits::FileRead file = InputLimits::readFile(path);
     if (!file.bytes)
-        return std::nullopt;
+        return refuse(file.problem);
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(*file.bytes, &error);
     if (error.error != QJsonParseError::NoError)
-        return std::nullopt;
+        return refuse(parseProblem(error));
     if (document.isObject())
         return QJsonValue(document.object());
     return QJsonValue(document.array());
+}
+
+QString parseProblem(const QJsonParseError& error) {
+    return QStringLiteral("it is not valid JSON (%1 at byte %2)")
+        .arg(error.errorString())
+        .arg(error.offset);
 }
 
 double secondsSinceReferenceDate(const QDateTime& date) {

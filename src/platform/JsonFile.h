@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonParseError>
 #include <QJsonValue>
 #include <QLockFile>
 #include <QString>
@@ -19,8 +20,14 @@ QString writeAtomically(const QString& path, const QByteArray& contents);
 QString write(const QString& path, const QJsonValue& value);
 
 // The parsed contents, or nothing when the file is missing, unreadable or not JSON: for files of
-// other programs. The app's own files are read through OwnFile, which tells these apart.
-std::optional<QJsonValue> read(const QString& path);
+// other programs. The app's own files are read through OwnFile, which tells these apart. For a
+// file that is there but unreadable, over InputLimits::fileBytes or not JSON, `problem` says
+// so, naming the file.
+std::optional<QJsonValue> read(const QString& path, QString* problem = nullptr);
+
+// Why a parse failed, as the reason in a message that names the file: "it is not valid JSON
+// (unterminated object at byte 12)".
+QString parseProblem(const QJsonParseError& error);
 
 // Holds the lock of the file at `path` (a ".lock" file beside it) for as long as it lives, so that
 // one read, change and write of the file never interleaves with another's, in this process or

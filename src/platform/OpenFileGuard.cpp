@@ -1,9 +1,11 @@
 #include "platform/OpenFileGuard.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QSet>
 #include <algorithm>
 
 namespace corvane {
@@ -38,15 +40,25 @@ QStringList regularFilesUnder(const QStringList& paths, const CancellationToken&
 
 } // namespace
 
-QList<qint64> OpenFileGuard::pidsFromLsof(const QByteArray& output) {
+std::optional<QList<qint64>> OpenFileGuard::pidsFromLsof(const QByteArray& output,
+                                                         QString* problem) {
+    const InputLimits::Records lines = InputLimits::split(output);
+    if (!lines.records) {
+        if (problem)
+            *problem = lines.problem;
+        return std::nullopt;
+    }
     QList<qint64> pids;
-    for (const QByteArray& line : output.split('\n')) {
+    QSet<qint64> seen;
+    for (const QByteArray& line : *lines.records) {
         if (!line.startsWith('p'))
             continue;
         bool ok = false;
         const qint64 pid = line.mid(1).trimmed().toLongLong(&ok);
-        if (ok && pid > 0 && !pids.contains(pid))
+        if (ok && pid > 0 && !seen.contains(pid)) {
+            seen.insert(pid);
             pids.append(pid);
+        }
     }
     return pids;
 }
@@ -85,7 +97,15 @@ OpenFileGuard::Holders OpenFileGuard::holders(const QStringList& paths, const Pr
                 result.error = QStringLiteral("lsof exited with %1").arg(listed.exitCode);
                 return result;
             }
-            for (qint64 pid : pidsFromLsof(listed.standardOutput)) {
+            QString problem;
+            const std::optional<QList<qint64>> listedPids =
+                pidsFromLsof(listed.standardOutput, &problem);
+            if (!listedPids) {
+                result.error =
+                    InputLimits::refusal(QStringLiteral("lsof's list of open files"), problem);
+                return result;
+            }
+            for (qint64 pid : *listedPids) {
                 if (!pids.contains(pid))
                     pids.append(pid);
             }

@@ -25,8 +25,10 @@ struct OpenFileGuard {
                            const ProcessRunner& runner = ProcessRunner::system(),
                            const CancellationToken& cancellation = {});
 
-    // The process ids of lsof's field output ("p<pid>" lines), in order, each once.
-    static QList<qint64> pidsFromLsof(const QByteArray& output);
+    // The process ids of lsof's field output ("p<pid>" lines), in order, each once; nothing when
+    // the output is over a limit of InputLimits, and then `problem` says which.
+    static std::optional<QList<qint64>> pidsFromLsof(const QByteArray& output,
+                                                     QString* problem = nullptr);
     // A name from ps's "comm" column, as the user knows it: "(short)" unwrapped, an absolute
     // path cut to its last part, a login shell's leading "-" dropped.
     static QString processName(const QString& comm);

@@ -95,15 +95,18 @@ void classify(OwnFile::Read& read, const OwnFile::Shape& shape) {
     const QJsonDocument document = QJsonDocument::fromJson(read.bytes, &error);
     if (error.error != QJsonParseError::NoError) {
         read.state = OwnFile::State::unreadable;
-        read.why = QStringLiteral("it is not valid JSON (%1 at byte %2)")
-                       .arg(error.errorString())
-                       .arg(error.offset);
+        read.why = JsonFile::parseProblem(error);
         return;
     }
     const std::optional<QList<QJsonValue>> entries = entriesOf(document, shape);
     if (!entries) {
         read.state = OwnFile::State::unreadable;
         read.why = shapeName(shape);
+        return;
+    }
+    if (const std::optional<QString> problem = InputLimits::tooManyRecords(entries->size())) {
+        read.state = OwnFile::State::unreadable;
+        read.why = *problem;
         return;
     }
     read.document = document.isArray() ? QJsonValue(document.array()) : document.object();

@@ -47,9 +47,11 @@ struct TrashLocation {
 
     // Whether the Trash still holds, at `path`, the entry this move made. An entry recorded
     // without any mark (an older history) is matched by its record's "Path=" against
-    // `originalPath`; without a record either, it is not known.
+    // `originalPath`; without a record either, it is not known. A record that cannot be read
+    // (or is over InputLimits::smallFileBytes) tells no entry from another: `another`, and then
+    // `problem` says why, naming the record.
     enum class Entry { same, gone, another, unknown };
-    Entry entry(const QString& originalPath) const;
+    Entry entry(const QString& originalPath, QString* problem = nullptr) const;
 
     bool operator==(const TrashLocation&) const = default;
 };

@@ -55,10 +55,13 @@ QString systemMessage(int error) {
 std::optional<QString> obstacle(const CleanupItem& item) {
     if (item.location.path.isEmpty())
         return PutBackService::notRecordedMessage;
-    switch (item.location.entry(item.originalPath)) {
+    QString unreadableRecord;
+    switch (item.location.entry(item.originalPath, &unreadableRecord)) {
     case TrashLocation::Entry::gone:
         return PutBackService::notInTrashMessage;
     case TrashLocation::Entry::another:
+        if (!unreadableRecord.isEmpty())
+            return unreadableRecord;
         return PutBackService::anotherItemMessage;
     case TrashLocation::Entry::unknown:
         return PutBackService::notRecordedMessage;

@@ -29,10 +29,13 @@ struct RecordValues {
     QString deletionDate;
 };
 
-std::optional<RecordValues> readRecord(const QString& infoPath) {
+std::optional<RecordValues> readRecord(const QString& infoPath, QString* problem) {
     const InputLimits::FileRead file = InputLimits::readFile(infoPath, InputLimits::smallFileBytes);
-    if (!file.bytes)
+    if (!file.bytes) {
+        if (problem)
+            *problem = InputLimits::refusal(infoPath, file.problem);
         return std::nullopt;
+    }
     RecordValues values;
     const QList<QByteArray> lines = file.bytes->split('\n');
     for (const QByteArray& line : lines) {
@@ -44,8 +47,9 @@ std::optional<RecordValues> readRecord(const QString& infoPath) {
     return values;
 }
 
-TrashLocation::Entry byRecord(const TrashLocation& location, const QString& originalPath) {
-    const std::optional<RecordValues> record = readRecord(location.infoPath);
+TrashLocation::Entry byRecord(const TrashLocation& location, const QString& originalPath,
+                              QString* problem) {
+    const std::optional<RecordValues> record = readRecord(location.infoPath, problem);
     // Without its record the entry can't be told from another one at the same name.
     if (!record)
         return TrashLocation::Entry::another;
@@ -70,13 +74,13 @@ std::optional<FileIdentity> FileIdentity::of(const QString& path) {
                         modifiedNanoseconds(info)};
 }
 
-TrashLocation::Entry TrashLocation::entry(const QString& originalPath) const {
+TrashLocation::Entry TrashLocation::entry(const QString& originalPath, QString* problem) const {
     if (path.isEmpty() || !isPresent(path))
         return Entry::gone;
     if (identity)
         return FileIdentity::of(path) == identity ? Entry::same : Entry::another;
     if (!infoPath.isEmpty())
-        return byRecord(*this, originalPath);
+        return byRecord(*this, originalPath, problem);
     return Entry::unknown;
 }
 

@@ -1,6 +1,7 @@
 #include "scanning/GitInspector.h"
 
 #include "platform/DirectoryReader.h"
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 #include "platform/Paths.h"
 #include "scanning/GitClient.h"
@@ -133,7 +134,12 @@ QStringList statusArguments() {
 
 GitStatusReport GitInspector::parseStatus(const QByteArray& output) {
     GitStatusReport report;
-    QList<QByteArray> records = output.split('\0');
+    InputLimits::Records split = InputLimits::split(output, '\0');
+    if (!split.records) {
+        report.problem = split.problem;
+        return report;
+    }
+    QList<QByteArray>& records = *split.records;
     records.removeIf([](const QByteArray& record) { return record.isEmpty(); });
     for (qsizetype index = 0; index < records.size(); ++index) {
         const QByteArray& record = records[index];
@@ -158,6 +164,8 @@ GitStatusReport GitInspector::parseStatus(const QByteArray& output) {
 }
 
 GitStatus GitInspector::decideStatus(const GitStatusReport& report, bool hasRemote) {
+    if (report.problem)
+        return GitStatus::notARepo();
     if (!report.changes.isEmpty())
         return GitStatus::dirty(static_cast<int>(report.changes.size()));
     if (report.hasAheadBehind && report.ahead > 0)
@@ -174,8 +182,13 @@ std::optional<GitRemote> GitInspector::chooseRemote(const QByteArray& remoteList
     // Lines are "name<TAB>url (fetch)", "name<TAB>url (push)", or "name<TAB>" for a remote
     // without a URL; a bare name (the short listing) is read too.
     static const QString fetchSuffix = QStringLiteral(" (fetch)");
+    // A listing over the limits names no remote, which never makes the verdict less careful.
+    const InputLimits::Records lines = InputLimits::split(remoteListing);
+    if (!lines.records)
+        return std::nullopt;
     QList<GitRemote> remotes;
-    for (const QString& line : QString::fromUtf8(remoteListing).split(u'\n')) {
+    for (const QByteArray& raw : *lines.records) {
+        const QString line = QString::fromUtf8(raw);
         const qsizetype tab = line.indexOf(u'\t');
         const QString name = line.left(tab).trimmed();
         if (name.isEmpty())
@@ -204,6 +217,12 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
     if (!statusOutput)
         return GitDetails{};
     const GitStatusReport report = parseStatus(*statusOutput);
+    if (report.problem) {
+        GitDetails refused;
+        refused.problem =
+            InputLimits::refusal(QStringLiteral("git status in ") + repo, *report.problem);
+        return refused;
+    }
 
     // The names and their URLs come from one run: every git start costs about as much as the
     // work of these small commands.
@@ -237,7 +256,15 @@ GitDetails GitInspector::inspect(const QString& repo, const CancellationToken& c
 GitRefReport GitInspector::parseRefs(const QByteArray& refListing) {
     static const QString branchPrefix = QStringLiteral("refs/heads/");
     GitRefReport report;
-    for (const QString& line : QString::fromUtf8(refListing).split(u'\n', Qt::SkipEmptyParts)) {
+    const InputLimits::Records lines = InputLimits::split(refListing);
+    if (!lines.records) {
+        report.problem = lines.problem;
+        return report;
+    }
+    for (const QByteArray& raw : *lines.records) {
+        if (raw.isEmpty())
+            continue;
+        const QString line = QString::fromUtf8(raw);
         if (line.startsWith(QLatin1String("refs/stash\t")))
             report.hasStash = true;
         else if (line.startsWith(branchPrefix))
@@ -258,6 +285,9 @@ LocalWorkListings GitInspector::localWork(const QString& repo,
     if (!refs)
         return {};
     const GitRefReport report = parseRefs(*refs);
+    // A listing refused counts as one git could not give: unknown, and so unsafe.
+    if (report.problem)
+        return {};
     LocalWorkListings listings{QString(), report.localBranches};
     // Without the stash ref, "stash list" prints nothing, so it is only run when there is one.
     if (report.hasStash) {
@@ -313,8 +343,12 @@ QSet<QString> GitInspector::submodulesAmong(const QString& repo, const QStringLi
     if (!listing)
         return submodules;
     // "<mode> <object> <stage>\t<path>"; a gitlink has mode 160000. A tracked file below a
-    // nested tree's folder is listed too, under its own path, which names no tree.
-    for (const QByteArray& record : listing->split('\0')) {
+    // nested tree's folder is listed too, under its own path, which names no tree. A listing over
+    // the limits is one git could not give.
+    const InputLimits::Records records = InputLimits::split(*listing, '\0');
+    if (!records.records)
+        return submodules;
+    for (const QByteArray& record : *records.records) {
         const qsizetype tab = record.indexOf('\t');
         if (tab > 0 && record.startsWith("160000 "))
             submodules.insert(Paths::joined(root, QString::fromUtf8(record.mid(tab + 1))));
@@ -324,7 +358,10 @@ QSet<QString> GitInspector::submodulesAmong(const QString& repo, const QStringLi
 
 bool GitInspector::submoduleIsOnRemote(const QString& tree, const CancellationToken& cancellation) {
     const std::optional<QByteArray> status = outputOfSuccess(tree, statusArguments(), cancellation);
-    if (!status || !parseStatus(*status).changes.isEmpty())
+    if (!status)
+        return false;
+    if (const GitStatusReport report = parseStatus(*status);
+        report.problem || !report.changes.isEmpty())
         return false;
     // A submodule usually sits on no branch at all, so its upstream says nothing: the commit it
     // is at must be on the remote, as the last fetch saw it.

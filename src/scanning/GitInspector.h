@@ -20,6 +20,9 @@ struct GitStatusReport {
     int behind = 0;
     // At most GitDetails::maxReportedChanges, in git's order.
     QList<GitChange> changes;
+    // Why the output was refused as a whole (a record or the listing over its limit); then
+    // nothing else is set, and the status is decided as unknown.
+    std::optional<QString> problem;
 };
 
 struct GitRemote {
@@ -42,6 +45,8 @@ struct GitRefReport {
     // In the form of `LocalWorkListings::localBranches`.
     QString localBranches;
     bool hasStash = false;
+    // Why the listing was refused as a whole; then nothing else is set.
+    std::optional<QString> problem;
 };
 
 // Answers, for one working tree, whether anything in it exists only on this machine.

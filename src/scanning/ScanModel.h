@@ -127,6 +127,9 @@ struct GitDetails {
     // synced, ahead, no upstream, no remote, upstream gone), so that a dirty repository can
     // still say that it has commits not pushed; absent when git was not asked.
     std::optional<GitStatus> pushState;
+    // Why git's answer could not be read ("Could not read git status in <folder>: …"); the
+    // status is then notARepo, which keeps the project from being offered whole.
+    std::optional<QString> problem;
 
     // A short owner/repository label from `remoteURL` ("team/tool"), or nothing.
     std::optional<QString> repoDisplayName() const;

@@ -2,6 +2,7 @@
 
 #include "AgentFixtures.h"
 #include "agents/EditorWorkspaces.h"
+#include "platform/InputLimits.h"
 #include "support/TestEnvironment.h"
 
 #include <QDir>
@@ -107,6 +108,9 @@ TEST(AgentHistoryIndex, EditorWorkspacesAreLocalFoldersOnly) {
     writeWorkspace(linuxCursor.url, s("3"), R"({"folder": "vscode-remote://x/w/app"})");
     writeWorkspace(linuxCursor.url, s("4"), "{ not json");
     QDir().mkpath(linuxCursor.url + s("/5-empty-window"));
+    writeWorkspace(linuxCursor.url, s("6"), {});
+    ASSERT_TRUE(
+        QFile(linuxCursor.url + s("/6/workspace.json")).resize(InputLimits::smallFileBytes + 1));
     const QString state = linuxCursor.url + s("/1/state.vscdb");
     test::writeFile(state);
     setModified(state, 1753650000);
@@ -122,6 +126,14 @@ TEST(AgentHistoryIndex, EditorWorkspacesAreLocalFoldersOnly) {
     EXPECT_EQ(activities[0].workspaces[0].lastUsedAt->toSecsSinceEpoch(), 1753650000);
     EXPECT_EQ(activities[1].agent, AgentKind::vscode);
     EXPECT_EQ(activities[1].workspaces[0].lastUsedAt->toSecsSinceEpoch(), 1753000000);
+
+    // A file that cannot be read is named, once; a window without a folder has none to name.
+    ASSERT_EQ(index.problems.size(), 2) << index.problems.join(u'\n').toStdString();
+    EXPECT_TRUE(index.problems[0].startsWith(s("Could not read ") + linuxCursor.url +
+                                             s("/4/workspace.json: it is not valid JSON")));
+    EXPECT_EQ(index.problems[1], s("Could not read ") + linuxCursor.url +
+                                     s("/6/workspace.json: it is larger than 1 MB, more than "
+                                       "such a file can be"));
 }
 
 TEST(AgentHistoryIndex, FoldersMatchThemselvesAndWhatIsInsideNeverASiblingPrefix) {

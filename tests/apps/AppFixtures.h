@@ -35,6 +35,14 @@ inline QByteArray xmlPlist(const PlistKeys& keys) {
     return body + "</dict>\n</plist>\n";
 }
 
+// The XML form of `keys`, padded with one more key to exactly `size` bytes.
+inline QByteArray xmlPlistOfSize(PlistKeys keys, qsizetype size) {
+    keys.append({QStringLiteral("Padding"), QString()});
+    const qsizetype unpadded = xmlPlist(keys).size();
+    keys.last().second = QString(size - unpadded, u'x');
+    return xmlPlist(keys);
+}
+
 // The same keys in the binary form Xcode ships, written by libplist itself.
 inline QByteArray binaryPlist(const PlistKeys& keys) {
     plist_t dict = plist_new_dict();

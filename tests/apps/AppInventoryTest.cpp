@@ -1,9 +1,12 @@
 #include "AppFixtures.h"
+#include "apps/AppBundle.h"
 #include "apps/AppInventoryLoader.h"
+#include "platform/InputLimits.h"
 #include "support/GitFixture.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStringEncoder>
 #include <gtest/gtest.h>
 
@@ -85,6 +88,33 @@ TEST_F(AppInventoryTest, AppsCarryTheirMeasuredDataAndLeftoversAreGroupedApart) 
     EXPECT_GE(gone.sizeBytes(), 29'100);
     EXPECT_EQ(inventory.orphans[1].bundleIdentifier, s("com.example.notelyx"));
     EXPECT_EQ(inventory.orphans[1].items.first().url, notelyx);
+}
+
+TEST_F(AppInventoryTest, AnInfoPlistOverItsLimitIsNamedAndOneAtTheLimitIsRead) {
+    const qsizetype limit = InputLimits::smallFileBytes;
+    test::makeBundle(apps, s("Big.app"),
+                     test::xmlPlistOfSize(test::appKeys(s("com.example.big"), s("Big")), limit));
+    const QString over = test::makeBundle(
+        apps, s("Bigger.app"),
+        test::xmlPlistOfSize(test::appKeys(s("com.example.bigger"), s("Bigger")), limit + 1));
+    ASSERT_EQ(QFileInfo(over + s("/Contents/Info.plist")).size(), limit + 1);
+
+    const AppInventory inventory = AppInventoryLoader::load();
+    const InstalledApp* big = find(inventory, s("Big"));
+    ASSERT_TRUE(big);
+    EXPECT_EQ(big->bundleIdentifier, s("com.example.big"));
+    EXPECT_FALSE(find(inventory, s("Bigger")));
+    EXPECT_TRUE(inventory.errors.contains(s("Could not read ") + over +
+                                          s("/Contents/Info.plist: it is larger than 1 MB, more "
+                                            "than such a file can be")))
+        << inventory.errors.join(u'\n').toStdString();
+
+    // A file that is no property list is named too, with what it is not.
+    QString problem;
+    const QString garbage = test::makeBundle(apps, s("Garbage.app"), "not a property list");
+    EXPECT_EQ(AppBundle::read(garbage, {}, &problem), std::nullopt);
+    EXPECT_EQ(problem, s("Could not read ") + garbage +
+                           s("/Contents/Info.plist: it is not a property list of an app"));
 }
 
 TEST_F(AppInventoryTest, AppsAreOrderedByAppAndDataTogether) {

@@ -2,6 +2,7 @@
 
 #include "AppFixtures.h"
 #include "apps/AppInventoryLoader.h"
+#include "platform/InputLimits.h"
 #include "support/GitFixture.h"
 
 #include <QDir>
@@ -63,6 +64,18 @@ TEST_F(FlatpakAppsTest, ParsesTabSeparatedColumnsAndRefusesWhatItCannotRead) {
         EXPECT_TRUE(parsed.error) << output.toStdString();
         EXPECT_TRUE(parsed.apps.isEmpty()) << output.toStdString();
     }
+
+    // A line is read up to its limit; one byte more and the whole list is refused, named.
+    const QByteArray app = "org.gimp.GIMP\t";
+    const QByteArray rest = "\t2.10\tsystem";
+    const QByteArray longest =
+        app + QByteArray(InputLimits::lineBytes - app.size() - rest.size(), 'G') + rest;
+    EXPECT_EQ(FlatpakApps::parse(longest + '\n').apps.size(), 1);
+    const FlatpakListing refused =
+        FlatpakApps::parse("org.x.Y\tY\t1\tuser\n" + app + 'G' + longest.mid(app.size()) + '\n');
+    EXPECT_EQ(refused.error, s("Could not read flatpak list: a line is longer than 1 MB, more "
+                               "than such a line can be"));
+    EXPECT_TRUE(refused.apps.isEmpty());
 }
 
 TEST_F(FlatpakAppsTest, InstalledAppsOwnTheirVarAppFolderAndOthersAreLeftovers) {

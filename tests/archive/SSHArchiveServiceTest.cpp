@@ -1,6 +1,7 @@
 #include "archive/SSHArchiveService.h"
 
 #include "archive/RemoteTree.h"
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 #include "platform/PlatformWords.h"
 #include "support/GitFixture.h"
@@ -135,4 +136,24 @@ TEST(RemoteTreeManifest, AnEntryWithoutANameIsRefused) {
     EXPECT_TRUE(corvane::RemoteTree::parseManifest(QByteArray("d.\0d./a\0=\0", 10)).has_value());
     EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0d\0=\0", 7)).has_value());
     EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0f./\0=\0", 9)).has_value());
+}
+
+TEST(RemoteTreeManifest, ANameOverTheLineLimitRefusesTheWholeListingAndSaysWhy) {
+    using corvane::InputLimits::lineBytes;
+    const QByteArray longest = "./" + QByteArray(lineBytes - 2, 'n');
+    QString problem;
+    const auto read = corvane::RemoteTree::parseManifest(
+        QByteArray("d.\0d", 4) + longest + QByteArray("\0=\0", 3), &problem);
+    ASSERT_TRUE(read.has_value());
+    EXPECT_EQ(read->entries.size(), 1u);
+    EXPECT_EQ(problem, QString());
+
+    EXPECT_FALSE(corvane::RemoteTree::parseManifest(
+        QByteArray("d.\0d./a\0d", 9) + longest + QByteArray("n\0=\0", 4), &problem));
+    EXPECT_EQ(problem,
+              corvane::test::s("a line is longer than 1 MB, more than such a line can be"));
+    // An answer that is only no manifest has no limit to name.
+    problem.clear();
+    EXPECT_FALSE(corvane::RemoteTree::parseManifest(QByteArray("d.\0x\0=\0", 7), &problem));
+    EXPECT_EQ(problem, QString());
 }

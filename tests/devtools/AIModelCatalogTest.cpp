@@ -1,6 +1,7 @@
 #include "devtools/AIModelCatalog.h"
 
 #include "devtools/AIModelStores.h"
+#include "platform/InputLimits.h"
 #include "platform/Locations.h"
 #include "platform/SizeCalculator.h"
 #include "platform/TrashService.h"
@@ -187,6 +188,34 @@ TEST(AIModelCatalogTest, LMStudioListsPublisherAndModelFolders) {
     const AIModel* mlx = findModel(listed, s("lmStudio:mlx-community/Qwen2.5-7B-Instruct-4bit"));
     ASSERT_TRUE(mlx);
     EXPECT_EQ(mlx->format, s("MLX"));
+}
+
+TEST(AIModelCatalogTest, FilesOfTheStoresThatCannotBeReadAreNamedOnePerFile) {
+    const QString store = test::makeTempDir(s("ollama-store"));
+    writeBlob(store, digest('a'));
+    writeLibraryManifest(store, s("small"), s("latest"), digest('a'), {digest('a')});
+    // Far larger than any manifest; only its size is looked at.
+    const QString huge = store + s("/manifests/registry.ollama.ai/library/huge/latest");
+    test::writeFile(huge);
+    ASSERT_TRUE(QFile(huge).resize(InputLimits::fileBytes + 1));
+
+    QStringList problems;
+    const QList<AIModel> models = AIModelCatalog::listOllama({store, false}, {}, &problems);
+    ASSERT_EQ(models.size(), 1);
+    EXPECT_EQ(models.first().id, s("ollama:small:latest"));
+    EXPECT_EQ(problems, QStringList{s("Could not read ") + huge +
+                                    s(": it is larger than 64 MB, more than such a file can be")});
+
+    // Settings that are no JSON leave the default folder, and say why.
+    const QString home = test::makeTempDir(s("home"));
+    QDir().mkpath(home + s("/.lmstudio/models"));
+    test::writeFile(home + s("/.lmstudio/settings.json"), "{\"downloadsFolder\": ");
+    problems.clear();
+    EXPECT_EQ(AIModelCatalog::lmStudioModelsFolder(home, &problems), home + s("/.lmstudio/models"));
+    ASSERT_EQ(problems.size(), 1);
+    EXPECT_TRUE(problems.first().startsWith(s("Could not read ") + home +
+                                            s("/.lmstudio/settings.json: it is not valid JSON")))
+        << problems.first().toStdString();
 }
 
 TEST(AIModelCatalogTest, LMStudioFolderFromSettingsPointerOrDefault) {

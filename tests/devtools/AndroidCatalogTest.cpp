@@ -1,7 +1,10 @@
 #include "devtools/AndroidCatalog.h"
 
 #include "devtools/AndroidStores.h"
+#include "platform/InputLimits.h"
+#include "platform/Paths.h"
 
+#include <QFile>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -88,6 +91,33 @@ TEST(AndroidInventoryTest, ListsPackagesByKindWithNamesFromTheirProperties) {
     EXPECT_EQ(image->version, s("7"));
     EXPECT_GE(image->sizeBytes, 4096);
     EXPECT_TRUE(image->modifiedAt.has_value());
+}
+
+TEST(AndroidInventoryTest, PropertiesOverTheirLimitAreNamedAndTheRestIsListed) {
+    AndroidStore store;
+    // A comment pads the file to exactly the limit: it is read whole.
+    const QByteArray revision = "\nPkg.Revision=34.0.0\n";
+    store.package(s("build-tools/34.0.0"),
+                  '#' + QByteArray(InputLimits::smallFileBytes - revision.size() - 1, 'x') +
+                      revision);
+    // One byte over: the package is listed by its folder, and the file named.
+    const QString over = store.package(s("build-tools/35.0.0"), {}) + s("/source.properties");
+    ASSERT_TRUE(QFile(over).resize(InputLimits::smallFileBytes + 1));
+    store.avd(s("Pixel"), imageRel);
+    const QString registration = store.avdHome + s("/Pixel.ini");
+    ASSERT_TRUE(QFile(registration).resize(InputLimits::smallFileBytes + 1));
+
+    const AndroidInventory inventory = AndroidCatalog::inventory();
+    QStringList names;
+    for (const AndroidComponent& item : inventory.components)
+        names.append(item.displayName);
+    EXPECT_EQ(names, (QStringList{s("Build Tools 34.0.0"), s("Build Tools 35.0.0")}));
+    EXPECT_EQ(store.component(inventory, Paths::parentPath(over))->version, std::nullopt);
+    // An AVD whose registration cannot be read has no known folder: it is not listed.
+    EXPECT_TRUE(inventory.avds.isEmpty());
+    const QString tooLarge = s(": it is larger than 1 MB, more than such a file can be");
+    EXPECT_EQ(inventory.problems, (QStringList{s("Could not read ") + over + tooLarge,
+                                               s("Could not read ") + registration + tooLarge}));
 }
 
 TEST(AndroidInventoryTest, FindsAVDsByAbsolutePathRelativePathAndOutsideTheHome) {

@@ -1,6 +1,7 @@
 #include "devtools/DockerService.h"
 
 #include "devtools/FakeDocker.h"
+#include "platform/InputLimits.h"
 
 #include <QDir>
 #include <QFile>
@@ -213,3 +214,35 @@ TEST(DockerService, TheSnapshotNamesEachImageByAllItsReferences) {
     EXPECT_EQ(referencesOf(withoutListing, postgresID), QStringList{s("postgres:16")});
     EXPECT_EQ(withoutListing.imageTotalBytes, std::nullopt);
 }
+
+namespace {
+
+// One image line of the listing, padded with a label to exactly `length` bytes.
+QByteArray imageLineOf(qsizetype length) {
+    const QByteArray head =
+        R"({"ID":")" + postgresID.toUtf8() + R"(","Repository":"postgres","Tag":"16","Labels":")";
+    const QByteArray tail = R"("})";
+    return head + QByteArray(length - head.size() - tail.size(), 'x') + tail;
+}
+
+TEST(DockerService, AListingWithALineOverItsLimitIsRefusedWholeNamingTheCommand) {
+    const test::FakeDocker docker;
+    docker.respond(test::FakeDocker::listing,
+                   test::docker::imageListing + imageLineOf(InputLimits::lineBytes) + '\n');
+    EXPECT_EQ(referencesOf(DockerService().snapshot(), postgresID),
+              (QStringList{s("postgres:16"), s("postgres:latest")}));
+
+    // One byte more, and not even the lines before it are taken: a name missed would make an
+    // image with several look like it had one, and its removal would leave it behind.
+    docker.respond(test::FakeDocker::listing,
+                   test::docker::imageListing + imageLineOf(InputLimits::lineBytes + 1) + '\n');
+    try {
+        DockerService().snapshot();
+        ADD_FAILURE() << "a listing over its limit was read";
+    } catch (const DockerServiceError& error) {
+        EXPECT_EQ(error.message(), s("Could not read docker image ls: a line is longer than 1 MB, "
+                                     "more than such a line can be"));
+    }
+}
+
+} // namespace

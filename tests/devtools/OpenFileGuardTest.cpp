@@ -2,6 +2,7 @@
 
 #include "devtools/AIModelCatalog.h"
 #include "devtools/AIModelStores.h"
+#include "platform/InputLimits.h"
 #include "support/GitFixture.h"
 
 #include <QDir>
@@ -22,8 +23,20 @@ TEST(OpenFileGuardTest, ReadsProcessIDsFromBothLsofForms) {
     const QByteArray linux = "p13232\ncsleep\nn/m/held\nn/m/held\np13234\ncsleep\nn/m/held\n";
     EXPECT_EQ(OpenFileGuard::pidsFromLsof(mac), QList<qint64>({501, 7712}));
     EXPECT_EQ(OpenFileGuard::pidsFromLsof(linux), QList<qint64>({13232, 13234}));
-    EXPECT_TRUE(OpenFileGuard::pidsFromLsof("").isEmpty());
-    EXPECT_TRUE(OpenFileGuard::pidsFromLsof("pnope\np-4\n").isEmpty());
+    EXPECT_EQ(OpenFileGuard::pidsFromLsof(""), QList<qint64>());
+    EXPECT_EQ(OpenFileGuard::pidsFromLsof("pnope\np-4\n"), QList<qint64>());
+}
+
+TEST(OpenFileGuardTest, ALsofListingOfMoreLinesThanTheLimitIsRefusedWhole) {
+    // The same process on every line, as lsof prints one line per open file.
+    const QByteArray exactly = QByteArray("p1\n").repeated(InputLimits::recordCount);
+    QString problem;
+    EXPECT_EQ(OpenFileGuard::pidsFromLsof(exactly, &problem), QList<qint64>{1});
+    EXPECT_EQ(problem, QString());
+
+    // A process past the limit could be one that holds the file: none of it is taken.
+    EXPECT_EQ(OpenFileGuard::pidsFromLsof(exactly + "p2\n", &problem), std::nullopt);
+    EXPECT_EQ(problem, s("it holds more than 1000000 entries, more than such a listing can be"));
 }
 
 TEST(OpenFileGuardTest, NamesProcessesAsTheUserKnowsThem) {

@@ -29,11 +29,11 @@ TEST(ProcessInspector, ReadsBothFieldFormsAndDropsWhatNamesNoFolder) {
                                   {13184, s("sleep"), s("/Users/me/demo/Café project")},
                                   {13185, s("sh"), s("/Users/me/back\\slash\nnl\ttab")}};
     EXPECT_EQ(ProcessInspector::parse(output), expected);
-    EXPECT_TRUE(ProcessInspector::parse("garbage\n\x01\x02").isEmpty());
+    EXPECT_EQ(ProcessInspector::parse("garbage\n\x01\x02"), QList<Process>());
     // A process id that is not a plain positive number names no process.
-    EXPECT_TRUE(ProcessInspector::parse("p-7712\ncclaude\nn/Users/me\np+5\ncsh\nn/w\n"
-                                        "p0\nczsh\nn/w\n")
-                    .isEmpty());
+    EXPECT_EQ(ProcessInspector::parse("p-7712\ncclaude\nn/Users/me\np+5\ncsh\nn/w\n"
+                                      "p0\nczsh\nn/w\n"),
+              QList<Process>());
 }
 
 TEST(ProcessInspector, NamesAgentsShellsAndOtherProcesses) {

@@ -183,3 +183,21 @@ TEST(OwnFile, AFileLargerThanTheLimitIsUnreadableAndKeptWholeBeforeItIsReplaced)
     EXPECT_TRUE(contentsOf(folder + u'/' + copies.first()) == huge);
     EXPECT_EQ(file.load().records, QList<QJsonValue>{named(s("a"))});
 }
+
+TEST(OwnFile, AListOfMoreRecordsThanTheLimitIsUnreadableAndNamed) {
+    const QString path = test::makeTempDir() + s("/list.json");
+    const OwnFile file = catalogAt(path);
+    // Records this version does not know count too: it is the length of the list that is
+    // refused.
+    const QByteArray exactly = "[" + QByteArray("0,").repeated(InputLimits::recordCount - 1) + "0";
+    test::writeFile(path, exactly + "]");
+    EXPECT_EQ(file.load().state, OwnFile::State::partlyReadable);
+
+    test::writeFile(path, exactly + ",0]");
+    const OwnFile::Contents contents = file.load();
+    EXPECT_EQ(contents.state, OwnFile::State::unreadable);
+    ASSERT_TRUE(contents.problem);
+    EXPECT_TRUE(contents.problem->contains(path));
+    EXPECT_TRUE(contents.problem->contains(s("it holds more than 1000000 entries")))
+        << contents.problem->toStdString();
+}

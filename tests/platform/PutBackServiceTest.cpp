@@ -1,5 +1,6 @@
 #include "platform/PutBackService.h"
 
+#include "platform/InputLimits.h"
 #include "platform/Paths.h"
 #include "platform/TrashPlan.h"
 #include "support/TreeFixture.h"
@@ -227,3 +228,29 @@ TEST_F(PutBackServiceTest, AnotherItemAtTheSameNameInTheTrashIsNeverPutBackInIts
     EXPECT_EQ(back.restored, QList<QString>{root + s("/beta/node_modules")});
     EXPECT_TRUE(QFileInfo::exists(root + s("/beta/node_modules/b.js")));
 }
+
+#ifdef Q_OS_LINUX
+TEST_F(PutBackServiceTest, ATrashRecordOverItsLimitKeepsTheItemInTheTrashAndIsNamed) {
+    test::writeFile(root + s("/alpha/node_modules/a.js"), "alpha");
+    const Cleanup cleanup = trashAndRecord({s("alpha/node_modules")});
+    ASSERT_EQ(cleanup.items.size(), 1);
+    const QString record = cleanup.items[0].location.infoPath;
+    const qint64 recordSize = QFileInfo(record).size();
+    // Grown past what a record can be, it tells this entry from no other.
+    ASSERT_TRUE(QFile(record).resize(InputLimits::smallFileBytes + 1));
+
+    const PutBackOutcome refused = PutBackService::putBack(history, cleanup.id);
+    EXPECT_TRUE(refused.restored.isEmpty());
+    EXPECT_EQ(refused.failures,
+              (QList<PutBackFailure>{{root + s("/alpha/node_modules"),
+                                      s("Could not read ") + record +
+                                          s(": it is larger than 1 MB, more than such a file "
+                                            "can be")}}));
+    EXPECT_FALSE(isPresent(root + s("/alpha/node_modules")));
+
+    ASSERT_TRUE(QFile(record).resize(recordSize));
+    const PutBackOutcome back = PutBackService::putBack(history, cleanup.id);
+    EXPECT_EQ(back.restored, QList<QString>{root + s("/alpha/node_modules")});
+    EXPECT_TRUE(QFileInfo::exists(root + s("/alpha/node_modules/a.js")));
+}
+#endif

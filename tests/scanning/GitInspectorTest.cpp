@@ -1,5 +1,6 @@
 #include "scanning/GitInspector.h"
 
+#include "platform/InputLimits.h"
 #include "scanning/GitClient.h"
 #include "scanning/GitIgnoreEvaluator.h"
 #include "scanning/ScanWording.h"
@@ -118,6 +119,28 @@ TEST(GitStatusParsing, StatusFollowsItsPriorityOrder) {
     const GitStatusReport ignoredOnly =
         GitInspector::parseStatus(synced + records({"! debug.log"}));
     EXPECT_EQ(GitInspector::decideStatus(ignoredOnly, true), GitStatus::fullySynced());
+}
+
+TEST(GitStatusParsing, OutputOverItsLimitsIsRefusedWholeAndNeverTakenForClean) {
+    const QByteArray synced = records({"# branch.upstream origin/main", "# branch.ab +0 -0"});
+    const QByteArray longest = "? " + QByteArray(InputLimits::lineBytes - 2, 'x');
+    EXPECT_EQ(GitInspector::decideStatus(GitInspector::parseStatus(synced + longest + '\0'), true),
+              GitStatus::dirty(1));
+
+    // One byte more: nothing of the output is taken, not even its headers, and the status is
+    // unknown rather than clean.
+    const GitStatusReport refused =
+        GitInspector::parseStatus(synced + longest + "x" + '\0' + records({"? other.txt"}));
+    EXPECT_EQ(refused.problem, s("a line is longer than 1 MB, more than such a line can be"));
+    EXPECT_TRUE(refused.changes.isEmpty());
+    EXPECT_FALSE(refused.hasUpstream);
+    EXPECT_EQ(GitInspector::decideStatus(refused, true), GitStatus::notARepo());
+
+    const QByteArray branch = "refs/heads/main\trefs/remotes/origin/main\t\n";
+    const GitRefReport refs =
+        GitInspector::parseRefs(branch + QByteArray(InputLimits::lineBytes + 1, 'x') + '\n');
+    EXPECT_TRUE(refs.problem);
+    EXPECT_TRUE(refs.localBranches.isEmpty());
 }
 
 TEST(GitLocalOnlyWork, AnythingThatMayExistOnlyHereCounts) {
