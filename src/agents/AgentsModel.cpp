@@ -25,7 +25,7 @@ void AgentsModel::startLoading() {
             index_ = index;
             activitiesByFolder_ = activities;
             emit historyChanged();
-            finishLoading();
+            finishLoading(index_.problems);
         });
     });
 }

@@ -571,7 +571,7 @@ int runModels(bool json, Console& console) {
     AIModelsModel model(toasts);
     load(model);
     // A store or manifest that could not be read leaves the listing short, and says so.
-    const int status = model.problems().isEmpty() ? exitOk : exitSomeFailed;
+    const int status = model.loadProblems().isEmpty() ? exitOk : exitSomeFailed;
     if (json) {
         QJsonArray models;
         for (const AIModel& item : model.models())
@@ -590,7 +590,7 @@ int runModels(bool json, Console& console) {
         printJson(console,
                   {{QStringLiteral("models"), models},
                    {QStringLiteral("isOllamaRunning"), model.isOllamaRunning()},
-                   {QStringLiteral("problems"), QJsonArray::fromStringList(model.problems())}});
+                   {QStringLiteral("problems"), QJsonArray::fromStringList(model.loadProblems())}});
         return status;
     }
     if (model.models().isEmpty())
@@ -608,7 +608,7 @@ int runModels(bool json, Console& console) {
         console.out << '\n';
     }
     console.out << Qt::flush;
-    for (const QString& problem : model.problems())
+    for (const QString& problem : model.loadProblems())
         console.err << problem << '\n';
     return status;
 }

@@ -92,14 +92,13 @@ void AIModelsModel::startLoading() {
         cancellation.throwIfCancelled();
         post([this, loaded] {
             applyLoad(loaded);
-            finishLoading();
+            finishLoading(loaded.problems);
         });
     });
 }
 
 void AIModelsModel::applyLoad(const Loaded& loaded) {
     models_ = loaded.models;
-    problems_ = loaded.problems;
     openBy_ = loaded.openBy;
     emit modelsChanged();
     if (isOllamaInstalled_ != loaded.isOllamaInstalled ||

@@ -74,8 +74,6 @@ public:
 
     // By source, then name.
     const QList<AIModel>& models() const { return models_; }
-    // What the last load could not read (a store's settings, a manifest), one message each.
-    const QStringList& problems() const { return problems_; }
     const AIModel* model(const QString& id) const;
     // The note the screen shows for a source.
     static QString note(AIModelSource source);
@@ -126,7 +124,6 @@ private:
 
     const ProcessRunner& runner_;
     QList<AIModel> models_;
-    QStringList problems_;
     QHash<QString, QString> openBy_;
     bool isOllamaInstalled_ = false;
     bool isOllamaRunning_ = false;

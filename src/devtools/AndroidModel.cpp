@@ -34,7 +34,7 @@ void AndroidModel::startLoading() {
             inventory_ = found;
             pruneSelection();
             emit inventoryChanged();
-            finishLoading();
+            finishLoading(found.problems);
         });
     });
 }

@@ -36,7 +36,8 @@ void InventoryModel::reload() {
     startLoading();
 }
 
-void InventoryModel::finishLoading() {
+void InventoryModel::finishLoading(const QStringList& problems) {
+    loadProblems_ = problems;
     refreshKeepMarks();
     pruneSelection();
     setFlag(hasLoaded_, true, &InventoryModel::hasLoadedChanged);

@@ -57,6 +57,9 @@ public:
     bool isKeptPath(const QString& path) const;
     // The failures of the last removal, one per item.
     const QList<ItemFailure>& failures() const { return failures_; }
+    // What the last load could not read, one message per source that names it; the list shown is
+    // then incomplete, and the page says so.
+    const QStringList& loadProblems() const { return loadProblems_; }
     ToastCenter& toasts() const { return toasts_; }
 
     // Lists the inventory again; while a load runs, one more follows it, so what is shown is
@@ -87,7 +90,8 @@ protected:
 
     InventoryModel(ToastCenter& toasts, bool isDryRun, QObject* parent = nullptr);
 
-    // Starts one load; the subclass runs it in a `load` job and calls finishLoading() at its end.
+    // Starts one load; the subclass runs it in a `load` job and calls finishLoading() at its end,
+    // with what the load could not read.
     virtual void startLoading() = 0;
     // Whether `id` names an item listed now.
     virtual bool containsItem(const QString& id) const = 0;
@@ -97,7 +101,7 @@ protected:
 
     // Runs `work` off the main thread. A newer job of the same kind cancels this one's token.
     void startJob(JobKind kind, Work work);
-    void finishLoading();
+    void finishLoading(const QStringList& problems = {});
 
     // Claims the one removal a model runs at a time; false while one runs.
     bool beginRemoval();
@@ -133,6 +137,7 @@ private:
     bool isDryRun_ = false;
     QSet<QString> selectedIDs_;
     QList<ItemFailure> failures_;
+    QStringList loadProblems_;
     QStringList keepMarks_;
 };
 

@@ -68,6 +68,9 @@ QString gitStateWords(const GitStatus& status) {
 }
 
 QString gitDetailsWords(const GitDetails& details) {
+    // Not "Not in a git repository": git answered, but with more than could be read.
+    if (details.problem)
+        return QStringLiteral("Git's answer could not be read");
     const QString words = gitStateWords(details.status);
     const std::optional<GitStatus>& push = details.pushState;
     if (details.status.kind() != GitStatus::Case::dirty || !push ||

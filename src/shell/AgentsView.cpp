@@ -5,6 +5,7 @@
 #include "shell/ActivityWords.h"
 #include "shell/AgentStorageView.h"
 #include "shell/FilterBar.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/ListFinder.h"
 #include "shell/PageLayout.h"
 
@@ -117,6 +118,7 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     , session_(session)
     , tree_(new QTreeWidget(this))
     , state_(new QLabel(this))
+    , loadProblems_(new QLabel(this))
     , body_(new QStackedLayout)
     , reloadButton_(new QPushButton(QStringLiteral("Reload"), this))
     , revealButton_(new QPushButton(PlatformWords::here().revealInFileManager, this))
@@ -139,6 +141,7 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     state_->setForegroundRole(QPalette::PlaceholderText);
     body_->addWidget(tree_);
     body_->addWidget(state_);
+    InventoryWidgets::setUpFailuresLabel(*loadProblems_, QStringLiteral("loadProblems"));
     reloadButton_->setObjectName(QStringLiteral("reloadAgents"));
 
     revealButton_->setObjectName(QStringLiteral("revealAgentRecord"));
@@ -156,6 +159,7 @@ AgentsView::AgentsView(AgentsModel& agents, const ScanSession& session, QWidget*
     auto* sessionsBody = new QVBoxLayout;
     sessionsBody->addWidget(filter);
     sessionsBody->addLayout(body_, 1);
+    sessionsBody->addWidget(loadProblems_);
     if (storage) {
         // Sessions and storage side by side: the one page of the agents' data.
         auto* sessions = new QWidget(this);
@@ -301,6 +305,9 @@ void AgentsView::showHistory() {
         state = agents_.isLoading() || !agents_.hasLoaded() ? loadingText : emptyText;
     state_->setText(state);
     body_->setCurrentWidget(state.isEmpty() ? static_cast<QWidget*>(tree_) : state_);
+    InventoryWidgets::showMessages(
+        *loadProblems_, agents_.loadProblems(),
+        QStringLiteral("Not all history could be read, so some sessions may be missing:"));
 }
 
 } // namespace corvane

@@ -66,6 +66,8 @@ private:
     const ScanSession& session_;
     QTreeWidget* tree_;
     QLabel* state_;
+    // What the last reading of the history could not read, each naming its file.
+    QLabel* loadProblems_;
     QStackedLayout* body_;
     QPushButton* reloadButton_;
     QTabWidget* tabs_ = nullptr;

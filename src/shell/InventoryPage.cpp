@@ -21,6 +21,7 @@ InventoryPage::InventoryPage(InventoryModel& model, const Parts& parts, QWidget*
     , stateArea_(new QVBoxLayout)
     , inventory_(model)
     , failures_(new QLabel(this))
+    , loadProblems_(new QLabel(this))
     , body_(new QStackedLayout)
     , reload_(new QPushButton(QStringLiteral("Reload"), this))
     , filter_(new FilterBar(QStringLiteral("Filter by name or path"), this)) {
@@ -31,6 +32,7 @@ InventoryPage::InventoryPage(InventoryModel& model, const Parts& parts, QWidget*
     ListFinder::attach(*tree_, filter_, parts.listName);
     InventoryWidgets::setUpStateLabel(*state_, parts.stateName);
     InventoryWidgets::setUpFailuresLabel(*failures_, parts.failuresName);
+    InventoryWidgets::setUpFailuresLabel(*loadProblems_, QStringLiteral("loadProblems"));
 
     auto* stateBox = new QWidget(this);
     stateBox->setLayout(stateArea_);
@@ -57,6 +59,7 @@ void InventoryPage::layOut(const QString& title, const QString& intro,
     auto* body = new QVBoxLayout;
     body->addWidget(filter_);
     body->addLayout(body_, 1);
+    body->addWidget(loadProblems_);
     body->addWidget(failures_);
     // The buttons on the left wrap in a narrow window, so that no page holds the window wide.
     auto* leadingGroup = new QWidget(this);
@@ -85,6 +88,9 @@ void InventoryPage::showStateLine(const QString& state, const QString& failuresH
     body_->setCurrentIndex(state.isEmpty() ? 0 : 1);
     reload_->setEnabled(!inventory_.isLoading());
     InventoryWidgets::showFailures(*failures_, inventory_.failures(), failuresHeading);
+    InventoryWidgets::showMessages(*loadProblems_, inventory_.loadProblems(),
+                                   QStringLiteral("Not everything could be read, so this list may "
+                                                  "be incomplete:"));
 }
 
 void InventoryPage::ask(Change change, const QString& objectName, const QString& title,

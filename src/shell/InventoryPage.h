@@ -83,6 +83,8 @@ private:
 
     InventoryModel& inventory_;
     QLabel* failures_;
+    // What the last load could not read, so that a short list is never taken for all there is.
+    QLabel* loadProblems_;
     QStackedLayout* body_;
     QPushButton* reload_;
     FilterBar* filter_;

@@ -70,13 +70,19 @@ void markKept(QTreeWidgetItem& row, int column) {
 }
 
 void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading) {
-    QStringList lines;
-    if (!heading.isEmpty() && !failures.isEmpty())
-        lines.append(heading);
+    QStringList messages;
     for (const ItemFailure& failure : failures)
-        lines.append(failure.name + QStringLiteral(": ") + failure.message);
+        messages.append(failure.name + QStringLiteral(": ") + failure.message);
+    showMessages(label, messages, heading);
+}
+
+void showMessages(QLabel& label, const QStringList& messages, const QString& heading) {
+    QStringList lines;
+    if (!heading.isEmpty() && !messages.isEmpty())
+        lines.append(heading);
+    lines.append(messages);
     label.setText(lines.join(u'\n'));
-    label.setVisible(!failures.isEmpty());
+    label.setVisible(!messages.isEmpty());
 }
 
 } // namespace corvane::InventoryWidgets

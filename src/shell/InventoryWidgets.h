@@ -41,5 +41,7 @@ void markKept(QTreeWidgetItem& row, int column);
 
 // Shows each failure as "name: message" under `heading` (none when empty), or hides the label.
 void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading);
+// Shows each message on a line of its own under `heading`, or hides the label when there are none.
+void showMessages(QLabel& label, const QStringList& messages, const QString& heading);
 
 } // namespace corvane::InventoryWidgets

@@ -190,6 +190,7 @@ QWidget* ProjectDetailView::makeGitSection(QWidget* parent) {
     remote_ = new QLabel(section);
     agentHistory_ = new QLabel(section);
     agentHistory_->setObjectName(QStringLiteral("agentHistory"));
+    state_->setWordWrap(true);
     for (QLabel* label : {state_, branch_, remote_, agentHistory_})
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto* stateRow = new QHBoxLayout;
@@ -272,8 +273,10 @@ void ProjectDetailView::showGit() {
         return;
     shownGit_ = current;
     const GitDetails details = current.value_or(GitDetails());
-    state_->setText(known ? ScanWording::gitDetailsWords(details)
-                          : QStringLiteral("Checking git…"));
+    // The detail has room for the whole reason, which names the folder and what went wrong.
+    state_->setText(!known            ? QStringLiteral("Checking git…")
+                    : details.problem ? *details.problem
+                                      : ScanWording::gitDetailsWords(details));
     stateIcon_->setPixmap(known ? stateIcon(details.status).pixmap(16, 16) : QPixmap());
     branch_->setText(details.branch.value_or(QStringLiteral("—")));
     remote_->setText(

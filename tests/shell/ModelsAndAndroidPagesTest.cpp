@@ -1,12 +1,15 @@
 #include "devtools/AIModelStores.h"
 #include "devtools/AndroidStores.h"
 #include "platform/ByteFormat.h"
+#include "platform/InputLimits.h"
 #include "shell/AIModelsView.h"
 #include "shell/AndroidView.h"
 #include "shell/ShellTesting.h"
 #include "support/GitFixture.h"
 #include "support/TestEnvironment.h"
 
+#include <QFile>
+#include <QLabel>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <gtest/gtest.h>
@@ -79,6 +82,43 @@ TEST(AIModelsPageTest, ModelsOfEachSourceWithWhatTheyFreeAndAnEmptyState) {
     EXPECT_TRUE(ollama->child(0)->text(2).startsWith(s("frees ") + formatBytes(tag->freesBytes)));
     EXPECT_FALSE(view.removeButton()->isEnabled());
     test::saveScreenshot(view, s("ai-models-loaded"));
+}
+
+// A manifest too large to be one is named under the list, so that the models shown are never
+// taken for all there are; the readable model is still listed.
+TEST(AIModelsPageTest, AManifestThatCannotBeReadIsNamedUnderTheList) {
+    namespace ai = test::ai;
+    const QString root = test::makeTempDir(s("ai"));
+    const ai::FakeOllama fake;
+    const test::ScopedEnvironment tool("CORVANE_TOOL_OLLAMA", fake.tool);
+    const test::ScopedEnvironment store("OLLAMA_MODELS", root + s("/ollama"));
+    const test::ScopedEnvironment cache("HF_HUB_CACHE", root + s("/hub"));
+    ai::writeBlob(root + s("/ollama"), ai::digest('a'));
+    ai::writeLibraryManifest(root + s("/ollama"), s("small"), s("latest"), ai::digest('a'),
+                             {ai::digest('a')});
+    const QString huge = root + s("/ollama/manifests/registry.ollama.ai/library/huge/latest");
+    test::writeFile(huge);
+    ASSERT_TRUE(QFile(huge).resize(InputLimits::fileBytes + 1));
+    ToastCenter toasts;
+    AIModelsModel model(toasts);
+    AIModelsView view(model);
+    view.resize(1000, 560);
+
+    view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+    waitForLoad(model);
+    EXPECT_EQ(rowsOf(*view.tree()).size(), 1);
+    const auto* problems = view.findChild<QLabel*>(s("loadProblems"));
+    ASSERT_TRUE(problems);
+    EXPECT_TRUE(problems->isVisible());
+    EXPECT_TRUE(problems->text().contains(s("Could not read ") + huge))
+        << problems->text().toStdString();
+    test::saveScreenshot(view, s("ai-models-unreadable-manifest"));
+
+    QFile::remove(huge);
+    model.reload();
+    waitForLoad(model);
+    EXPECT_FALSE(problems->isVisible());
 }
 
 TEST(AndroidPageTest, PackagesByKindAndEmulatorsWithWhatCannotGoAndWhy) {
