@@ -4,6 +4,7 @@
 #include "platform/Paths.h"
 #include "platform/TrashService.h"
 
+#include <QElapsedTimer>
 #include <algorithm>
 
 namespace corvane {
@@ -31,7 +32,11 @@ void DiskMapModel::map(const QString& folder, KnownFolders knownFolders) {
 }
 
 void DiskMapModel::startLoading() {
-    startJob(JobKind::load, [this, folder = folder_, known = knownFolders_](
+    auto inbox = std::make_shared<DiskMapInbox>();
+    inbox_ = inbox;
+    backlog_.clear();
+    backlogApplied_ = 0;
+    startJob(JobKind::load, [this, folder = folder_, known = knownFolders_, inbox](
                                 const CancellationToken& cancellation, const MainThreadPost& post) {
         DiskMapWalk::Options options;
         if (known)
@@ -39,40 +44,78 @@ void DiskMapModel::startLoading() {
         // Made here: it reads the desktop's settings file.
         ProtectedFolders protectedFolders = ProtectedFolders::ofCurrentUser(folder);
         post([this, protectedFolders] { protectedFolders_ = protectedFolders; });
+        const auto deliver = [this] { this->deliver(); };
         DiskMapWalk::run(
             folder, options,
-            [&post, this](MapEvents batch) {
-                post([this, batch = std::move(batch)] { apply(batch); });
+            [&post, &inbox, &deliver](MapEvents batch) {
+                if (inbox->send(std::move(batch)))
+                    post(deliver);
             },
             cancellation);
-        post([this] { finishLoading(); });
+        if (inbox->end())
+            post(deliver);
     });
 }
 
-void DiskMapModel::apply(const MapEvents& batch) {
+// Applies what the walk sent for at most `deliveryBudgetMs`, then lets the window paint and
+// answer before it goes on with the rest.
+void DiskMapModel::deliver() {
+    constexpr qsizetype eventsPerLook = 256;
+    QElapsedTimer clock;
+    clock.start();
+    bool changed = false;
     bool skippedMore = false;
-    for (const MapEvent& event : batch) {
-        switch (event.kind) {
-        case MapEvent::Kind::entered:
-            enter(event);
-            break;
-        case MapEvent::Kind::left:
-            if (const auto found = nodes_.find(event.folder); found != nodes_.end()) {
-                found->second.isMeasured = true;
-                keepLargest(event.folder);
-            }
-            break;
-        case MapEvent::Kind::skipped: {
-            const QString path = Paths::joined(pathOf(event.parent), event.name);
-            skipped_.append({path, path, event.message});
-            skippedMore = true;
-            break;
+    DiskMapInbox::Take state = DiskMapInbox::Take::took;
+    while (clock.elapsed() < deliveryBudgetMs) {
+        if (backlogApplied_ == backlog_.size()) {
+            backlog_.clear();
+            backlogApplied_ = 0;
+            state = inbox_->take(backlog_);
+            if (state != DiskMapInbox::Take::took)
+                break;
         }
-        }
+        const qsizetype end = std::min(backlog_.size(), backlogApplied_ + eventsPerLook);
+        for (; backlogApplied_ < end; ++backlogApplied_)
+            skippedMore |= apply(backlog_[backlogApplied_]);
+        changed = true;
     }
-    emit mapChanged();
+    if (changed)
+        emit mapChanged();
     if (skippedMore)
         emit skippedFoldersChanged();
+    if (state == DiskMapInbox::Take::over)
+        finishLoading();
+    if (state != DiskMapInbox::Take::took)
+        return;
+    // Queued behind the paint and input events that came meanwhile; dropped when a new map
+    // has started since.
+    QMetaObject::invokeMethod(
+        this,
+        [this, inbox = inbox_] {
+            if (inbox == inbox_)
+                deliver();
+        },
+        Qt::QueuedConnection);
+}
+
+bool DiskMapModel::apply(const MapEvent& event) {
+    switch (event.kind) {
+    case MapEvent::Kind::entered:
+        enter(event);
+        break;
+    case MapEvent::Kind::left:
+        if (const auto found = nodes_.find(event.folder); found != nodes_.end()) {
+            found->second.isMeasured = true;
+            keepLargest(event.folder);
+        }
+        break;
+    case MapEvent::Kind::skipped: {
+        const QString path = Paths::joined(pathOf(event.parent), event.name);
+        skipped_.append({path, path, event.message});
+        return true;
+    }
+    }
+    return false;
 }
 
 void DiskMapModel::enter(const MapEvent& event) {

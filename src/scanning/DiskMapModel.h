@@ -2,11 +2,13 @@
 
 #include "platform/InventoryModel.h"
 #include "platform/TrashPlan.h"
+#include "scanning/DiskMapInbox.h"
 #include "scanning/DiskMapWalk.h"
 #include "scanning/ProtectedFolders.h"
 
 #include <QList>
 #include <QString>
+#include <memory>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -18,7 +20,8 @@ namespace corvane {
 // sums its own. To keep the tree small on a home folder of millions of files, a measured folder
 // keeps only the subfolders that weigh at least a thousandth of it and a fifty-thousandth of the
 // mapped folder so far (at most `maxChildren`); the rest collapse into its "rest", together with
-// its files.
+// its files. The walk's events reach the tree in deliveries of bounded time, so the window goes
+// on answering however fast the walk runs.
 class DiskMapModel : public InventoryModel {
     Q_OBJECT
 
@@ -39,6 +42,8 @@ public:
     static constexpr qint64 keptShareDivisor = 1000;
     static constexpr qint64 keptShareOfWholeDivisor = 50'000;
     static constexpr std::size_t maxChildren = 200;
+    // The longest one delivery of events holds the main thread; the rest waits for the next.
+    static constexpr int deliveryBudgetMs = 8;
 
     explicit DiskMapModel(ToastCenter& toasts, QObject* parent = nullptr,
                           const PlatformTrash& trash = PlatformTrash::system());
@@ -90,7 +95,9 @@ protected:
     bool containsItem(const QString&) const override { return false; }
 
 private:
-    void apply(const MapEvents& batch);
+    void deliver();
+    // Whether the event told of a folder that could not be measured.
+    bool apply(const MapEvent& event);
     void enter(const MapEvent& event);
     void keepLargest(FolderID id);
     void erase(FolderID id);
@@ -104,6 +111,10 @@ private:
     std::optional<ProtectedFolders> protectedFolders_;
     std::unordered_map<FolderID, Node> nodes_;
     QList<ItemFailure> skipped_;
+    // The running walk's events: those not taken yet, and those taken but not applied yet.
+    std::shared_ptr<DiskMapInbox> inbox_;
+    MapEvents backlog_;
+    qsizetype backlogApplied_ = 0;
 };
 
 } // namespace corvane

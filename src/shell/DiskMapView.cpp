@@ -54,6 +54,7 @@ DiskMapView::DiskMapView(DiskMapModel& model, QWidget* parent)
     legend_->setObjectName(QStringLiteral("diskMapLegend"));
     legend_->setWordWrap(true);
     status_->setObjectName(QStringLiteral("diskMapStatus"));
+    refreshTimer_.setObjectName(QStringLiteral("diskMapRefresh"));
     refreshTimer_.setSingleShot(true);
     refreshTimer_.setInterval(refreshInterval);
 

@@ -1,7 +1,8 @@
 #include "shell/FilterBar.h"
 
+#include "shell/StatusLine.h"
+
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QLineEdit>
 #include <QShortcut>
 #include <QToolButton>
@@ -11,7 +12,7 @@ namespace corvane {
 FilterBar::FilterBar(const QString& placeholder, QWidget* parent)
     : QWidget(parent)
     , field_(new QLineEdit(this))
-    , count_(new QLabel(this)) {
+    , count_(new StatusLine(this)) {
     setObjectName(QStringLiteral("filterBar"));
     field_->setObjectName(QStringLiteral("filterField"));
     field_->setPlaceholderText(placeholder);
@@ -22,13 +23,11 @@ FilterBar::FilterBar(const QString& placeholder, QWidget* parent)
         clear->setAccessibleName(QStringLiteral("Clear filter"));
     field_->setMaximumWidth(320);
     count_->setObjectName(QStringLiteral("filterCount"));
-    count_->setForegroundRole(QPalette::PlaceholderText);
 
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(field_, 1);
-    layout->addWidget(count_);
-    layout->addStretch();
+    layout->addWidget(count_, 1);
 
     // Every page has its bar; a shortcut of a page not on show is not active, so the key always
     // reaches the bar the user sees.

@@ -2,10 +2,11 @@
 
 #include <QWidget>
 
-class QLabel;
 class QLineEdit;
 
 namespace corvane {
+
+class StatusLine;
 
 // The filter field of a list page: typing narrows the page's lists as each key is pressed,
 // Ctrl+F (Cmd+F on a Mac) puts the cursor in it while the page is on show, Escape clears it, and
@@ -27,7 +28,8 @@ signals:
 
 private:
     QLineEdit* field_;
-    QLabel* count_;
+    // Not a label: a new count repaints the line without laying out the page around the list.
+    StatusLine* count_;
 };
 
 } // namespace corvane

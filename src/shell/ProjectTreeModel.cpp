@@ -352,7 +352,9 @@ std::unique_ptr<ProjectTreeModel::Node> ProjectTreeModel::makeNode(const Project
                                                                    Node* parent) {
     auto node = std::make_unique<Node>();
     node->project = source.project;
-    node->values = valuesOf(source.project);
+    // From this refresh's cache: a key typed in the filter brings back rows without working out
+    // their values again.
+    node->values = cachedValues(source.project);
     node->parent = parent;
     nodeByID_.insert(source.project.id, node.get());
     for (const ProjectNode& child : childrenOf(source))

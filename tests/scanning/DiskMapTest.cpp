@@ -1,10 +1,13 @@
 #include "platform/KeepStore.h"
+#include "scanning/DiskMapInbox.h"
 #include "scanning/DiskMapModel.h"
 #include "support/TreeFixture.h"
 
 #include <QDir>
 #include <QTest>
+#include <atomic>
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace corvane;
 using namespace corvane::test;
@@ -204,4 +207,41 @@ TEST_F(DiskMapTest, MovesAFolderToTheTrashButNeverAKeptOneOrTheMappedFolder) {
     EXPECT_FALSE(at(s("old")));
     EXPECT_EQ(model.node(DiskMapModel::rootFolder)->bytes, before - old);
     ASSERT_TRUE(toasts.current());
+}
+
+TEST(DiskMapInboxTest, EveryEventArrivesInOrderBeforeTheWalkIsOver) {
+    DiskMapInbox inbox;
+    std::atomic<int> deliveriesAsked = 0;
+    std::thread walk([&] {
+        for (quint32 folder = 0; folder < 20'000; ++folder) {
+            MapEvent event;
+            event.folder = folder;
+            deliveriesAsked += inbox.send({event}) ? 1 : 0;
+        }
+        deliveriesAsked += inbox.end() ? 1 : 0;
+    });
+    MapEvents received;
+    DiskMapInbox::Take state = DiskMapInbox::Take::took;
+    int deliveries = 0;
+    // The main thread's side: a delivery takes until nothing waits, as the model's does. While
+    // it runs, the walk never asks for another.
+    bool overlapped = false;
+    while (state != DiskMapInbox::Take::over) {
+        const int asked = deliveriesAsked.load();
+        if (deliveries == asked)
+            continue;
+        overlapped |= asked != deliveries + 1;
+        ++deliveries;
+        while ((state = inbox.take(received)) == DiskMapInbox::Take::took)
+            overlapped |= deliveriesAsked.load() != asked;
+    }
+    walk.join();
+
+    EXPECT_FALSE(overlapped);
+
+    ASSERT_EQ(received.size(), 20'000);
+    for (qsizetype index = 0; index < received.size(); ++index)
+        ASSERT_EQ(received[index].folder, static_cast<quint32>(index));
+    EXPECT_EQ(deliveries, deliveriesAsked.load());
+    EXPECT_EQ(inbox.take(received), DiskMapInbox::Take::over);
 }
