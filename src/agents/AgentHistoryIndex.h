@@ -23,11 +23,15 @@ struct AgentHistoryIndex {
         std::optional<QString> cwd;
         std::optional<QDateTime> lastActivity;
         bool isArchived = false;
+        // The record's own file.
+        QString file;
 
         bool operator==(const DesktopEntry&) const = default;
     };
 
     QList<AgentSession> sessions;
+    // Every record of the Claude desktop app, those that continue a session of `sessions` too.
+    QList<DesktopEntry> desktopRecords;
     QList<AgentWorkspace> workspaces;
     // The home folder and path rule the snapshot was built with; queries use them too.
     QString home;

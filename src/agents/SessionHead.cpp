@@ -25,12 +25,16 @@ std::optional<QJsonObject> parsedIfHolds(QByteArrayView line,
     return document.object();
 }
 
+std::optional<QString> stringOf(const QJsonObject& line, const QString& key) {
+    const QString value = line.value(key).toString();
+    if (value.isEmpty())
+        return std::nullopt;
+    return value;
+}
+
 // Only the top-level key counts; a prompt may mention "cwd" in its text.
 std::optional<QString> cwdOf(const QJsonObject& line) {
-    const QString cwd = line.value(QStringLiteral("cwd")).toString();
-    if (cwd.isEmpty())
-        return std::nullopt;
-    return cwd;
+    return stringOf(line, QStringLiteral("cwd"));
 }
 
 std::optional<QString> cwdOfLine(QByteArrayView line) {
@@ -70,8 +74,11 @@ struct HeadReader {
         const std::optional<QJsonObject> object =
             parsedIfHolds(line, {"\"cwd\"", "\"type\":\"summary\"", "\"type\":\"user\""});
         if (object) {
-            if (!head.cwd)
+            if (!head.cwd) {
                 head.cwd = cwdOf(*object);
+                if (head.cwd)
+                    head.sessionID = stringOf(*object, QStringLiteral("sessionId"));
+            }
             if (!titleDecided)
                 takeTitle(*object);
         }

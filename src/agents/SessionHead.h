@@ -26,6 +26,9 @@ struct Head {
     // The summary Claude Code stored (a "summary" line ahead of the first prompt), else the first
     // line of the first prompt the user typed, shortened like every session title.
     std::optional<QString> title;
+    // The session the first message line belongs to: a sub-agent's transcript names the session
+    // that started it.
+    std::optional<QString> sessionID;
 
     bool operator==(const Head&) const = default;
 };
