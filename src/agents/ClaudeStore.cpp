@@ -179,9 +179,9 @@ private:
             rows_.append(orphans);
     }
 
-    // The Claude app lists its conversations from one record file each, read again whenever it
-    // lists them: a record that goes is simply no longer listed, so it is history like a session,
-    // of its project folder's kind.
+    // The Claude app keeps one record file per conversation, each on its own (no index or
+    // database names them; the relinker rewrites them one by one too): a record is history like a
+    // session, of its project folder's kind, and goes through the trash alone.
     void addDesktopRecords() {
         for (const AgentHistoryIndex::DesktopEntry& record : context_.index.desktopRecords) {
             context_.cancellation.throwIfCancelled();
