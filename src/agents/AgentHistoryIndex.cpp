@@ -53,8 +53,8 @@ AgentHistoryIndex AgentHistoryIndex::build(const AgentLocations& locations) {
 
     QList<AgentSession> claude = ClaudeSessions::read(
         locations.claudeProjects, locations.claudeFolderLedger.load(), locations.macPathRules);
-    attachDesktopRecords(claude,
-                         desktopEntries(locations.claudeDesktopSessions, locations.macPathRules));
+    index.desktopRecords = desktopEntries(locations.claudeDesktopSessions, locations.macPathRules);
+    attachDesktopRecords(claude, index.desktopRecords);
     index.sessions = claude + CodexThreads::read(locations.codexHome, locations.macPathRules);
 
     for (const EditorStorage& storage : locations.editorStorages)

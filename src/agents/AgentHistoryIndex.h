@@ -24,11 +24,15 @@ struct AgentHistoryIndex {
         std::optional<QString> cwd;
         std::optional<QDateTime> lastActivity;
         bool isArchived = false;
+        // The record's own file.
+        QString file;
 
         bool operator==(const DesktopEntry&) const = default;
     };
 
     QList<AgentSession> sessions;
+    // Every record of the Claude desktop app, those that continue a session of `sessions` too.
+    QList<DesktopEntry> desktopRecords;
     QList<AgentWorkspace> workspaces;
     // The records there that could not be read, one message each, naming the file: what they
     // hold is missing from the snapshot.

@@ -59,25 +59,43 @@ void classifyHistory(AgentStoreRow& row, const QHash<QString, QString>& newPlace
     row.tickedByDefault = true;
 }
 
+void HistoryClassifier::classify(AgentStoreRow& row) {
+    auto decided = decided_.constFind(row.project);
+    if (decided == decided_.cend()) {
+        AgentStoreRow model;
+        model.project = row.project;
+        classifyHistory(model, newPlaces_);
+        decided = decided_.insert(row.project, model);
+    }
+    row.kind = decided->kind;
+    row.reason = decided->reason;
+    row.newPlace = decided->newPlace;
+    row.tickedByDefault = decided->tickedByDefault;
+}
+
 void addMeasured(AgentStoreRow& row, const QString& path, const CancellationToken& cancellation) {
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink())
         return;
     const qint64 bytes = SizeCalculator::size(path, cancellation);
     row.paths.append(path);
-    row.bytesByPath.insert(path, bytes);
+    row.pathBytes.append(bytes);
     row.bytes = checkedSum(row.bytes, bytes);
 }
 
 AgentStore measure(const Inputs& inputs, const CancellationToken& cancellation) {
-    const AgentHistoryIndex index = AgentHistoryIndex::build(inputs.locations);
-    const QHash<QString, QString> newPlaces =
-        inputs.newPlaces ? inputs.newPlaces(index) : QHash<QString, QString>();
     AgentStore store;
-    AgentStoreSources::Context context{inputs.locations, index, newPlaces, cancellation};
-    store.rows += AgentStoreSources::claude(context);
-    store.rows += AgentStoreSources::codex(context);
-    store.rows += AgentStoreSources::editors(context);
+    // The index goes before the rows are sorted: with tens of thousands of sessions the two
+    // together are most of the memory a measurement takes.
+    {
+        const AgentHistoryIndex index = AgentHistoryIndex::build(inputs.locations);
+        const QHash<QString, QString> newPlaces =
+            inputs.newPlaces ? inputs.newPlaces(index) : QHash<QString, QString>();
+        AgentStoreSources::Context context{inputs.locations, index, newPlaces, cancellation};
+        store.rows = AgentStoreSources::claude(context);
+        store.rows += AgentStoreSources::codex(context);
+        store.rows += AgentStoreSources::editors(context);
+    }
     sortRows(store.rows);
     return store;
 }
@@ -111,8 +129,8 @@ Plan plan(const AgentStore& store, const QStringList& ids) {
             result.refused.append({id, row->name, *reason});
             continue;
         }
-        for (const QString& path : row->paths)
-            result.trash.add(row->root, path, row->bytesByPath.value(path));
+        for (qsizetype at = 0; at < row->paths.size(); ++at)
+            result.trash.add(row->root, row->paths.at(at), row->pathBytes.value(at));
         result.rowIDs.append(id);
     }
     return result;

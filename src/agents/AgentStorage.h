@@ -47,6 +47,21 @@ QStringList restoreThreadRecords(const PutBackOutcome& outcome,
 // it; one that is gone makes it unreachable, ticked unless a new place is known.
 void classifyHistory(AgentStoreRow& row, const QHash<QString, QString>& newPlaces);
 
+// The same rule, remembering each project folder's answer: tens of thousands of rows share a few
+// hundred folders, and then one look at each and one copy of each reason.
+class HistoryClassifier {
+public:
+    explicit HistoryClassifier(const QHash<QString, QString>& newPlaces)
+        : newPlaces_(newPlaces) {}
+
+    void classify(AgentStoreRow& row);
+
+private:
+    const QHash<QString, QString>& newPlaces_;
+    // Project folder -> a row classified for it.
+    QHash<QString, AgentStoreRow> decided_;
+};
+
 // Adds `path` to the row's items with its allocated bytes, if it exists.
 void addMeasured(AgentStoreRow& row, const QString& path, const CancellationToken& cancellation);
 

@@ -43,9 +43,10 @@ struct AgentStoreRow {
     std::optional<QDateTime> updatedAt;
     // Allocated bytes of every item.
     qint64 bytes = 0;
-    // What removing the row moves, and the allocated bytes of each.
+    // What removing the row moves, and the allocated bytes of each (in the same order): a list,
+    // not a hash, as tens of thousands of rows each hold a few.
     QStringList paths;
-    QHash<QString, qint64> bytesByPath;
+    QList<qint64> pathBytes;
     // The folder every item must lie in (the agent's own folder).
     QString root;
     // Names inside the row's folders that belong to it although the rule would keep them alone.

@@ -46,6 +46,7 @@ std::optional<AgentHistoryIndex::DesktopEntry> entryOf(const QString& path, bool
             QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(milliseconds), QTimeZone::utc());
     }
     entry.isArchived = record.value(QStringLiteral("isArchived")).toBool(false);
+    entry.file = path;
     return entry;
 }
 

@@ -2,6 +2,7 @@
 #include "agents/AgentStoreRules.h"
 #include "agents/AgentStoreSources.h"
 #include "agents/ClaudeHistory.h"
+#include "agents/SessionHead.h"
 #include "platform/Paths.h"
 
 #include <QDir>
@@ -29,14 +30,16 @@ struct ClaudeFolders {
 class ClaudeReader {
 public:
     explicit ClaudeReader(const Context& context)
-        : context_(context) {
+        : context_(context)
+        , classifier_(context.newPlaces) {
         folders_.home = Paths::parentPath(context.locations.claudeProjects);
         folders_.fileHistory = folders_.home + QStringLiteral("/file-history");
         folders_.todos = folders_.home + QStringLiteral("/todos");
         for (const AgentSession& session : context.index.sessions) {
             if (session.agent == AgentKind::claudeCode)
-                indexed_.insert(session.id, session);
+                indexed_.insert(session.id, &session);
         }
+        rows_.reserve(indexed_.size() + context.index.desktopRecords.size() + 16);
         for (const QString& name : entriesOf(folders_.todos))
             todosBySession_[todoSession(name)].append(name);
     }
@@ -65,42 +68,64 @@ private:
     void readHistoryFolder(const QString& folder) {
         if (!QFileInfo(folder).isDir())
             return;
-        QString folderProject;
         QStringList transcripts;
+        // Session id -> its row in rows_.
+        QHash<QString, qsizetype> sessionRows;
         for (const QString& fileName : ClaudeHistory::sessionFiles(folder)) {
             context_.cancellation.throwIfCancelled();
             if (fileName.startsWith(QStringLiteral("agent-"))) {
-                transcripts.append(Paths::joined(folder, fileName));
+                transcripts.append(fileName);
                 continue;
             }
             const QString id = fileName.chopped(sessionExtensionLength);
-            AgentStoreRow row = sessionRow(folder, id);
-            if (folderProject.isEmpty())
-                folderProject = row.project;
-            rows_.append(row);
+            sessionRows.insert(id, rows_.size());
+            rows_.append(sessionRow(folder, id));
         }
-        // Older versions kept sub-agent transcripts loose in the folder: they belong to the
-        // folder's sessions as a whole.
-        if (!transcripts.isEmpty()) {
-            AgentStoreRow row = newRow(folder + QStringLiteral("/agent-*.jsonl"),
-                                       QStringLiteral("Sub-agent transcripts"));
-            row.project = folderProject;
-            for (const QString& path : transcripts)
-                AgentStorage::addMeasured(row, path, context_.cancellation);
-            AgentStorage::classifyHistory(row, context_.newPlaces);
-            rows_.append(row);
+        for (const QString& fileName : transcripts)
+            addLooseTranscript(folder, fileName, sessionRows);
+    }
+
+    // Older versions kept sub-agent transcripts loose in the history folder. One whose session is
+    // still there goes with it, as the sub-agents in a companion folder do; one whose session is
+    // gone is a session of its own, titled and dated from its own head.
+    void addLooseTranscript(const QString& folder, const QString& fileName,
+                            const QHash<QString, qsizetype>& sessionRows) {
+        const QString path = Paths::joined(folder, fileName);
+        const SessionHead::Head head = SessionHead::read(path);
+        if (const auto session = sessionRows.constFind(head.sessionID.value_or(QString()));
+            session != sessionRows.cend()) {
+            AgentStorage::addMeasured(rows_[*session], path, context_.cancellation);
+            return;
         }
+        AgentStoreRow row =
+            newRow(path, head.title.value_or(QStringLiteral("Untitled sub-agent session")));
+        row.project = ClaudeHistory::projectPath(Paths::lastComponent(folder), head.cwd, ledger(),
+                                                 context_.locations.macPathRules, fileName)
+                          .value_or(QString());
+        row.updatedAt = QFileInfo(path).lastModified();
+        AgentStorage::addMeasured(row, path, context_.cancellation);
+        classifier_.classify(row);
+        rows_.append(row);
+    }
+
+    const QMap<QString, QString>& ledger() {
+        if (!ledger_)
+            ledger_ = context_.locations.claudeFolderLedger.load();
+        return *ledger_;
     }
 
     AgentStoreRow sessionRow(const QString& folder, const QString& id) {
-        const AgentSession session = indexed_.value(id);
-        AgentStoreRow row = newRow(id, session.title.value_or(QStringLiteral("Untitled session")));
+        static const AgentSession unknown;
+        const AgentSession& session = *indexed_.value(id, &unknown);
+        AgentStoreRow row = newRow(session.id.isEmpty() ? id : session.id,
+                                   session.title.value_or(QStringLiteral("Untitled session")));
         row.project = session.cwd;
         row.updatedAt = session.updatedAt;
+        // The index's copy of the path, when it is the same, so the two share one string.
+        const QString file = Paths::joined(folder, id + QStringLiteral(".jsonl"));
         if (!row.updatedAt)
-            row.updatedAt =
-                QFileInfo(Paths::joined(folder, id + QStringLiteral(".jsonl"))).lastModified();
-        AgentStorage::addMeasured(row, Paths::joined(folder, id + QStringLiteral(".jsonl")),
+            row.updatedAt = QFileInfo(file).lastModified();
+        AgentStorage::addMeasured(row, session.file == file ? session.file : file,
                                   context_.cancellation);
         AgentStorage::addMeasured(row, Paths::joined(folder, id), context_.cancellation);
         AgentStorage::addMeasured(row, Paths::joined(folders_.fileHistory, id),
@@ -109,7 +134,7 @@ private:
             AgentStorage::addMeasured(row, Paths::joined(folders_.todos, name),
                                       context_.cancellation);
         sessionIDs_.insert(id);
-        AgentStorage::classifyHistory(row, context_.newPlaces);
+        classifier_.classify(row);
         return row;
     }
 
@@ -154,18 +179,31 @@ private:
             rows_.append(orphans);
     }
 
-    // The Claude app lists its conversations from these records itself.
+    // The Claude app keeps one record file per conversation, each on its own (no index or
+    // database names them; the relinker rewrites them one by one too): a record is history like a
+    // session, of its project folder's kind, and goes through the trash alone.
     void addDesktopRecords() {
-        for (const QString& folder : context_.locations.claudeDesktopSessions) {
-            if (!QFileInfo(folder).isDir())
-                continue;
-            AgentStoreRow row = newRow(folder, QStringLiteral("Claude app session records"));
-            row.root = Paths::parentPath(folder);
-            row.reason = QStringLiteral("The Claude app lists its conversations from them");
-            row.blockedReason = QStringLiteral("Kept: the Claude app manages these itself");
-            AgentStorage::addMeasured(row, folder, context_.cancellation);
+        for (const AgentHistoryIndex::DesktopEntry& record : context_.index.desktopRecords) {
+            context_.cancellation.throwIfCancelled();
+            AgentStoreRow row = newRow(record.file, QStringLiteral("Claude app record: ") +
+                                                        record.title.value_or(record.desktopID));
+            row.root = recordsFolderOf(record.file);
+            row.project = record.cwd.value_or(QString());
+            row.updatedAt = record.lastActivity;
+            if (!row.updatedAt)
+                row.updatedAt = QFileInfo(record.file).lastModified();
+            AgentStorage::addMeasured(row, record.file, context_.cancellation);
+            classifier_.classify(row);
             rows_.append(row);
         }
+    }
+
+    QString recordsFolderOf(const QString& file) const {
+        for (const QString& folder : context_.locations.claudeDesktopSessions) {
+            if (Paths::isUnder(file, folder))
+                return folder;
+        }
+        return Paths::parentPath(file);
     }
 
     void addConfigFile() {
@@ -178,10 +216,13 @@ private:
     }
 
     const Context& context_;
+    AgentStorage::HistoryClassifier classifier_;
     ClaudeFolders folders_;
-    QHash<QString, AgentSession> indexed_;
+    // Into the index, which outlives the reader.
+    QHash<QString, const AgentSession*> indexed_;
     QHash<QString, QStringList> todosBySession_;
     QSet<QString> sessionIDs_;
+    std::optional<QMap<QString, QString>> ledger_;
     QList<AgentStoreRow> rows_;
 };
 

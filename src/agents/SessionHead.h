@@ -12,8 +12,9 @@ inline constexpr qint64 chunkSize = 65'536;
 inline constexpr qint64 byteLimit = 524'288;
 
 // The string value of the top-level "cwd" key of the first line that has a non-empty one,
-// looking only at the first `byteLimit` bytes of the file (read in `chunkSize` pieces, and no
-// further than that line). Nothing when the file can't be read or has no such line in its head.
+// looking only at the first `byteLimit` bytes of the file (a few kilobytes first, then `chunkSize`
+// pieces, and no further than that line). Nothing when the file can't be read or has no such line
+// in its head.
 std::optional<QString> firstCwd(const QString& path);
 
 // The same search over text already read; a last line without a newline counts as a line.
@@ -26,6 +27,9 @@ struct Head {
     // The summary Claude Code stored (a "summary" line ahead of the first prompt), else the first
     // line of the first prompt the user typed, shortened like every session title.
     std::optional<QString> title;
+    // The session the first message line belongs to: a sub-agent's transcript names the session
+    // that started it.
+    std::optional<QString> sessionID;
 
     bool operator==(const Head&) const = default;
 };

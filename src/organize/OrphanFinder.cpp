@@ -105,9 +105,19 @@ QHash<QString, QString> newPlaces(const AgentHistoryIndex& index,
     for (const AgentWorkspace& workspace : index.workspaces)
         consider(workspace.folder);
     QHash<QString, QString> places;
+    QSet<QString> missing;
     for (const OrphanedHistory& orphan : find(index, candidates)) {
+        missing.insert(orphan.missingPath);
         if (orphan.suggestion)
             places.insert(orphan.missingPath, *orphan.suggestion);
+    }
+    // The Claude app's records may name a folder no session of the index names any more.
+    for (const AgentHistoryIndex::DesktopEntry& record : index.desktopRecords) {
+        if (!record.cwd || missing.contains(*record.cwd) || QFileInfo::exists(*record.cwd))
+            continue;
+        missing.insert(*record.cwd);
+        if (const std::optional<QString> place = suggestionFor(*record.cwd, candidates, index.home))
+            places.insert(*record.cwd, *place);
     }
     return places;
 }

@@ -129,3 +129,28 @@ TEST(AgentStorageModel, ASessionFileAnAppHoldsOpenStaysWithTheReason) {
     EXPECT_FALSE(QFile::exists(home.goneWorkspace));
     EXPECT_EQ(loaded.model.failures().first().itemID, home.orphan);
 }
+
+TEST(AgentStorageModel, ClaudeAppRecordsAndLooseTranscriptsGoToTheTrashAndComeBack) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const QByteArray record = test::readBytes(home.goneRecord);
+    Loaded loaded(home);
+    EXPECT_TRUE(loaded.model.selectedIDs().contains(home.goneRecord));
+    EXPECT_TRUE(loaded.model.selectedIDs().contains(home.looseAlone));
+    EXPECT_FALSE(loaded.model.selectedIDs().contains(home.liveRecord));
+
+    const TrashResult result = loaded.trash({home.goneRecord, home.looseAlone});
+    ASSERT_TRUE(result.outcome.failures.isEmpty())
+        << result.outcome.failures.first().message.toStdString();
+    EXPECT_FALSE(QFile::exists(home.goneRecord));
+    EXPECT_FALSE(QFile::exists(home.looseAlone));
+    EXPECT_TRUE(QFile::exists(home.liveRecord));
+    ASSERT_TRUE(result.cleanup.id);
+
+    const PutBackOutcome back = PutBackService::putBack(CleanupHistory(), result.cleanup.id);
+    EXPECT_EQ(back.restored.size(), 2);
+    EXPECT_EQ(test::readBytes(home.goneRecord), record);
+    EXPECT_TRUE(QFile::exists(home.looseAlone));
+    loaded.load();
+    EXPECT_TRUE(loaded.model.row(home.goneRecord));
+    EXPECT_TRUE(loaded.model.row(home.looseAlone));
+}

@@ -7,6 +7,7 @@
 #include "support/TestEnvironment.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -115,6 +116,66 @@ TEST(AgentStorage, RowsAreOfTheirKindForAReasonAndOnlyWhatNobodyCanUseIsTicked) 
     }
     EXPECT_EQ(store.reclaimableBytes(), ticked);
     EXPECT_GT(store.totalBytes(), store.reclaimableBytes());
+}
+
+TEST(AgentStorage, LooseSubAgentTranscriptsGoWithTheirSessionOrAreSessionsOfTheirOwn) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const AgentStore store = AgentStorage::measure(home.inputs());
+
+    // The transcript of a session that is there is part of that session's row, and nothing else's.
+    const AgentStoreRow* older = store.row(home.olderLiveSession);
+    ASSERT_TRUE(older);
+    EXPECT_TRUE(older->paths.contains(home.looseOfSession));
+    EXPECT_GE(older->pathBytes.value(older->paths.indexOf(home.looseOfSession)), 3000);
+    qsizetype holders = 0;
+    for (const AgentStoreRow& row : store.rows)
+        holders += row.paths.count(home.looseOfSession);
+    EXPECT_EQ(holders, 1);
+
+    // One whose session is gone is a session of its own: its task as title, its project's kind.
+    const AgentStoreRow* alone = store.row(home.looseAlone);
+    ASSERT_TRUE(alone);
+    EXPECT_EQ(alone->name, s("Search the tests for flaky waits"));
+    EXPECT_EQ(alone->project, home.work + s("/gone"));
+    EXPECT_EQ(alone->kind, AgentStoreKind::unreachable);
+    EXPECT_TRUE(alone->tickedByDefault);
+    EXPECT_EQ(alone->paths, QStringList{home.looseAlone});
+    EXPECT_GE(alone->bytes, 3000);
+    EXPECT_EQ(alone->updatedAt, QFileInfo(home.looseAlone).lastModified());
+    const AgentStorage::Plan plan = AgentStorage::plan(store, {home.looseAlone});
+    EXPECT_EQ(plan.trash.urls(), QStringList{home.looseAlone});
+}
+
+TEST(AgentStorage, ClaudeAppRecordsAreHistoryOfTheirProjectFolder) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const AgentStore store = AgentStorage::measure(home.inputs());
+    const auto row = [&](const QString& id) {
+        const AgentStoreRow* found = store.row(id);
+        EXPECT_TRUE(found) << id.toStdString();
+        return found ? *found : AgentStoreRow();
+    };
+
+    const AgentStoreRow live = row(home.liveRecord);
+    EXPECT_EQ(live.name, s("Claude app record: App live"));
+    EXPECT_EQ(live.kind, AgentStoreKind::projectHistory);
+    EXPECT_FALSE(live.tickedByDefault);
+    EXPECT_TRUE(live.isOffered());
+    EXPECT_EQ(live.updatedAt->toMSecsSinceEpoch(), 1'753'650'000'000);
+    EXPECT_EQ(live.paths, QStringList{home.liveRecord});
+
+    const AgentStoreRow gone = row(home.goneRecord);
+    EXPECT_EQ(gone.kind, AgentStoreKind::unreachable);
+    EXPECT_TRUE(gone.tickedByDefault && gone.isOffered());
+    // A record of a folder that moved offers relinking first, like its session.
+    const AgentStoreRow moved = row(home.movedRecord);
+    EXPECT_EQ(moved.newPlace, home.work + s("/new-name"));
+    EXPECT_FALSE(moved.tickedByDefault);
+
+    // Only the record file moves, checked against the records folder it lies in.
+    const AgentStorage::Plan plan = AgentStorage::plan(store, {home.goneRecord});
+    EXPECT_TRUE(plan.refused.isEmpty());
+    EXPECT_EQ(plan.trash.urls(), QStringList{home.goneRecord});
+    EXPECT_TRUE(Paths::isUnder(gone.root, home.locations.claudeDesktopSessions.at(1)));
 }
 
 TEST(AgentStoreRules, KnowsWhatStaysByNameAndLooksInsideFoldersWithoutFollowingLinks) {

@@ -40,6 +40,21 @@ void writeSession(const FakeAgentHome& home, const QString& cwd, const QString& 
               "[]");
 }
 
+// A sub-agent's transcript as older versions kept it: beside the sessions, naming the session
+// that started it, its first prompt written by that session.
+QString writeLooseTranscript(const FakeAgentHome& home, const QString& cwd, const QString& agentID,
+                             const QString& sessionID, const QString& task) {
+    const QString path = home.locations.claudeProjects + u'/' +
+                         ClaudeHistory::encodedFolderName(cwd) + QStringLiteral("/agent-") +
+                         agentID + QStringLiteral(".jsonl");
+    QJsonObject line = QJsonDocument::fromJson(prompt(cwd, sessionID, task)).object();
+    line.insert(QStringLiteral("isSidechain"), true);
+    line.insert(QStringLiteral("agentId"), agentID);
+    writeFile(path, QJsonDocument(line).toJson(QJsonDocument::Compact) + '\n' +
+                        QByteArray(3000, ' ') + '\n');
+    return path;
+}
+
 void writeNeverTouched(FakeAgentHome& home, const QString& path, const QByteArray& contents = {}) {
     writeFile(path, contents);
     home.neverTouched.append(path);
@@ -67,6 +82,12 @@ void writeClaude(FakeAgentHome& home) {
         home.withMemory;
     writeNeverTouched(home, companion + QStringLiteral("/memory/notes.md"), "remember");
     writeNeverTouched(home, companion + QStringLiteral("/cache.db"), "SQLite format 3");
+    home.looseOfSession = writeLooseTranscript(home, shop, QStringLiteral("a3f9c2e1"),
+                                               home.olderLiveSession, QStringLiteral("Find it"));
+    home.looseAlone =
+        writeLooseTranscript(home, home.work + QStringLiteral("/gone"), QStringLiteral("77aa01b2"),
+                             QStringLiteral("99999999-0000-4000-8000-000000000009"),
+                             QStringLiteral("Search the tests for flaky waits"));
 
     const QString claude = home.locations.home + QStringLiteral("/.claude");
     writeFile(claude + QStringLiteral("/debug/") + home.liveSession + QStringLiteral(".txt"),
@@ -120,6 +141,34 @@ void writeEditors(FakeAgentHome& home) {
     writeNeverTouched(home, QDir::cleanPath(storage + QStringLiteral("/../settings.json")), "{}");
 }
 
+// One record per conversation, in the shape the Claude app writes, under its account folders.
+QString writeDesktopRecord(const FakeAgentHome& home, const QString& name, const QString& cwd,
+                           const QString& cliSessionID) {
+    const QString path = home.locations.claudeDesktopSessions.at(1) +
+                         QStringLiteral("/0a1b2c3d/4e5f6a7b/local_") + name +
+                         QStringLiteral(".json");
+    QJsonObject record{{QStringLiteral("sessionId"), QStringLiteral("local_") + name},
+                       {QStringLiteral("cwd"), cwd},
+                       {QStringLiteral("originCwd"), cwd},
+                       {QStringLiteral("title"), QStringLiteral("App ") + name},
+                       {QStringLiteral("lastActivityAt"), 1'753'650'000'000.0},
+                       {QStringLiteral("isArchived"), false}};
+    // Conversations of the app alone continue no Claude Code session.
+    if (!cliSessionID.isEmpty())
+        record.insert(QStringLiteral("cliSessionId"), cliSessionID);
+    writeFile(path, QJsonDocument(record).toJson());
+    return path;
+}
+
+void writeDesktopRecords(FakeAgentHome& home) {
+    home.liveRecord = writeDesktopRecord(home, QStringLiteral("live"),
+                                         home.work + QStringLiteral("/shop"), QString());
+    home.goneRecord = writeDesktopRecord(home, QStringLiteral("gone"),
+                                         home.work + QStringLiteral("/gone-app"), QString());
+    home.movedRecord = writeDesktopRecord(home, QStringLiteral("moved"),
+                                          home.work + QStringLiteral("/old-name"), home.moved);
+}
+
 } // namespace
 
 AgentStorage::Inputs FakeAgentHome::inputs() const {
@@ -132,6 +181,7 @@ FakeAgentHome makeFakeAgentHome(const QString& folder) {
     home.locations = makeAgentHome(folder);
     home.work = makeTempDir(QStringLiteral("work"));
     writeClaude(home);
+    writeDesktopRecords(home);
     writeCodex(home);
     writeEditors(home);
     return home;

@@ -33,6 +33,14 @@ struct FakeAgentHome {
     // Editor workspace folders: of a project that exists, and of one that is gone.
     QString liveWorkspace;
     QString goneWorkspace;
+    // Sub-agent transcripts loose in a history folder, as older versions kept them: one of a
+    // session that is there, one whose session is gone.
+    QString looseOfSession;
+    QString looseAlone;
+    // Records of the Claude app: of a project that exists, one that is gone, one that moved.
+    QString liveRecord;
+    QString goneRecord;
+    QString movedRecord;
 
     AgentStorage::Inputs inputs() const;
 };

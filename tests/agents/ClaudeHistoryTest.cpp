@@ -88,12 +88,20 @@ TEST(SessionHead, TitleIsTheStoredSummaryElseTheFirstPromptTheUserTyped) {
                                "\n";
 
     const SessionHead::Head promptOnly = SessionHead::readIn(meta + command + prompt);
-    EXPECT_EQ(promptOnly, (SessionHead::Head{s("/p"), s("Fix the flaky checkout test")}));
+    EXPECT_EQ(promptOnly,
+              (SessionHead::Head{s("/p"), s("Fix the flaky checkout test"), std::nullopt}));
     EXPECT_EQ(SessionHead::readIn(summary + prompt).title, s("Checkout fixes"));
     // A summary after the first prompt belongs to a later turn.
     EXPECT_EQ(SessionHead::readIn(prompt + summary).title, s("Fix the flaky checkout test"));
     // Nothing the user typed in the head: no title, and the cwd is still found.
-    EXPECT_EQ(SessionHead::readIn(meta + command), (SessionHead::Head{s("/p"), std::nullopt}));
+    EXPECT_EQ(SessionHead::readIn(meta + command),
+              (SessionHead::Head{s("/p"), std::nullopt, std::nullopt}));
+    // A sub-agent's transcript names the session that started it beside its first folder.
+    EXPECT_EQ(SessionHead::readIn(R"({"type":"summary","summary":"x","sessionId":"other"})"
+                                  "\n"
+                                  R"({"cwd":"/p","sessionId":"parent","type":"user"})")
+                  .sessionID,
+              s("parent"));
     const QByteArray longPrompt =
         R"({"type":"user","cwd":"/p","message":{"content":")" + QByteArray(120, 'a') + "\"}}";
     EXPECT_EQ(SessionHead::readIn(longPrompt).title, QString(89, u'a') + QChar(0x2026));

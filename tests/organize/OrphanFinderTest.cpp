@@ -109,6 +109,19 @@ TEST_F(OrphanSuggestionTest, TheDeepestNameDecidesAndTwoPlacesThereGiveNone) {
     EXPECT_EQ(suggestionFor("/old/site", projects + projects), home + s("/Code/site"));
 }
 
+TEST_F(OrphanSuggestionTest, AClaudeAppRecordOfAFolderNoSessionNamesIsPlacedToo) {
+    const QStringList projects{project("/Code/lib")};
+    test::writeFile(locations.claudeDesktopSessions.at(1) + s("/a/local_1.json"),
+                    R"({"sessionId":"local_1","cwd":")" + (home + s("/old/lib")).toUtf8() +
+                        R"(","title":"Tidy up"})");
+    test::writeFile(locations.claudeDesktopSessions.at(1) + s("/a/local_2.json"),
+                    R"({"sessionId":"local_2","cwd":")" + (home + s("/old/none")).toUtf8() +
+                        R"("})");
+    const QHash<QString, QString> places =
+        OrphanFinder::newPlaces(AgentHistoryIndex::build(locations), projects);
+    EXPECT_EQ(places, (QHash<QString, QString>{{home + s("/old/lib"), home + s("/Code/lib")}}));
+}
+
 TEST(OrphanFinder, TheRepositoryRootIsTheNearestFolderWithAGitEntry) {
     const QString repo = test::makeTempDir(s("repo"));
     QDir().mkpath(repo + s("/.git"));
