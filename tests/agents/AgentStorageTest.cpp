@@ -31,6 +31,13 @@ std::optional<QString> planItemHolding(const TrashPlan& plan, const QString& pat
     return std::nullopt;
 }
 
+// The row `id` of `store`; a test that asks for a row that is not there fails.
+AgentStoreRow rowOf(const AgentStore& store, const QString& id) {
+    const AgentStoreRow* found = store.row(id);
+    EXPECT_TRUE(found) << id.toStdString();
+    return found ? *found : AgentStoreRow();
+}
+
 } // namespace
 
 TEST(AgentStorage, NothingThatMustStayIsEverInAPlanWhateverIsAskedFor) {
@@ -58,11 +65,7 @@ TEST(AgentStorage, NothingThatMustStayIsEverInAPlanWhateverIsAskedFor) {
 TEST(AgentStorage, RowsAreOfTheirKindForAReasonAndOnlyWhatNobodyCanUseIsTicked) {
     const test::FakeAgentHome home = test::makeFakeAgentHome();
     const AgentStore store = AgentStorage::measure(home.inputs());
-    const auto row = [&](const QString& id) {
-        const AgentStoreRow* found = store.row(id);
-        EXPECT_TRUE(found) << id.toStdString();
-        return found ? *found : AgentStoreRow();
-    };
+    const auto row = [&store](const QString& id) { return rowOf(store, id); };
 
     const AgentStoreRow live = row(home.liveSession);
     EXPECT_EQ(live.kind, AgentStoreKind::projectHistory);
@@ -149,11 +152,7 @@ TEST(AgentStorage, LooseSubAgentTranscriptsGoWithTheirSessionOrAreSessionsOfThei
 TEST(AgentStorage, ClaudeAppRecordsAreHistoryOfTheirProjectFolder) {
     const test::FakeAgentHome home = test::makeFakeAgentHome();
     const AgentStore store = AgentStorage::measure(home.inputs());
-    const auto row = [&](const QString& id) {
-        const AgentStoreRow* found = store.row(id);
-        EXPECT_TRUE(found) << id.toStdString();
-        return found ? *found : AgentStoreRow();
-    };
+    const auto row = [&store](const QString& id) { return rowOf(store, id); };
 
     const AgentStoreRow live = row(home.liveRecord);
     EXPECT_EQ(live.name, s("Claude app record: App live"));

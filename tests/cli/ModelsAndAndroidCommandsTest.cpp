@@ -25,16 +25,12 @@ ProcessResult runCorvane(const QStringList& arguments) {
 
 TEST(ModelsCommand, ListsWhatEachModelFreesAndRemovesThroughOllamaOrTheTrash) {
     namespace ai = test::ai;
-    const QString root = test::makeTempDir(s("ai"));
-    const ai::FakeOllama fake;
-    const test::ScopedEnvironment tool("CORVANE_TOOL_OLLAMA", fake.tool);
-    const test::ScopedEnvironment store("OLLAMA_MODELS", root + s("/ollama"));
-    const test::ScopedEnvironment cache("HF_HUB_CACHE", root + s("/hub"));
-    ai::writeBlob(root + s("/ollama"), ai::digest('a'), 40000);
-    ai::writeBlob(root + s("/ollama"), ai::digest('b'));
-    ai::writeLibraryManifest(root + s("/ollama"), s("llama3.2"), s("latest"), ai::digest('b'),
+    const ai::ModelStores stores;
+    ai::writeBlob(stores.ollama, ai::digest('a'), 40000);
+    ai::writeBlob(stores.ollama, ai::digest('b'));
+    ai::writeLibraryManifest(stores.ollama, s("llama3.2"), s("latest"), ai::digest('b'),
                              {ai::digest('a')});
-    const QString repo = ai::writeHubRepo(root + s("/hub"), s("models--openai--whisper-tiny"),
+    const QString repo = ai::writeHubRepo(stores.hub, s("models--openai--whisper-tiny"),
                                           {{s("model.safetensors"), s("5a5a")}});
 
     const ProcessResult listed = runCorvane({s("models"), s("--json")});
@@ -58,8 +54,8 @@ TEST(ModelsCommand, ListsWhatEachModelFreesAndRemovesThroughOllamaOrTheTrash) {
     ASSERT_EQ(removed.exitCode, cli::exitOk) << removed.standardOutput.toStdString();
     EXPECT_EQ(QJsonDocument::fromJson(removed.standardOutput)[u"removed"].toArray().size(), 2);
     EXPECT_FALSE(QFileInfo::exists(repo));
-    EXPECT_TRUE(fake.calls().contains(s("rm -- llama3.2:latest")))
-        << fake.calls().join(u';').toStdString();
+    EXPECT_TRUE(stores.fake.calls().contains(s("rm -- llama3.2:latest")))
+        << stores.fake.calls().join(u';').toStdString();
 }
 
 TEST(AndroidCommand, ListsWithReasonsAndRefusesWhatWouldBreakAnEmulator) {

@@ -157,4 +157,16 @@ private:
     }
 };
 
+// An Ollama store and a Hugging Face cache in a new temporary folder, with the stand-in ollama,
+// that the app finds for as long as this lives.
+struct ModelStores {
+    QString root = makeTempDir(QStringLiteral("ai"));
+    QString ollama = root + QStringLiteral("/ollama");
+    QString hub = root + QStringLiteral("/hub");
+    FakeOllama fake;
+    ScopedEnvironment tool{"CORVANE_TOOL_OLLAMA", fake.tool};
+    ScopedEnvironment store{"OLLAMA_MODELS", ollama};
+    ScopedEnvironment cache{"HF_HUB_CACHE", hub};
+};
+
 } // namespace corvane::test::ai

@@ -40,11 +40,7 @@ template <typename Model> void waitForLoad(Model& model) {
 
 TEST(AIModelsPageTest, ModelsOfEachSourceWithWhatTheyFreeAndAnEmptyState) {
     namespace ai = test::ai;
-    const QString root = test::makeTempDir(s("ai"));
-    const ai::FakeOllama fake;
-    const test::ScopedEnvironment tool("CORVANE_TOOL_OLLAMA", fake.tool);
-    const test::ScopedEnvironment store("OLLAMA_MODELS", root + s("/ollama"));
-    const test::ScopedEnvironment cache("HF_HUB_CACHE", root + s("/hub"));
+    const ai::ModelStores stores;
     ToastCenter toasts;
     AIModelsModel model(toasts);
     AIModelsView view(model);
@@ -56,14 +52,14 @@ TEST(AIModelsPageTest, ModelsOfEachSourceWithWhatTheyFreeAndAnEmptyState) {
     EXPECT_EQ(view.stateText(), AIModelsModel::emptyText);
     test::saveScreenshot(view, s("ai-models-empty"));
 
-    ai::writeBlob(root + s("/ollama"), ai::digest('a'), 40000);
-    ai::writeBlob(root + s("/ollama"), ai::digest('b'));
-    ai::writeBlob(root + s("/ollama"), ai::digest('c'));
-    ai::writeLibraryManifest(root + s("/ollama"), s("llama3.2"), s("latest"), ai::digest('b'),
+    ai::writeBlob(stores.ollama, ai::digest('a'), 40000);
+    ai::writeBlob(stores.ollama, ai::digest('b'));
+    ai::writeBlob(stores.ollama, ai::digest('c'));
+    ai::writeLibraryManifest(stores.ollama, s("llama3.2"), s("latest"), ai::digest('b'),
                              {ai::digest('a')});
-    ai::writeLibraryManifest(root + s("/ollama"), s("llama3.2"), s("3b"), ai::digest('c'),
+    ai::writeLibraryManifest(stores.ollama, s("llama3.2"), s("3b"), ai::digest('c'),
                              {ai::digest('a')});
-    ai::writeHubRepo(root + s("/hub"), s("models--openai--whisper-tiny"),
+    ai::writeHubRepo(stores.hub, s("models--openai--whisper-tiny"),
                      {{s("model.safetensors"), s("5a5a")}});
     model.reload();
     waitForLoad(model);
@@ -88,15 +84,11 @@ TEST(AIModelsPageTest, ModelsOfEachSourceWithWhatTheyFreeAndAnEmptyState) {
 // taken for all there are; the readable model is still listed.
 TEST(AIModelsPageTest, AManifestThatCannotBeReadIsNamedUnderTheList) {
     namespace ai = test::ai;
-    const QString root = test::makeTempDir(s("ai"));
-    const ai::FakeOllama fake;
-    const test::ScopedEnvironment tool("CORVANE_TOOL_OLLAMA", fake.tool);
-    const test::ScopedEnvironment store("OLLAMA_MODELS", root + s("/ollama"));
-    const test::ScopedEnvironment cache("HF_HUB_CACHE", root + s("/hub"));
-    ai::writeBlob(root + s("/ollama"), ai::digest('a'));
-    ai::writeLibraryManifest(root + s("/ollama"), s("small"), s("latest"), ai::digest('a'),
+    const ai::ModelStores stores;
+    ai::writeBlob(stores.ollama, ai::digest('a'));
+    ai::writeLibraryManifest(stores.ollama, s("small"), s("latest"), ai::digest('a'),
                              {ai::digest('a')});
-    const QString huge = root + s("/ollama/manifests/registry.ollama.ai/library/huge/latest");
+    const QString huge = stores.ollama + s("/manifests/registry.ollama.ai/library/huge/latest");
     test::writeFile(huge);
     ASSERT_TRUE(QFile(huge).resize(InputLimits::fileBytes + 1));
     ToastCenter toasts;
