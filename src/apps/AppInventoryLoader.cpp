@@ -86,7 +86,7 @@ void addLinuxApps(AppInventory& inventory, const ProcessRunner& runner,
     const std::optional<SnapListing> snaps = SnapApps::list(runner, cancellation);
     if (snaps && snaps->error)
         inventory.errors.append(*snaps->error);
-    const QList<InstalledApp> apps = LinuxApps::find(snaps, cancellation);
+    const QList<InstalledApp> apps = LinuxApps::find(snaps, cancellation, &inventory.errors);
     inventory.apps.append(apps);
     const LinuxLeftovers::Found leftovers =
         LinuxLeftovers::find(apps, snaps, SeenApps(), runner, cancellation);

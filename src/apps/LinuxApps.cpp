@@ -153,7 +153,7 @@ QStringList LinuxApps::entryFolders() {
     return folders;
 }
 
-QList<DesktopEntry> LinuxApps::entries() {
+QList<DesktopEntry> LinuxApps::entries(QStringList* problems) {
     QList<DesktopEntry> found;
     QSet<QString> seen;
     for (const QString& folder : entryFolders()) {
@@ -169,7 +169,10 @@ QList<DesktopEntry> LinuxApps::entries() {
             id.replace(u'/', u'-');
             if (seen.contains(id))
                 continue;
-            const std::optional<DesktopEntry> entry = DesktopEntry::read(path, id);
+            QString problem;
+            const std::optional<DesktopEntry> entry = DesktopEntry::read(path, id, &problem);
+            if (!problem.isEmpty() && problems)
+                problems->append(problem);
             if (!entry)
                 continue;
             seen.insert(id);
@@ -243,11 +246,11 @@ QStringList LinuxApps::claimedFolders(const std::optional<SnapListing>& snaps) {
 }
 
 QList<InstalledApp> LinuxApps::find(const std::optional<SnapListing>& snaps,
-                                    const CancellationToken& cancellation) {
+                                    const CancellationToken& cancellation, QStringList* problems) {
     QList<InstalledApp> apps;
     QSet<QString> programs;
     QSet<QString> snapsShown;
-    for (const DesktopEntry& entry : entries()) {
+    for (const DesktopEntry& entry : entries(problems)) {
         cancellation.throwIfCancelled();
         // Flatpak's own listing brings its apps, with their installation.
         if (!entry.flatpakId.isEmpty())

@@ -22,8 +22,9 @@ struct LinuxApps {
     // "/usr/local/share", "/usr/share", and where Flatpak and Snap export their entries).
     static QStringList entryFolders();
     // Every entry the menus show, each id once: the first folder wins, and a Hidden entry hides
-    // the id in the folders after it.
-    static QList<DesktopEntry> entries();
+    // the id in the folders after it. An entry that cannot be read adds a message naming it to
+    // `problems`.
+    static QList<DesktopEntry> entries(QStringList* problems = nullptr);
     // "~/Applications", "~/AppImages" and "~/.local/bin": where AppImages are kept.
     static QStringList appImageFolders();
 
@@ -47,7 +48,8 @@ struct LinuxApps {
 
     // The apps, measured, with their data. `snaps` is what snap listed (absent without snap).
     static QList<InstalledApp> find(const std::optional<SnapListing>& snaps,
-                                    const CancellationToken& cancellation = {});
+                                    const CancellationToken& cancellation = {},
+                                    QStringList* problems = nullptr);
 };
 
 } // namespace corvane

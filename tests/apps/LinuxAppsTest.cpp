@@ -3,6 +3,7 @@
 #include "apps/AppInventoryLoader.h"
 #include "apps/AppRemover.h"
 #include "apps/LinuxHome.h"
+#include "platform/InputLimits.h"
 #include "platform/PlatformWords.h"
 #include "platform/PutBackService.h"
 #include "platform/SizeCalculator.h"
@@ -180,4 +181,19 @@ TEST_F(LinuxAppsTest,
     QFile arguments(dir + s("/snap-arguments"));
     ASSERT_TRUE(arguments.open(QIODevice::ReadOnly));
     EXPECT_EQ(arguments.readAll(), "list\n"); // snap was asked, never told to remove
+}
+
+// An entry too large to be one is named among the inventory's problems; the apps of the other
+// entries are still listed, so the list is never taken for whole without saying so.
+TEST_F(LinuxAppsTest, AnEntryThatCannotBeReadIsNamedAndTheOthersAreStillListed) {
+    const QString huge = user + s("/huge.desktop");
+    test::writeFile(huge, "[Desktop Entry]\nType=Application\nName=Huge\nExec=huge\n");
+    ASSERT_TRUE(QFile(huge).resize(InputLimits::smallFileBytes + 1));
+
+    const AppInventory inventory = AppInventoryLoader::load();
+    EXPECT_TRUE(inventory.errors.contains(s("Could not read ") + huge +
+                                          s(": it is larger than 1 MB, more than such a file "
+                                            "can be")))
+        << inventory.errors.join(u'\n').toStdString();
+    EXPECT_TRUE(find(inventory.apps, s("Editor")));
 }
