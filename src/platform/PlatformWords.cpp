@@ -24,7 +24,8 @@ const PlatformWords& PlatformWords::forMac() {
         QStringLiteral("Blocked by macOS Local Network privacy. Allow Corvane Clean under System "
                        "Settings > Privacy & Security > Local Network."),
         QStringLiteral("Connect to it once in Finder (Cmd+K) so macOS saves the login."),
-        QStringLiteral("Reveal in Finder")};
+        QStringLiteral("Reveal in Finder"),
+        QStringLiteral("the Applications folders")};
     return words;
 }
 
@@ -49,7 +50,8 @@ const PlatformWords& PlatformWords::forLinux() {
                        "computer reaches."),
         QStringLiteral("Connect to it once in the file manager so the system's keyring saves the "
                        "login."),
-        QStringLiteral("Show in Files")};
+        QStringLiteral("Show in Files"),
+        QStringLiteral("the desktop's menus, Flatpak, Snap and AppImage folders")};
     return words;
 }
 

@@ -44,6 +44,9 @@ struct PlatformWords {
     QString saveShareLogin;
     // The menu entry that shows an item where it lies: "Reveal in Finder" / "Show in Files".
     QString revealInFileManager;
+    // Where the Apps page looks for installed apps: "the Applications folders" / "the desktop's
+    // menus, Flatpak, Snap and AppImage folders".
+    QString appsPlace;
 
     static const PlatformWords& forMac();
     static const PlatformWords& forLinux();

@@ -2,6 +2,7 @@
 
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
+#include "platform/PlatformWords.h"
 #include "shell/ConfirmationSheet.h"
 #include "shell/FilterBar.h"
 #include "shell/InventoryWidgets.h"
@@ -408,9 +409,9 @@ void AppsView::showUnknownData() {
 void AppsView::showState() {
     QString state;
     if (!apps_.hasLoaded())
-        state = QStringLiteral("Looking at the apps in your Applications folders…");
+        state = QStringLiteral("Looking at the apps in %1…").arg(PlatformWords::here().appsPlace);
     else if (apps_.inventory().apps.isEmpty() && apps_.inventory().orphans.isEmpty())
-        state = QStringLiteral("No apps were found in the Applications folders.");
+        state = QStringLiteral("No apps were found in %1.").arg(PlatformWords::here().appsPlace);
     // What the inventory could not find out (flatpak's list) is said, not taken for "nothing".
     for (const QString& error : apps_.inventory().errors)
         state += (state.isEmpty() ? QString() : QStringLiteral("\n")) + error;
