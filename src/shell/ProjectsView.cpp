@@ -39,6 +39,8 @@ namespace {
 constexpr int statusInterval = 150;
 // Below this width the project list has no room for the last activity.
 constexpr int narrowListWidth = 520;
+// Below this the list and the detail stand one over the other, so that names keep their room.
+constexpr int sideBySideWidth = 760;
 
 QString counted(qsizetype count, const char* one, const char* many) {
     return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
@@ -288,15 +290,18 @@ QWidget* ProjectsView::makeList() {
     // What Delete takes follows the rows selected in the detail.
     connect(detailView_->itemsView()->selectionModel(), &QItemSelectionModel::selectionChanged,
             this, &ProjectsView::updateActions);
-    auto* split = new QSplitter(Qt::Horizontal, this);
-    split->addWidget(list);
-    split->addWidget(detailView_);
-    // Names get the room they need; the detail gives way.
-    split->setStretchFactor(0, 1);
-    split->setStretchFactor(1, 0);
-    split->setSizes({760, 320});
-    split->setChildrenCollapsible(false);
-    return split;
+    split_ = new QSplitter(Qt::Horizontal, this);
+    split_->addWidget(list);
+    split_->addWidget(detailView_);
+    // Names get the room they need; the detail gives way, and stays out of the way until a
+    // project is selected.
+    split_->setStretchFactor(0, 1);
+    split_->setStretchFactor(1, 0);
+    split_->setSizes({760, 320});
+    split_->setChildrenCollapsible(false);
+    split_->installEventFilter(this);
+    detailView_->hide();
+    return split_;
 }
 
 bool ProjectsView::eventFilter(QObject* watched, QEvent* event) {
@@ -304,6 +309,8 @@ bool ProjectsView::eventFilter(QObject* watched, QEvent* event) {
     if (watched == projectView_ && event->type() == QEvent::Resize)
         projectView_->header()->setSectionHidden(ProjectTreeModel::activityColumn,
                                                  projectView_->width() < narrowListWidth);
+    if (watched == split_ && event->type() == QEvent::Resize)
+        split_->setOrientation(split_->width() < sideBySideWidth ? Qt::Vertical : Qt::Horizontal);
     return QWidget::eventFilter(watched, event);
 }
 
@@ -407,7 +414,9 @@ void ProjectsView::confirmMoveProject(const QString& newParent) {
 }
 
 void ProjectsView::followSelection() {
-    detailView_->setProject(selectedProject());
+    const std::optional<Project> project = selectedProject();
+    detailView_->setProject(project);
+    detailView_->setVisible(project.has_value());
     selectProjectRow();
     updateActions();
 }

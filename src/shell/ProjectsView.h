@@ -12,6 +12,7 @@ class QAction;
 class QComboBox;
 class QLabel;
 class QMenu;
+class QSplitter;
 class QStackedWidget;
 class QToolBar;
 class QTreeView;
@@ -115,6 +116,7 @@ private:
     QTreeView* projectView_ = nullptr;
     ListFinder* projectFinder_ = nullptr;
     ProjectDetailView* detailView_ = nullptr;
+    QSplitter* split_ = nullptr;
     ArchiveFlow* archiveFlow_ = nullptr;
     QLabel* status_ = nullptr;
     QTimer statusTimer_;
