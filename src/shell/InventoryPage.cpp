@@ -24,7 +24,8 @@ InventoryPage::InventoryPage(InventoryModel& model, const Parts& parts, QWidget*
     , loadProblems_(new QLabel(this))
     , body_(new QStackedLayout)
     , reload_(new QPushButton(QStringLiteral("Reload"), this))
-    , filter_(new FilterBar(QStringLiteral("Filter by name or path"), this)) {
+    , filter_(new FilterBar(QStringLiteral("Filter by name or path"), this))
+    , nameWidth_(parts.nameWidth) {
     setObjectName(parts.pageName);
     InventoryWidgets::setUpTree(*tree_, parts.listName, parts.listAccessibleName, parts.headers,
                                 parts.nameWidth);
@@ -79,6 +80,7 @@ void InventoryPage::refill(const std::function<void()>& fill) {
     tree_->clear();
     fill();
     tree_->expandAll();
+    InventoryWidgets::fitNameColumn(*tree_, nameWidth_);
     filling_ = false;
     showState();
 }

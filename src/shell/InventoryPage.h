@@ -88,6 +88,7 @@ private:
     QStackedLayout* body_;
     QPushButton* reload_;
     FilterBar* filter_;
+    int nameWidth_;
     bool filling_ = false;
 };
 

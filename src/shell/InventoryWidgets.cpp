@@ -5,7 +5,9 @@
 
 #include <QHeaderView>
 #include <QLabel>
+#include <QStyle>
 #include <QTreeWidget>
+#include <algorithm>
 
 namespace corvane::InventoryWidgets {
 
@@ -21,6 +23,13 @@ void setUpTree(QTreeWidget& tree, const QString& objectName, const QString& acce
     tree.header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
     // The size column sorts largest first on its first click.
     tree.headerItem()->setData(1, Qt::InitialSortOrderRole, static_cast<int>(Qt::DescendingOrder));
+}
+
+void fitNameColumn(QTreeWidget& tree, int nameWidth) {
+    const int wanted =
+        tree.sizeHintForColumn(0) + tree.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+    const int cap = tree.viewport()->width() / 2;
+    tree.header()->resizeSection(0, std::max(nameWidth, std::min(wanted, cap)));
 }
 
 void setUpStateLabel(QLabel& label, const QString& objectName) {

@@ -17,6 +17,9 @@ namespace corvane::InventoryWidgets {
 // Name, size and details columns; the name column starts `nameWidth` wide.
 void setUpTree(QTreeWidget& tree, const QString& objectName, const QString& accessibleName,
                const QStringList& headers, int nameWidth);
+// Widens the name column to its longest name, up to half the list, never under `nameWidth`: the
+// details column gives way before a name is cut.
+void fitNameColumn(QTreeWidget& tree, int nameWidth);
 // Centred, wrapped, in the placeholder colour.
 void setUpStateLabel(QLabel& label, const QString& objectName);
 void setUpFailuresLabel(QLabel& label, const QString& objectName);
