@@ -26,8 +26,10 @@ void setUpTree(QTreeWidget& tree, const QString& objectName, const QString& acce
 }
 
 void fitNameColumn(QTreeWidget& tree, int nameWidth) {
+    // The tree's own hint counts the indentation of the rows under their headings.
+    const QAbstractItemView& view = tree;
     const int wanted =
-        tree.sizeHintForColumn(0) + tree.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
+        view.sizeHintForColumn(0) + tree.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
     const int cap = tree.viewport()->width() / 2;
     tree.header()->resizeSection(0, std::max(nameWidth, std::min(wanted, cap)));
 }
