@@ -79,7 +79,7 @@ private:
             }
             const QString id = fileName.chopped(sessionExtensionLength);
             sessionRows.insert(id, rows_.size());
-            rows_.append(sessionRow(folder, id));
+            rows_.append(sessionRow(folder, fileName, id));
         }
         for (const QString& fileName : transcripts)
             addLooseTranscript(folder, fileName, sessionRows);
@@ -94,7 +94,7 @@ private:
         const SessionHead::Head head = SessionHead::read(path);
         if (const auto session = sessionRows.constFind(head.sessionID.value_or(QString()));
             session != sessionRows.cend()) {
-            AgentStorage::addMeasured(rows_[*session], path, context_.cancellation);
+            AgentStorage::addMeasured(rows_[*session], folder, fileName, context_.cancellation);
             return;
         }
         AgentStoreRow row =
@@ -103,7 +103,7 @@ private:
                                                  context_.locations.macPathRules, fileName)
                           .value_or(QString());
         row.updatedAt = QFileInfo(path).lastModified();
-        AgentStorage::addMeasured(row, path, context_.cancellation);
+        AgentStorage::addMeasured(row, folder, fileName, context_.cancellation);
         classifier_.classify(row);
         rows_.append(row);
     }
@@ -114,25 +114,22 @@ private:
         return *ledger_;
     }
 
-    AgentStoreRow sessionRow(const QString& folder, const QString& id) {
+    // The session file `fileName` of `folder` and what belongs to it. Every item keeps the
+    // strings it was given, shared with the folder, the listing and the row's id.
+    AgentStoreRow sessionRow(const QString& folder, const QString& fileName, const QString& id) {
         static const AgentSession unknown;
         const AgentSession& session = *indexed_.value(id, &unknown);
         AgentStoreRow row = newRow(session.id.isEmpty() ? id : session.id,
                                    session.title.value_or(QStringLiteral("Untitled session")));
         row.project = session.cwd;
         row.updatedAt = session.updatedAt;
-        // The index's copy of the path, when it is the same, so the two share one string.
-        const QString file = Paths::joined(folder, id + QStringLiteral(".jsonl"));
         if (!row.updatedAt)
-            row.updatedAt = QFileInfo(file).lastModified();
-        AgentStorage::addMeasured(row, session.file == file ? session.file : file,
-                                  context_.cancellation);
-        AgentStorage::addMeasured(row, Paths::joined(folder, id), context_.cancellation);
-        AgentStorage::addMeasured(row, Paths::joined(folders_.fileHistory, id),
-                                  context_.cancellation);
+            row.updatedAt = QFileInfo(Paths::joined(folder, fileName)).lastModified();
+        AgentStorage::addMeasured(row, folder, fileName, context_.cancellation);
+        AgentStorage::addMeasured(row, folder, row.id, context_.cancellation);
+        AgentStorage::addMeasured(row, folders_.fileHistory, row.id, context_.cancellation);
         for (const QString& name : todosBySession_.value(id))
-            AgentStorage::addMeasured(row, Paths::joined(folders_.todos, name),
-                                      context_.cancellation);
+            AgentStorage::addMeasured(row, folders_.todos, name, context_.cancellation);
         sessionIDs_.insert(id);
         classifier_.classify(row);
         return row;
@@ -155,8 +152,8 @@ private:
                          QStringLiteral("Claude Code takes a new snapshot of the shell each "
                                         "session")}}) {
             AgentStoreRow row = leftover(Paths::joined(folders_.home, folder), name, reason);
-            AgentStorage::addMeasured(row, row.id, context_.cancellation);
-            if (!row.paths.isEmpty())
+            AgentStorage::addMeasured(row, folders_.home, folder, context_.cancellation);
+            if (!row.items.isEmpty())
                 rows_.append(row);
         }
         AgentStoreRow orphans =
@@ -165,17 +162,15 @@ private:
                      QStringLiteral("Their sessions no longer exist, so nothing reads them"));
         for (const QString& id : entriesOf(folders_.fileHistory)) {
             if (!sessionIDs_.contains(id))
-                AgentStorage::addMeasured(orphans, Paths::joined(folders_.fileHistory, id),
-                                          context_.cancellation);
+                AgentStorage::addMeasured(orphans, folders_.fileHistory, id, context_.cancellation);
         }
         for (auto it = todosBySession_.cbegin(); it != todosBySession_.cend(); ++it) {
             if (sessionIDs_.contains(it.key()))
                 continue;
             for (const QString& name : it.value())
-                AgentStorage::addMeasured(orphans, Paths::joined(folders_.todos, name),
-                                          context_.cancellation);
+                AgentStorage::addMeasured(orphans, folders_.todos, name, context_.cancellation);
         }
-        if (!orphans.paths.isEmpty())
+        if (!orphans.items.isEmpty())
             rows_.append(orphans);
     }
 
@@ -254,7 +249,7 @@ QList<AgentStoreRow> neverTouched(const QString& folder, AgentKind agent,
         row.name = name;
         row.root = folder;
         row.reason = *kind + QStringLiteral(": never removed");
-        AgentStorage::addMeasured(row, path, cancellation);
+        AgentStorage::addMeasured(row, folder, name, cancellation);
         rows.append(row);
     }
     return rows;
