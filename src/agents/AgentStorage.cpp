@@ -98,9 +98,13 @@ AgentStore measure(const Inputs& inputs, const CancellationToken& cancellation) 
     // The index goes before the rows are sorted: with tens of thousands of sessions the two
     // together are most of the memory a measurement takes.
     {
-        const AgentHistoryIndex index = AgentHistoryIndex::build(inputs.locations);
+        AgentHistoryIndex index = AgentHistoryIndex::build(inputs.locations);
         const QHash<QString, QString> newPlaces =
             inputs.newPlaces ? inputs.newPlaces(index) : QHash<QString, QString>();
+        // The rows name their files from their own folders: the index's whole path of every
+        // session would only stay beside them until the end.
+        for (AgentSession& session : index.sessions)
+            session.file.clear();
         AgentStoreSources::Context context{inputs.locations, index, newPlaces, cancellation};
         store.rows = AgentStoreSources::claude(context);
         store.rows += AgentStoreSources::codex(context);

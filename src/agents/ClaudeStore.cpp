@@ -6,6 +6,7 @@
 #include "platform/Paths.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QSet>
 #include <tuple>
@@ -160,10 +161,8 @@ private:
             leftover(folders_.home + QStringLiteral("/sessions-gone"),
                      QStringLiteral("File history and to-do lists of sessions that are gone"),
                      QStringLiteral("Their sessions no longer exist, so nothing reads them"));
-        for (const QString& id : entriesOf(folders_.fileHistory)) {
-            if (!sessionIDs_.contains(id))
-                AgentStorage::addMeasured(orphans, folders_.fileHistory, id, context_.cancellation);
-        }
+        for (const QString& id : orphanedHistory())
+            AgentStorage::addMeasured(orphans, folders_.fileHistory, id, context_.cancellation);
         for (auto it = todosBySession_.cbegin(); it != todosBySession_.cend(); ++it) {
             if (sessionIDs_.contains(it.key()))
                 continue;
@@ -172,6 +171,21 @@ private:
         }
         if (!orphans.items.isEmpty())
             rows_.append(orphans);
+    }
+
+    // The file history folders of sessions that are gone, by name. Read as a stream: a sorted
+    // listing of every session's folder would hold tens of thousands of entries at once.
+    QStringList orphanedHistory() const {
+        QStringList ids;
+        QDirIterator folders(folders_.fileHistory,
+                             QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+        while (folders.hasNext()) {
+            const QString id = folders.nextFileInfo().fileName();
+            if (!sessionIDs_.contains(id))
+                ids.append(id);
+        }
+        ids.sort();
+        return ids;
     }
 
     // The Claude app keeps one record file per conversation, each on its own (no index or
