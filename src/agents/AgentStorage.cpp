@@ -26,10 +26,10 @@ std::optional<QString> whyNot(const AgentStoreRow& row) {
         return row.reason;
     if (row.blockedReason)
         return row.blockedReason;
-    if (row.paths.isEmpty())
+    if (row.items.isEmpty())
         return QStringLiteral("Nothing of it is left on disk");
-    for (const QString& path : row.paths) {
-        if (const std::optional<QString> kind = AgentStoreRules::refusal(path, row.ownParts))
+    for (const AgentStoreItem& item : row.items) {
+        if (const std::optional<QString> kind = AgentStoreRules::refusal(item.path(), row.ownParts))
             return QStringLiteral("Never removed: it holds ") + kind->toLower();
     }
     return std::nullopt;
@@ -73,14 +73,24 @@ void HistoryClassifier::classify(AgentStoreRow& row) {
     row.tickedByDefault = decided->tickedByDefault;
 }
 
-void addMeasured(AgentStoreRow& row, const QString& path, const CancellationToken& cancellation) {
+void addMeasured(AgentStoreRow& row, const QString& folder, const QString& name,
+                 const CancellationToken& cancellation) {
+    AgentStoreItem item{folder, name, 0};
+    const QString path = item.path();
     const QFileInfo info(path);
     if (!info.exists() && !info.isSymLink())
         return;
-    const qint64 bytes = SizeCalculator::size(path, cancellation);
-    row.paths.append(path);
-    row.pathBytes.append(bytes);
-    row.bytes = checkedSum(row.bytes, bytes);
+    item.bytes = SizeCalculator::size(path, cancellation);
+    row.bytes = checkedSum(row.bytes, item.bytes);
+    row.items.append(item);
+}
+
+void addMeasured(AgentStoreRow& row, const QString& path, const CancellationToken& cancellation) {
+    // Split so that the item's path is `path` again, whatever it is (a log a database names may
+    // be relative).
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const QString folder = slash < 0 ? QString() : path.left(std::max<qsizetype>(slash, 1));
+    addMeasured(row, folder, path.mid(slash + 1), cancellation);
 }
 
 AgentStore measure(const Inputs& inputs, const CancellationToken& cancellation) {
@@ -88,9 +98,13 @@ AgentStore measure(const Inputs& inputs, const CancellationToken& cancellation) 
     // The index goes before the rows are sorted: with tens of thousands of sessions the two
     // together are most of the memory a measurement takes.
     {
-        const AgentHistoryIndex index = AgentHistoryIndex::build(inputs.locations);
+        AgentHistoryIndex index = AgentHistoryIndex::build(inputs.locations);
         const QHash<QString, QString> newPlaces =
             inputs.newPlaces ? inputs.newPlaces(index) : QHash<QString, QString>();
+        // The rows name their files from their own folders: the index's whole path of every
+        // session would only stay beside them until the end.
+        for (AgentSession& session : index.sessions)
+            session.file.clear();
         AgentStoreSources::Context context{inputs.locations, index, newPlaces, cancellation};
         store.rows = AgentStoreSources::claude(context);
         store.rows += AgentStoreSources::codex(context);
@@ -129,8 +143,8 @@ Plan plan(const AgentStore& store, const QStringList& ids) {
             result.refused.append({id, row->name, *reason});
             continue;
         }
-        for (qsizetype at = 0; at < row->paths.size(); ++at)
-            result.trash.add(row->root, row->paths.at(at), row->pathBytes.value(at));
+        for (const AgentStoreItem& item : row->items)
+            result.trash.add(row->root, item.path(), item.bytes);
         result.rowIDs.append(id);
     }
     return result;

@@ -62,7 +62,11 @@ private:
     QHash<QString, AgentStoreRow> decided_;
 };
 
-// Adds `path` to the row's items with its allocated bytes, if it exists.
+// Adds the entry `name` of `folder` to the row's items with its allocated bytes, if it exists.
+// Rows of one store pass the same `folder` string, so they share it.
+void addMeasured(AgentStoreRow& row, const QString& folder, const QString& name,
+                 const CancellationToken& cancellation);
+// The same for an absolute path, for rows of which there are few.
 void addMeasured(AgentStoreRow& row, const QString& path, const CancellationToken& cancellation);
 
 } // namespace corvane::AgentStorage

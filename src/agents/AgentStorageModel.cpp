@@ -92,7 +92,7 @@ bool AgentStorageModel::containsItem(const QString& id) const {
 
 QStringList AgentStorageModel::pathsOfItem(const QString& id) const {
     const AgentStoreRow* listed = row(id);
-    return listed ? listed->paths : QStringList();
+    return listed ? listed->paths() : QStringList();
 }
 
 void AgentStorageModel::startLoading() {
@@ -185,15 +185,16 @@ void AgentStorageModel::trash(const TrashPlan& plan) {
     CodexSessions codex;
     for (const AgentStoreRow& listed : store_.rows) {
         QStringList inPlan;
-        for (const QString& path : listed.paths) {
-            if (planned.contains(path))
-                inPlan.append(path);
+        for (const AgentStoreItem& item : listed.items) {
+            if (QString path = item.path(); planned.contains(path))
+                inPlan.append(std::move(path));
         }
         if (!inPlan.isEmpty())
             rows.append(inPlan);
-        if (!listed.threadID.isEmpty() && !listed.paths.isEmpty())
-            codex.insert(listed.paths.first(), {listed.threadDatabase, listed.threadID,
-                                                listed.paths.first(), listed.root});
+        if (!listed.threadID.isEmpty() && !listed.items.isEmpty()) {
+            const QString log = listed.items.first().path();
+            codex.insert(log, {listed.threadDatabase, listed.threadID, log, listed.root});
+        }
     }
     startJob(JobKind::removal, [this, plan, rows, codex, services = services_,
                                 dryRun = isDryRun()](const CancellationToken& cancellation,
@@ -224,7 +225,7 @@ void AgentStorageModel::applyTrashResult(const TrashResult& result) {
     for (const TrashFailure& failure : result.outcome.failures) {
         const auto owner =
             std::find_if(store_.rows.cbegin(), store_.rows.cend(),
-                         [&](const AgentStoreRow& r) { return r.paths.contains(failure.url); });
+                         [&](const AgentStoreRow& r) { return r.paths().contains(failure.url); });
         if (owner == store_.rows.cend())
             failures.append({failure.url, failure.url, failure.message});
         else

@@ -1,6 +1,7 @@
 #include "agents/AgentStore.h"
 
 #include "platform/CheckedSum.h"
+#include "platform/Paths.h"
 
 namespace corvane {
 
@@ -32,8 +33,20 @@ QString displayName(AgentStoreKind kind) {
     return {};
 }
 
+QString AgentStoreItem::path() const {
+    return folder.isEmpty() ? name : Paths::joined(folder, name);
+}
+
+QStringList AgentStoreRow::paths() const {
+    QStringList result;
+    result.reserve(items.size());
+    for (const AgentStoreItem& item : items)
+        result.append(item.path());
+    return result;
+}
+
 bool AgentStoreRow::isOffered() const {
-    return kind != AgentStoreKind::neverTouched && !blockedReason && !paths.isEmpty();
+    return kind != AgentStoreKind::neverTouched && !blockedReason && !items.isEmpty();
 }
 
 const AgentStoreRow* AgentStore::row(const QString& id) const {

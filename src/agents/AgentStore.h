@@ -27,6 +27,18 @@ enum class AgentStoreKind {
 QString rawValue(AgentStoreKind kind);
 QString displayName(AgentStoreKind kind);
 
+// One thing removing a row moves, with its allocated bytes: a name in a folder rather than a path.
+// Tens of thousands of sessions lie in a few hundred folders, so rows that pass the same folder
+// string share it, and a session's names share its id; the path is made only when asked for.
+struct AgentStoreItem {
+    QString folder;
+    QString name;
+    qint64 bytes = 0;
+
+    QString path() const;
+    bool operator==(const AgentStoreItem&) const = default;
+};
+
 // One thing an agent keeps on disk that can be measured, and perhaps removed, as a whole: a
 // session with its companion files, a workspace's storage folder, a store of leftovers.
 struct AgentStoreRow {
@@ -43,10 +55,9 @@ struct AgentStoreRow {
     std::optional<QDateTime> updatedAt;
     // Allocated bytes of every item.
     qint64 bytes = 0;
-    // What removing the row moves, and the allocated bytes of each (in the same order): a list,
-    // not a hash, as tens of thousands of rows each hold a few.
-    QStringList paths;
-    QList<qint64> pathBytes;
+    // What removing the row moves: a list, not a hash, as tens of thousands of rows each hold a
+    // few.
+    QList<AgentStoreItem> items;
     // The folder every item must lie in (the agent's own folder).
     QString root;
     // Names inside the row's folders that belong to it although the rule would keep them alone.
@@ -60,6 +71,8 @@ struct AgentStoreRow {
     QString threadDatabase;
     QString threadID;
 
+    // The items' paths, in order.
+    QStringList paths() const;
     // May be ticked at all.
     bool isOffered() const;
     bool operator==(const AgentStoreRow&) const = default;

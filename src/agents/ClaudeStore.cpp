@@ -6,6 +6,7 @@
 #include "platform/Paths.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QSet>
 #include <tuple>
@@ -79,7 +80,7 @@ private:
             }
             const QString id = fileName.chopped(sessionExtensionLength);
             sessionRows.insert(id, rows_.size());
-            rows_.append(sessionRow(folder, id));
+            rows_.append(sessionRow(folder, fileName, id));
         }
         for (const QString& fileName : transcripts)
             addLooseTranscript(folder, fileName, sessionRows);
@@ -94,7 +95,7 @@ private:
         const SessionHead::Head head = SessionHead::read(path);
         if (const auto session = sessionRows.constFind(head.sessionID.value_or(QString()));
             session != sessionRows.cend()) {
-            AgentStorage::addMeasured(rows_[*session], path, context_.cancellation);
+            AgentStorage::addMeasured(rows_[*session], folder, fileName, context_.cancellation);
             return;
         }
         AgentStoreRow row =
@@ -103,7 +104,7 @@ private:
                                                  context_.locations.macPathRules, fileName)
                           .value_or(QString());
         row.updatedAt = QFileInfo(path).lastModified();
-        AgentStorage::addMeasured(row, path, context_.cancellation);
+        AgentStorage::addMeasured(row, folder, fileName, context_.cancellation);
         classifier_.classify(row);
         rows_.append(row);
     }
@@ -114,25 +115,22 @@ private:
         return *ledger_;
     }
 
-    AgentStoreRow sessionRow(const QString& folder, const QString& id) {
+    // The session file `fileName` of `folder` and what belongs to it. Every item keeps the
+    // strings it was given, shared with the folder, the listing and the row's id.
+    AgentStoreRow sessionRow(const QString& folder, const QString& fileName, const QString& id) {
         static const AgentSession unknown;
         const AgentSession& session = *indexed_.value(id, &unknown);
         AgentStoreRow row = newRow(session.id.isEmpty() ? id : session.id,
                                    session.title.value_or(QStringLiteral("Untitled session")));
         row.project = session.cwd;
         row.updatedAt = session.updatedAt;
-        // The index's copy of the path, when it is the same, so the two share one string.
-        const QString file = Paths::joined(folder, id + QStringLiteral(".jsonl"));
         if (!row.updatedAt)
-            row.updatedAt = QFileInfo(file).lastModified();
-        AgentStorage::addMeasured(row, session.file == file ? session.file : file,
-                                  context_.cancellation);
-        AgentStorage::addMeasured(row, Paths::joined(folder, id), context_.cancellation);
-        AgentStorage::addMeasured(row, Paths::joined(folders_.fileHistory, id),
-                                  context_.cancellation);
+            row.updatedAt = QFileInfo(Paths::joined(folder, fileName)).lastModified();
+        AgentStorage::addMeasured(row, folder, fileName, context_.cancellation);
+        AgentStorage::addMeasured(row, folder, row.id, context_.cancellation);
+        AgentStorage::addMeasured(row, folders_.fileHistory, row.id, context_.cancellation);
         for (const QString& name : todosBySession_.value(id))
-            AgentStorage::addMeasured(row, Paths::joined(folders_.todos, name),
-                                      context_.cancellation);
+            AgentStorage::addMeasured(row, folders_.todos, name, context_.cancellation);
         sessionIDs_.insert(id);
         classifier_.classify(row);
         return row;
@@ -155,28 +153,39 @@ private:
                          QStringLiteral("Claude Code takes a new snapshot of the shell each "
                                         "session")}}) {
             AgentStoreRow row = leftover(Paths::joined(folders_.home, folder), name, reason);
-            AgentStorage::addMeasured(row, row.id, context_.cancellation);
-            if (!row.paths.isEmpty())
+            AgentStorage::addMeasured(row, folders_.home, folder, context_.cancellation);
+            if (!row.items.isEmpty())
                 rows_.append(row);
         }
         AgentStoreRow orphans =
             leftover(folders_.home + QStringLiteral("/sessions-gone"),
                      QStringLiteral("File history and to-do lists of sessions that are gone"),
                      QStringLiteral("Their sessions no longer exist, so nothing reads them"));
-        for (const QString& id : entriesOf(folders_.fileHistory)) {
-            if (!sessionIDs_.contains(id))
-                AgentStorage::addMeasured(orphans, Paths::joined(folders_.fileHistory, id),
-                                          context_.cancellation);
-        }
+        for (const QString& id : orphanedHistory())
+            AgentStorage::addMeasured(orphans, folders_.fileHistory, id, context_.cancellation);
         for (auto it = todosBySession_.cbegin(); it != todosBySession_.cend(); ++it) {
             if (sessionIDs_.contains(it.key()))
                 continue;
             for (const QString& name : it.value())
-                AgentStorage::addMeasured(orphans, Paths::joined(folders_.todos, name),
-                                          context_.cancellation);
+                AgentStorage::addMeasured(orphans, folders_.todos, name, context_.cancellation);
         }
-        if (!orphans.paths.isEmpty())
+        if (!orphans.items.isEmpty())
             rows_.append(orphans);
+    }
+
+    // The file history folders of sessions that are gone, by name. Read as a stream: a sorted
+    // listing of every session's folder would hold tens of thousands of entries at once.
+    QStringList orphanedHistory() const {
+        QStringList ids;
+        QDirIterator folders(folders_.fileHistory,
+                             QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System);
+        while (folders.hasNext()) {
+            const QString id = folders.nextFileInfo().fileName();
+            if (!sessionIDs_.contains(id))
+                ids.append(id);
+        }
+        ids.sort();
+        return ids;
     }
 
     // The Claude app keeps one record file per conversation, each on its own (no index or
@@ -254,7 +263,7 @@ QList<AgentStoreRow> neverTouched(const QString& folder, AgentKind agent,
         row.name = name;
         row.root = folder;
         row.reason = *kind + QStringLiteral(": never removed");
-        AgentStorage::addMeasured(row, path, cancellation);
+        AgentStorage::addMeasured(row, folder, name, cancellation);
         rows.append(row);
     }
     return rows;

@@ -85,7 +85,7 @@ public:
         for (const Thread& thread : threads.value_or(QList<Thread>())) {
             AgentStoreRow row = threadRow(thread, *database);
             named.insert(thread.rolloutPath);
-            if (!row.paths.isEmpty())
+            if (!row.items.isEmpty())
                 rows_.append(row);
         }
         addUnnamedLogs(named, database.has_value() && !threads);
@@ -138,7 +138,7 @@ private:
             if (!named.contains(path))
                 AgentStorage::addMeasured(row, path, context_.cancellation);
         }
-        if (!row.paths.isEmpty())
+        if (!row.items.isEmpty())
             rows_.append(row);
     }
 
@@ -152,7 +152,7 @@ private:
         row.root = home_;
         row.tickedByDefault = true;
         AgentStorage::addMeasured(row, row.id, context_.cancellation);
-        if (!row.paths.isEmpty())
+        if (!row.items.isEmpty())
             rows_.append(row);
     }
 

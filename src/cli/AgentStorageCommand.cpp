@@ -31,7 +31,7 @@ QJsonObject rowJson(const AgentStoreRow& row) {
             {QStringLiteral("project"), row.project.isEmpty() ? QJsonValue() : row.project},
             {QStringLiteral("updatedAt"), isoDateOrNull(row.updatedAt)},
             {QStringLiteral("bytes"), row.bytes},
-            {QStringLiteral("paths"), QJsonArray::fromStringList(row.paths)},
+            {QStringLiteral("paths"), QJsonArray::fromStringList(row.paths())},
             {QStringLiteral("offered"), row.isOffered()},
             {QStringLiteral("ticked"), row.isOffered() && row.tickedByDefault},
             {QStringLiteral("blockedReason"), orNull(row.blockedReason)},

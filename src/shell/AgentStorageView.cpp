@@ -90,7 +90,7 @@ AgentStorageView::AgentStorageView(AgentStorageModel& model, QWidget* parent)
         [this](const QModelIndex& index) {
             const AgentStoreRow* row =
                 model_.store().row(index.siblingAtColumn(nameColumn).data(idRole).toString());
-            return row ? row->paths.value(0) : QString();
+            return row ? row->paths().value(0) : QString();
         },
         ItemContextMenu::keepFolders);
     connect(&model_, &InventoryModel::keptChanged, this, &AgentStorageView::showStore);
@@ -132,7 +132,7 @@ void AgentStorageView::showStore() {
             for (const AgentStoreRow* row : project.value()) {
                 auto* item = new QTreeWidgetItem(projectItem);
                 item->setText(nameColumn, row->name);
-                item->setToolTip(nameColumn, row->paths.join(u'\n'));
+                item->setToolTip(nameColumn, row->paths().join(u'\n'));
                 item->setText(sizeColumn, formatBytes(row->bytes));
                 item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
                 item->setText(kindColumn, displayName(row->kind));
@@ -197,7 +197,7 @@ ConfirmationSheet* AgentStorageView::confirmTrash() {
     for (const QString& id : plan.rowIDs) {
         const AgentStoreRow* row = model_.row(id);
         byAgent[displayName(row->agent)].append(
-            {row->name, row->paths.value(0), row->bytes, row->bytes});
+            {row->name, row->paths().value(0), row->bytes, row->bytes});
     }
     QList<ConfirmationGroup> groups;
     for (auto group = byAgent.cbegin(); group != byAgent.cend(); ++group)

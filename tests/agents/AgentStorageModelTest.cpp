@@ -66,7 +66,7 @@ TEST(AgentStorageModel, ACodexSessionGoesWithItsRowAndPutBackRestoresBoth) {
     ASSERT_EQ(before.size(), 1);
     Loaded loaded(home);
     EXPECT_TRUE(loaded.model.selectedIDs().contains(home.codexThread));
-    const QString log = loaded.model.row(home.codexThread)->paths.first();
+    const QString log = loaded.model.row(home.codexThread)->paths().first();
 
     const TrashResult result = loaded.trash({home.codexThread});
     ASSERT_TRUE(result.outcome.failures.isEmpty())
@@ -97,12 +97,12 @@ TEST(AgentStorageModel, ABusyCodexDatabaseKeepsItsSessionsListedButNotOffered) {
 
     // A writer that comes between listing and removing is waited for, then named.
     const CodexSessionRemoval::Outcome late = CodexSessionRemoval::remove(
-        {{home.locations.codexHome + s("/state_5.sqlite"), home.codexThread, row->paths.first(),
+        {{home.locations.codexHome + s("/state_5.sqlite"), home.codexThread, row->paths().first(),
           home.locations.codexHome}},
         PlatformTrash::system());
     ASSERT_EQ(late.trash.failures.size(), 1);
     EXPECT_EQ(late.trash.failures.first().message, CodexSessionRemoval::busyMessage);
-    EXPECT_TRUE(QFile::exists(row->paths.first()));
+    EXPECT_TRUE(QFile::exists(row->paths().first()));
     test::exec(writer, s("ROLLBACK"));
     sqlite3_close(writer);
 }
@@ -110,7 +110,7 @@ TEST(AgentStorageModel, ABusyCodexDatabaseKeepsItsSessionsListedButNotOffered) {
 TEST(AgentStorageModel, ASessionFileAnAppHoldsOpenStaysWithTheReason) {
     const test::FakeAgentHome home = test::makeFakeAgentHome();
     Loaded loaded(home);
-    const QString file = loaded.model.row(home.orphan)->paths.first();
+    const QString file = loaded.model.row(home.orphan)->paths().first();
     QProcess holder;
     holder.start(s("/bin/sh"), {s("-c"), s("exec 3<\"$0\"; echo ready; exec sleep 60"), file});
     ASSERT_TRUE(holder.waitForReadyRead(patience));
@@ -123,7 +123,7 @@ TEST(AgentStorageModel, ASessionFileAnAppHoldsOpenStaysWithTheReason) {
     EXPECT_TRUE(result.outcome.failures.first().message.endsWith(s("has it open; quit it first")))
         << result.outcome.failures.first().message.toStdString();
     // None of the session's files moves while one is held.
-    for (const QString& part : loaded.model.store().row(home.orphan)->paths)
+    for (const QString& part : loaded.model.store().row(home.orphan)->paths())
         EXPECT_TRUE(QFile::exists(part)) << part.toStdString();
     // The rest of the batch went.
     EXPECT_FALSE(QFile::exists(home.goneWorkspace));

@@ -74,7 +74,7 @@ TEST(AgentStorage, RowsAreOfTheirKindForAReasonAndOnlyWhatNobodyCanUseIsTicked) 
     EXPECT_FALSE(live.tickedByDefault);
     // The session file, its companion folder, its file history and its to-do list, measured in
     // allocated bytes (at least a block for each of the five files).
-    EXPECT_EQ(live.paths.size(), 4);
+    EXPECT_EQ(live.items.size(), 4);
     EXPECT_GE(live.bytes, 5 * 512);
     EXPECT_GE(live.bytes, 5000 + 9000);
 
@@ -121,6 +121,28 @@ TEST(AgentStorage, RowsAreOfTheirKindForAReasonAndOnlyWhatNobodyCanUseIsTicked) 
     EXPECT_GT(store.totalBytes(), store.reclaimableBytes());
 }
 
+// Rows keep names in folders, not paths: tens of thousands of sessions would otherwise hold
+// three or four long paths each. What a plan moves must still be the whole path of each item.
+TEST(AgentStorage, SessionsOfOneFolderShareItAndAPlanNamesEachItemWhole) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const AgentStore store = AgentStorage::measure(home.inputs());
+    const AgentStoreRow* live = store.row(home.liveSession);
+    const AgentStoreRow* older = store.row(home.olderLiveSession);
+    ASSERT_TRUE(live && older);
+    ASSERT_FALSE(live->items.isEmpty() || older->items.isEmpty());
+    EXPECT_TRUE(live->items.first().folder.isSharedWith(older->items.first().folder));
+    EXPECT_TRUE(live->items.at(1).name.isSharedWith(live->id));
+
+    const AgentStorage::Plan plan = AgentStorage::plan(store, {home.liveSession});
+    EXPECT_EQ(plan.trash.urls(), live->paths());
+    qint64 planned = 0;
+    for (const QString& url : plan.trash.urls()) {
+        EXPECT_TRUE(Paths::isUnder(url, live->root) && QFileInfo::exists(url)) << url.toStdString();
+        planned += plan.trash.sizeByURL.value(url);
+    }
+    EXPECT_EQ(planned, live->bytes);
+}
+
 TEST(AgentStorage, LooseSubAgentTranscriptsGoWithTheirSessionOrAreSessionsOfTheirOwn) {
     const test::FakeAgentHome home = test::makeFakeAgentHome();
     const AgentStore store = AgentStorage::measure(home.inputs());
@@ -128,11 +150,15 @@ TEST(AgentStorage, LooseSubAgentTranscriptsGoWithTheirSessionOrAreSessionsOfThei
     // The transcript of a session that is there is part of that session's row, and nothing else's.
     const AgentStoreRow* older = store.row(home.olderLiveSession);
     ASSERT_TRUE(older);
-    EXPECT_TRUE(older->paths.contains(home.looseOfSession));
-    EXPECT_GE(older->pathBytes.value(older->paths.indexOf(home.looseOfSession)), 3000);
+    const auto loose =
+        std::find_if(older->items.cbegin(), older->items.cend(), [&](const AgentStoreItem& item) {
+            return item.path() == home.looseOfSession;
+        });
+    ASSERT_NE(loose, older->items.cend());
+    EXPECT_GE(loose->bytes, 3000);
     qsizetype holders = 0;
     for (const AgentStoreRow& row : store.rows)
-        holders += row.paths.count(home.looseOfSession);
+        holders += row.paths().count(home.looseOfSession);
     EXPECT_EQ(holders, 1);
 
     // One whose session is gone is a session of its own: its task as title, its project's kind.
@@ -142,7 +168,7 @@ TEST(AgentStorage, LooseSubAgentTranscriptsGoWithTheirSessionOrAreSessionsOfThei
     EXPECT_EQ(alone->project, home.work + s("/gone"));
     EXPECT_EQ(alone->kind, AgentStoreKind::unreachable);
     EXPECT_TRUE(alone->tickedByDefault);
-    EXPECT_EQ(alone->paths, QStringList{home.looseAlone});
+    EXPECT_EQ(alone->paths(), QStringList{home.looseAlone});
     EXPECT_GE(alone->bytes, 3000);
     EXPECT_EQ(alone->updatedAt, QFileInfo(home.looseAlone).lastModified());
     const AgentStorage::Plan plan = AgentStorage::plan(store, {home.looseAlone});
@@ -160,7 +186,7 @@ TEST(AgentStorage, ClaudeAppRecordsAreHistoryOfTheirProjectFolder) {
     EXPECT_FALSE(live.tickedByDefault);
     EXPECT_TRUE(live.isOffered());
     EXPECT_EQ(live.updatedAt->toMSecsSinceEpoch(), 1'753'650'000'000);
-    EXPECT_EQ(live.paths, QStringList{home.liveRecord});
+    EXPECT_EQ(live.paths(), QStringList{home.liveRecord});
 
     const AgentStoreRow gone = row(home.goneRecord);
     EXPECT_EQ(gone.kind, AgentStoreKind::unreachable);

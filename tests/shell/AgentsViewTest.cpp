@@ -254,8 +254,8 @@ TEST(AgentsViewTest, TheStorageTabTicksWhatNobodyCanUseAndMovesItAfterAskingWith
     EXPECT_FALSE(shown.contains(text("Fix flaky checkout test")));
     EXPECT_TRUE(box->cancelButton()->isDefault());
     test::saveScreenshot(window, text("agents-confirmation"));
-    const QString orphanFile = storage.row(home.orphan)->paths.first();
-    const QString liveFile = storage.row(home.liveSession)->paths.first();
+    const QString orphanFile = storage.row(home.orphan)->paths().first();
+    const QString liveFile = storage.row(home.liveSession)->paths().first();
     box->acceptButton()->click();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(orphanFile); }, test::patience));
     ASSERT_TRUE(
