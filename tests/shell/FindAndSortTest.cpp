@@ -117,6 +117,8 @@ TEST_F(ProjectsFindTest, TypingNarrowsTheProjectsByNameOrPathAndTheStatusCountsW
     // At the window's usual size the items table shows both sizes without scrolling sideways.
     QTreeView* items = window.projectsView().detailView()->itemsView();
     ASSERT_TRUE(QTest::qWaitFor([&] { return items->model()->rowCount() == 2; }, test::patience));
+    // The detail opens with the selection; its table is laid out once it is shown.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return items->viewport()->width() > 0; }, test::patience));
     EXPECT_LE(items->header()->sectionViewportPosition(ProjectItemsModel::freesColumn) +
                   items->header()->sectionSize(ProjectItemsModel::freesColumn),
               items->viewport()->width());
