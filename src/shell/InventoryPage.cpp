@@ -136,6 +136,8 @@ QList<ConfirmationGroup> InventoryPage::tickedGroups() const {
 
 void InventoryPage::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    // A list filled while the page was hidden is fitted to the width it is shown at.
+    InventoryWidgets::fitNameColumn(*tree_, nameWidth_);
     if (!inventory_.hasLoaded() && !inventory_.isLoading())
         inventory_.reload();
 }

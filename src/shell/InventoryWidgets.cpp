@@ -30,7 +30,8 @@ void fitNameColumn(QTreeWidget& tree, int nameWidth) {
     const QAbstractItemView& view = tree;
     const int wanted =
         view.sizeHintForColumn(0) + tree.style()->pixelMetric(QStyle::PM_ScrollBarExtent);
-    const int cap = tree.viewport()->width() / 2;
+    // A hidden list has no width of its own yet; it is fitted again when shown.
+    const int cap = tree.isVisible() ? tree.viewport()->width() / 2 : wanted;
     tree.header()->resizeSection(0, std::max(nameWidth, std::min(wanted, cap)));
 }
 
