@@ -204,7 +204,8 @@ AppRemovalOutcome AppRemover::remove(const InstalledApp& app, const QList<AppDat
 }
 
 std::optional<QString> AppRemover::leftoverRefusal(const AppDataItem& item,
-                                                   const InstalledSet& installed) const {
+                                                   const InstalledSet& installed,
+                                                   LinuxLeftovers::Judge& leftovers) const {
     const QString prefix = itemName(item) + QStringLiteral(": ");
     if (isFlatpakData(item))
         return stillInstalled(prefix, QStringLiteral("flatpak"),
@@ -213,8 +214,7 @@ std::optional<QString> AppRemover::leftoverRefusal(const AppDataItem& item,
         return stillInstalled(prefix, QStringLiteral("snap"),
                               SnapApps::check(itemName(item), runner_));
     if (LinuxApps::dataRootOf(item)) {
-        if (const std::optional<QString> refusal =
-                LinuxLeftovers::refusal(item.url, SeenApps(), runner_))
+        if (const std::optional<QString> refusal = leftovers.refusal(item.url))
             return prefix + *refusal;
         return std::nullopt;
     }
@@ -229,9 +229,11 @@ std::optional<QString> AppRemover::leftoverRefusal(const AppDataItem& item,
 AppRemovalOutcome AppRemover::removeLeftovers(const QList<AppDataItem>& items) const {
     AppRemovalOutcome outcome;
     const InstalledSet installed = InstalledBundles::current();
+    const SeenApps seen;
+    LinuxLeftovers::Judge leftovers(seen, runner_);
     QList<CleanupItem> trashed;
     for (const AppDataItem& item : items) {
-        if (const std::optional<QString> refusal = leftoverRefusal(item, installed))
+        if (const std::optional<QString> refusal = leftoverRefusal(item, installed, leftovers))
             outcome.failures.append(*refusal);
         else
             trashData(item, dataRootOf(item), outcome, trashed);

@@ -4,6 +4,7 @@
 #include "apps/BrewService.h"
 #include "apps/FlatpakApps.h"
 #include "apps/LibraryMatcher.h"
+#include "apps/LinuxLeftovers.h"
 #include "platform/Cancellation.h"
 #include "platform/CleanupHistory.h"
 #include "platform/PlatformTrash.h"
@@ -94,8 +95,8 @@ private:
     void nameCommand(const InstalledApp& app, AppRemovalOutcome& outcome,
                      const CancellationToken& cancellation) const;
     std::optional<QString> inUse(const AppDataItem& item) const;
-    std::optional<QString> leftoverRefusal(const AppDataItem& item,
-                                           const InstalledSet& installed) const;
+    std::optional<QString> leftoverRefusal(const AppDataItem& item, const InstalledSet& installed,
+                                           LinuxLeftovers::Judge& leftovers) const;
     void trashEntry(const InstalledApp& app, QList<CleanupItem>& trashed) const;
     void trashData(const AppDataItem& item, const QString& root, AppRemovalOutcome& outcome,
                    QList<CleanupItem>& trashed) const;

@@ -106,26 +106,38 @@ LinuxLeftovers::Found LinuxLeftovers::find(const QList<InstalledApp>& listed,
     return found;
 }
 
-std::optional<QString> LinuxLeftovers::refusal(const QString& path, const SeenApps& seen,
-                                               const ProcessRunner& runner) {
-    const SeenApps::Read read = seen.load();
-    if (read.problem && read.apps.isEmpty())
-        return *read.problem;
-    const std::optional<SnapListing> snaps = SnapApps::list(runner);
-    if (snaps && snaps->error)
-        return *snaps->error;
-    for (const SeenApp& app : read.apps) {
+LinuxLeftovers::Judge::Judge(const SeenApps& seen, const ProcessRunner& runner)
+    : seen_(seen)
+    , runner_(runner) {}
+
+const LinuxLeftovers::Judge::Grounds& LinuxLeftovers::Judge::grounds() {
+    if (!grounds_) {
+        Grounds read{seen_.load(), SnapApps::list(runner_), {}};
+        if (!read.snaps || !read.snaps->error)
+            read.claimed = LinuxApps::claimedFolders(read.snaps);
+        grounds_ = std::move(read);
+    }
+    return *grounds_;
+}
+
+std::optional<QString> LinuxLeftovers::Judge::refusal(const QString& path) {
+    const Grounds& read = grounds();
+    if (read.seen.problem && read.seen.apps.isEmpty())
+        return *read.seen.problem;
+    if (read.snaps && read.snaps->error)
+        return *read.snaps->error;
+    for (const SeenApp& app : read.seen.apps) {
         const bool recorded =
             std::any_of(app.data.cbegin(), app.data.cend(),
                         [&](const DataMatch& m) { return PathIdentity::same(m.path, path); });
         if (!recorded)
             continue;
-        const InstallCheck check = gone(app, runner);
+        const InstallCheck check = gone(app, runner_);
         if (check.is == InstallCheck::Case::installed)
             return QStringLiteral("%1 is installed and uses this data.").arg(app.name);
         if (!check.isGone())
             return check.reason;
-        if (isClaimed(path, LinuxApps::claimedFolders(snaps)))
+        if (isClaimed(path, read.claimed))
             return QStringLiteral("An installed app uses a folder of this name, so it stays.");
         return std::nullopt;
     }

@@ -37,10 +37,29 @@ struct LinuxLeftovers {
     static InstallCheck gone(const SeenApp& app, const ProcessRunner& runner,
                              const CancellationToken& cancellation = {});
 
-    // Why `path`, a folder directly in an XDG home, is not (or no longer) a leftover, judged
-    // again now: it must be a recorded folder of a seen app that is gone, and no app may name it.
-    static std::optional<QString> refusal(const QString& path, const SeenApps& seen = SeenApps(),
-                                          const ProcessRunner& runner = ProcessRunner::system());
+    // Judges the folders of one removal again now. What every folder is judged against (the
+    // record of seen apps, snap's list, the folders the desktop's apps name) is read once, at
+    // the first folder, not once per folder.
+    class Judge {
+    public:
+        Judge(const SeenApps& seen, const ProcessRunner& runner);
+
+        // Why `path`, a folder directly in an XDG home, is not (or no longer) a leftover: it
+        // must be a recorded folder of a seen app that is gone, and no app may name it.
+        std::optional<QString> refusal(const QString& path);
+
+    private:
+        struct Grounds {
+            SeenApps::Read seen;
+            std::optional<SnapListing> snaps;
+            QStringList claimed;
+        };
+        const Grounds& grounds();
+
+        const SeenApps& seen_;
+        const ProcessRunner& runner_;
+        std::optional<Grounds> grounds_;
+    };
 };
 
 } // namespace corvane
