@@ -9,6 +9,7 @@
 #include "shell/FolderDrop.h"
 #include "shell/ItemContextMenu.h"
 #include "shell/OverviewView.h"
+#include "shell/PageStack.h"
 #include "shell/ProjectsView.h"
 #include "shell/ToastOverlay.h"
 #include "shell/UpdatePrompt.h"
@@ -19,7 +20,6 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QSplitter>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -72,7 +72,7 @@ MainWindow::~MainWindow() = default;
 QWidget* MainWindow::makeCentralArea() {
     auto* central = new QWidget(this);
     makeSidebar(central);
-    pages_ = new QStackedWidget(central);
+    pages_ = new PageStack(central);
     const AreaOpener open = [this](const QString& id) { showArea(id); };
     for (const AreaRow& area : Areas::all()) {
         const AreaPage page = makeAreaPage(area.id, models_, open, pages_);

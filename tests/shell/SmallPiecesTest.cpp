@@ -3,13 +3,17 @@
 #include "shell/AppIcon.h"
 #include "shell/LaunchOptions.h"
 #include "shell/MenuBarExtra.h"
+#include "shell/PageStack.h"
 #include "shell/ShellTesting.h"
 #include "shell/ToastOverlay.h"
 #include "shell/TrashConfirmation.h"
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
+#include <QLabel>
+#include <QSplitter>
 #include <QTest>
+#include <QVBoxLayout>
 #include <QtEndian>
 #include <gtest/gtest.h>
 
@@ -189,4 +193,66 @@ TEST(MenuBarExtraTest, WithTheOverviewItAlsoShowsEveryAreaAndTheTrash) {
         << qPrintable(texts().join(u'|'));
     EXPECT_TRUE(texts().contains(QStringLiteral("In the Trash: Zero KB")));
     EXPECT_EQ(texts().at(2), QStringLiteral("Every area could give back: 5 MB"));
+}
+
+namespace {
+
+// A page of wrapped text that counts how often it is asked for its size.
+class MeasuredPage : public QWidget {
+public:
+    MeasuredPage() {
+        auto* text = new QLabel(QStringLiteral("A long explanation that wraps over several lines "
+                                               "of a page that is not on screen.")
+                                    .repeated(8));
+        text->setWordWrap(true);
+        (new QVBoxLayout(this))->addWidget(text);
+    }
+    QSize sizeHint() const override {
+        ++measured;
+        return QWidget::sizeHint();
+    }
+    QSize minimumSizeHint() const override {
+        ++measured;
+        return QWidget::minimumSizeHint();
+    }
+    int heightForWidth(int width) const override {
+        ++measured;
+        return QWidget::heightForWidth(width);
+    }
+    mutable int measured = 0;
+};
+
+} // namespace
+
+TEST(PageStackTest, TextChangingOnThePageOnScreenLeavesTheHiddenPagesUnmeasured) {
+    // The window's shape: the pages beside a sidebar in a splitter.
+    QSplitter window;
+    window.addWidget(new QLabel(QStringLiteral("Areas")));
+    auto* pages = new PageStack;
+    window.addWidget(pages);
+    auto* onScreen = new QWidget;
+    auto* status = new QLabel(QStringLiteral("Scanning"));
+    (new QVBoxLayout(onScreen))->addWidget(status);
+    auto* hidden = new MeasuredPage;
+    pages->addWidget(onScreen);
+    pages->addWidget(hidden);
+    window.resize(900, 500);
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+
+    hidden->measured = 0;
+    for (int folders = 1; folders <= 5; ++folders) {
+        status->setText(QStringLiteral("Scanning · %1 folders measured").arg(folders * 1000));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    }
+    EXPECT_EQ(hidden->measured, 0);
+    EXPECT_EQ(pages->sizeHint(), onScreen->sizeHint());
+
+    // Shown, the page is measured and sizes the stack.
+    pages->setCurrentWidget(hidden);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    EXPECT_GT(hidden->measured, 0);
+    EXPECT_EQ(pages->sizeHint(), hidden->sizeHint());
+    EXPECT_EQ(pages->minimumSizeHint(), hidden->minimumSizeHint());
 }
