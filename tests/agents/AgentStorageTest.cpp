@@ -133,6 +133,7 @@ TEST(AgentStorage, SessionsOfOneFolderShareItAndAPlanNamesEachItemWhole) {
     ASSERT_FALSE(live->items.isEmpty() || older->items.isEmpty());
     EXPECT_TRUE(live->items.first().folder.isSharedWith(older->items.first().folder));
     EXPECT_TRUE(live->items.at(1).name.isSharedWith(live->id));
+    EXPECT_TRUE(live->project.isSharedWith(older->project));
 
     const AgentStorage::Plan plan = AgentStorage::plan(store, {home.liveSession});
     EXPECT_EQ(plan.trash.urls(), live->paths());
