@@ -22,6 +22,9 @@ bool isSubAgentTranscript(const QString& fileName) {
 QList<AgentSession> read(const QString& projectsFolder, const QMap<QString, QString>& ledger,
                          bool macPathRules) {
     QList<AgentSession> sessions;
+    // Every session of a project names the same folder: they share one string, the rows made
+    // from them too, rather than each keeping its own copy.
+    QString lastProject;
     const QDir root(projectsFolder);
     const QStringList folders =
         root.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
@@ -39,7 +42,9 @@ QList<AgentSession> read(const QString& projectsFolder, const QMap<QString, QStr
             AgentSession session;
             session.agent = AgentKind::claudeCode;
             session.id = fileName.chopped(sessionExtensionLength);
-            session.cwd = *project;
+            if (*project != lastProject)
+                lastProject = *project;
+            session.cwd = lastProject;
             session.title = head.title;
             session.file = path;
             const QDateTime modified = QFileInfo(path).lastModified();

@@ -3,13 +3,17 @@
 #include "agents/AgentStoreSources.h"
 #include "agents/ClaudeHistory.h"
 #include "agents/SessionHead.h"
+#include "platform/DirectoryReader.h"
 #include "platform/Paths.h"
 
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
+#include <algorithm>
 #include <tuple>
+#include <vector>
 
 namespace corvane::AgentStoreSources {
 namespace {
@@ -41,8 +45,8 @@ public:
                 indexed_.insert(session.id, &session);
         }
         rows_.reserve(indexed_.size() + context.index.desktopRecords.size() + 16);
-        for (const QString& name : entriesOf(folders_.todos))
-            todosBySession_[todoSession(name)].append(name);
+        todos_ = entriesOf(folders_.todos);
+        todoTaken_.assign(todos_.size(), false);
     }
 
     QList<AgentStoreRow> read() {
@@ -129,11 +133,23 @@ private:
         AgentStorage::addMeasured(row, folder, fileName, context_.cancellation);
         AgentStorage::addMeasured(row, folder, row.id, context_.cancellation);
         AgentStorage::addMeasured(row, folders_.fileHistory, row.id, context_.cancellation);
-        for (const QString& name : todosBySession_.value(id))
-            AgentStorage::addMeasured(row, folders_.todos, name, context_.cancellation);
-        sessionIDs_.insert(id);
+        addTodos(row, id);
+        sessionIDs_.insert(row.id);
         classifier_.classify(row);
         return row;
+    }
+
+    // The to-do lists of session `id`. Their names start with "<id>-agent-", so in the sorted
+    // listing they lie next to each other: found by a search, with no table of every name.
+    void addTodos(AgentStoreRow& row, const QString& id) {
+        const QString prefix = id + QStringLiteral("-agent-");
+        auto name = std::lower_bound(todos_.cbegin(), todos_.cend(), prefix);
+        for (; name != todos_.cend() && name->startsWith(prefix); ++name) {
+            if (todoSession(*name) != id)
+                continue;
+            todoTaken_[std::distance(todos_.cbegin(), name)] = true;
+            AgentStorage::addMeasured(row, folders_.todos, *name, context_.cancellation);
+        }
     }
 
     // Stores the agent fills and recreates by itself, and what sessions that are gone left.
@@ -163,11 +179,10 @@ private:
                      QStringLiteral("Their sessions no longer exist, so nothing reads them"));
         for (const QString& id : orphanedHistory())
             AgentStorage::addMeasured(orphans, folders_.fileHistory, id, context_.cancellation);
-        for (auto it = todosBySession_.cbegin(); it != todosBySession_.cend(); ++it) {
-            if (sessionIDs_.contains(it.key()))
-                continue;
-            for (const QString& name : it.value())
-                AgentStorage::addMeasured(orphans, folders_.todos, name, context_.cancellation);
+        for (qsizetype index = 0; index < todos_.size(); ++index) {
+            if (!todoTaken_[index])
+                AgentStorage::addMeasured(orphans, folders_.todos, todos_[index],
+                                          context_.cancellation);
         }
         if (!orphans.items.isEmpty())
             rows_.append(orphans);
@@ -229,7 +244,9 @@ private:
     ClaudeFolders folders_;
     // Into the index, which outlives the reader.
     QHash<QString, const AgentSession*> indexed_;
-    QHash<QString, QStringList> todosBySession_;
+    // The to-do lists' names, sorted, and which of them a session took.
+    QStringList todos_;
+    std::vector<bool> todoTaken_;
     QSet<QString> sessionIDs_;
     std::optional<QMap<QString, QString>> ledger_;
     QList<AgentStoreRow> rows_;
@@ -241,9 +258,18 @@ QList<AgentStoreRow> claude(const Context& context) {
     return ClaudeReader(context).read();
 }
 
+// Read straight from the folder's listing: QDir would also keep a file info of every entry until
+// it returns, several times the names' memory for the tens of thousands of to-do lists.
 QStringList entriesOf(const QString& folder) {
-    return QDir(folder).entryList(
-        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Name);
+    QStringList names;
+    // A folder that is a link (a home kept in a dotfiles repository) is listed as QDir would.
+    DirectoryReader reader(folder, DirectoryReader::Detail::kinds,
+                           DirectoryReader::RootLinks::followed);
+    DirectoryReader::Entry entry;
+    while (reader.next(entry))
+        names.append(QFile::decodeName(entry.name));
+    names.sort();
+    return names;
 }
 
 QList<AgentStoreRow> neverTouched(const QString& folder, AgentKind agent,

@@ -6,6 +6,7 @@
 #include "platform/Paths.h"
 #include "support/TestEnvironment.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <gtest/gtest.h>
@@ -132,6 +133,7 @@ TEST(AgentStorage, SessionsOfOneFolderShareItAndAPlanNamesEachItemWhole) {
     ASSERT_FALSE(live->items.isEmpty() || older->items.isEmpty());
     EXPECT_TRUE(live->items.first().folder.isSharedWith(older->items.first().folder));
     EXPECT_TRUE(live->items.at(1).name.isSharedWith(live->id));
+    EXPECT_TRUE(live->project.isSharedWith(older->project));
 
     const AgentStorage::Plan plan = AgentStorage::plan(store, {home.liveSession});
     EXPECT_EQ(plan.trash.urls(), live->paths());
@@ -173,6 +175,54 @@ TEST(AgentStorage, LooseSubAgentTranscriptsGoWithTheirSessionOrAreSessionsOfThei
     EXPECT_EQ(alone->updatedAt, QFileInfo(home.looseAlone).lastModified());
     const AgentStorage::Plan plan = AgentStorage::plan(store, {home.looseAlone});
     EXPECT_EQ(plan.trash.urls(), QStringList{home.looseAlone});
+}
+
+// A session has a to-do list per agent that worked in it, named "<session>-agent-<agent>.json";
+// the lists of a session that is gone, and names of no session at all, are leftovers.
+TEST(AgentStorage, ToDoListsGoWithTheirSessionAndTheRestWithTheLeftovers) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const QString todos = home.locations.home + s("/.claude/todos/");
+    const QString second = todos + home.liveSession + s("-agent-0c1d2e3f.json");
+    // Of a session that is not there, whose id starts with the live session's: sorted right
+    // after the live session's lists.
+    const QString nextTo = todos + home.liveSession + s("x-agent-1.json");
+    const QString gone = todos + s("12345678-0000-4000-8000-000000000000-agent-1.json");
+    const QString stray = todos + s("notes.json");
+    for (const QString& path : {second, nextTo, gone, stray})
+        test::writeFile(path, "[]");
+    const AgentStore store = AgentStorage::measure(home.inputs());
+
+    const QString first = todos + home.liveSession + s("-agent-") + home.liveSession + s(".json");
+    const AgentStoreRow live = rowOf(store, home.liveSession);
+    EXPECT_EQ(live.paths().filter(todos), (QStringList{second, first}));
+    const AgentStoreRow leftovers = rowOf(store, home.locations.home + s("/.claude/sessions-gone"));
+    EXPECT_EQ(leftovers.paths().filter(todos), (QStringList{gone, nextTo, stray}));
+    EXPECT_TRUE(
+        leftovers.paths().contains(home.locations.home + s("/.claude/file-history/11111111-dead")));
+    // Every list belongs to exactly one row.
+    QStringList listed;
+    for (const AgentStoreRow& row : store.rows)
+        listed += row.paths().filter(todos);
+    listed.sort();
+    QStringList written = QDir(todos).entryList(QDir::Files);
+    for (QString& name : written)
+        name.prepend(todos);
+    written.sort();
+    EXPECT_EQ(listed, written);
+}
+
+// A home kept elsewhere and linked in is read through the link, as the user sees it.
+TEST(AgentStorage, AClaudeFolderThatIsALinkIsMeasuredThroughIt) {
+    const test::FakeAgentHome home = test::makeFakeAgentHome();
+    const QString linked = test::makeTempDir();
+    ASSERT_TRUE(QFile::link(home.locations.home + s("/.claude"), linked + s("/.claude")));
+    const AgentStore store = AgentStorage::measure({AgentLocations(linked), {}});
+
+    const AgentStoreRow live = rowOf(store, home.liveSession);
+    EXPECT_EQ(live.items.size(), 4);
+    EXPECT_EQ(rowOf(store, linked + s("/.claude/settings.json")).kind,
+              AgentStoreKind::neverTouched);
+    EXPECT_EQ(rowOf(store, linked + s("/.claude/plugins")).kind, AgentStoreKind::neverTouched);
 }
 
 TEST(AgentStorage, ClaudeAppRecordsAreHistoryOfTheirProjectFolder) {
