@@ -8,6 +8,7 @@
 #include "apps/LinuxApps.h"
 #include "apps/LinuxLeftovers.h"
 #include "platform/Locations.h"
+#include "platform/NameOrder.h"
 #include "platform/SizeCalculator.h"
 
 #include <QDir>
@@ -139,13 +140,13 @@ void AppInventoryLoader::sort(AppInventory& inventory) {
                          const qint64 right = b.sizeBytes + b.dataBytes();
                          if (left != right)
                              return left > right;
-                         return a.name.localeAwareCompare(b.name) < 0;
+                         return NameOrder::less(a.name, b.name);
                      });
     std::stable_sort(inventory.orphans.begin(), inventory.orphans.end(),
                      [](const OrphanedAppData& a, const OrphanedAppData& b) {
                          if (a.sizeBytes() != b.sizeBytes())
                              return a.sizeBytes() > b.sizeBytes();
-                         return a.bundleIdentifier < b.bundleIdentifier;
+                         return NameOrder::less(a.bundleIdentifier, b.bundleIdentifier);
                      });
 }
 

@@ -1,6 +1,7 @@
 #include "archive/ExternalVolumes.h"
 
 #include "platform/Locations.h"
+#include "platform/NameOrder.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
 
@@ -93,7 +94,7 @@ QList<Volume> mounted() {
                                 ? systemVolumes()
                                 : foldersIn(Locations::volumesDir());
     std::sort(volumes.begin(), volumes.end(), [](const Volume& a, const Volume& b) {
-        const int byName = QString::compare(a.name, b.name, Qt::CaseInsensitive);
+        const int byName = NameOrder::compare(a.name, b.name);
         return byName != 0 ? byName < 0 : a.path < b.path;
     });
     return volumes;

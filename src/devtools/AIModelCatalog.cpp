@@ -4,6 +4,7 @@
 #include "platform/InputLimits.h"
 #include "platform/JsonFile.h"
 #include "platform/Locations.h"
+#include "platform/NameOrder.h"
 #include "platform/OpenFileGuard.h"
 #include "platform/PathIdentity.h"
 #include "platform/Paths.h"
@@ -107,7 +108,7 @@ QString blobPath(const QString& store, const QString& digest) {
 bool lessThan(const AIModel& a, const AIModel& b) {
     if (a.source != b.source)
         return a.source < b.source;
-    const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
+    const int byName = NameOrder::compare(a.name, b.name);
     return byName != 0 ? byName < 0 : a.id < b.id;
 }
 

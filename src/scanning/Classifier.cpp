@@ -1,11 +1,11 @@
 #include "scanning/Classifier.h"
 
+#include "platform/NameOrder.h"
 #include "platform/Paths.h"
 #include "scanning/ArtifactCatalog.h"
 #include "scanning/FolderNames.h"
 #include "scanning/ProjectDetector.h"
 
-#include <QCollator>
 #include <algorithm>
 
 namespace corvane {
@@ -22,11 +22,9 @@ CleanConfidence confidenceOf(const CatalogMatch& match, bool hasRepo, bool ignor
 }
 
 void sortByName(QList<CleanableItem>& items) {
-    QCollator collator;
-    collator.setCaseSensitivity(Qt::CaseInsensitive);
     std::stable_sort(items.begin(), items.end(),
-                     [&](const CleanableItem& a, const CleanableItem& b) {
-                         return collator.compare(a.name, b.name) < 0;
+                     [](const CleanableItem& a, const CleanableItem& b) {
+                         return NameOrder::less(a.name, b.name);
                      });
 }
 

@@ -1,6 +1,7 @@
 #include "shell/ListOrder.h"
 
-#include <QCollator>
+#include "platform/NameOrder.h"
+
 #include <QSettings>
 
 namespace corvane::ListOrder {
@@ -8,16 +9,6 @@ namespace {
 
 QString key(const QString& list, const char* name) {
     return QStringLiteral("lists/%1/%2").arg(list, QLatin1String(name));
-}
-
-const QCollator& collator() {
-    static const QCollator collator = [] {
-        QCollator made;
-        made.setNumericMode(true);
-        made.setCaseSensitivity(Qt::CaseInsensitive);
-        return made;
-    }();
-    return collator;
 }
 
 } // namespace
@@ -31,7 +22,7 @@ bool lessThan(const QVariant& keyA, const QString& textA, const QVariant& keyB,
         if (order != QPartialOrdering::Equivalent && order != QPartialOrdering::Unordered)
             return order == QPartialOrdering::Less;
     }
-    return collator().compare(textA, textB) < 0;
+    return NameOrder::compare(textA, textB) < 0;
 }
 
 bool matches(const QString& needle, const QString& name, const QString& path) {

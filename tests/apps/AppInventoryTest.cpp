@@ -136,6 +136,34 @@ TEST_F(AppInventoryTest, AppsAreOrderedByAppAndDataTogether) {
     EXPECT_EQ(names, (QStringList{s("Small"), s("Big"), s("Middle")}));
 }
 
+TEST(AppInventoryOrder, ThingsOfOneSizeGoInTheOrderOfTheirNamesNumbersByValue) {
+    AppInventory inventory;
+    for (const QString& name : {s("Tool 10"), s("tool 9"), s("Editor")}) {
+        InstalledApp app;
+        app.name = name;
+        app.sizeBytes = 4096;
+        inventory.apps.append(app);
+    }
+    for (const QString& identifier :
+         {s("com.example.gone10"), s("com.example.gone2"), s("com.example.gone1")}) {
+        OrphanedAppData orphan;
+        orphan.bundleIdentifier = identifier;
+        orphan.items.append(AppDataItem{.url = s("/data/") + identifier, .sizeBytes = 25'000});
+        inventory.orphans.append(orphan);
+    }
+    AppInventoryLoader::sort(inventory);
+
+    QStringList names;
+    for (const InstalledApp& app : inventory.apps)
+        names.append(app.name);
+    EXPECT_EQ(names, (QStringList{s("Editor"), s("tool 9"), s("Tool 10")}));
+    QStringList identifiers;
+    for (const OrphanedAppData& orphan : inventory.orphans)
+        identifiers.append(orphan.bundleIdentifier);
+    EXPECT_EQ(identifiers, (QStringList{s("com.example.gone1"), s("com.example.gone2"),
+                                        s("com.example.gone10")}));
+}
+
 TEST_F(AppInventoryTest, HomebrewCasksAreNamedAndACancelledLoadStops) {
     test::makeBundle(apps, s("ChatGPT.app"),
                      test::xmlPlist(test::appKeys(s("com.openai.chat"), s("ChatGPT"))));
