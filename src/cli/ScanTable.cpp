@@ -9,7 +9,8 @@ using ScanWording::confidenceWords;
 using ScanWording::gitDetailsWords;
 using ScanWording::kindWords;
 
-QString projectLine(const ScanSession& session, const Project& project) {
+QString projectLine(const ScanSession& session, const ProjectNode& node) {
+    const Project& project = node.project;
     const auto details = session.gitDetailsByProject().constFind(project.id);
     const bool known = details != session.gitDetailsByProject().cend();
     QString state = known ? gitDetailsWords(*details) : QStringLiteral("git not inspected");
@@ -23,6 +24,9 @@ QString projectLine(const ScanSession& session, const Project& project) {
     if (const qint64 size = session.reclaimableSizeBytes(project.id);
         size > session.reclaimableBytes(project.id))
         line += QStringLiteral(" (of %1 on disk)").arg(formatBytes(size));
+    if (node.branchBytes > session.reclaimableBytes(project.id))
+        line +=
+            QStringLiteral(", %1 with the projects inside it").arg(formatBytes(node.branchBytes));
     return line;
 }
 
@@ -51,7 +55,7 @@ void printNodes(const ScanSession& session, const QList<ProjectNode>& nodes, int
                 QTextStream& out) {
     const QString indent(depth * 4, u' ');
     for (const ProjectNode& node : nodes) {
-        out << indent << projectLine(session, node.project) << '\n';
+        out << indent << projectLine(session, node) << '\n';
         for (const CleanableItem& item : session.items(node.project.id))
             out << indent << QStringLiteral("  ") << itemLine(session, item) << '\n';
         if (node.children)

@@ -27,13 +27,49 @@ Level arrange(const QList<Project>& projects) {
     return level;
 }
 
+// Sums each project's bytes with those of the projects below it, once each; a ring of parents
+// adds nothing twice.
+class BranchSum {
+public:
+    BranchSum(const ProjectTree& tree, const Level& level)
+        : tree_(tree)
+        , level_(level) {}
+
+    qint64 of(const Project& project) {
+        if (const auto known = sums_.constFind(project.id); known != sums_.cend())
+            return *known;
+        if (adding_.contains(project.id))
+            return 0;
+        adding_.insert(project.id);
+        qint64 sum = tree_.reclaimableBytes(project.id);
+        for (const Project* child : level_.childrenOf.value(project.id))
+            sum += of(*child);
+        adding_.remove(project.id);
+        sums_.insert(project.id, sum);
+        return sum;
+    }
+
+    QHash<QUuid, qint64> all() {
+        for (const Project& project : tree_.projects)
+            of(project);
+        return sums_;
+    }
+
+private:
+    const ProjectTree& tree_;
+    const Level& level_;
+    QHash<QUuid, qint64> sums_;
+    QSet<QUuid> adding_;
+};
+
 class Builder {
 public:
     Builder(const ProjectTree& tree, ProjectSortMode mode, bool onlyUnsynced)
         : tree_(tree)
         , mode_(mode)
         , onlyUnsynced_(onlyUnsynced)
-        , level_(arrange(tree.projects)) {}
+        , level_(arrange(tree.projects))
+        , branchBytes_(BranchSum(tree, level_).all()) {}
 
     QList<ProjectNode> build() {
         QList<ProjectNode> nodes = nodesFor(level_.topLevel);
@@ -60,7 +96,7 @@ private:
             QList<ProjectNode> children = nodesFor(level_.childrenOf.value(project->id));
             if (onlyUnsynced_ && children.isEmpty() && !isUnsynced(details(*project)))
                 continue;
-            ProjectNode node{*project, std::nullopt};
+            ProjectNode node{*project, std::nullopt, branchBytes_.value(project->id)};
             if (!children.isEmpty())
                 node.children = std::move(children);
             nodes.append(std::move(node));
@@ -75,12 +111,9 @@ private:
 
     void sort(QList<const Project*>& projects) const {
         if (mode_ == ProjectSortMode::size) {
-            QHash<QUuid, qint64> bytes;
-            for (const Project* project : projects)
-                bytes.insert(project->id, tree_.reclaimableBytes(project->id));
             std::stable_sort(projects.begin(), projects.end(),
-                             [&bytes](const Project* a, const Project* b) {
-                                 return bytes.value(a->id) > bytes.value(b->id);
+                             [this](const Project* a, const Project* b) {
+                                 return branchBytes_.value(a->id) > branchBytes_.value(b->id);
                              });
             return;
         }
@@ -103,6 +136,7 @@ private:
     ProjectSortMode mode_;
     bool onlyUnsynced_;
     Level level_;
+    QHash<QUuid, qint64> branchBytes_;
     QSet<QUuid> visited_;
 };
 
@@ -114,6 +148,11 @@ bool isUnsynced(const GitDetails* details) {
 
 QList<ProjectNode> ProjectTree::build(ProjectSortMode mode, bool onlyUnsynced) const {
     return Builder(*this, mode, onlyUnsynced).build();
+}
+
+QHash<QUuid, qint64> ProjectTree::branchBytes() const {
+    const Level level = arrange(projects);
+    return BranchSum(*this, level).all();
 }
 
 } // namespace corvane

@@ -23,6 +23,9 @@ struct ProjectTree {
     std::function<qint64(const QUuid&)> reclaimableBytes;
 
     QList<ProjectNode> build(ProjectSortMode mode, bool onlyUnsynced) const;
+    // What each project and the projects nested in it can give back together, whatever the
+    // filter. Sorting by size goes by these, so a small project holding a large one ranks high.
+    QHash<QUuid, qint64> branchBytes() const;
 };
 
 } // namespace corvane

@@ -434,10 +434,17 @@ unsigned ScanSession::forgetTrashed(const QList<QString>& trashedURLs) {
     return changes;
 }
 
+ProjectTree ScanSession::tree() const {
+    return {projects_, gitDetailsByProject_,
+            [this](const QUuid& id) { return reclaimableBytes(id); }};
+}
+
 QList<ProjectNode> ScanSession::projectTree() const {
-    const ProjectTree tree{projects_, gitDetailsByProject_,
-                           [this](const QUuid& id) { return reclaimableBytes(id); }};
-    return tree.build(sortMode_, showOnlyUnsynced_);
+    return tree().build(sortMode_, showOnlyUnsynced_);
+}
+
+QHash<QUuid, qint64> ScanSession::branchReclaimableBytes() const {
+    return tree().branchBytes();
 }
 
 QList<Project> ScanSession::orderedProjects() const {

@@ -17,6 +17,7 @@
 namespace corvane {
 
 class MainThreadMailbox;
+struct ProjectTree;
 
 // The model of a project scan: the scanned folder, everything its scan has found, what the user
 // has ticked, and the running trash action. It lives on the main thread; the scan and the trash
@@ -120,6 +121,8 @@ public:
     QList<ProjectNode> projectTree() const;
     // The same tree flattened depth first.
     QList<Project> orderedProjects() const;
+    // What each project and the projects nested in it can give back together.
+    QHash<QUuid, qint64> branchReclaimableBytes() const;
     std::optional<Project> project(const QUuid& projectID) const;
     std::optional<Project> projectAt(const QString& path) const;
     QList<CleanableItem> items(const QUuid& projectID) const {
@@ -170,6 +173,8 @@ signals:
     void trashCompleted(const corvane::TrashResult& result);
 
 private:
+    // The projects with what the tree of them is built from.
+    ProjectTree tree() const;
     void startScan(const QString& root);
     void applyEvents(const QList<ScanEvent>& events);
     unsigned apply(const ScanEvent& event);

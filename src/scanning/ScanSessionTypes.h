@@ -53,6 +53,9 @@ struct TrashScope {
 struct ProjectNode {
     Project project;
     std::optional<QList<ProjectNode>> children;
+    // What the project and every project nested in it can give back together: a folder that
+    // holds a large project reads as large, as it does on disk.
+    qint64 branchBytes = 0;
 
     bool operator==(const ProjectNode&) const = default;
 };

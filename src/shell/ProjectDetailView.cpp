@@ -307,10 +307,15 @@ void ProjectDetailView::showItemsState() {
     // Marks that cannot be read keep nothing ticked anywhere; the user is told where to look.
     keptNote_->setText(session_.keepError().value_or(keptText));
     keptNote_->setVisible(session_.keepError() || session_.isKept(*project()));
-    space_->setText(QStringLiteral("Reclaimable: ") +
+    QString space = QStringLiteral("Reclaimable: ") +
                     ScanWording::freedWords(session_.reclaimableSizeBytes(project()->id),
                                             session_.reclaimableBytes(project()->id),
-                                            reclaimableSharedWith(session_, items)));
+                                            reclaimableSharedWith(session_, items));
+    // The list shows a project with those inside it; here the project stands alone.
+    const qint64 branch = session_.branchReclaimableBytes().value(project()->id);
+    if (branch > session_.reclaimableBytes(project()->id))
+        space += QStringLiteral(" · %1 with the projects inside it").arg(formatBytes(branch));
+    space_->setText(space);
 
     const TrashPlan plan = session_.trashPlan(TrashScope::forProject(*project()));
     const auto count = plan.urls().size();

@@ -56,8 +56,10 @@ const QList<ProjectNode>& childrenOf(const ProjectNode& node) {
 
 struct ProjectTreeModel::Values {
     QString name;
+    // What the project and the projects nested in it can give back; `ownBytes` the project alone.
     qint64 bytes = 0;
-    // Some of what it could give back is not measured yet.
+    qint64 ownBytes = 0;
+    // Some of what they could give back is not measured yet.
     bool measuring = false;
     std::optional<GitStatus> status;
     QString gitWords;
@@ -129,6 +131,8 @@ void ProjectTreeModel::refresh() {
     // values worked out for it stay good.
     if (sessionStale_) {
         sessionTree_ = session_.projectTree();
+        branches_.clear();
+        noteBranches(sessionTree_);
         valuesCache_.clear();
         sessionStale_ = false;
     }
@@ -164,6 +168,18 @@ QList<ProjectNode> ProjectTreeModel::shaped(QList<ProjectNode> tree) {
         });
     }
     return tree;
+}
+
+bool ProjectTreeModel::noteBranches(const QList<ProjectNode>& nodes) {
+    bool anyMeasuring = false;
+    for (const ProjectNode& node : nodes) {
+        bool measuring = session_.isScanning() && isMeasuring(session_, node.project.id);
+        if (node.children)
+            measuring = noteBranches(*node.children) || measuring;
+        branches_.insert(node.project.id, {node.branchBytes, measuring});
+        anyMeasuring = anyMeasuring || measuring;
+    }
+    return anyMeasuring;
 }
 
 const ProjectTreeModel::Values& ProjectTreeModel::cachedValues(const Project& project) {
@@ -372,8 +388,12 @@ void ProjectTreeModel::forget(const Node& node) {
 ProjectTreeModel::Values ProjectTreeModel::valuesOf(const Project& project) const {
     Values values;
     values.name = distinguishedNames_.value(project.id, project.name);
-    values.bytes = session_.reclaimableBytes(project.id);
-    values.measuring = session_.isScanning() && isMeasuring(session_, project.id);
+    values.ownBytes = session_.reclaimableBytes(project.id);
+    const auto branch = branches_.constFind(project.id);
+    values.bytes = branch != branches_.cend() ? branch->bytes : values.ownBytes;
+    values.measuring = branch != branches_.cend()
+                           ? branch->measuring
+                           : session_.isScanning() && isMeasuring(session_, project.id);
     values.kept = session_.isKept(project);
     const auto details = session_.gitDetailsByProject().constFind(project.id);
     if (details != session_.gitDetailsByProject().cend()) {
@@ -460,6 +480,11 @@ QVariant ProjectTreeModel::data(const QModelIndex& index, int role) const {
     case Qt::ToolTipRole:
         if (index.column() == activityColumn && node.values.lastCommit)
             return QLocale().toString(node.values.lastCommit->toLocalTime(), QLocale::LongFormat);
+        if (index.column() == sizeColumn && !node.values.kept && !node.values.measuring &&
+            node.values.bytes > node.values.ownBytes)
+            return QStringLiteral("%1 in this project, %2 in the projects inside it")
+                .arg(formatBytes(node.values.ownBytes),
+                     formatBytes(node.values.bytes - node.values.ownBytes));
         return index.column() == nameColumn ? node.project.url
                                             : display(node.values, index.column());
     case ListOrder::sortKeyRole:

@@ -69,6 +69,9 @@ private:
 
     void scheduleRefresh();
     QList<ProjectNode> shaped(QList<ProjectNode> tree);
+    // Notes what each row shows for its branch: the sum the tree carries, and whether any
+    // project in it is still being measured. Says whether any of `nodes` is.
+    bool noteBranches(const QList<ProjectNode>& nodes);
     const Values& cachedValues(const Project& project);
     QVariant sortKey(const Values& values, int column) const;
     bool keepsEveryParent(const QHash<QUuid, std::optional<QUuid>>& parentOf) const;
@@ -92,6 +95,11 @@ private:
     // What each project shows in this refresh, worked out once for ordering and for the rows.
     QHash<QUuid, Values> valuesCache_;
     QList<ProjectNode> sessionTree_;
+    struct Branch {
+        qint64 bytes = 0;
+        bool measuring = false;
+    };
+    QHash<QUuid, Branch> branches_;
     bool sessionStale_ = true;
     bool findChanged_ = false;
     QHash<QUuid, QString> distinguishedNames_;

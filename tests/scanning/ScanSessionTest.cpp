@@ -226,6 +226,38 @@ TEST_F(ScanSessionTest, TheTreeNestsSortsEachLevelAndTheUnsyncedFilterKeepsAnces
     EXPECT_EQ(session.reclaimableBytes(), 110);
 }
 
+TEST_F(ScanSessionTest, AProjectHoldingALargerOneRanksByWhatTheyGiveBackTogether) {
+    startScan();
+    const Project mono = makeProject(root + QStringLiteral("/mono"));
+    const Project app = makeProject(mono.url + QStringLiteral("/app"), mono.id);
+    const Project medium = makeProject(root + QStringLiteral("/medium"));
+    // Parents that name each other: listed, and summed without going round for ever.
+    Project ringA = makeProject(root + QStringLiteral("/ring-a"));
+    const Project ringB = makeProject(root + QStringLiteral("/ring-b"), ringA.id);
+    ringA.parentProjectID = ringB.id;
+    QList<ScanEvent> events;
+    QHash<QUuid, qint64> sizes{
+        {mono.id, 5}, {app.id, 100}, {medium.id, 50}, {ringA.id, 1}, {ringB.id, 2}};
+    for (const Project& project : {mono, app, medium, ringA, ringB}) {
+        const CleanableItem item = makeItem(project, QStringLiteral("node_modules"));
+        events +=
+            {ScanEvent::projectDiscovered(project), ScanEvent::itemsClassified(project.id, {item}),
+             ScanEvent::sizeUpdated(item.id, sizes.value(project.id))};
+    }
+    scans.feed(events);
+
+    const QList<ProjectNode> tree = session.projectTree();
+    ASSERT_EQ(dump(tree).left(16), QStringLiteral("mono(app),medium"));
+    EXPECT_EQ(tree[0].branchBytes, 105);
+    EXPECT_EQ(tree[0].children->at(0).branchBytes, 100);
+    EXPECT_EQ(tree[1].branchBytes, 50);
+    const QHash<QUuid, qint64> branches = session.branchReclaimableBytes();
+    EXPECT_EQ(branches.value(mono.id), 105);
+    EXPECT_EQ(branches.value(medium.id), 50);
+    EXPECT_LE(branches.value(ringA.id) + branches.value(ringB.id), 6);
+    EXPECT_EQ(session.reclaimableBytes(), 158) << "the totals count each project once";
+}
+
 TEST_F(ScanSessionTest, TrashedItemsAndProjectsLeaveTheStateAndTheToastSaysWhatCameBack) {
     startScan();
     const Project app = makeProject(root + QStringLiteral("/app"));

@@ -190,13 +190,42 @@ TEST_F(ProjectTreeModelTest, ASizeStillBeingMeasuredSaysSoUntilTheScanEnds) {
     EXPECT_EQ(size(app), QStringLiteral("6 KB"));
 }
 
+TEST_F(ProjectTreeModelTest, AProjectRowCountsTheProjectsInsideItAsAFolderWould) {
+    const Project mono = project(QStringLiteral("mono"));
+    const Project app = makeProject(mono.url + QStringLiteral("/app"), mono.id);
+    const Project medium = project(QStringLiteral("medium"));
+    const CleanableItem appModules = makeItem(app, QStringLiteral("node_modules"));
+    scans.feed(measured(mono, 5'000) + measured(medium, 50'000) +
+               QList<ScanEvent>{ScanEvent::projectDiscovered(app),
+                                ScanEvent::itemsClassified(app.id, {appModules})});
+    model.refresh();
+    const auto cell = [this](const Project& project, int role = Qt::DisplayRole) {
+        return model.indexOf(project.id, ProjectTreeModel::sizeColumn).data(role).toString();
+    };
+    // What is inside is not measured yet, so neither is the whole.
+    EXPECT_EQ(cell(mono), QStringLiteral("Measuring…"));
+
+    scans.feed({ScanEvent::sizeUpdated(appModules.id, 100'000), ScanEvent::scanCompleted()});
+    model.refresh();
+    EXPECT_EQ(dump(), QStringLiteral("mono(app),medium"));
+    EXPECT_EQ(cell(mono), QStringLiteral("105 KB"));
+    EXPECT_EQ(cell(mono, Qt::ToolTipRole),
+              QStringLiteral("5 KB in this project, 100 KB in the projects inside it"));
+    EXPECT_EQ(cell(app), QStringLiteral("100 KB"));
+    EXPECT_EQ(cell(app, Qt::ToolTipRole), QStringLiteral("100 KB"));
+    EXPECT_DOUBLE_EQ(model.indexOf(app.id, ProjectTreeModel::sizeColumn)
+                         .data(ProjectTreeModel::barFractionRole)
+                         .toDouble(),
+                     100.0 / 105.0);
+}
+
 TEST_F(ProjectTreeModelTest,
        TheFindTextKeepsMatchesWithTheProjectsAroundThemAndAColumnOrdersEachLevel) {
     const Project mono = project(QStringLiteral("mono"));
     const Project web = makeProject(mono.url + QStringLiteral("/web"), mono.id);
     const Project api = makeProject(mono.url + QStringLiteral("/Api"), mono.id);
     const Project site = project(QStringLiteral("site"));
-    scans.feed(measured(mono, 10) + measured(web, 30) + measured(api, 70) + measured(site, 50) +
+    scans.feed(measured(mono, 10) + measured(web, 30) + measured(api, 70) + measured(site, 500) +
                QList<ScanEvent>{ScanEvent::scanCompleted()});
     model.refresh();
     ASSERT_EQ(dump(), QStringLiteral("site,mono(Api,web)"));
