@@ -184,11 +184,22 @@ void DiskMapCanvas::paintCell(QPainter& painter, const Cell& cell) const {
     const QFontMetrics metrics = fontMetrics();
     if (r.width() < 60 || r.height() < metrics.height() + 2)
         return;
-    const QString label = cell.name + QStringLiteral("  ") + formatBytes(cell.bytes);
     const QRectF text = r.adjusted(4, 2, -4, 0);
     painter.setPen(QColor(0x1D, 0x1D, 0x1F));
     painter.drawText(text, Qt::AlignLeft | Qt::AlignTop,
-                     metrics.elidedText(label, Qt::ElideMiddle, static_cast<int>(text.width())));
+                     labelFor(cell.name, cell.bytes, metrics, static_cast<int>(text.width())));
+}
+
+QString DiskMapCanvas::labelFor(const QString& name, qint64 bytes, const QFontMetrics& metrics,
+                                int width) {
+    const QString size = QStringLiteral("  ") + formatBytes(bytes);
+    if (metrics.horizontalAdvance(name + size) <= width)
+        return name + size;
+    // A few letters of the name are worth more than its size: the hover tells the size.
+    const int nameRoom = width - metrics.horizontalAdvance(size);
+    if (nameRoom >= metrics.horizontalAdvance(name.left(4) + u'…'))
+        return metrics.elidedText(name, Qt::ElideRight, nameRoom) + size;
+    return metrics.elidedText(name, Qt::ElideRight, width);
 }
 
 void DiskMapCanvas::resizeEvent(QResizeEvent* event) {

@@ -40,6 +40,10 @@ public:
     explicit DiskMapCanvas(const DiskMapModel& model, QWidget* parent = nullptr);
 
     static QColor colourOf(MapCategory category);
+    // What a cell `width` pixels wide says: its name and size while both fit, then the name cut
+    // short beside the whole size, then the name alone. A size is never cut into.
+    static QString labelFor(const QString& name, qint64 bytes, const QFontMetrics& metrics,
+                            int width);
 
     FolderID focus() const { return focus_; }
     void setFocus(FolderID folder);

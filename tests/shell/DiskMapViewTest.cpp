@@ -7,6 +7,7 @@
 #include "platform/TrashService.h"
 #include "shell/AppModels.h"
 #include "shell/ConfirmationSheet.h"
+#include "shell/DiskMapCanvas.h"
 #include "shell/ItemContextMenu.h"
 #include "shell/MainWindow.h"
 #include "shell/OverviewView.h"
@@ -15,6 +16,7 @@
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -122,6 +124,26 @@ protected:
 };
 
 } // namespace
+
+TEST(DiskMapLabels, ANarrowCellCutsTheNameAndNeverTheSize) {
+    const QFontMetrics metrics(QApplication::font());
+    const QString name = s("calm-falcon-web");
+    const QString whole = name + s("  18.1 MB");
+    const auto label = [&](int width) {
+        const QString text = DiskMapCanvas::labelFor(name, 18'100'000, metrics, width);
+        EXPECT_LE(metrics.horizontalAdvance(text), width) << text.toStdString();
+        return text;
+    };
+    EXPECT_EQ(label(metrics.horizontalAdvance(whole) + 2), whole);
+
+    const QString cut = label(metrics.horizontalAdvance(whole) * 2 / 3);
+    EXPECT_TRUE(cut.endsWith(s("…  18.1 MB"))) << cut.toStdString();
+    EXPECT_TRUE(cut.startsWith(s("calm"))) << cut.toStdString();
+
+    const QString nameOnly = label(metrics.horizontalAdvance(s("  18.1 MB calm")));
+    EXPECT_TRUE(nameOnly.startsWith(s("calm"))) << nameOnly.toStdString();
+    EXPECT_FALSE(nameOnly.contains(s("MB"))) << nameOnly.toStdString();
+}
 
 TEST_F(DiskMapViewTest, DrawsTheFoldersNestedAndZoomsInAndOutByClicks) {
     const DiskMapCanvas& canvas = *view.canvas();
