@@ -76,6 +76,7 @@ void addActivity(QTreeWidgetItem* project, const AgentActivity& activity, const 
     auto* agent = new QTreeWidgetItem(project);
     agent->setText(nameColumn, displayName(activity.agent));
     agent->setText(sourceColumn, summaryOf(activity.sessions.size(), activity.workspaces.size()));
+    setWhen(agent, latestOf({activity}), now);
     for (const AgentSession& session : activity.sessions) {
         auto* row = new QTreeWidgetItem(agent);
         row->setText(nameColumn, session.title.value_or(QStringLiteral("Untitled session")));

@@ -4,6 +4,7 @@
 #include "agents/ClaudeHistory.h"
 #include "shell/AgentStorageView.h"
 #include "shell/ConfirmationSheet.h"
+#include "shell/ListOrder.h"
 #include "shell/MainWindow.h"
 #include "shell/ProjectDetailView.h"
 #include "shell/ProjectsView.h"
@@ -119,6 +120,11 @@ TEST(AgentsViewTest, EachProjectShowsItsSessionsAndWorkspacesMostRecentFirst) {
     ASSERT_EQ(second->childCount(), 2);
     EXPECT_EQ(second->child(1)->text(0), text("VS Code"));
     EXPECT_EQ(columnTexts(second->child(1), 0), QStringList{text("VS Code workspace")});
+    // An agent's row is as recent as its latest session, here the one in the enclosing folder.
+    EXPECT_EQ(second->child(0)->data(1, ListOrder::sortKeyRole).toDateTime(),
+              QDateTime::fromSecsSinceEpoch(1'760'000'000));
+    EXPECT_EQ(second->child(1)->data(1, ListOrder::sortKeyRole).toDateTime(),
+              QDateTime::fromSecsSinceEpoch(1'690'000'000));
     test::saveScreenshot(window, text("window-agents"));
 
     // The project's own page says how much history it has.
