@@ -78,6 +78,11 @@ void removeFakeHome() {
     QDir(homeRoot()).removeRecursively();
 }
 
+void emptyFakeHome() {
+    removeFakeHome();
+    QDir().mkpath(fakeHome());
+}
+
 QString makeTempDir(const QString& prefix) {
     static int counter = 0;
     const QString path = homeRoot() + QStringLiteral("/%1-%2").arg(prefix).arg(++counter);

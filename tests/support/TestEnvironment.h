@@ -30,6 +30,9 @@ QString fakeHome();
 // returns false (and says why on standard error) when that could not be made safe.
 bool isolateFromRealHome();
 void removeFakeHome();
+// Empties the fake home and what lies beside it, keeping their paths: the next test of the same
+// process starts as the first did.
+void emptyFakeHome();
 
 // A fresh folder inside the fake home, removed with it.
 QString makeTempDir(const QString& prefix = QStringLiteral("t"));
