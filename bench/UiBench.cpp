@@ -7,6 +7,7 @@
 // With --disk-map the window shows the disk map of the same folder, which fills in from its own
 // walk while the scan runs.
 
+#include "AgentStorageUiBench.h"
 #include "FilterBench.h"
 #include "TimedApplication.h"
 #include "platform/ByteFormat.h"
@@ -69,6 +70,8 @@ int main(int argc, char** argv) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     if (argc > 1 && qstrcmp(argv[1], "--filter") == 0)
         return corvane::bench::runFilterBench(argc, argv);
+    if (argc > 1 && qstrcmp(argv[1], "--agent-storage") == 0)
+        return corvane::bench::runAgentStorageBench(argc, argv);
     const bool withOverview = argc > 1 && qstrcmp(argv[1], "--overview") == 0;
     const bool withDiskMap = argc > 1 && qstrcmp(argv[1], "--disk-map") == 0;
     std::optional<corvane::test::OverviewHome> overviewHome;

@@ -5,7 +5,8 @@
 # a key typed into the project filter over 2,000 projects takes (goal: under 30 ms). The workspace is
 # the scale-1 one that `make bench` keeps in ~/.cache/corvane-bench, made here if missing. Then the
 # same on the scale-4 workspace (about 1.4 million entries) with the disk map of it filling in while
-# the scan runs.
+# the scan runs. Last, when `make bench` has made its agent home, the coding agents' Storage tab
+# over 20,000 sessions.
 set -euo pipefail
 
 build_dir=${1:?usage: bench/run-ui-bench.sh BUILD_DIR}
@@ -43,4 +44,12 @@ QT_QPA_PLATFORM=offscreen "$bench" --overview "$workspace" || status=$?
 make_workspace "$large_workspace" 4
 QT_QPA_PLATFORM=offscreen "$bench" --disk-map "$large_workspace" >/dev/null || true
 QT_QPA_PLATFORM=offscreen "$bench" --disk-map "$large_workspace" || status=$?
+# The coding agents' Storage tab over the 20,000 sessions `make bench` keeps: reported, not yet
+# held to the 50 ms goal (the list is still filled on the main thread).
+agents_home="$workspace_dir/agents-home-2-20000"
+if [[ -f $agents_home/.made ]]; then
+  QT_QPA_PLATFORM=offscreen "$bench" --agent-storage "$agents_home" || true
+else
+  echo "bench: no agent home at $agents_home yet; \`make bench\` makes it"
+fi
 exit $status

@@ -24,9 +24,9 @@ namespace {
 enum Column { nameColumn, sizeColumn, kindColumn, whyColumn };
 constexpr int idRole = Qt::UserRole;
 
-QTreeWidgetItem* groupItem(QTreeWidgetItem* parent, QTreeWidget* tree, const QString& name,
-                           qint64 bytes, qsizetype count) {
-    auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem(tree);
+QTreeWidgetItem* groupItem(QTreeWidgetItem* parent, const QString& name, qint64 bytes,
+                           qsizetype count) {
+    auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem;
     item->setText(nameColumn, name);
     item->setText(sizeColumn, formatBytes(bytes));
     item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
@@ -114,20 +114,25 @@ void AgentStorageView::showStore() {
     filling_ = true;
     tree_->clear();
     itemByID_.clear();
+    shownTicks_.clear();
+    // Each agent's rows are made away from the tree and handed to it whole: tens of thousands of
+    // sessions added one by one would each have the view follow.
+    QList<QTreeWidgetItem*> agentItems;
     QMap<AgentKind, QMap<QString, QList<const AgentStoreRow*>>> groups;
     for (const AgentStoreRow& row : model_.store().rows)
         groups[row.agent][row.project].append(&row);
     for (auto agent = groups.cbegin(); agent != groups.cend(); ++agent) {
         qint64 agentBytes = 0;
         qsizetype agentCount = 0;
-        auto* agentItem = groupItem(nullptr, tree_, displayName(agent.key()), 0, 0);
+        auto* agentItem = groupItem(nullptr, displayName(agent.key()), 0, 0);
+        agentItems.append(agentItem);
         for (auto project = agent->cbegin(); project != agent->cend(); ++project) {
             qint64 bytes = 0;
             for (const AgentStoreRow* row : project.value())
                 bytes = checkedSum(bytes, row->bytes);
             const QString name = project.key().isEmpty() ? QStringLiteral("Not tied to a project")
                                                          : Paths::lastComponent(project.key());
-            auto* projectItem = groupItem(agentItem, tree_, name, bytes, project.value().size());
+            auto* projectItem = groupItem(agentItem, name, bytes, project.value().size());
             projectItem->setToolTip(nameColumn, project.key());
             for (const AgentStoreRow* row : project.value()) {
                 auto* item = new QTreeWidgetItem(projectItem);
@@ -156,26 +161,37 @@ void AgentStorageView::showStore() {
         bold.setBold(true);
         agentItem->setFont(nameColumn, bold);
     }
+    tree_->addTopLevelItems(agentItems);
     tree_->expandToDepth(0);
     filling_ = false;
     showTicks();
 }
 
 void AgentStorageView::showTicks() {
+    // Only the rows whose tick changed: a click must not touch every row of a long list.
     filling_ = true;
-    for (auto it = itemByID_.cbegin(); it != itemByID_.cend(); ++it) {
-        if (it.value()->data(nameColumn, Qt::CheckStateRole).isValid())
-            it.value()->setCheckState(
-                nameColumn, model_.selectedIDs().contains(it.key()) ? Qt::Checked : Qt::Unchecked);
+    const QSet<QString>& ticked = model_.selectedIDs();
+    const auto show = [this](const QString& id, Qt::CheckState state) {
+        QTreeWidgetItem* item = itemByID_.value(id);
+        if (item && item->data(nameColumn, Qt::CheckStateRole).isValid())
+            item->setCheckState(nameColumn, state);
+    };
+    for (const QString& id : shownTicks_) {
+        if (!ticked.contains(id))
+            show(id, Qt::Unchecked);
     }
+    for (const QString& id : ticked) {
+        if (!shownTicks_.contains(id))
+            show(id, Qt::Checked);
+    }
+    shownTicks_ = ticked;
     filling_ = false;
-    const qsizetype ticked = model_.selectedIDs().size();
     summary_->setText(QStringLiteral("%1 of %2 ticked; %3 can go without touching any history "
                                      "of a project that exists")
                           .arg(formatBytes(model_.selectedBytes()),
                                formatBytes(model_.store().totalBytes()),
                                formatBytes(model_.store().reclaimableBytes())));
-    trashButton_->setEnabled(ticked > 0 && !model_.isRemoving());
+    trashButton_->setEnabled(!ticked.isEmpty() && !model_.isRemoving());
 }
 
 void AgentStorageView::showFailures() {

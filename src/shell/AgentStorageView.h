@@ -3,6 +3,7 @@
 #include "agents/AgentStorageModel.h"
 
 #include <QHash>
+#include <QSet>
 #include <QWidget>
 
 class QLabel;
@@ -45,6 +46,8 @@ private:
     QPushButton* olderButton_;
     QPushButton* trashButton_;
     QHash<QString, QTreeWidgetItem*> itemByID_;
+    // The ticks the tree shows, so that a change touches only the rows it changes.
+    QSet<QString> shownTicks_;
     bool filling_ = false;
 };
 

@@ -247,6 +247,15 @@ TEST(AgentsViewTest, TheStorageTabTicksWhatNobodyCanUseAndMovesItAfterAskingWith
     EXPECT_TRUE(storage.selectedIDs().contains(home.liveSession));
     live->setCheckState(0, Qt::Unchecked);
     EXPECT_FALSE(storage.selectedIDs().contains(home.liveSession));
+    // And a tick in the model is shown, in both directions.
+    storage.setSelected(home.liveSession, true);
+    storage.setSelected(home.orphan, false);
+    EXPECT_EQ(live->checkState(0), Qt::Checked);
+    EXPECT_EQ(orphan->checkState(0), Qt::Unchecked);
+    storage.setSelected(home.liveSession, false);
+    storage.setSelected(home.orphan, true);
+    EXPECT_EQ(live->checkState(0), Qt::Unchecked);
+    EXPECT_EQ(orphan->checkState(0), Qt::Checked);
 
     ConfirmationSheet* box = page.confirmTrash();
     ASSERT_TRUE(box);
