@@ -98,35 +98,37 @@ QStringList AgentStorageModel::pathsOfItem(const QString& id) const {
 void AgentStorageModel::startLoading() {
     startJob(JobKind::load, [this, inputs = services_.inputs](const CancellationToken& cancellation,
                                                               const MainThreadPost& post) {
-        AgentStore store;
+        Measured measured;
         try {
-            store = AgentStorage::measure(inputs, cancellation);
+            measured.store = AgentStorage::measure(inputs, cancellation);
         } catch (const CancelledError&) {
             return;
         }
-        post([this, store = std::move(store)] {
-            applyStore(store);
+        // Tens of thousands of rows: their index and default ticks are made here, off the main
+        // thread, which only takes them over.
+        const QList<AgentStoreRow>& rows = measured.store.rows;
+        measured.rowByID.reserve(rows.size());
+        for (qsizetype at = 0; at < rows.size(); ++at) {
+            measured.rowByID.insert(rows.at(at).id, at);
+            if (rows.at(at).tickedByDefault && rows.at(at).isOffered())
+                measured.ticked.append(rows.at(at).id);
+        }
+        post([this, measured = std::move(measured)] {
+            applyStore(measured);
             finishLoading();
         });
     });
 }
 
-void AgentStorageModel::applyStore(const AgentStore& store) {
-    store_ = store;
-    rowByID_.clear();
-    QSet<QString> ticked;
-    for (qsizetype at = 0; at < store_.rows.size(); ++at) {
-        const AgentStoreRow& listed = store_.rows.at(at);
-        rowByID_.insert(listed.id, at);
-        if (listed.tickedByDefault && listed.isOffered())
-            ticked.insert(listed.id);
-    }
+void AgentStorageModel::applyStore(const Measured& measured) {
+    store_ = measured.store;
+    rowByID_ = measured.rowByID;
     // Every load decides the ticks afresh: sizes and kinds may have changed since. One change
     // signal for them all: a page redraws its ticks on each.
     {
         const QSignalBlocker quiet(this);
         clearSelection();
-        for (const QString& id : ticked)
+        for (const QString& id : measured.ticked)
             setSelected(id, true);
     }
     emit selectedIDsChanged();

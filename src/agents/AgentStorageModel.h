@@ -65,7 +65,13 @@ protected:
     QStringList pathsOfItem(const QString& id) const override;
 
 private:
-    void applyStore(const AgentStore& store);
+    // A measured store with its index by row id and the rows ticked by default.
+    struct Measured {
+        AgentStore store;
+        QHash<QString, qsizetype> rowByID;
+        QStringList ticked;
+    };
+    void applyStore(const Measured& measured);
     void applyTrashResult(const TrashResult& result);
 
     Services services_;

@@ -1,10 +1,8 @@
 #include "shell/AgentStorageView.h"
 
 #include "platform/ByteFormat.h"
-#include "platform/CheckedSum.h"
 #include "platform/Paths.h"
 #include "shell/ConfirmationSheet.h"
-#include "shell/InventoryWidgets.h"
 #include "shell/ItemContextMenu.h"
 #include "shell/TrashConfirmation.h"
 
@@ -15,55 +13,31 @@
 #include <QMap>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTreeWidget>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 namespace corvane {
-namespace {
 
-enum Column { nameColumn, sizeColumn, kindColumn, whyColumn };
-constexpr int idRole = Qt::UserRole;
-
-QTreeWidgetItem* groupItem(QTreeWidgetItem* parent, const QString& name, qint64 bytes,
-                           qsizetype count) {
-    auto* item = parent ? new QTreeWidgetItem(parent) : new QTreeWidgetItem;
-    item->setText(nameColumn, name);
-    item->setText(sizeColumn, formatBytes(bytes));
-    item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
-    item->setText(whyColumn,
-                  count == 1 ? QStringLiteral("1 item") : QStringLiteral("%1 items").arg(count));
-    return item;
-}
-
-QString whyOf(const AgentStoreRow& row) {
-    if (row.blockedReason)
-        return *row.blockedReason;
-    if (row.newPlace)
-        return QStringLiteral("Relink first: the project is probably now at ") + *row.newPlace;
-    return row.reason;
-}
-
-} // namespace
+using Column = AgentStorageTreeModel::Column;
 
 AgentStorageView::AgentStorageView(AgentStorageModel& model, QWidget* parent)
     : QWidget(parent)
     , model_(model)
-    , tree_(new QTreeWidget(this))
+    , rows_(new AgentStorageTreeModel(model, this))
+    , tree_(new QTreeView(this))
     , summary_(new QLabel(this))
     , failures_(new QLabel(this))
     , olderButton_(new QPushButton(olderThanTitle, this))
     , trashButton_(new QPushButton(QStringLiteral("Move Ticked to Trash…"), this)) {
     tree_->setObjectName(QStringLiteral("agentStorageTree"));
     tree_->setAccessibleName(QStringLiteral("Coding-agent storage"));
-    tree_->setColumnCount(4);
-    tree_->setHeaderLabels({QStringLiteral("Agent, project and item"), QStringLiteral("Size"),
-                            QStringLiteral("Kind"), QStringLiteral("Why")});
+    tree_->setModel(rows_);
     tree_->setUniformRowHeights(true);
     tree_->setAlternatingRowColors(true);
     tree_->header()->setStretchLastSection(true);
-    tree_->header()->resizeSection(nameColumn, 320);
-    tree_->header()->resizeSection(sizeColumn, 80);
-    tree_->header()->resizeSection(kindColumn, 170);
+    tree_->header()->resizeSection(Column::nameColumn, 320);
+    tree_->header()->resizeSection(Column::sizeColumn, 80);
+    tree_->header()->resizeSection(Column::kindColumn, 170);
     summary_->setObjectName(QStringLiteral("agentStorageSummary"));
     failures_->setObjectName(QStringLiteral("agentStorageFailures"));
     failures_->setWordWrap(true);
@@ -88,110 +62,36 @@ AgentStorageView::AgentStorageView(AgentStorageModel& model, QWidget* parent)
     ItemContextMenu::attach(
         *tree_,
         [this](const QModelIndex& index) {
-            const AgentStoreRow* row =
-                model_.store().row(index.siblingAtColumn(nameColumn).data(idRole).toString());
+            const AgentStoreRow* row = model_.row(index.siblingAtColumn(Column::nameColumn)
+                                                      .data(AgentStorageTreeModel::idRole)
+                                                      .toString());
             return row ? row->paths().value(0) : QString();
         },
         ItemContextMenu::keepFolders);
-    connect(&model_, &InventoryModel::keptChanged, this, &AgentStorageView::showStore);
-    connect(&model_, &AgentStorageModel::storeChanged, this, &AgentStorageView::showStore);
+    // Each agent opens on its projects; their rows wait for a click.
+    connect(rows_, &QAbstractItemModel::modelReset, tree_, [this] { tree_->expandToDepth(0); });
     connect(&model_, &InventoryModel::selectedIDsChanged, this, &AgentStorageView::showTicks);
     connect(&model_, &InventoryModel::isRemovingChanged, this, &AgentStorageView::showTicks);
+    connect(&model_, &AgentStorageModel::storeChanged, this, &AgentStorageView::showTicks);
     connect(&model_, &InventoryModel::failuresChanged, this, &AgentStorageView::showFailures);
-    connect(tree_, &QTreeWidget::itemChanged, this, [this](QTreeWidgetItem* item, int column) {
-        const QString id = item->data(nameColumn, idRole).toString();
-        if (filling_ || column != nameColumn || id.isEmpty())
-            return;
-        model_.setSelected(id, item->checkState(nameColumn) == Qt::Checked);
-    });
     connect(olderButton_, &QPushButton::clicked, this,
             [this] { model_.selectOlderThan(olderThanDays); });
     connect(trashButton_, &QPushButton::clicked, this, &AgentStorageView::confirmTrash);
-    showStore();
-}
-
-void AgentStorageView::showStore() {
-    filling_ = true;
-    tree_->clear();
-    itemByID_.clear();
-    shownTicks_.clear();
-    // Each agent's rows are made away from the tree and handed to it whole: tens of thousands of
-    // sessions added one by one would each have the view follow.
-    QList<QTreeWidgetItem*> agentItems;
-    QMap<AgentKind, QMap<QString, QList<const AgentStoreRow*>>> groups;
-    for (const AgentStoreRow& row : model_.store().rows)
-        groups[row.agent][row.project].append(&row);
-    for (auto agent = groups.cbegin(); agent != groups.cend(); ++agent) {
-        qint64 agentBytes = 0;
-        qsizetype agentCount = 0;
-        auto* agentItem = groupItem(nullptr, displayName(agent.key()), 0, 0);
-        agentItems.append(agentItem);
-        for (auto project = agent->cbegin(); project != agent->cend(); ++project) {
-            qint64 bytes = 0;
-            for (const AgentStoreRow* row : project.value())
-                bytes = checkedSum(bytes, row->bytes);
-            const QString name = project.key().isEmpty() ? QStringLiteral("Not tied to a project")
-                                                         : Paths::lastComponent(project.key());
-            auto* projectItem = groupItem(agentItem, name, bytes, project.value().size());
-            projectItem->setToolTip(nameColumn, project.key());
-            for (const AgentStoreRow* row : project.value()) {
-                auto* item = new QTreeWidgetItem(projectItem);
-                item->setText(nameColumn, row->name);
-                item->setToolTip(nameColumn, row->paths().join(u'\n'));
-                item->setText(sizeColumn, formatBytes(row->bytes));
-                item->setTextAlignment(sizeColumn, Qt::AlignRight | Qt::AlignVCenter);
-                item->setText(kindColumn, displayName(row->kind));
-                item->setText(whyColumn, whyOf(*row));
-                item->setToolTip(whyColumn, whyOf(*row));
-                item->setData(nameColumn, idRole, row->id);
-                if (model_.isKept(row->id))
-                    InventoryWidgets::markKept(*item, nameColumn);
-                else if (row->isOffered())
-                    item->setCheckState(nameColumn, Qt::Unchecked);
-                else
-                    item->setForeground(whyColumn, palette().brush(QPalette::PlaceholderText));
-                itemByID_.insert(row->id, item);
-            }
-            agentBytes = checkedSum(agentBytes, bytes);
-            agentCount += project.value().size();
-        }
-        agentItem->setText(sizeColumn, formatBytes(agentBytes));
-        agentItem->setText(whyColumn, QStringLiteral("%1 items").arg(agentCount));
-        QFont bold = agentItem->font(nameColumn);
-        bold.setBold(true);
-        agentItem->setFont(nameColumn, bold);
-    }
-    tree_->addTopLevelItems(agentItems);
     tree_->expandToDepth(0);
-    filling_ = false;
     showTicks();
 }
 
+QModelIndex AgentStorageView::indexOf(const QString& id, int column) const {
+    return rows_->indexOf(id, column);
+}
+
 void AgentStorageView::showTicks() {
-    // Only the rows whose tick changed: a click must not touch every row of a long list.
-    filling_ = true;
-    const QSet<QString>& ticked = model_.selectedIDs();
-    const auto show = [this](const QString& id, Qt::CheckState state) {
-        QTreeWidgetItem* item = itemByID_.value(id);
-        if (item && item->data(nameColumn, Qt::CheckStateRole).isValid())
-            item->setCheckState(nameColumn, state);
-    };
-    for (const QString& id : shownTicks_) {
-        if (!ticked.contains(id))
-            show(id, Qt::Unchecked);
-    }
-    for (const QString& id : ticked) {
-        if (!shownTicks_.contains(id))
-            show(id, Qt::Checked);
-    }
-    shownTicks_ = ticked;
-    filling_ = false;
     summary_->setText(QStringLiteral("%1 of %2 ticked; %3 can go without touching any history "
                                      "of a project that exists")
                           .arg(formatBytes(model_.selectedBytes()),
                                formatBytes(model_.store().totalBytes()),
                                formatBytes(model_.store().reclaimableBytes())));
-    trashButton_->setEnabled(!ticked.isEmpty() && !model_.isRemoving());
+    trashButton_->setEnabled(!model_.selectedIDs().isEmpty() && !model_.isRemoving());
 }
 
 void AgentStorageView::showFailures() {

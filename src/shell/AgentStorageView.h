@@ -1,16 +1,14 @@
 #pragma once
 
 #include "agents/AgentStorageModel.h"
+#include "shell/AgentStorageTreeModel.h"
 
-#include <QHash>
-#include <QSet>
+#include <QModelIndex>
 #include <QWidget>
 
 class QLabel;
-class QMessageBox;
 class QPushButton;
-class QTreeWidget;
-class QTreeWidgetItem;
+class QTreeView;
 
 namespace corvane {
 
@@ -28,27 +26,23 @@ public:
 
     explicit AgentStorageView(AgentStorageModel& model, QWidget* parent = nullptr);
 
-    QTreeWidget* tree() const { return tree_; }
-    // The row of the tree that stands for the store row `id`, if shown.
-    QTreeWidgetItem* itemFor(const QString& id) const { return itemByID_.value(id); }
+    QTreeView* tree() const { return tree_; }
+    // The line of the tree that stands for the store row `id`, if listed.
+    QModelIndex indexOf(const QString& id, int column = AgentStorageTreeModel::nameColumn) const;
     // Asks before moving the ticked rows to the Trash; the box is returned for tests.
     ConfirmationSheet* confirmTrash();
 
 private:
-    void showStore();
     void showTicks();
     void showFailures();
 
     AgentStorageModel& model_;
-    QTreeWidget* tree_;
+    AgentStorageTreeModel* rows_;
+    QTreeView* tree_;
     QLabel* summary_;
     QLabel* failures_;
     QPushButton* olderButton_;
     QPushButton* trashButton_;
-    QHash<QString, QTreeWidgetItem*> itemByID_;
-    // The ticks the tree shows, so that a change touches only the rows it changes.
-    QSet<QString> shownTicks_;
-    bool filling_ = false;
 };
 
 } // namespace corvane

@@ -12,6 +12,7 @@
 #include "support/FakeScan.h"
 #include "support/TestEnvironment.h"
 
+#include <QAbstractItemModelTester>
 #include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
@@ -21,6 +22,8 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSignalSpy>
+#include <QTreeView>
 #include <QTreeWidget>
 #include <gtest/gtest.h>
 
@@ -224,38 +227,53 @@ TEST(AgentsViewTest, TheStorageTabTicksWhatNobodyCanUseAndMovesItAfterAskingWith
     window.show();
     view.showStorage(true);
     AgentStorageView& page = *view.storageView();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return storage.hasLoaded() && page.itemFor(home.orphan); },
-                                test::patience));
+    // Every index and parent of the tree stays consistent through loads, ticks and removals.
+    const QAbstractItemModelTester tester(page.tree()->model(),
+                                          QAbstractItemModelTester::FailureReportingMode::Fatal);
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return storage.hasLoaded() && page.indexOf(home.orphan).isValid(); },
+                        test::patience));
 
-    QTreeWidgetItem* orphan = page.itemFor(home.orphan);
-    QTreeWidgetItem* live = page.itemFor(home.liveSession);
-    EXPECT_EQ(orphan->checkState(0), Qt::Checked);
-    EXPECT_EQ(live->checkState(0), Qt::Unchecked);
-    EXPECT_EQ(live->text(0), text("Fix flaky checkout test"));
-    EXPECT_EQ(page.itemFor(home.moved)->checkState(0), Qt::Unchecked);
-    EXPECT_TRUE(page.itemFor(home.moved)->text(3).startsWith(text("Relink first")));
+    const auto tick = [&page](const QString& id) {
+        return page.indexOf(id).data(Qt::CheckStateRole);
+    };
+    const auto words = [&page](const QString& id, int column) {
+        return page.indexOf(id, column).data().toString();
+    };
+    EXPECT_EQ(tick(home.orphan).toInt(), Qt::Checked);
+    EXPECT_EQ(tick(home.liveSession).toInt(), Qt::Unchecked);
+    EXPECT_EQ(words(home.liveSession, 0), text("Fix flaky checkout test"));
+    EXPECT_EQ(tick(home.moved).toInt(), Qt::Unchecked);
+    EXPECT_TRUE(words(home.moved, 3).startsWith(text("Relink first")));
     // Listed with its reason, and no box to tick.
-    QTreeWidgetItem* kept = page.itemFor(home.locations.codexHome + text("/auth.json"));
-    ASSERT_TRUE(kept);
-    EXPECT_FALSE(kept->data(0, Qt::CheckStateRole).isValid());
-    EXPECT_EQ(kept->text(3), text("Credentials: never removed"));
+    const QString credentials = home.locations.codexHome + text("/auth.json");
+    ASSERT_TRUE(page.indexOf(credentials).isValid());
+    EXPECT_FALSE(tick(credentials).isValid());
+    EXPECT_FALSE(page.indexOf(credentials).flags() & Qt::ItemIsUserCheckable);
+    EXPECT_EQ(words(credentials, 3), text("Credentials: never removed"));
+    // Each row says where its files are; its agent and project are the lines above it.
+    EXPECT_EQ(page.indexOf(home.liveSession).data(Qt::ToolTipRole).toString(),
+              storage.row(home.liveSession)->paths().join(u'\n'));
+    EXPECT_EQ(page.indexOf(home.liveSession).parent().parent().data().toString(),
+              text("Claude Code"));
     page.tree()->expandAll();
     test::saveScreenshot(window, text("agents-storage"));
 
     // A tick in the tree is a tick in the model.
-    live->setCheckState(0, Qt::Checked);
+    QAbstractItemModel& rows = *page.tree()->model();
+    ASSERT_TRUE(rows.setData(page.indexOf(home.liveSession), Qt::Checked, Qt::CheckStateRole));
     EXPECT_TRUE(storage.selectedIDs().contains(home.liveSession));
-    live->setCheckState(0, Qt::Unchecked);
+    rows.setData(page.indexOf(home.liveSession), Qt::Unchecked, Qt::CheckStateRole);
     EXPECT_FALSE(storage.selectedIDs().contains(home.liveSession));
     // And a tick in the model is shown, in both directions.
+    QSignalSpy redrawn(&rows, &QAbstractItemModel::dataChanged);
     storage.setSelected(home.liveSession, true);
     storage.setSelected(home.orphan, false);
-    EXPECT_EQ(live->checkState(0), Qt::Checked);
-    EXPECT_EQ(orphan->checkState(0), Qt::Unchecked);
+    EXPECT_EQ(tick(home.liveSession).toInt(), Qt::Checked);
+    EXPECT_EQ(tick(home.orphan).toInt(), Qt::Unchecked);
+    EXPECT_FALSE(redrawn.isEmpty());
     storage.setSelected(home.liveSession, false);
     storage.setSelected(home.orphan, true);
-    EXPECT_EQ(live->checkState(0), Qt::Unchecked);
-    EXPECT_EQ(orphan->checkState(0), Qt::Checked);
 
     ConfirmationSheet* box = page.confirmTrash();
     ASSERT_TRUE(box);
