@@ -1,17 +1,14 @@
 #include "shell/AgentStorageView.h"
 
 #include "platform/ByteFormat.h"
-#include "platform/Paths.h"
 #include "shell/ConfirmationSheet.h"
 #include "shell/ItemContextMenu.h"
 #include "shell/TrashConfirmation.h"
 
-#include <QAbstractButton>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMap>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QTreeView>
 #include <QVBoxLayout>
