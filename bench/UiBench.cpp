@@ -5,7 +5,8 @@
 // runs. With --filter it types into the project list's filter over 2,000 projects instead
 // (FilterBench).
 // With --disk-map the window shows the disk map of the same folder, which fills in from its own
-// walk while the scan runs.
+// walk while the scan runs. With --agent-storage HOME it opens the coding agents' Storage tab over
+// that home instead (AgentStorageUiBench).
 
 #include "AgentStorageUiBench.h"
 #include "FilterBench.h"
