@@ -87,10 +87,12 @@ void addLinuxApps(AppInventory& inventory, const ProcessRunner& runner,
     const std::optional<SnapListing> snaps = SnapApps::list(runner, cancellation);
     if (snaps && snaps->error)
         inventory.errors.append(*snaps->error);
-    const QList<InstalledApp> apps = LinuxApps::find(snaps, cancellation, &inventory.errors);
+    // Read once: the apps are listed from them, and no folder they name is a leftover.
+    const QList<DesktopEntry> entries = LinuxApps::entries(&inventory.errors);
+    const QList<InstalledApp> apps = LinuxApps::find(entries, snaps, cancellation);
     inventory.apps.append(apps);
-    const LinuxLeftovers::Found leftovers =
-        LinuxLeftovers::find(apps, snaps, SeenApps(), runner, cancellation);
+    const LinuxLeftovers::Found leftovers = LinuxLeftovers::find(
+        apps, snaps, LinuxApps::claimedFolders(entries, snaps), SeenApps(), runner, cancellation);
     inventory.orphans.append(leftovers.orphans);
     inventory.errors.append(leftovers.errors);
 }

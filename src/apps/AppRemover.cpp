@@ -282,18 +282,17 @@ std::optional<QString> runOwner(const ProcessRunner& runner, const QString& tool
                                 const QStringList& arguments,
                                 const CancellationToken& cancellation) {
     const QString name = QFileInfo(tool).fileName();
-    try {
-        const ProcessResult result =
-            runner.run(tool, arguments, std::nullopt, {}, 600, cancellation);
-        if (result.exitCode == 0)
-            return std::nullopt;
-        const QString said =
-            QString::fromUtf8(result.standardError).trimmed().section(u'\n', -1).left(200);
-        return said.isEmpty() ? QStringLiteral("%1 exited with %2").arg(name).arg(result.exitCode)
-                              : name + QStringLiteral(" said: ") + said;
-    } catch (const ProcessRunnerError& error) {
-        return name + QStringLiteral(" could not run: ") + error.message();
-    }
+    const auto answer = runner.attempt(name, tool, arguments, 600, cancellation);
+    if (const QString* problem = std::get_if<QString>(&answer))
+        return *problem;
+    const ProcessResult& result = std::get<ProcessResult>(answer);
+    if (result.exitCode == 0)
+        return std::nullopt;
+    // Its last line says why, after what it did on the way.
+    const QString said =
+        QString::fromUtf8(result.standardError).trimmed().section(u'\n', -1).left(200);
+    return said.isEmpty() ? QStringLiteral("%1 exited with %2").arg(name).arg(result.exitCode)
+                          : name + QStringLiteral(" said: ") + said;
 }
 
 QString leftAloneText(const InstalledApp& app, const QString& why) {
@@ -310,20 +309,14 @@ bool AppRemover::uninstallFlatpak(const InstalledApp& app, AppRemovalOutcome& ou
         outcome.failures.append(leftAloneText(app, QStringLiteral("flatpak is not installed")));
         return false;
     }
-    if (dryRun_)
-        return true;
     // Never --delete-data: the app's data goes to the Trash, where it can still be taken back.
     const QString scope = *app.flatpakInstallation == QLatin1String("system")
                               ? QStringLiteral("--system")
                               : QStringLiteral("--user");
-    const std::optional<QString> problem =
-        runOwner(runner_, FlatpakApps::toolPath(),
-                 {QStringLiteral("uninstall"), QStringLiteral("--noninteractive"), scope,
-                  QStringLiteral("--"), *app.bundleIdentifier},
-                 cancellation);
-    if (problem)
-        outcome.failures.append(leftAloneText(app, *problem));
-    return !problem;
+    return uninstallWith(app, FlatpakApps::toolPath(),
+                         {QStringLiteral("uninstall"), QStringLiteral("--noninteractive"), scope,
+                          QStringLiteral("--"), *app.bundleIdentifier},
+                         outcome, cancellation);
 }
 
 // Only as root: snapd would otherwise ask for a password through polkit.
@@ -334,11 +327,19 @@ bool AppRemover::uninstallSnap(const InstalledApp& app, AppRemovalOutcome& outco
         outcome.failures.append(leftAloneText(app, QStringLiteral("snap is not installed")));
         return false;
     }
+    return uninstallWith(app, SnapApps::toolPath(),
+                         {QStringLiteral("remove"), QStringLiteral("--"), name}, outcome,
+                         cancellation);
+}
+
+// The app's own tool removes it (nothing runs in a dry run); when it fails, the app's data is
+// left alone.
+bool AppRemover::uninstallWith(const InstalledApp& app, const QString& tool,
+                               const QStringList& arguments, AppRemovalOutcome& outcome,
+                               const CancellationToken& cancellation) const {
     if (dryRun_)
         return true;
-    const std::optional<QString> problem =
-        runOwner(runner_, SnapApps::toolPath(),
-                 {QStringLiteral("remove"), QStringLiteral("--"), name}, cancellation);
+    const std::optional<QString> problem = runOwner(runner_, tool, arguments, cancellation);
     if (problem)
         outcome.failures.append(leftAloneText(app, *problem));
     return !problem;

@@ -92,6 +92,8 @@ private:
                           const CancellationToken& cancellation) const;
     bool uninstallSnap(const InstalledApp& app, AppRemovalOutcome& outcome,
                        const CancellationToken& cancellation) const;
+    bool uninstallWith(const InstalledApp& app, const QString& tool, const QStringList& arguments,
+                       AppRemovalOutcome& outcome, const CancellationToken& cancellation) const;
     void nameCommand(const InstalledApp& app, AppRemovalOutcome& outcome,
                      const CancellationToken& cancellation) const;
     std::optional<QString> inUse(const AppDataItem& item) const;

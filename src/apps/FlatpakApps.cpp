@@ -53,22 +53,16 @@ QString unreadableLine(const QString& command, const QString& line) {
 std::variant<QByteArray, QString> runFlatpak(const ProcessRunner& runner,
                                              const QStringList& arguments,
                                              const CancellationToken& cancellation) {
-    const QString command = arguments.first();
-    try {
-        const ProcessResult result =
-            runner.run(FlatpakApps::toolPath(), arguments, std::nullopt, {}, 60.0, cancellation);
-        cancellation.throwIfCancelled();
-        if (result.exitCode != 0) {
-            const QString said = QString::fromUtf8(result.standardError).trimmed();
-            return QStringLiteral("flatpak %1 failed (exit %2)%3")
-                .arg(command)
-                .arg(result.exitCode)
-                .arg(said.isEmpty() ? QString() : QStringLiteral(": ") + said.section(u'\n', 0, 0));
-        }
-        return result.standardOutput;
-    } catch (const ProcessRunnerError& error) {
-        return QStringLiteral("flatpak %1 could not run: %2").arg(command, error.message());
-    }
+    const QString label = QStringLiteral("flatpak ") + arguments.first();
+    const auto answer =
+        runner.attempt(label, FlatpakApps::toolPath(), arguments, 60.0, cancellation);
+    cancellation.throwIfCancelled();
+    if (const QString* problem = std::get_if<QString>(&answer))
+        return *problem;
+    const ProcessResult& result = std::get<ProcessResult>(answer);
+    if (result.exitCode != 0)
+        return ProcessRunner::failureText(label, result);
+    return result.standardOutput;
 }
 
 } // namespace
@@ -149,24 +143,18 @@ InstallCheck FlatpakApps::check(const QString& id, const ProcessRunner& runner,
         return {InstallCheck::Case::unknown,
                 QStringLiteral("flatpak is not installed, so it cannot confirm that the app is "
                                "gone")};
-    try {
-        const ProcessResult result =
-            runner.run(toolPath(), {QStringLiteral("info"), QStringLiteral("--"), id}, std::nullopt,
-                       {}, 30.0, cancellation);
-        cancellation.throwIfCancelled();
-        if (result.exitCode == 0)
-            return {InstallCheck::Case::installed, {}};
-        if (saysNotInstalled(id, result.standardError))
-            return {InstallCheck::Case::notInstalled, {}};
-        const QString said = QString::fromUtf8(result.standardError).trimmed().section(u'\n', 0, 0);
-        return {InstallCheck::Case::unknown,
-                QStringLiteral("flatpak info failed (exit %1)%2")
-                    .arg(result.exitCode)
-                    .arg(said.isEmpty() ? QString() : QStringLiteral(": ") + said.left(160))};
-    } catch (const ProcessRunnerError& error) {
-        return {InstallCheck::Case::unknown,
-                QStringLiteral("flatpak info could not run: ") + error.message()};
-    }
+    const QString label = QStringLiteral("flatpak info");
+    const auto answer = runner.attempt(
+        label, toolPath(), {QStringLiteral("info"), QStringLiteral("--"), id}, 30.0, cancellation);
+    cancellation.throwIfCancelled();
+    if (const QString* problem = std::get_if<QString>(&answer))
+        return {InstallCheck::Case::unknown, *problem};
+    const ProcessResult& result = std::get<ProcessResult>(answer);
+    if (result.exitCode == 0)
+        return {InstallCheck::Case::installed, {}};
+    if (saysNotInstalled(id, result.standardError))
+        return {InstallCheck::Case::notInstalled, {}};
+    return {InstallCheck::Case::unknown, ProcessRunner::failureText(label, result)};
 }
 
 QString FlatpakApps::dataRoot() {

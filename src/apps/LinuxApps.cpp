@@ -229,8 +229,13 @@ QList<DataMatch> LinuxApps::dataOf(const QStringList& identities,
 }
 
 QStringList LinuxApps::claimedFolders(const std::optional<SnapListing>& snaps) {
+    return claimedFolders(entries(), snaps);
+}
+
+QStringList LinuxApps::claimedFolders(const QList<DesktopEntry>& entries,
+                                      const std::optional<SnapListing>& snaps) {
     QList<DataMatch> matches;
-    for (const DesktopEntry& entry : entries())
+    for (const DesktopEntry& entry : entries)
         if (entry.flatpakId.isEmpty())
             matches.append(dataOf(identities(entry), entry.snapName.isEmpty()
                                                          ? std::nullopt
@@ -247,10 +252,16 @@ QStringList LinuxApps::claimedFolders(const std::optional<SnapListing>& snaps) {
 
 QList<InstalledApp> LinuxApps::find(const std::optional<SnapListing>& snaps,
                                     const CancellationToken& cancellation, QStringList* problems) {
+    return find(entries(problems), snaps, cancellation);
+}
+
+QList<InstalledApp> LinuxApps::find(const QList<DesktopEntry>& entries,
+                                    const std::optional<SnapListing>& snaps,
+                                    const CancellationToken& cancellation) {
     QList<InstalledApp> apps;
     QSet<QString> programs;
     QSet<QString> snapsShown;
-    for (const DesktopEntry& entry : entries(problems)) {
+    for (const DesktopEntry& entry : entries) {
         cancellation.throwIfCancelled();
         // Flatpak's own listing brings its apps, with their installation.
         if (!entry.flatpakId.isEmpty())

@@ -45,11 +45,18 @@ struct LinuxApps {
     // The folders an app of the menus or a listed snap may use: those named by any of their
     // identities, whether or not the app's program is found. Never offered as a leftover.
     static QStringList claimedFolders(const std::optional<SnapListing>& snaps);
+    // The same for `entries` read already.
+    static QStringList claimedFolders(const QList<DesktopEntry>& entries,
+                                      const std::optional<SnapListing>& snaps);
 
     // The apps, measured, with their data. `snaps` is what snap listed (absent without snap).
     static QList<InstalledApp> find(const std::optional<SnapListing>& snaps,
                                     const CancellationToken& cancellation = {},
                                     QStringList* problems = nullptr);
+    // The same for `entries` read already.
+    static QList<InstalledApp> find(const QList<DesktopEntry>& entries,
+                                    const std::optional<SnapListing>& snaps,
+                                    const CancellationToken& cancellation);
 };
 
 } // namespace corvane

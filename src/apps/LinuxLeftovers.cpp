@@ -73,7 +73,8 @@ InstallCheck LinuxLeftovers::gone(const SeenApp& app, const ProcessRunner& runne
 
 LinuxLeftovers::Found LinuxLeftovers::find(const QList<InstalledApp>& listed,
                                            const std::optional<SnapListing>& snaps,
-                                           const SeenApps& seen, const ProcessRunner& runner,
+                                           const QStringList& claimed, const SeenApps& seen,
+                                           const ProcessRunner& runner,
                                            const CancellationToken& cancellation) {
     Found found;
     addSnapData(found, snaps, runner, cancellation);
@@ -85,7 +86,6 @@ LinuxLeftovers::Found LinuxLeftovers::find(const QList<InstalledApp>& listed,
         listedKeys.insert(SeenApps::keyOf(app));
     // Without snap's list a command-line snap could name any folder: none is offered.
     const bool snapsKnown = !snaps || !snaps->error;
-    const QStringList claimed = LinuxApps::claimedFolders(snaps);
     for (const SeenApp& app : earlier.apps) {
         cancellation.throwIfCancelled();
         if (!snapsKnown || listedKeys.contains(app.key) ||

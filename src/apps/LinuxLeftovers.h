@@ -25,10 +25,10 @@ struct LinuxLeftovers {
         QStringList errors;
     };
 
-    // The leftovers, measured, given the apps `listed` now and what snap listed; then records
-    // `listed` as seen.
+    // The leftovers, measured, given the apps `listed` now, what snap listed and the folders the
+    // desktop's apps name (LinuxApps::claimedFolders); then records `listed` as seen.
     static Found find(const QList<InstalledApp>& listed, const std::optional<SnapListing>& snaps,
-                      const SeenApps& seen = SeenApps(),
+                      const QStringList& claimed, const SeenApps& seen = SeenApps(),
                       const ProcessRunner& runner = ProcessRunner::system(),
                       const CancellationToken& cancellation = {});
 

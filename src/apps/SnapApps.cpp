@@ -75,23 +75,16 @@ std::optional<SnapListing> SnapApps::list(const ProcessRunner& runner,
                                           const CancellationToken& cancellation) {
     if (!isInstalled())
         return std::nullopt;
-    try {
-        const ProcessResult result =
-            runner.run(toolPath(), {QStringLiteral("list")}, std::nullopt, {}, 60.0, cancellation);
-        cancellation.throwIfCancelled();
-        if (result.exitCode != 0) {
-            const QString said = QString::fromUtf8(result.standardError).trimmed();
-            return SnapListing{{},
-                               QStringLiteral("snap list failed (exit %1)%2")
-                                   .arg(result.exitCode)
-                                   .arg(said.isEmpty()
-                                            ? QString()
-                                            : QStringLiteral(": ") + said.section(u'\n', 0, 0))};
-        }
-        return parse(result.standardOutput);
-    } catch (const ProcessRunnerError& error) {
-        return SnapListing{{}, QStringLiteral("snap list could not run: ") + error.message()};
-    }
+    const QString label = QStringLiteral("snap list");
+    const auto answer =
+        runner.attempt(label, toolPath(), {QStringLiteral("list")}, 60.0, cancellation);
+    cancellation.throwIfCancelled();
+    if (const QString* problem = std::get_if<QString>(&answer))
+        return SnapListing{{}, *problem};
+    const ProcessResult& result = std::get<ProcessResult>(answer);
+    if (result.exitCode != 0)
+        return SnapListing{{}, ProcessRunner::failureText(label, result)};
+    return parse(result.standardOutput);
 }
 
 InstallCheck SnapApps::check(const QString& name, const ProcessRunner& runner,
@@ -102,30 +95,24 @@ InstallCheck SnapApps::check(const QString& name, const ProcessRunner& runner,
         return {
             InstallCheck::Case::unknown,
             QStringLiteral("snap is not installed, so it cannot confirm that the snap is gone")};
-    try {
-        const ProcessResult result =
-            runner.run(toolPath(), {QStringLiteral("list"), QStringLiteral("--"), name},
-                       std::nullopt, {}, 30.0, cancellation);
-        cancellation.throwIfCancelled();
-        const QString said = QString::fromUtf8(result.standardError).trimmed();
-        if (result.exitCode == 0) {
-            if (!parse(result.standardOutput).error && listsSnap(result.standardOutput, name))
-                return {InstallCheck::Case::installed, {}};
-            return {InstallCheck::Case::unknown,
-                    QStringLiteral("snap list printed something that does not name ") + name};
-        }
-        if (said == QLatin1String("error: no matching snaps installed"))
-            return {InstallCheck::Case::notInstalled, {}};
+    const QString label = QStringLiteral("snap list");
+    const auto answer =
+        runner.attempt(label, toolPath(), {QStringLiteral("list"), QStringLiteral("--"), name},
+                       30.0, cancellation);
+    cancellation.throwIfCancelled();
+    if (const QString* problem = std::get_if<QString>(&answer))
+        return {InstallCheck::Case::unknown, *problem};
+    const ProcessResult& result = std::get<ProcessResult>(answer);
+    if (result.exitCode == 0) {
+        if (!parse(result.standardOutput).error && listsSnap(result.standardOutput, name))
+            return {InstallCheck::Case::installed, {}};
         return {InstallCheck::Case::unknown,
-                QStringLiteral("snap list failed (exit %1)%2")
-                    .arg(result.exitCode)
-                    .arg(said.isEmpty()
-                             ? QString()
-                             : QStringLiteral(": ") + said.section(u'\n', 0, 0).left(160))};
-    } catch (const ProcessRunnerError& error) {
-        return {InstallCheck::Case::unknown,
-                QStringLiteral("snap list could not run: ") + error.message()};
+                QStringLiteral("snap list printed something that does not name ") + name};
     }
+    if (QString::fromUtf8(result.standardError).trimmed() ==
+        QLatin1String("error: no matching snaps installed"))
+        return {InstallCheck::Case::notInstalled, {}};
+    return {InstallCheck::Case::unknown, ProcessRunner::failureText(label, result)};
 }
 
 QString SnapApps::dataRoot() {

@@ -42,11 +42,7 @@ QString firstLine(const QByteArray& text) {
 std::variant<ProcessResult, QString> ask(const ProcessRunner& runner, const QString& tool,
                                          const QStringList& arguments,
                                          const CancellationToken& cancellation) {
-    try {
-        return runner.run(tool, arguments, std::nullopt, {}, 30.0, cancellation);
-    } catch (const ProcessRunnerError& error) {
-        return QFileInfo(tool).fileName() + QStringLiteral(" could not run: ") + error.message();
-    }
+    return runner.attempt(QFileInfo(tool).fileName(), tool, arguments, 30.0, cancellation);
 }
 
 SystemPackages::Owner fromDpkg(const QString& file, const ProcessRunner& runner,

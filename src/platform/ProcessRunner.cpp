@@ -317,6 +317,25 @@ ProcessResult ProcessRunner::execute(const Call& call) const {
     return child.runToEnd();
 }
 
+std::variant<ProcessResult, QString>
+ProcessRunner::attempt(const QString& label, const QString& executable,
+                       const QStringList& arguments, double timeout,
+                       const CancellationToken& cancellation) const {
+    try {
+        return run(executable, arguments, std::nullopt, {}, timeout, cancellation);
+    } catch (const ProcessRunnerError& error) {
+        return label + QStringLiteral(" could not run: ") + error.message();
+    }
+}
+
+QString ProcessRunner::failureText(const QString& label, const ProcessResult& result) {
+    const QString said = QString::fromUtf8(result.standardError).trimmed().section(u'\n', 0, 0);
+    return QStringLiteral("%1 failed (exit %2)%3")
+        .arg(label)
+        .arg(result.exitCode)
+        .arg(said.isEmpty() ? QString() : QStringLiteral(": ") + said.left(160));
+}
+
 QString ProcessRunner::toolSearchPath(const QString& executable) {
     return Paths::parentPath(executable) +
            QStringLiteral(":/usr/local/bin:/opt/homebrew/bin:/usr/bin:/bin");

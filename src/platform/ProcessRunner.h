@@ -10,6 +10,7 @@
 #include <exception>
 #include <functional>
 #include <optional>
+#include <variant>
 
 namespace corvane {
 
@@ -104,6 +105,16 @@ public:
         return execute(Call{executable, arguments, stdinData, environmentOverrides, timeout,
                             cancellation, onLine});
     }
+
+    // Runs a tool for whom not starting is one more answer to word: its result, or "<label> could
+    // not run: <why>" (a launch refused, a time-out, a flood of output). `label` names the command
+    // for the user ("snap list").
+    std::variant<ProcessResult, QString> attempt(const QString& label, const QString& executable,
+                                                 const QStringList& arguments, double timeout,
+                                                 const CancellationToken& cancellation) const;
+    // "<label> failed (exit N)", then ": " and the first line `result` printed on standard error,
+    // if it printed one.
+    static QString failureText(const QString& label, const ProcessResult& result);
 
     // The "PATH" override for tools installed by package managers: the tool's own folder, then the
     // usual places, since a desktop application inherits a minimal PATH.
