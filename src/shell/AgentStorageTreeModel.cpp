@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/CheckedSum.h"
 #include "platform/Paths.h"
+#include "shell/InventoryWidgets.h"
 
 #include <QApplication>
 #include <QFont>
@@ -11,9 +12,6 @@
 
 namespace corvane {
 namespace {
-
-const QString keptWords = QStringLiteral(" — Kept");
-const QString keptTip = QStringLiteral("Kept: never ticked, never removed.");
 
 QString whyOf(const AgentStoreRow& row) {
     if (row.blockedReason)
@@ -213,7 +211,7 @@ QVariant AgentStorageTreeModel::rowData(const AgentStoreRow& row, int column, in
     case Qt::DisplayRole:
         switch (column) {
         case nameColumn:
-            return kept ? row.name + keptWords : row.name;
+            return kept ? row.name + InventoryWidgets::keptSuffix : row.name;
         case sizeColumn:
             return formatBytes(row.bytes);
         case kindColumn:
@@ -224,7 +222,8 @@ QVariant AgentStorageTreeModel::rowData(const AgentStoreRow& row, int column, in
         return {};
     case Qt::ToolTipRole:
         if (column == nameColumn)
-            return row.paths().join(u'\n') + (kept ? u'\n' + keptTip : QString());
+            return row.paths().join(u'\n') +
+                   (kept ? u'\n' + InventoryWidgets::keptToolTip : QString());
         return column == whyColumn ? QVariant(whyOf(row)) : QVariant();
     case Qt::CheckStateRole:
         if (column != nameColumn || kept || !row.isOffered())

@@ -1,6 +1,7 @@
 #include "shell/CachesTableModel.h"
 
 #include "platform/ByteFormat.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/ListOrder.h"
 
 namespace corvane {
@@ -66,7 +67,8 @@ QVariant CachesTableModel::data(const QModelIndex& index, int role) const {
     case Qt::DisplayRole:
         switch (index.column()) {
         case nameColumn:
-            return cache.isKept ? cache.entry.name + QStringLiteral(" — Kept") : cache.entry.name;
+            return cache.isKept ? cache.entry.name + InventoryWidgets::keptSuffix
+                                : cache.entry.name;
         case detailColumn:
             return cache.entry.detail;
         case sizeColumn:

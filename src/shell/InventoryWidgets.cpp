@@ -75,10 +75,9 @@ void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable) {
 }
 
 void markKept(QTreeWidgetItem& row, int column) {
-    row.setText(column, row.text(column) + QStringLiteral(" — Kept"));
+    row.setText(column, row.text(column) + keptSuffix);
     const QString tooltip = row.toolTip(column);
-    row.setToolTip(column, (tooltip.isEmpty() ? QString() : tooltip + u'\n') +
-                               QStringLiteral("Kept: never ticked, never removed."));
+    row.setToolTip(column, (tooltip.isEmpty() ? QString() : tooltip + u'\n') + keptToolTip);
 }
 
 void showFailures(QLabel& label, const QList<ItemFailure>& failures, const QString& heading) {

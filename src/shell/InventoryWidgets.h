@@ -38,7 +38,11 @@ void setSize(QTreeWidgetItem& row, int column, qint64 bytes);
 // A row that can be ticked only when `tickable`; `ticked` is its tick.
 void setTickable(QTreeWidgetItem& row, int column, bool ticked, bool tickable);
 
-// A row a Keep mark binds: " — Kept" after its name in `column`, and what that means in its
+// What every list writes after the name of a row a Keep mark binds, and what its tooltip adds.
+inline const QString keptSuffix = QStringLiteral(" — Kept");
+inline const QString keptToolTip = QStringLiteral("Kept: never ticked, never removed.");
+
+// A row a Keep mark binds: `keptSuffix` after its name in `column`, and `keptToolTip` in its
 // tooltip. The caller leaves it untickable.
 void markKept(QTreeWidgetItem& row, int column);
 

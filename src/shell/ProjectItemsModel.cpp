@@ -3,6 +3,7 @@
 #include "platform/ByteFormat.h"
 #include "platform/Paths.h"
 #include "scanning/ScanWording.h"
+#include "shell/InventoryWidgets.h"
 #include "shell/ListOrder.h"
 
 namespace corvane {
@@ -65,7 +66,7 @@ QString ProjectItemsModel::folderText(const CleanableItem& item) const {
         text = item.url.mid(project_->url.size() + 1);
     else
         text = item.url;
-    return session_.isKept(item) ? text + QStringLiteral(" — Kept") : text;
+    return session_.isKept(item) ? text + InventoryWidgets::keptSuffix : text;
 }
 
 QVariant ProjectItemsModel::display(const CleanableItem& item, int column) const {
