@@ -105,6 +105,7 @@ int run(const AgentsOptions& options) {
         const QList<AgentActivity> activities = model.activities(folder);
         if (options.json) {
             out << QJsonDocument(folderJson(folder, activities)).toJson();
+            out.flush();
             return reportProblems(model);
         }
         out << "Agent history for " << folder << '\n';
